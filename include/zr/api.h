@@ -1,0 +1,3 @@
+#pragma once
+// Marks the few functions that libzrmixer.so exports; everything else in it is hidden.
+#define ZR_API __attribute__((visibility("default")))
