@@ -32,7 +32,7 @@ inline constexpr HRESULT REGDB_E_CLASSNOTREG = static_cast<HRESULT>(0x80040154u)
 inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110u);
 
 // Control codes between the objects of the family.
-inline constexpr HRESULT ZR_E_RETRY = static_cast<HRESULT>(0x80040203u);        // not now, or not mine: the caller goes on
+inline constexpr HRESULT ZR_E_RETRY = static_cast<HRESULT>(0x80040203u);  // not now, or not mine: the caller goes on
 inline constexpr HRESULT ZR_E_NOT_RUNNING = static_cast<HRESULT>(0x80040226u);  // the object is not running
 inline constexpr HRESULT ZR_E_WRONG_STATE = static_cast<HRESULT>(0x80040227u);  // the state forbids the operation
 

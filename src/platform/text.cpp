@@ -11,7 +11,8 @@ extern "C" {
 
 BSTR SysAllocStringLen(const char16_t* _sz, uint32_t _nLength) {
     constexpr size_t cbPrefix = sizeof(uint32_t);
-    if (_nLength > (std::numeric_limits<uint32_t>::max() - cbPrefix - sizeof(char16_t)) / sizeof(char16_t)) return nullptr;
+    if (_nLength > (std::numeric_limits<uint32_t>::max() - cbPrefix - sizeof(char16_t)) / sizeof(char16_t))
+        return nullptr;
     const uint32_t cbText = _nLength * static_cast<uint32_t>(sizeof(char16_t));
     auto* pBlock = static_cast<unsigned char*>(std::malloc(cbPrefix + cbText + sizeof(char16_t)));
     if (!pBlock) return nullptr;
