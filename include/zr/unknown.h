@@ -24,13 +24,13 @@ struct GUID {
 static_assert(sizeof(GUID) == 16);
 
 namespace detail {
-consteval uint32_t HexDigit(char _c) {
+constexpr uint32_t HexDigit(char _c) {
     if (_c >= '0' && _c <= '9') return static_cast<uint32_t>(_c - '0');
     if (_c >= 'a' && _c <= 'f') return static_cast<uint32_t>(_c - 'a' + 10);
     if (_c >= 'A' && _c <= 'F') return static_cast<uint32_t>(_c - 'A' + 10);
     throw "not a hexadecimal digit";
 }
-consteval uint32_t HexRun(const char* _sz, int _nDigits) {
+constexpr uint32_t HexRun(const char* _sz, int _nDigits) {
     uint32_t nValue = 0;
     for (int i = 0; i < _nDigits; ++i) nValue = nValue * 16 + HexDigit(_sz[i]);
     return nValue;
@@ -39,10 +39,12 @@ consteval uint32_t HexRun(const char* _sz, int _nDigits) {
 
 // An identifier from its usual text, at compile time: GuidOf("6E3C1A52-0F0B-4D0E-9B52-3C1D8A7F4E10").
 consteval GUID GuidOf(const char (&_sz)[37]) {
-    using detail::HexRun;
-    GUID id{HexRun(_sz, 8), static_cast<uint16_t>(HexRun(_sz + 9, 4)), static_cast<uint16_t>(HexRun(_sz + 14, 4)), {}};
-    for (int i = 0; i < 2; ++i) id.Data4[i] = static_cast<uint8_t>(HexRun(_sz + 19 + 2 * i, 2));
-    for (int i = 0; i < 6; ++i) id.Data4[2 + i] = static_cast<uint8_t>(HexRun(_sz + 24 + 2 * i, 2));
+    GUID id{detail::HexRun(_sz, 8),
+            static_cast<uint16_t>(detail::HexRun(_sz + 9, 4)),
+            static_cast<uint16_t>(detail::HexRun(_sz + 14, 4)),
+            {}};
+    for (int i = 0; i < 2; ++i) id.Data4[i] = static_cast<uint8_t>(detail::HexRun(_sz + 19 + 2 * i, 2));
+    for (int i = 0; i < 6; ++i) id.Data4[2 + i] = static_cast<uint8_t>(detail::HexRun(_sz + 24 + 2 * i, 2));
     return id;
 }
 
