@@ -1,0 +1,75 @@
+#pragma once
+// The makers of frames. One object, found by kClsidZrFrameFactory (zr/class_ids.h), shows both faces; it has no state
+// that shows, so any thread may call it. Every out frame comes with a reference that the caller releases; on failure it
+// is null.
+//
+// Property lists are attribute lines such as "color=black(90)"; null or empty stands for none.
+
+#include <cstdint>
+
+#include "zr/enums.h"
+#include "zr/frame.h"
+#include "zr/records.h"
+#include "zr/unknown.h"
+
+namespace zr {
+
+struct IZrFrames : IUnknown {
+    static constexpr GUID kIid = GuidOf("B7A5DEAB-4459-44D1-ABB1-1F0D6C42A6F2");
+
+    // Brings a frame of another process into this one, which a receiver does before it touches the memory. A frame of
+    // this process comes back as it is. _bMakeRef: not 0 maps the memory, 0 copies it.
+    virtual HRESULT FramesMakeLocal(IZrFrame* _pFrame, IZrFrame** _ppFrameLocal, int32_t _bMakeRef) = 0;
+    // An empty frame with room for _cbVideoSize bytes of picture and data; 0 is fine. E_INVALIDARG: a negative size.
+    virtual HRESULT FramesCreate(int32_t _cbVideoSize, const char16_t* _bsProps, IZrFrame** _ppFrame) = 0;
+    // A frame of a format with a copy of the picture at address _pbVideo, row bytes x height (planar formats half more)
+    // bytes of it; address 0 makes it black. E_INVALIDARG: the format says no size or no pixel format.
+    virtual HRESULT FramesCreateFromMem(const ZR_VID_PROPS* _pVidProps, int64_t _pbVideo, IZrFrame** _ppFrame,
+                                        const char16_t* _bsPropsList) = 0;
+    // Reads a picture file: bmp, jpg, png, tiff. ZR_E_NOT_FOUND_FILE: no such file. ZR_E_INVALID_DATA: not a picture.
+    virtual HRESULT FramesCreateFromFile(const char16_t* _bsFileName, IZrFrame** _ppFrame,
+                                         const char16_t* _bsPropsList) = 0;
+    // From a bitmap handle of the window system. E_NOTIMPL where the system has none, as on Linux.
+    virtual HRESULT FramesCreateFromHBITMAP(int64_t _hBitmap, IZrFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
+    // From a surface of a graphics device. E_NOTIMPL where the system has none of that kind, as on Linux.
+    virtual HRESULT FramesCreateFromSurface(IUnknown* _pSurface, IZrFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
+
+protected:
+    ~IZrFrames() = default;
+};
+
+struct IZrFFactory : IUnknown {
+    static constexpr GUID kIid = GuidOf("9EEB7518-D10F-4719-AD5B-C76EEE16CC6A");
+
+    // As FramesMakeLocal, for any face of a frame. _bAlwaysClone: not 0 makes a clone of a frame of this process too.
+    // E_NOINTERFACE: the object is no frame.
+    virtual HRESULT ZrFFrameMakeLocal(IUnknown* _pZrFFrame, IZrFFrame** _ppFrameLocal, int32_t _bAlwaysClone) = 0;
+    // As IZrFFrame::ZrFClone, for any face of a frame.
+    virtual HRESULT ZrFFrameClone(IUnknown* _pZrFFrame, IZrFFrame** _ppFrameClone, eZrFrameClone _eCloneType,
+                                  eZrFCC _fccPixelFormat) = 0;
+    // A frame with copies of a picture at address _lpVideo and of _lAudioSamples samples of each channel at _lpAudio.
+    // Address 0 makes a black picture (or the one colour of "color=...") or silence. _pAVProps null: an empty frame.
+    virtual HRESULT ZrFFrameCreateFromMem(const ZR_AV_PROPS* _pAVProps, int64_t _lpVideo, int32_t _lAudioSamples,
+                                          int64_t _lpAudio, IZrFFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
+    // As FramesCreateFromFile.
+    virtual HRESULT ZrFFrameCreateFromFile(const char16_t* _bsFileName, IZrFFrame** _ppFrame,
+                                           const char16_t* _bsPropsList) = 0;
+    // As FramesCreateFromHBITMAP.
+    virtual HRESULT ZrFFrameCreateFromHBITMAP(int64_t _hBitmap, IZrFFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
+    // A frame over _cbVideo bytes at address _lpVideo that belong to _pObject: nothing is copied, the frame holds a
+    // reference to the object as long as the memory is in use. E_INVALIDARG: the format needs more bytes.
+    virtual HRESULT ZrFFrameCreateWrapper(const ZR_VID_PROPS* _pVidProps, uint32_t _cbVideo, int64_t _lpVideo,
+                                          IUnknown* _pObject, IZrFFrame** _ppFrame) = 0;
+    // An empty frame with room for _cbVideoSize bytes of picture; 0 is fine. E_INVALIDARG: a negative size.
+    virtual HRESULT ZrFFrameCreatePlain(int32_t _cbVideoSize, IZrFFrame** _ppFrame) = 0;
+    // As ZrFFrameCreateFromMem, with the picture given by planes: a row-bytes value is the distance from row to row of
+    // that plane, negative for bottom-up. _pVideoPtr null: a black picture, or one colour.
+    virtual HRESULT ZrFFrameCreateFromMemEx(const ZR_AV_PROPS* _pAVProps, const ZRF_VID_PTR* _pVideoPtr,
+                                            int32_t _lAudioSamples, int64_t _lpAudio, IZrFFrame** _ppFrame,
+                                            const char16_t* _bsPropsList) = 0;
+
+protected:
+    ~IZrFFactory() = default;
+};
+
+}  // namespace zr
