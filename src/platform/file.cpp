@@ -1,0 +1,96 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "platform/utf.h"
+
+namespace zr {
+
+namespace {
+
+constexpr size_t kMaxTransfer = size_t{1} << 30;  // the system moves less than 2 GiB in one call
+
+bool PositionFits(uint64_t _nPosition, size_t _cb) {
+    constexpr auto nMax = static_cast<uint64_t>(std::numeric_limits<off_t>::max());
+    return _nPosition <= nMax && _cb <= nMax - _nPosition;
+}
+
+}  // namespace
+
+HRESULT File::Open(const char16_t* _szName, Access _eAccess) {
+    Close();
+    if (!_szName) return E_POINTER;
+    if (!*_szName) return E_INVALIDARG;
+    // Without waiting, so that a pipe nobody writes to is refused instead of stopping the caller.
+    int nFlags = O_CLOEXEC | O_NONBLOCK | (_eAccess == Access::Read ? O_RDONLY : O_RDWR);
+    if (_eAccess == Access::Create) nFlags |= O_CREAT;
+    int nFile = -1;
+    try {
+        const std::string sName = Utf8FromUtf16(_szName);
+        do nFile = open(sName.c_str(), nFlags, 0666);
+        while (nFile < 0 && errno == EINTR);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+    if (nFile < 0) return errno == EISDIR || errno == ENXIO ? ZR_E_NOT_SUPPORTED : StatusFromErrno(errno);
+    nDescriptor = nFile;
+    struct stat info {};
+    HRESULT hr = fstat(nFile, &info) == 0 ? S_OK : StatusFromErrno(errno);
+    if (hr == S_OK && !S_ISREG(info.st_mode)) hr = ZR_E_NOT_SUPPORTED;
+    if (hr == S_OK && _eAccess == Access::Create && info.st_size > 0 && ftruncate(nFile, 0) != 0)
+        hr = StatusFromErrno(errno);
+    if (Failed(hr)) Close();
+    return hr;
+}
+
+void File::Close() {
+    if (nDescriptor >= 0) close(std::exchange(nDescriptor, -1));
+}
+
+HRESULT File::Size(uint64_t* _pcbSize) const {
+    if (!_pcbSize) return E_POINTER;
+    struct stat info {};
+    if (fstat(nDescriptor, &info) != 0) return StatusFromErrno(errno);
+    *_pcbSize = static_cast<uint64_t>(info.st_size);
+    return S_OK;
+}
+
+HRESULT File::ReadAt(uint64_t _nPosition, void* _pv, size_t _cb, size_t* _pcbRead) const {
+    if (!_pcbRead) return E_POINTER;
+    *_pcbRead = 0;
+    if (!PositionFits(_nPosition, _cb)) return E_INVALIDARG;
+    auto* p = static_cast<uint8_t*>(_pv);
+    while (*_pcbRead < _cb) {
+        const size_t cbStep = std::min(_cb - *_pcbRead, kMaxTransfer);
+        const ssize_t cbGot = pread(nDescriptor, p + *_pcbRead, cbStep, static_cast<off_t>(_nPosition + *_pcbRead));
+        if (cbGot < 0 && errno == EINTR) continue;
+        if (cbGot < 0) return StatusFromErrno(errno);
+        if (cbGot == 0) return S_FALSE;
+        *_pcbRead += static_cast<size_t>(cbGot);
+    }
+    return S_OK;
+}
+
+HRESULT File::WriteAt(uint64_t _nPosition, const void* _pv, size_t _cb) {
+    if (!PositionFits(_nPosition, _cb)) return E_INVALIDARG;
+    const auto* p = static_cast<const uint8_t*>(_pv);
+    for (size_t cbDone = 0; cbDone < _cb;) {
+        const size_t cbStep = std::min(_cb - cbDone, kMaxTransfer);
+        const ssize_t cbPut = pwrite(nDescriptor, p + cbDone, cbStep, static_cast<off_t>(_nPosition + cbDone));
+        if (cbPut < 0 && errno == EINTR) continue;
+        if (cbPut < 0) return StatusFromErrno(errno);
+        cbDone += static_cast<size_t>(cbPut);
+    }
+    return S_OK;
+}
+
+}  // namespace zr

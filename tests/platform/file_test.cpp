@@ -1,0 +1,75 @@
+#include "platform/file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "platform/utf.h"
+
+namespace zr {
+namespace {
+
+class FileTest : public testing::Test {
+protected:
+    FileTest() {
+        std::string sPattern = testing::TempDir() + "zr_file_XXXXXX";
+        path = mkdtemp(sPattern.data());
+    }
+    ~FileTest() override { std::filesystem::remove_all(path); }
+    std::u16string Name(const char* _sz) const { return Utf16FromUtf8((path / _sz).string()); }
+
+    std::filesystem::path path;
+};
+
+TEST_F(FileTest, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
+    mkfifo((path / "pipe").c_str(), 0600);
+    struct {
+        std::u16string sName;
+        HRESULT hrRead, hrUpdate, hrCreate;
+    } const arrCases[] = {
+        {Name("none"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, S_OK},
+        {Name("no/such/folder"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE},
+        {Name("pipe"), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
+        {Name(""), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
+        {u"/dev/zero", ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
+        {u"", E_INVALIDARG, E_INVALIDARG, E_INVALIDARG},
+    };
+    for (const auto& c : arrCases) {
+        SCOPED_TRACE(Utf8FromUtf16(c.sName));
+        File file;
+        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Read), c.hrRead);
+        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Update), c.hrUpdate);
+        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Create), c.hrCreate);
+    }
+}
+
+TEST_F(FileTest, PositionsPastTheEndReadShortAndGapsReadAsZeros) {
+    const std::u16string sName = Name("\xC3\xA9.bin");
+    File file;
+    ASSERT_EQ(file.Open(sName.c_str(), File::Access::Create), S_OK);
+    ASSERT_EQ(file.WriteAt(10, "abc", 3), S_OK);
+    uint64_t cbSize = 0;
+    EXPECT_EQ(file.Size(&cbSize), S_OK);
+    EXPECT_EQ(cbSize, 13u);
+    char sz[8] = "xxxxxxx";
+    size_t cbRead = 0;
+    EXPECT_EQ(file.ReadAt(9, sz, 8, &cbRead), S_FALSE);
+    EXPECT_EQ(std::string(sz, cbRead), std::string("\0abc", 4));
+    EXPECT_EQ(file.ReadAt(13, sz, 1, &cbRead), S_FALSE);
+    EXPECT_EQ(cbRead, 0u);
+    EXPECT_EQ(file.ReadAt(UINT64_MAX, sz, 1, &cbRead), E_INVALIDARG);
+    EXPECT_EQ(file.WriteAt(UINT64_MAX - 1, sz, 4), E_INVALIDARG);
+
+    ASSERT_EQ(file.Open(sName.c_str(), File::Access::Read), S_OK);
+    EXPECT_TRUE(Failed(file.WriteAt(0, "z", 1)));
+    ASSERT_EQ(file.Open(sName.c_str(), File::Access::Update), S_OK);
+    EXPECT_EQ(file.ReadAt(10, sz, 3, &cbRead), S_OK);
+    ASSERT_EQ(file.Open(sName.c_str(), File::Access::Create), S_OK);
+    EXPECT_EQ(file.Size(&cbSize), S_OK);
+    EXPECT_EQ(cbSize, 0u);
+}
+
+}  // namespace
+}  // namespace zr
