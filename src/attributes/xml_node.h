@@ -1,0 +1,271 @@
+#pragma once
+// The tree in which everything that is described in text lives: settings, scene elements, saved configurations.
+
+#include <atomic>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "attributes/attr_value.h"
+#include "attributes/named_list.h"
+#include "attributes/objects_map.h"
+#include "platform/rw_lock.h"
+#include "zr/enums.h"
+#include "zr/ptr.h"
+
+namespace zr {
+
+class XMLNodeBase;
+using XMLNodeRef = ZrPtr<XMLNodeBase>;
+
+// How XML text is read; the defaults are for whole documents.
+struct XML_READ_OPTIONS {
+    bool bBodyOnly = false;   // the text is what stands inside a tag
+    bool bKeepSpace = false;  // texts keep blanks around them, and texts of blanks are texts
+    bool bNoFold = false;     // line breaks and tabs in texts stay what they are
+};
+
+// How XML text is written.
+struct XML_WRITE_OPTIONS {
+    int32_t nIndent = 0;      // tabs before the top; below 0 everything goes on one line
+    bool bTerminate = false;  // a zero character at the end
+    bool bTextFlow = false;   // lines break around blocks, not around text and the tags that are set within it
+};
+
+// One node: its name, its attributes in order, its children in order, texts among them, and the run-time objects kept
+// with it. All of the tree is here; XMLNodeImpl adds the type of the node.
+//
+// Names are found without regard to case. A path is names joined by "::"; empty names in it are passed over. Functions
+// that take a path of an attribute look its last name up at the node that the names before it lead to.
+//
+// Any thread may call anything; each call is whole by itself. A node must not be used after the last reference to it,
+// nor walked up from after its parent is gone. Lock order: children lock of a node, then that of its child, then an
+// attribute lock; the objects lock is a leaf. Throws std::bad_alloc only.
+class XMLNodeBase : public IUnknown {
+public:
+    // How far below its top the reader and the paths make nodes.
+    static constexpr size_t kMaxDepth = 4096;
+
+    XMLNodeBase(const XMLNodeBase&) = delete;
+    XMLNodeBase& operator=(const XMLNodeBase&) = delete;
+
+    HRESULT QueryInterface(const GUID& _iid, void** _ppv) override;
+    uint32_t AddRef() override { return nReferences.fetch_add(1, std::memory_order_relaxed) + 1; }
+    uint32_t Release() override;
+
+    // --- The node itself
+
+    // The name by which the parent finds it: the id of a node that its id attribute renamed. Empty for a text.
+    std::u16string Name() const;
+    // What it is written as: the name it had before it got its id.
+    std::u16string Tag() const;
+    void Rename(std::u16string_view _name);
+    // Changes what it is written as: its name unless it has an id, which stays.
+    void SetTag(std::u16string_view _tag);
+    bool IsText() const { return bText; }
+    bool HasName(const NameKey& _key) const;  // Name() without regard to case
+    bool HasTag(const NameKey& _key) const;   // Tag() without regard to case
+
+    // The name of the attribute that is really the node's name; null when there is none. New children inherit it.
+    const NameKey* IdAttribute() const { return pIdAttribute; }
+    // Children so named do not count as children; the first is the schema's, whose attributes are nobody's.
+    std::span<const NameKey> HiddenNames() const { return arrHiddenNames; }
+    bool SkipFirstHidden() const { return bSkipFirstHidden; }
+    // Whether this node's body is given out and taken in as XML, by its name.
+    bool IsRawXml() const;
+
+    // --- Attributes, by path
+
+    bool HasAttribute(std::u16string_view _path) const;
+    // Reads an attribute as one kind. False, and _value unchanged, when there is none.
+    template <AttrBinary T>
+    bool GetAttribute(std::u16string_view _path, T& _value) const;
+    bool GetAttribute(std::u16string_view _path, std::u16string& _value) const;
+    bool GetColour(std::u16string_view _path, AttrColour _default, AttrColour& _value) const;
+    // The same with a value for when there is none.
+    template <AttrBinary T>
+    T AttributeOr(std::u16string_view _path, T _default) const {
+        GetAttribute(_path, _default);
+        return _default;
+    }
+    std::u16string AttributeOr(std::u16string_view _path, std::u16string_view _default) const;
+
+    // Overwrites or adds an attribute, making the nodes of the path. False: the path is too deep.
+    template <AttrBinary T>
+    bool SetAttribute(std::u16string_view _path, T _value);
+    bool SetAttribute(std::u16string_view _path, std::u16string_view _text);
+    // False: there is none.
+    bool RemoveAttribute(std::u16string_view _path);
+
+    // --- Own attributes, by the name as it stands or by position
+
+    size_t AttributeCount() const;
+    // Either out may be null. False: no such position.
+    bool AttributeAt(size_t _i, std::u16string* _pName, std::u16string* _pText) const;
+    bool HasOwnAttribute(const NameKey& _key) const;
+    // False: it is there and _bOverwrite is not set.
+    bool SetOwnAttribute(const NameKey& _key, std::u16string_view _text, bool _bOverwrite = true);
+    void RemoveAttributes();
+    // As in a tag: each with a blank before it, _prefix before its name, its text in quotes.
+    void WriteAttributes(std::u16string& _out, std::u16string_view _prefix = {}) const;
+    // Takes over the own attributes of another node.
+    void CopyAttributesFrom(const XMLNodeBase& _source, eZrUpdateType _eUpdate);
+
+    // --- Children
+
+    XMLNodeRef ParentNode() const { return pParent.load(std::memory_order_acquire); }
+    bool HasParent() const { return pParent.load(std::memory_order_acquire) != nullptr; }
+    size_t ChildCount() const;  // texts and hidden ones too
+    XMLNodeRef ChildNodeAt(size_t _i) const;
+    XMLNodeRef FindChildNode(const NameKey& _key, size_t _nOccurrence = 0) const;
+    std::vector<XMLNodeRef> ChildNodes() const;
+    // Children that are neither texts nor hidden.
+    size_t ElementCount() const;
+    XMLNodeRef ElementNodeAt(size_t _i) const;
+    // The node at a path; with _bCreate the missing ones are made. _pLast (may be null): the walk stops one short and
+    // gives the last name back. Empty: there is none, or the path is too deep.
+    XMLNodeRef FindNode(std::u16string_view _path, bool _bCreate = false, std::u16string_view* _pLast = nullptr);
+    // A new node at the end of a path, beside any of that name. Empty: the path has no name in it or is too deep.
+    XMLNodeRef AddNode(std::u16string_view _path);
+    // A negative or too large position appends. False: the node is this one or above it, or has a parent.
+    bool InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition = -1);
+    // False: it is no child of this node.
+    bool RemoveChildNode(XMLNodeBase* _pChild);
+    void RemoveChildren();
+    // Moves a child to another position. False: it is no child of this node, or there is no such position.
+    bool MoveChildNode(XMLNodeBase* _pChild, size_t _nPosition);
+    // Takes this node out of its parent. False: it has none.
+    bool Detach();
+
+    // --- Texts
+
+    // A text's own; for another node that of its first text child, empty when there is none.
+    std::u16string Text() const;
+    void SetText(std::u16string_view _text);
+    void AppendText(std::u16string_view _text);
+
+    // --- XML
+
+    // Reads XML into this node, whose children and attributes go first. _ppEnd (may be null): in, where the text ends
+    // at the latest, null for its zero; out, behind what was read. E_INVALIDARG: no text, or none that opens a tag; cut
+    // and misnested text is no error. E_OUTOFMEMORY: what was read so far is there.
+    HRESULT Parse(const char16_t* _szXml, const char16_t** _ppEnd = nullptr, const XML_READ_OPTIONS& _options = {});
+    HRESULT Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _options = {});
+    // Appends the node and all below it to _out.
+    void Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options = {}) const;
+    // Makes _target's children copies of this node's, and its attributes by the mode. _bWithName: the name and tag too.
+    // _arrLeaveOut: children of these names are not copied, at any depth. Returns how many nodes were copied, this
+    // one included; 0 when the target is this node.
+    size_t CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType _eUpdate,
+                  std::span<const NameKey> _arrLeaveOut = {}) const;
+
+    // --- Run-time objects
+
+    ObjectsMap::ObjectPtr Object(const NameKey& _key) const;
+    // The value inside, null when there is none of this type.
+    template <class T>
+    T ObjectAs(const NameKey& _key) const {
+        const ObjectsMap::ObjectPtr p = Object(_key);
+        const T* pValue = ObjectVal<T>::In(p);
+        return pValue ? *pValue : T();
+    }
+    void SetObject(const NameKey& _key, ObjectsMap::ObjectPtr _pObject);
+    bool RemoveObject(const NameKey& _key);
+    void RemoveObjects();
+    // Those of one name, of this node and all below it, top first.
+    std::vector<ObjectsMap::ObjectPtr> CollectObjects(const NameKey& _key) const;
+    // Removes all objects of this node and all below it.
+    void RemoveObjectsBelow();
+
+protected:
+    XMLNodeBase() = default;
+    virtual ~XMLNodeBase();
+
+    // A new node of the same type, with one reference. Throws std::bad_alloc.
+    virtual XMLNodeBase* NewNode() const = 0;
+    void SetIdAttribute(const NameKey* _pKey) { pIdAttribute = _pKey; }
+    void SetHiddenNames(std::span<const NameKey> _arrNames) { arrHiddenNames = _arrNames; }
+    void SetRawXmlNames(std::span<const NameKey> _arrNames) { arrRawXmlNames = _arrNames; }
+    void SetNew_I(std::u16string_view _name, XMLNodeBase* _pParent, bool _bText);
+
+private:
+    friend class XMLReader;
+    friend class XMLWriter;
+    friend class AttributeAccess;
+
+    static void DestroyTree(XMLNodeBase* _pTop);
+    XMLNodeRef NewElement(std::u16string_view _name) const;
+    XMLNodeRef NewText(std::u16string_view _text) const;
+    void SetId(const NameKey& _name);
+    size_t Depth() const;
+
+    std::atomic<uint32_t> nReferences{1};
+    bool bText = false;
+    bool bNoFormat = false;  // the writer keeps the node on one line
+    bool bSkipFirstHidden = true;
+    std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted
+    const NameKey* pIdAttribute = nullptr;
+    std::span<const NameKey> arrHiddenNames;
+    std::span<const NameKey> arrRawXmlNames;
+
+    mutable CRWSynchroLiteCS lockAttributes;
+    CRWSynchroLiteCS* pLockAttributes = &lockAttributes;  // guards name, strType, arrAttributes
+    mutable AttrValue name;                               // of a text its text
+    SmallText strType;                                    // the tag of a node that its id renamed
+    mutable NamedList<AttrValue> arrAttributes;           // mutable: reading a value may change its form
+
+    mutable CRWSynchroLiteCS lockChildren;
+    NamedList<XMLNodeRef> arrChildren;  // under lockChildren; texts have no name
+
+    mutable CRWSynchroLiteRW lockObjects;
+    ObjectsMap objects;  // under lockObjects
+};
+
+// The node type's own face on the tree: every node below a Derived is a Derived. Ptr holds one.
+template <class Derived, class Ptr>
+class XMLNodeImpl : public XMLNodeBase {
+public:
+    // A new node that knows its parent but is not among its children yet. Throws std::bad_alloc.
+    static Ptr Create(std::u16string_view _name, Derived* _pParent = nullptr, const NameKey* _pIdAttribute = nullptr) {
+        Ptr p = Ptr::Attach(new Derived());
+        p->SetIdAttribute(_pIdAttribute);
+        p->SetNew_I(_name, _pParent, false);
+        return p;
+    }
+    static Ptr CreateText(std::u16string_view _text, Derived* _pParent = nullptr) {
+        Ptr p = Ptr::Attach(new Derived());
+        p->SetNew_I(_text, _pParent, true);
+        return p;
+    }
+
+    Ptr Parent() const { return Typed(ParentNode()); }
+    Ptr ChildAt(size_t _i) const { return Typed(ChildNodeAt(_i)); }
+    Ptr FindChild(const NameKey& _key, size_t _nOccurrence = 0) const {
+        return Typed(FindChildNode(_key, _nOccurrence));
+    }
+    Ptr ElementAt(size_t _i) const { return Typed(ElementNodeAt(_i)); }
+    Ptr Find(std::u16string_view _path, bool _bCreate = false, std::u16string_view* _pLast = nullptr) {
+        return Typed(FindNode(_path, _bCreate, _pLast));
+    }
+    Ptr Add(std::u16string_view _path) { return Typed(AddNode(_path)); }
+    bool AppendChild(const Ptr& _pChild) { return InsertChildNode(XMLNodeRef(_pChild.Get())); }
+    bool InsertChild(const Ptr& _pChild, ptrdiff_t _nPosition) {
+        return InsertChildNode(XMLNodeRef(_pChild.Get()), _nPosition);
+    }
+    bool RemoveChild(Derived* _pChild) { return RemoveChildNode(_pChild); }
+    // A copy of this node and all below it, a top of its own.
+    Ptr Clone() const {
+        Ptr p = Create(u"clone", nullptr, IdAttribute());
+        CopyTo(*p, true, eZrUT_ClearDest);
+        return p;
+    }
+
+protected:
+    XMLNodeBase* NewNode() const override { return new Derived(); }
+
+private:
+    static Ptr Typed(XMLNodeRef _p) { return Ptr::Attach(static_cast<Derived*>(_p.Detach())); }
+};
+
+}  // namespace zr
