@@ -1,15 +1,14 @@
 #pragma once
-// Text between UTF-8, which files and the system speak, and UTF-16, which the library speaks.
+// The conversions of zr/utf8.h under names that say both ends.
 
 #include <string>
 #include <string_view>
 
+#include "zr/utf8.h"
+
 namespace zr {
 
-// Never fails: each malformed run (the longest that could have begun a character, or one byte) becomes U+FFFD.
-// At most as many units as bytes. Throws std::bad_alloc.
-std::u16string Utf16FromUtf8(std::string_view _sv);
-// A surrogate without its partner becomes U+FFFD. Throws std::bad_alloc.
-std::string Utf8FromUtf16(std::u16string_view _sv);
+inline std::u16string Utf16FromUtf8(std::string_view _sv) { return ToUtf16(_sv); }
+inline std::string Utf8FromUtf16(std::u16string_view _sv) { return ToUtf8(_sv); }
 
 }  // namespace zr

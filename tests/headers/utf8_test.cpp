@@ -25,6 +25,7 @@ constexpr DECODE_CASE arrMalformed[] = {
     {"surrogate_pair_as_six_bytes", "\xED\xA0\xBD\xED\xB8\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},
     {"one_above_the_last", "\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
     {"never_a_byte", "\xFE\xFF\xF5", u"\uFFFD\uFFFD\uFFFD"},
+    {"lead_of_what_lies_above", "\xF5\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
     {"two_bytes_cut_by_end", "a\xC3", u"a\uFFFD"},
     {"three_bytes_cut_by_end", "\xE2\x82", u"\uFFFD"},
     {"four_bytes_cut_by_end", "\xF0\x9F\x98", u"\uFFFD"},
@@ -58,9 +59,11 @@ TEST(Utf8, ConvertsWellFormedTextBothWays) {
 TEST(Utf8, ReplacesSurrogatesWithoutPartner) {
     const char16_t arrHighThenLetter[] = {0xD83D, u'a'};
     const char16_t arrLowThenHigh[] = {0xDE00, 0xD83D};
+    const char16_t arrTwoLow[] = {0xDE00, 0xDE00};
     const char16_t arrTwoHighThenLow[] = {0xD83D, 0xD83D, 0xDE00};
     EXPECT_EQ(ToUtf8({arrHighThenLetter, 2}), "\xEF\xBF\xBD"s + "a");
     EXPECT_EQ(ToUtf8({arrLowThenHigh, 2}), "\xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_EQ(ToUtf8({arrTwoLow, 2}), "\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(ToUtf8({arrTwoHighThenLow, 3}), "\xEF\xBF\xBD\xF0\x9F\x98\x80");
 }
 
