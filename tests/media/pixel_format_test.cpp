@@ -1,0 +1,117 @@
+#include "media/pixel_format.h"
+
+#include <gtest/gtest.h>
+
+namespace zr {
+namespace {
+
+TEST(PixelFormat, RowAndPictureBytes) {
+    struct CASE {
+        const char* szName;
+        eZrFCC fccType;
+        int32_t nWidth, nHeight;
+        int32_t nRowBytes;
+        uint64_t nPicture;
+    };
+    constexpr CASE arrCases[] = {
+        {"UYVY", eZrFCC_UYVY, 720, 576, 1440, 829440},
+        {"packed rows are multiples of 4", eZrFCC_RGB24, 721, 2, 2164, 4328},  // 721 x 3 = 2163
+        {"RGB8, one pixel", eZrFCC_RGB8, 1, 3, 4, 12},
+        {"RGB32 top-down", eZrFCC_RGB32, 1920, -1080, 7680, 8294400},
+        {"v210, 40 groups", eZrFCC_v210, 1920, 1080, 5120, 5529600},
+        {"v210, last group part full", eZrFCC_v210, 1280, 720, 3456, 2488320},
+        {"v210, one pixel", eZrFCC_v210, 1, 1, 128, 128},
+        {"r210", kFCC_r210, 1920, 1, 7680, 7680},
+        {"r210, last group part full", kFCC_r210, 1921, 1, 7936, 7936},
+        {"I420: luma row, 3/2 picture", eZrFCC_I420, 1920, 1080, 1920, 3110400},
+        {"YV12, odd width stays", eZrFCC_YV12, 721, 4, 721, 4326},
+        {"NV12 is 4:2:0 whatever its bits", eZrFCC_NV12, 1280, 720, 1280, 1382400},
+        {"Y422", kFCC_Y422, 1280, 720, 1280, 1843200},
+        {"Y444", kFCC_Y444, 1280, 720, 1280, 2764800},
+        {"IYU2 packed", kFCC_IYU2, 5, 2, 16, 32},
+        {"YVU9 by its bits", kFCC_YVU9, 720, 1, 812, 812},  // 6480 bits
+        {"unknown code", kFCC_MJPG, 1920, 1080, 0, 0},
+        {"no width", eZrFCC_UYVY, 0, 1080, 0, 0},
+        {"negative width", eZrFCC_v210, -1920, 1080, 0, 0},
+        {"widest row is cut", eZrFCC_RGB32, INT32_MAX, 1, INT32_MAX, INT32_MAX},
+        {"largest picture", kFCC_Y444, INT32_MAX, INT32_MIN, INT32_MAX, 13835058042397261827u},  // 3 x (2^31 - 1)^2
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        EXPECT_EQ(MinRowBytes(c.fccType, c.nWidth), c.nRowBytes);
+        EXPECT_EQ(PictureBytes({.fccType = c.fccType, .nWidth = c.nWidth, .nHeight = c.nHeight}), c.nPicture);
+    }
+    EXPECT_EQ(PictureBytes({.fccType = eZrFCC_UYVY, .nWidth = 8, .nHeight = -3, .nRowBytes = 64}), 192u);
+}
+
+TEST(PixelFormat, RowOrderAndKnownness) {
+    struct CASE {
+        eZrFCC fccType;
+        int32_t nBits;
+        bool bPlanar, bBottomUp, bPackedKnown;
+    };
+    constexpr CASE arrCases[] = {
+        {eZrFCC_UYVY, 16, false, false, true},    {eZrFCC_HDYC, 16, false, false, true},
+        {eZrFCC_YUY2, 16, false, false, true},    {eZrFCC_YVYU, 16, false, false, true},
+        {eZrFCC_v210, 20, false, false, true},    {kFCC_r210, 32, false, true, true},
+        {eZrFCC_RGB8, 8, false, true, true},      {kFCC_RGB565, 16, false, true, false},
+        {kFCC_RGB555, 16, false, true, false},    {eZrFCC_RGB24, 24, false, true, true},
+        {eZrFCC_RGB32, 32, false, true, true},    {eZrFCC_ARGB32, 32, false, true, true},
+        {eZrFCC_I420, 12, true, false, false},    {eZrFCC_YV12, 12, true, false, false},
+        {eZrFCC_NV12, 16, true, false, false},    {kFCC_Y422, 16, true, false, false},
+        {kFCC_Y444, 24, true, false, false},      {kFCC_IYU2, 24, false, false, false},
+        {kFCC_YVU9, 9, false, false, false},      {kFCC_MJPG, 0, false, false, false},
+        {eZrFCC_Default, 0, false, false, false},
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.fccType);
+        EXPECT_EQ(PixelFormatBits(c.fccType), c.nBits);
+        EXPECT_EQ(PixelFormatPlanar(c.fccType), c.bPlanar);
+        EXPECT_EQ(PixelFormatBottomUp(c.fccType), c.bBottomUp);
+        EXPECT_EQ(PixelFormatPackedKnown(c.fccType), c.bPackedKnown);
+    }
+}
+
+TEST(PixelFormat, TextAndCode) {
+    struct CASE {
+        const char* szName;
+        const char16_t* szText;
+        uint32_t nCode;
+        const char16_t* szPrinted;
+    };
+    constexpr CASE arrCases[] = {
+        {"case is ignored in names", u"argb32", 0x773C9AC0, u"ARGB32"},
+        {"V210 is v210", u"V210", 0x30313276, u"v210"},
+        {"hdyc", u"hdyc", 0x43594448, u"HDYC"},
+        {"y422", u"y422", 0x32323459, u"Y422"},
+        {"mjpg", u"mjpg", 0x47504A4D, u"MJPG"},
+        {"RGB8 is the media type, not four characters", u"RGB8", 0xE436EB7A, u"RGB8"},
+        {"RGB4 has four characters", u"RGB4", 0x34424752, u"RGB4"},
+        {"ARGB4444", u"Argb4444", 0x6E6415E6, u"ARGB4444"},
+        {"BI_BITFIELDS", u"bi_bitfields", 3, u"BI_BITFIELDS"},
+        {"raw code keeps its case", u"avc1", 0x31637661, u"avc1"},
+        {"raw code with a blank", u"DIB ", 0x20424944, u"DIB "},
+        {"wide characters have no byte", u"\u0416abc", 0x6362613F, u"?abc"},
+        {"five characters", u"RGB16", 0, u"BI_RGB"},
+        {"a name that is only printed", u"RGB565", 0, u"BI_RGB"},
+        {"empty", u"", 0, u"BI_RGB"},
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        const eZrFCC fccType = ParsePixelFormat(c.szText);
+        EXPECT_EQ(fccType, c.nCode);
+        EXPECT_EQ(PixelFormatText(fccType), c.szPrinted);
+        EXPECT_EQ(ParsePixelFormat(PixelFormatText(fccType)), fccType);
+    }
+    EXPECT_EQ(PixelFormatText(eZrFCC{0xE436EB78}), u"RGB1");
+    EXPECT_EQ(PixelFormatText(kFCC_RGB565), u"RGB565");
+    EXPECT_EQ(PixelFormatText(kFCC_RGB555), u"RGB555");
+    EXPECT_EQ(PixelFormatText(eZrFCC_RGB24), u"RGB24");
+    EXPECT_EQ(PixelFormatText(eZrFCC_RGB32), u"RGB32");
+    EXPECT_EQ(PixelFormatText(kFCC_ARGB1555), u"ARGB1555");
+    EXPECT_EQ(PixelFormatText(eZrFCC{0x7F414141}), u"0x7F414141");  // DEL does not print
+    EXPECT_EQ(PixelFormatText(eZrFCC{0xABC}), u"0xABC");
+}
+
+}  // namespace
+}  // namespace zr
