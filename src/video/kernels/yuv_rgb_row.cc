@@ -1,0 +1,243 @@
+#include "video/kernels/yuv_rgb_row.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "video/kernels/yuv_rgb_row.cc"
+#include <hwy/foreach_target.h>  // what follows is compiled once per CPU target
+#include <hwy/highway.h>
+
+#include "video/kernels/vector_ops-inl.h"
+HWY_BEFORE_NAMESPACE();
+namespace zr::HWY_NAMESPACE {
+namespace {
+
+template <eYuvOrder kOrder>
+constexpr int kLumaAt = kOrder == eYuvOrder::CbYCrY ? 1 : 0;
+
+template <eYuvOrder kOrder>
+void BgraToYuvPair(const RGB_TO_YUV& m, const uint8_t* src, uint8_t* dst) {
+    const int nB = src[0] + src[4], nG = src[1] + src[5], nR = src[2] + src[6];
+    dst[kLumaAt<kOrder>] = LumaOf(m, src[0], src[1], src[2]);
+    dst[kLumaAt<kOrder> + 2] = LumaOf(m, src[4], src[5], src[6]);
+    dst[1 - kLumaAt<kOrder>] = CbOf(m, nB, nG, nR);
+    dst[3 - kLumaAt<kOrder>] = CrOf(m, nB, nG, nR);
+}
+
+template <eYuvOrder kOrder, bool k709>
+void YuvToBgraPair(const uint8_t* src, uint8_t* dst, uint8_t nAlpha) {
+    const int nCb = src[1 - kLumaAt<kOrder>], nCr = src[3 - kLumaAt<kOrder>];
+    for (int i = 0; i < 2; ++i) {
+        const int nY = src[kLumaAt<kOrder> + 2 * i];
+        const BGR8 pixel = k709 ? BgrOf709(nY, nCb, nCr) : BgrOf601(nY, nCb, nCr);
+        dst[4 * i] = pixel.nB;
+        dst[4 * i + 1] = pixel.nG;
+        dst[4 * i + 2] = pixel.nR;
+        dst[4 * i + 3] = nAlpha;
+    }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+// ---- RGB to 4:2:2
+
+struct YuvFactors {
+    explicit HWY_INLINE YuvFactors(const RGB_TO_YUV& m)
+        : yBR(SetPair(m.nYB, m.nYR)),
+          yG(SetPair(m.nYG, 0)),
+          cBR(SetPairs(m.nCbB, m.nCbR, m.nCrB, m.nCrR)),
+          cG(SetPairs(m.nCbG, 0, m.nCrG, 0)),
+          yStart(vec::Set(D32(), m.nRoundY + (16 << m.nShift))),
+          cStart(vec::Set(D32(), m.nRoundC + (128 << (m.nShift + 1)))) {}
+    V16 yBR, yG, cBR, cG;
+    V32 yStart, cStart;
+};
+
+// One vector of pixels: their luma, and for each pair Cb in its even and Cr in its odd lane, all 32 bits wide.
+template <int kShift>
+HWY_INLINE void LumaAndChroma(const uint8_t* src, const YuvFactors& f, V32& luma, V32& chroma) {
+    const D16 d16;
+    const D32 d32;
+    const V8 pixels = vec::LoadU(D8(), src);
+    const V16 br = vec::And(vec::BitCast(d16, pixels), vec::Set(d16, 0x00FF));
+    const V16 ga = vec::BitCast(d16, vec::ShiftRight<8>(vec::BitCast(DU16(), pixels)));
+    luma = vec::ShiftRight<kShift>(PairwiseMulAdd(ga, f.yG, PairwiseMulAdd(br, f.yBR, f.yStart)));
+    const V16 brSum = vec::Add(br, vec::BitCast(d16, vec::Reverse2(d32, vec::BitCast(d32, br))));
+    const V16 gaSum = vec::Add(ga, vec::BitCast(d16, vec::Reverse2(d32, vec::BitCast(d32, ga))));
+    chroma = vec::ShiftRight<kShift + 1>(PairwiseMulAdd(gaSum, f.cG, PairwiseMulAdd(brSum, f.cBR, f.cStart)));
+}
+
+template <eYuvOrder kOrder, int kShift>
+HWY_INLINE size_t BgraToYuvVectors(const RGB_TO_YUV& m, const uint8_t* src, uint8_t* dst, size_t nPairs) {
+    const D16 d16;
+    const size_t nStep = vec::Lanes(d16) / 2;  // pairs whose 4:2:2 form fills a vector
+    const YuvFactors f(m);
+    size_t x = 0;
+    for (; nPairs - x >= nStep; x += nStep) {
+        V32 luma0, chroma0, luma1, chroma1;
+        LumaAndChroma<kShift>(src + 8 * x, f, luma0, chroma0);
+        LumaAndChroma<kShift>(src + 8 * x + vec::Lanes(D8()), f, luma1, chroma1);
+        const V16 luma = vec::ReorderDemote2To(d16, luma0, luma1);
+        const V16 chroma = vec::ReorderDemote2To(d16, chroma0, chroma1);
+        const V16 yuv = kOrder == eYuvOrder::CbYCrY ? vec::Or(chroma, vec::ShiftLeft<8>(luma))
+                                                    : vec::Or(luma, vec::ShiftLeft<8>(chroma));
+        vec::StoreU(vec::BitCast(D8(), OrderPackedHalves(yuv)), D8(), dst + 4 * x);
+    }
+    return x;
+}
+
+// ---- 4:2:2 to RGB
+
+// Copies each even (or odd) 16-bit lane over its neighbour.
+template <bool kOdd>
+HWY_INLINE V16 DuplicateLanes(V16 v) {
+    alignas(16) static constexpr uint8_t arrEven[16] = {0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13};
+    alignas(16) static constexpr uint8_t arrOdd[16] = {2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15};
+    return vec::BitCast(D16(),
+                        vec::TableLookupBytes(vec::BitCast(D8(), v), vec::LoadDup128(D8(), kOdd ? arrOdd : arrEven)));
+}
+
+// Exchanges the 16-bit lanes of each pair.
+HWY_INLINE V16 SwapLanes(V16 v) {
+    alignas(16) static constexpr uint8_t arrSwap[16] = {2, 3, 0, 1, 6, 7, 4, 5, 10, 11, 8, 9, 14, 15, 12, 13};
+    return vec::BitCast(D16(), vec::TableLookupBytes(vec::BitCast(D8(), v), vec::LoadDup128(D8(), arrSwap)));
+}
+
+// The three channels of a vector of pixels as 16-bit lanes, not yet limited to bytes. 601: see BgrOf601.
+template <eYuvOrder kOrder>
+HWY_INLINE void Channels601(V16 yuv, V16& b, V16& g, V16& r) {
+    const D16 d16;
+    const auto yuvBits = vec::BitCast(DU16(), yuv);
+    const auto high = vec::And(yuvBits, vec::Set(DU16(), 0xFF00)), low = vec::ShiftLeft<8>(yuvBits);
+    const auto lumaHigh = kOrder == eYuvOrder::CbYCrY ? high : low;
+    const V16 chroma = vec::BitCast(d16, vec::Xor(kOrder == eYuvOrder::CbYCrY ? low : high, vec::Set(DU16(), 0x8000)));
+    const V16 y = vec::Sub(vec::BitCast(d16, vec::MulHigh(lumaHigh, vec::Set(DU16(), 19077))), vec::Set(d16, 1160));
+    const V16 br = vec::MulFixedPoint15(chroma, SetPair(16525, 13075));
+    const V16 gHalves = vec::MulFixedPoint15(chroma, SetPair(-3209, -6660));
+    b = vec::ShiftRight<6>(vec::SaturatedAdd(y, DuplicateLanes<false>(br)));
+    g = vec::ShiftRight<6>(vec::Add(y, vec::Add(gHalves, SwapLanes(gHalves))));
+    r = vec::ShiftRight<6>(vec::Add(y, DuplicateLanes<true>(br)));
+}
+
+// 709, in 16 bits without loss: 298 = 256 + 42, 542 = 512 + 30, -137 = -256 + 119, 459 = 512 - 53, so that the high
+// parts need no shift and the low parts stay below 32768.
+template <eYuvOrder kOrder>
+HWY_INLINE void Channels709(V16 yuv, V16& b, V16& g, V16& r) {
+    const D16 d16;
+    const V16 low = vec::And(yuv, vec::Set(d16, 0x00FF));
+    const V16 high = vec::BitCast(d16, vec::ShiftRight<8>(vec::BitCast(DU16(), yuv)));
+    const V16 y = vec::Sub(kOrder == eYuvOrder::CbYCrY ? high : low, vec::Set(d16, 16));
+    const V16 chroma = vec::Sub(kOrder == eYuvOrder::CbYCrY ? low : high, vec::Set(d16, 128));
+    const V16 cb = DuplicateLanes<false>(chroma), cr = DuplicateLanes<true>(chroma);
+    const V16 yLow = vec::Mul(y, vec::Set(d16, 42));
+    const V16 gHalves = vec::Mul(chroma, SetPair(-55, 119));
+    const V16 gLow = vec::Add(yLow, vec::Add(gHalves, SwapLanes(gHalves)));
+    b = vec::Add(vec::Add(y, vec::Add(cb, cb)), vec::ShiftRight<8>(vec::Add(yLow, vec::Mul(cb, vec::Set(d16, 30)))));
+    g = vec::Add(vec::Sub(y, cr), vec::ShiftRight<8>(gLow));
+    r = vec::Add(vec::Add(y, vec::Add(cr, cr)), vec::ShiftRight<8>(vec::Sub(yLow, vec::Mul(cr, vec::Set(d16, 53)))));
+}
+
+HWY_INLINE void StoreBgra(V16 b, V16 g, V16 r, V16 alpha, uint8_t* dst) {
+    const D8 d8;
+    const D16 d16;
+    const V8 br = PackBlocks(b, r), ga = PackBlocks(g, alpha);
+    const V16 bg = vec::BitCast(d16, vec::InterleaveLower(d8, br, ga));
+    const V16 ra = vec::BitCast(d16, vec::InterleaveUpper(d8, br, ga));
+    StoreBlocksInTurn(vec::BitCast(d8, vec::InterleaveLower(d16, bg, ra)),
+                      vec::BitCast(d8, vec::InterleaveUpper(d16, bg, ra)), dst);
+}
+
+template <eYuvOrder kOrder, bool k709>
+HWY_INLINE size_t YuvToBgraVectors(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8_t nAlpha) {
+    const D16 d16;
+    const size_t nStep = vec::Lanes(d16) / 2;
+    const V16 alpha = vec::Set(d16, nAlpha);
+    size_t x = 0;
+    for (; nPairs - x >= nStep; x += nStep) {
+        const V16 yuv = vec::BitCast(d16, vec::LoadU(D8(), src + 4 * x));
+        V16 b, g, r;
+        if constexpr (k709) {
+            Channels709<kOrder>(yuv, b, g, r);
+        } else {
+            Channels601<kOrder>(yuv, b, g, r);
+        }
+        StoreBgra(b, g, r, alpha, dst + 8 * x);
+    }
+    return x;
+}
+
+#else
+
+template <eYuvOrder kOrder, int kShift>
+size_t BgraToYuvVectors(const RGB_TO_YUV&, const uint8_t*, uint8_t*, size_t) {
+    return 0;
+}
+template <eYuvOrder kOrder, bool k709>
+size_t YuvToBgraVectors(const uint8_t*, uint8_t*, size_t, uint8_t) {
+    return 0;
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+template <eYuvOrder kOrder, int kShift>
+HWY_INLINE void BgraToYuvRow(const RGB_TO_YUV& m, const uint8_t* src, uint8_t* dst, size_t nPairs) {
+    for (size_t x = BgraToYuvVectors<kOrder, kShift>(m, src, dst, nPairs); x < nPairs; ++x)
+        BgraToYuvPair<kOrder>(m, src + 8 * x, dst + 4 * x);
+}
+
+template <eYuvOrder kOrder, bool k709>
+HWY_INLINE void YuvToBgraRow(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8_t nAlpha) {
+    for (size_t x = YuvToBgraVectors<kOrder, k709>(src, dst, nPairs, nAlpha); x < nPairs; ++x)
+        YuvToBgraPair<kOrder, k709>(src + 4 * x, dst + 8 * x, nAlpha);
+}
+
+void BgraToUyvyRow601Impl(const uint8_t* src, uint8_t* dst, size_t nPairs) {
+    BgraToYuvRow<eYuvOrder::CbYCrY, kRgbToYuv601.nShift>(kRgbToYuv601, src, dst, nPairs);
+}
+void BgraToYuy2Row601Impl(const uint8_t* src, uint8_t* dst, size_t nPairs) {
+    BgraToYuvRow<eYuvOrder::YCbYCr, kRgbToYuv601.nShift>(kRgbToYuv601, src, dst, nPairs);
+}
+void BgraToUyvyRow709Impl(const uint8_t* src, uint8_t* dst, size_t nPairs) {
+    BgraToYuvRow<eYuvOrder::CbYCrY, kRgbToYuv709.nShift>(kRgbToYuv709, src, dst, nPairs);
+}
+void UyvyToBgraRow601Impl(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8_t nAlpha) {
+    YuvToBgraRow<eYuvOrder::CbYCrY, false>(src, dst, nPairs, nAlpha);
+}
+void Yuy2ToBgraRow601Impl(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8_t nAlpha) {
+    YuvToBgraRow<eYuvOrder::YCbYCr, false>(src, dst, nPairs, nAlpha);
+}
+void UyvyToBgraRow709Impl(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8_t nAlpha) {
+    YuvToBgraRow<eYuvOrder::CbYCrY, true>(src, dst, nPairs, nAlpha);
+}
+
+}  // namespace
+}  // namespace zr::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zr {
+HWY_EXPORT(BgraToUyvyRow601Impl);
+HWY_EXPORT(BgraToYuy2Row601Impl);
+HWY_EXPORT(BgraToUyvyRow709Impl);
+HWY_EXPORT(UyvyToBgraRow601Impl);
+HWY_EXPORT(Yuy2ToBgraRow601Impl);
+HWY_EXPORT(UyvyToBgraRow709Impl);
+
+void BgraToUyvyRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs) {
+    HWY_DYNAMIC_DISPATCH(BgraToUyvyRow601Impl)(_pSrc, _pDst, _nPairs);
+}
+void BgraToYuy2Row601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs) {
+    HWY_DYNAMIC_DISPATCH(BgraToYuy2Row601Impl)(_pSrc, _pDst, _nPairs);
+}
+void BgraToUyvyRow709(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs) {
+    HWY_DYNAMIC_DISPATCH(BgraToUyvyRow709Impl)(_pSrc, _pDst, _nPairs);
+}
+void UyvyToBgraRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha) {
+    HWY_DYNAMIC_DISPATCH(UyvyToBgraRow601Impl)(_pSrc, _pDst, _nPairs, _nAlpha);
+}
+void Yuy2ToBgraRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha) {
+    HWY_DYNAMIC_DISPATCH(Yuy2ToBgraRow601Impl)(_pSrc, _pDst, _nPairs, _nAlpha);
+}
+void UyvyToBgraRow709(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha) {
+    HWY_DYNAMIC_DISPATCH(UyvyToBgraRow709Impl)(_pSrc, _pDst, _nPairs, _nAlpha);
+}
+}  // namespace zr
+#endif
