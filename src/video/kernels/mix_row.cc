@@ -100,40 +100,50 @@ HWY_INLINE size_t MaskPlainVectors(const uint8_t* over, const uint8_t* mask, uin
     return x;
 }
 
-// One component of a vector of pixels around its origin. (d - o) * (256 - x) does not fit 16 bits, so it is summed with
-// nA * (s - o) in 32 bits.
-HWY_INLINE VU16 MixAroundOrigin(VU16 s, VU16 d, V16 rest, V16 a, V16 origin) {
+HWY_INLINE VU16 LimitToByte(V16 v) {
+    return vec::BitCast(DU16(), vec::Min(vec::Max(v, vec::Zero(D16())), vec::Set(D16(), 255)));
+}
+
+// One component of a vector of pixels around its origin, at full weight: nA * (s - o) is a whole number of steps, and
+// ((d - o) * rest) >> 8 is the high half of a product whose factors are 7 bits and 1 bit up.
+HWY_INLINE VU16 MixAroundOriginWhole(VU16 s, VU16 d, VU16 mask, V16 origin) {
     const D16 d16;
+    const V16 d7 = vec::ShiftLeft<7>(vec::Sub(vec::BitCast(d16, d), origin));
+    const V16 rest2 = vec::BitCast(d16, vec::Sub(Set16(512), vec::Add(mask, mask)));
+    return LimitToByte(vec::Add(vec::MulHigh(d7, rest2), vec::BitCast(d16, s)));
+}
+
+// The same at any weight: (d - o) * (256 - x) does not fit 16 bits, so it is summed with nA * (s - o) in 32.
+HWY_INLINE VU16 MixAroundOrigin(VU16 s, VU16 d, VU16 mask, V16 a, V16 origin) {
+    const D16 d16;
+    const V16 rest =
+        vec::BitCast(d16, vec::Sub(Set16(256), vec::ShiftRight<8>(vec::Mul(vec::BitCast(DU16(), a), mask))));
     const V16 s0 = vec::Sub(vec::BitCast(d16, s), origin), d0 = vec::Sub(vec::BitCast(d16, d), origin);
     const V32 zero = vec::Zero(D32());
     const V32 lower = PairwiseMulAdd(vec::InterleaveLower(d16, d0, s0), vec::InterleaveLower(d16, rest, a), zero);
     const V32 upper = PairwiseMulAdd(vec::InterleaveUpper(d16, d0, s0), vec::InterleaveUpper(d16, rest, a), zero);
     const V16 sum = vec::ReorderDemote2To(d16, vec::ShiftRight<8>(lower), vec::ShiftRight<8>(upper));
-    const V16 mixed = vec::Add(sum, origin);
-    return vec::BitCast(DU16(), vec::Min(vec::Max(mixed, vec::Zero(d16)), vec::Set(d16, 255)));
+    return LimitToByte(vec::Add(sum, origin));
 }
 
 template <bool kWhole, eLumaAt kLumaAt>
 HWY_INLINE size_t MaskOffsetVectors(const uint8_t* over, const uint8_t* mask, uint8_t* base, size_t nPixels,
                                     uint32_t nA) {
-    const D16 d16;
-    const VU16 unit = Set16(256), a = Set16(nA);
-    const V16 aSigned = vec::BitCast(d16, a);
-    const V16 lumaOrigin = vec::Set(d16, 16), chromaOrigin = vec::Set(d16, 128);
-    const auto RestOf = [&](VU16 w) HWY_ATTR {
-        return vec::BitCast(d16, vec::Sub(unit, kWhole ? w : vec::ShiftRight<8>(vec::Mul(a, w))));
+    const V16 a = vec::Set(D16(), static_cast<int16_t>(nA));
+    const auto Mix = [a](VU16 s, VU16 d, VU16 m, int16_t nOrigin) HWY_ATTR {
+        const V16 origin = vec::Set(D16(), nOrigin);
+        if constexpr (kWhole) return MixAroundOriginWhole(s, d, m, origin);
+        return MixAroundOrigin(s, d, m, a, origin);
     };
+    constexpr bool kOdd = kLumaAt == eLumaAt::Odd;
     const size_t nStep = vec::Lanes(DU16());
     size_t x = 0;
     for (; nPixels - x >= nStep; x += nStep) {
         const VU16 s = LoadPairs(over + 2 * x), d = LoadPairs(base + 2 * x), m = LoadMask(mask + x);
-        const VU16 wLuma = vec::Sub(m, vec::VecFromMask(DU16(), vec::Eq(m, Set16(255))));  // 255 becomes 256
-        const VU16 wChroma = vec::ShiftRight<1>(vec::Add(wLuma, SwapLanes(wLuma)));
-        constexpr bool kOdd = kLumaAt == eLumaAt::Odd;
-        const VU16 luma =
-            MixAroundOrigin(kOdd ? Odd(s) : Even(s), kOdd ? Odd(d) : Even(d), RestOf(wLuma), aSigned, lumaOrigin);
-        const VU16 chroma =
-            MixAroundOrigin(kOdd ? Even(s) : Odd(s), kOdd ? Even(d) : Odd(d), RestOf(wChroma), aSigned, chromaOrigin);
+        const VU16 mLuma = vec::Sub(m, vec::VecFromMask(DU16(), vec::Eq(m, Set16(255))));  // 255 becomes 256
+        const VU16 mChroma = vec::ShiftRight<1>(vec::Add(mLuma, SwapLanes(mLuma)));
+        const VU16 luma = Mix(kOdd ? Odd(s) : Even(s), kOdd ? Odd(d) : Even(d), mLuma, 16);
+        const VU16 chroma = Mix(kOdd ? Even(s) : Odd(s), kOdd ? Even(d) : Odd(d), mChroma, 128);
         StorePairs(kOdd ? Join(chroma, luma) : Join(luma, chroma), base + 2 * x);
     }
     return x;

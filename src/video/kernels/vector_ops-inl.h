@@ -63,21 +63,23 @@ HWY_INLINE V16 SetPairs(int lo0, int hi0, int lo1, int hi1) {
     return vec::BitCast(D16(), vec::OddEven(odd, even));
 }
 
-// Two vectors whose blocks alternate in memory (a0 b0 a1 b1 ...) are stored in that order.
-HWY_INLINE void StoreBlocksInTurn(V8 a, V8 b, uint8_t* dst) {
-    const D8 d8;
-    const size_t nLanes = vec::Lanes(d8);
-#if HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
-    const auto lo = _mm512_permutex2var_epi64(a.raw, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), b.raw);
-    const auto hi = _mm512_permutex2var_epi64(a.raw, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), b.raw);
-    vec::StoreU(V8{lo}, d8, dst);
-    vec::StoreU(V8{hi}, d8, dst + nLanes);
-#elif HWY_TARGET == HWY_AVX2
-    vec::StoreU(vec::ConcatLowerLower(d8, b, a), d8, dst);
-    vec::StoreU(vec::ConcatUpperUpper(d8, b, a), d8, dst + nLanes);
+// Products of unsigned bytes with signed ones, summed in pairs to 16-bit lanes; no sum may leave the signed 16-bit
+// range.
+HWY_INLINE V16 MulAddBytePairs(V8 bytes, V8 factors) {
+#if HWY_TARGET == HWY_AVX2
+    return V16{_mm256_maddubs_epi16(bytes.raw, factors.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+    return V16{_mm512_maddubs_epi16(bytes.raw, factors.raw)};
+#elif HWY_ARCH_X86
+    return V16{_mm_maddubs_epi16(bytes.raw, factors.raw)};
 #else
-    vec::StoreU(a, d8, dst);
-    vec::StoreU(b, d8, dst + nLanes);
+    const D16 d16;
+    const V16 bytes16 = vec::BitCast(d16, bytes), factors16 = vec::BitCast(d16, factors);
+    const V16 even =
+        vec::Mul(vec::And(bytes16, vec::Set(d16, 0x00FF)), vec::ShiftRight<8>(vec::ShiftLeft<8>(factors16)));
+    const V16 odd =
+        vec::Mul(vec::BitCast(d16, vec::ShiftRight<8>(vec::BitCast(DU16(), bytes))), vec::ShiftRight<8>(factors16));
+    return vec::Add(even, odd);
 #endif
 }
 
@@ -89,6 +91,18 @@ HWY_INLINE V OrderPackedHalves(V v) {
     return V{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
 #elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
     return V{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), v.raw)};
+#else
+    return v;
+#endif
+}
+
+// The other way round: memory order becomes the one from which interleaving the lower and the upper halves of blocks
+// gives two vectors in memory order.
+HWY_INLINE V8 SpreadHalves(V8 v) {
+#if HWY_TARGET == HWY_AVX2
+    return V8{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+    return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), v.raw)};
 #else
     return v;
 #endif

@@ -117,32 +117,38 @@ HWY_INLINE void Channels601(V16 yuv, V16& b, V16& g, V16& r) {
     r = vec::ShiftRight<6>(vec::Add(y, DuplicateLanes<true>(br)));
 }
 
-// 709, in 16 bits without loss: 298 = 256 + 42, 542 = 512 + 30, -137 = -256 + 119, 459 = 512 - 53, so that the high
-// parts need no shift and the low parts stay below 32768.
-template <eYuvOrder kOrder>
-HWY_INLINE void Channels709(V16 yuv, V16& b, V16& g, V16& r) {
-    const D16 d16;
-    const V16 low = vec::And(yuv, vec::Set(d16, 0x00FF));
-    const V16 high = vec::BitCast(d16, vec::ShiftRight<8>(vec::BitCast(DU16(), yuv)));
-    const V16 y = vec::Sub(kOrder == eYuvOrder::CbYCrY ? high : low, vec::Set(d16, 16));
-    const V16 chroma = vec::Sub(kOrder == eYuvOrder::CbYCrY ? low : high, vec::Set(d16, 128));
-    const V16 cb = DuplicateLanes<false>(chroma), cr = DuplicateLanes<true>(chroma);
-    const V16 yLow = vec::Mul(y, vec::Set(d16, 42));
-    const V16 gHalves = vec::Mul(chroma, SetPair(-55, 119));
-    const V16 gLow = vec::Add(yLow, vec::Add(gHalves, SwapLanes(gHalves)));
-    b = vec::Add(vec::Add(y, vec::Add(cb, cb)), vec::ShiftRight<8>(vec::Add(yLow, vec::Mul(cb, vec::Set(d16, 30)))));
-    g = vec::Add(vec::Sub(y, cr), vec::ShiftRight<8>(gLow));
-    r = vec::Add(vec::Add(y, vec::Add(cr, cr)), vec::ShiftRight<8>(vec::Sub(yLow, vec::Mul(cr, vec::Set(d16, 53)))));
+// A pair of factors for the bytes (chroma, luma) of a pixel.
+HWY_INLINE V8 SetFactors(int chroma, int luma) {
+    return vec::BitCast(D8(), vec::Set(D16(), static_cast<int16_t>((luma << 8) | (chroma & 0xFF))));
 }
 
+// 709, in 16 bits without loss: 298 = 256 + 42, 542 = 512 + 30, -137 = -256 + 119, 459 = 512 - 53. The multiples of 256
+// need no shift, and the rest stays below 32768 once 16 and 128 are taken off, which is done in one step for each.
+HWY_INLINE void Channels709(V8 uyvy, V16& b, V16& g, V16& r) {
+    alignas(16) static constexpr uint8_t arrCbY[16] = {0, 1, 0, 3, 4, 5, 4, 7, 8, 9, 8, 11, 12, 13, 12, 15};
+    alignas(16) static constexpr uint8_t arrCrY[16] = {2, 1, 2, 3, 6, 5, 6, 7, 10, 9, 10, 11, 14, 13, 14, 15};
+    const D16 d16;
+    const V8 cbY = vec::TableLookupBytes(uyvy, vec::LoadDup128(D8(), arrCbY));
+    const V8 crY = vec::TableLookupBytes(uyvy, vec::LoadDup128(D8(), arrCrY));
+    const auto Take = [d16](V16 v, int n) HWY_ATTR { return vec::Sub(v, vec::Set(d16, static_cast<int16_t>(n))); };
+    const V16 bLow = Take(MulAddBytePairs(cbY, SetFactors(30, 42)), 42 * 16 + 30 * 128);
+    const V16 rLow = Take(MulAddBytePairs(crY, SetFactors(-53, 42)), 42 * 16 - 53 * 128);
+    const V16 gLow = Take(vec::Add(MulAddBytePairs(cbY, SetFactors(-55, 42)), MulAddBytePairs(crY, SetFactors(119, 0))),
+                          42 * 16 + (119 - 55) * 128);
+    b = vec::Add(Take(MulAddBytePairs(cbY, SetFactors(2, 1)), 16 + 2 * 128), vec::ShiftRight<8>(bLow));
+    g = vec::Add(Take(MulAddBytePairs(crY, SetFactors(-1, 1)), 16 - 128), vec::ShiftRight<8>(gLow));
+    r = vec::Add(Take(MulAddBytePairs(crY, SetFactors(2, 1)), 16 + 2 * 128), vec::ShiftRight<8>(rLow));
+}
+
+// b, g, r: from pixels in the order that SpreadHalves makes.
 HWY_INLINE void StoreBgra(V16 b, V16 g, V16 r, V16 alpha, uint8_t* dst) {
     const D8 d8;
     const D16 d16;
     const V8 br = PackBlocks(b, r), ga = PackBlocks(g, alpha);
     const V16 bg = vec::BitCast(d16, vec::InterleaveLower(d8, br, ga));
     const V16 ra = vec::BitCast(d16, vec::InterleaveUpper(d8, br, ga));
-    StoreBlocksInTurn(vec::BitCast(d8, vec::InterleaveLower(d16, bg, ra)),
-                      vec::BitCast(d8, vec::InterleaveUpper(d16, bg, ra)), dst);
+    vec::StoreU(vec::BitCast(d8, vec::InterleaveLower(d16, bg, ra)), d8, dst);
+    vec::StoreU(vec::BitCast(d8, vec::InterleaveUpper(d16, bg, ra)), d8, dst + vec::Lanes(d8));
 }
 
 template <eYuvOrder kOrder, bool k709>
@@ -152,12 +158,12 @@ HWY_INLINE size_t YuvToBgraVectors(const uint8_t* src, uint8_t* dst, size_t nPai
     const V16 alpha = vec::Set(d16, nAlpha);
     size_t x = 0;
     for (; nPairs - x >= nStep; x += nStep) {
-        const V16 yuv = vec::BitCast(d16, vec::LoadU(D8(), src + 4 * x));
+        const V8 yuv = SpreadHalves(vec::LoadU(D8(), src + 4 * x));
         V16 b, g, r;
         if constexpr (k709) {
-            Channels709<kOrder>(yuv, b, g, r);
+            Channels709(yuv, b, g, r);
         } else {
-            Channels601<kOrder>(yuv, b, g, r);
+            Channels601<kOrder>(vec::BitCast(d16, yuv), b, g, r);
         }
         StoreBgra(b, g, r, alpha, dst + 8 * x);
     }

@@ -27,10 +27,32 @@ struct RGB_TO_YUV {
     int nRoundY, nRoundC;
 };
 
-// ITU-R BT.601, Kr 0.299, Kb 0.114: 219 or 224 steps for 255, 15 fractional bits, rounded to nearest. The rows sum to
-// exactly 219/255 and 0, so that white is 235 and every grey has chroma 128.
-inline constexpr RGB_TO_YUV kRgbToYuv601 = {3208,  16520,  8414,  14392, -9527,   -4865,
-                                            -2340, -12052, 14392, 15,    1 << 14, 1 << 15};
+namespace detail {
+constexpr int RoundToInt(double _n) { return static_cast<int>(_n < 0 ? _n - 0.5 : _n + 0.5); }
+
+// A studio-range matrix from the luma weights of red and blue, rounded to nearest. The rows sum to exactly 219/255 and
+// 0, so that white is 235 and every grey has chroma 128: green takes the rest.
+constexpr RGB_TO_YUV StudioMatrix(double _dblKr, double _dblKb, int _nShift) {
+    const double dblUnit = static_cast<double>(1 << _nShift), dblY = 219.0 / 255 * dblUnit,
+                 dblC = 224.0 / 255 * dblUnit;
+    RGB_TO_YUV m{};
+    m.nYB = RoundToInt(dblY * _dblKb);
+    m.nYR = RoundToInt(dblY * _dblKr);
+    m.nYG = RoundToInt(dblY) - m.nYB - m.nYR;
+    m.nCbB = m.nCrR = RoundToInt(dblC / 2);
+    m.nCbR = RoundToInt(-dblC * _dblKr / (2 * (1 - _dblKb)));
+    m.nCbG = -m.nCbB - m.nCbR;
+    m.nCrB = RoundToInt(-dblC * _dblKb / (2 * (1 - _dblKr)));
+    m.nCrG = -m.nCrR - m.nCrB;
+    m.nShift = _nShift;
+    m.nRoundY = 1 << (_nShift - 1);
+    m.nRoundC = 1 << _nShift;
+    return m;
+}
+}  // namespace detail
+
+// ITU-R BT.601 in 15 fractional bits.
+inline constexpr RGB_TO_YUV kRgbToYuv601 = detail::StudioMatrix(0.299, 0.114, 15);
 
 // ITU-R BT.709 in 8 fractional bits, truncated.
 inline constexpr RGB_TO_YUV kRgbToYuv709 = {16, 157, 47, 112, -87, -26, -10, -102, 112, 8, 0, 0};

@@ -1,0 +1,180 @@
+#include "video/kernels/yuv_rgb_row.h"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <array>
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace zr {
+namespace {
+
+// The definitions again, written apart: the standard in floating point for 601, the integer matrices for 709.
+constexpr double kKr = 0.299, kKb = 0.114;
+
+double Grey601(double _b, double _g, double _r) { return kKr * _r + (1 - kKr - kKb) * _g + kKb * _b; }
+double Luma601(double _b, double _g, double _r) { return 16 + 219.0 / 255 * Grey601(_b, _g, _r); }
+double Cb601(double _b, double _g, double _r) {
+    return 128 + 224.0 / 255 * (_b - Grey601(_b, _g, _r)) / (2 * (1 - kKb));
+}
+double Cr601(double _b, double _g, double _r) {
+    return 128 + 224.0 / 255 * (_r - Grey601(_b, _g, _r)) / (2 * (1 - kKr));
+}
+
+int Limit(double _n) { return static_cast<int>(_n < 0 ? 0 : _n > 255 ? 255 : _n); }
+
+std::array<int, 3> Bgr601(int _y, int _cb, int _cr) {
+    const double y = 255.0 / 219 * (_y - 16), cb = 2 * 255.0 / 224 * (_cb - 128), cr = 2 * 255.0 / 224 * (_cr - 128);
+    const double r = y + (1 - kKr) * cr, b = y + (1 - kKb) * cb;
+    const double g = (y - kKr * r - kKb * b) / (1 - kKr - kKb);
+    return {Limit(std::floor(b + 0.5)), Limit(std::floor(g + 0.5)), Limit(std::floor(r + 0.5))};
+}
+
+TEST(YuvRgb, BackFrom601IsTheStandardWithinOneStepForAllCodes) {
+    int nOff = 0;
+    for (int y = 0; y < 256; ++y)
+        for (int cb = 0; cb < 256; cb += 3)
+            for (int cr = 0; cr < 256; ++cr) {
+                const BGR8 got = BgrOf601(y, cb, cr);
+                const auto want = Bgr601(y, cb, cr);
+                const int nDiff[] = {got.nB - want[0], got.nG - want[1], got.nR - want[2]};
+                for (int n : nDiff) {
+                    ASSERT_LE(std::abs(n), 1) << y << ' ' << cb << ' ' << cr;
+                    nOff += n != 0;
+                }
+            }
+    EXPECT_LT(nOff, 3 * 256 * 86 * 256 / 50);  // rounded the other way in less than 2 of 100
+}
+
+TEST(YuvRgb, To601IsTheStandardRounded) {
+    const RGB_TO_YUV& m = kRgbToYuv601;
+    for (int b = 0; b < 256; b += 3)
+        for (int g = 0; g < 256; ++g)
+            for (int r = 0; r < 256; r += 5) {
+                ASSERT_NEAR(LumaOf(m, b, g, r), Luma601(b, g, r), 0.5 + 0.01);
+                ASSERT_NEAR(CbOf(m, 2 * b, 2 * g, 2 * r), Cb601(b, g, r), 0.5 + 0.01);
+                ASSERT_NEAR(CrOf(m, 2 * b, 2 * g, 2 * r), Cr601(b, g, r), 0.5 + 0.01);
+            }
+}
+
+TEST(YuvRgb, GreysHaveNoColour) {
+    for (int n = 0; n < 256; ++n) {
+        EXPECT_EQ(CbOf(kRgbToYuv601, 2 * n, 2 * n, 2 * n), 128);
+        EXPECT_EQ(CrOf(kRgbToYuv601, 2 * n, 2 * n, 2 * n), 128);
+    }
+    EXPECT_EQ(LumaOf(kRgbToYuv601, 255, 255, 255), 235);
+    EXPECT_EQ(LumaOf(kRgbToYuv601, 0, 0, 0), 16);
+}
+
+// ---- Whole rows on every instruction set, against plain loops over the definitions.
+
+using ToYuvRow = void (*)(const uint8_t*, uint8_t*, size_t);
+using ToRgbRow = void (*)(const uint8_t*, uint8_t*, size_t, uint8_t);
+
+struct TO_YUV_CASE {
+    const char* szName;
+    ToYuvRow row;
+    const RGB_TO_YUV* pMatrix;
+    bool bLumaFirst;
+};
+struct TO_RGB_CASE {
+    const char* szName;
+    ToRgbRow row;
+    BGR8 (*pPixel)(int, int, int);
+    bool bLumaFirst;
+};
+
+BGR8 Matrix709(int _y, int _cb, int _cr) {
+    const long y = _y - 16, cb = _cb - 128, cr = _cr - 128;
+    const auto High = [](long n) { return static_cast<uint8_t>((n < 0 ? 0 : n > 65535 ? 65535 : n) / 256); };
+    return {High(298 * y + 542 * cb), High(298 * y - 55 * cb - 137 * cr), High(298 * y + 459 * cr)};
+}
+
+constexpr TO_YUV_CASE arrToYuv[] = {
+    {"uyvy_601", BgraToUyvyRow601, &kRgbToYuv601, false},
+    {"yuy2_601", BgraToYuy2Row601, &kRgbToYuv601, true},
+    {"uyvy_709", BgraToUyvyRow709, &kRgbToYuv709, false},
+};
+constexpr TO_RGB_CASE arrToRgb[] = {
+    {"uyvy_601", UyvyToBgraRow601, BgrOf601, false},
+    {"yuy2_601", Yuy2ToBgraRow601, BgrOf601, true},
+    {"uyvy_709", UyvyToBgraRow709, Matrix709, false},
+};
+
+std::vector<uint8_t> RandomBytes(std::mt19937& _rng, size_t _n) {
+    std::vector<uint8_t> bytes(_n);
+    for (uint8_t& n : bytes) {
+        const auto nRandom = static_cast<uint32_t>(_rng());
+        n = nRandom & 0x300 ? static_cast<uint8_t>(nRandom) : nRandom & 1 ? uint8_t{255} : uint8_t{0};
+    }
+    return bytes;
+}
+
+constexpr size_t kGuard = 64;
+
+// Runs row(src, dst) between guards with skewed pointers and gives what it wrote.
+template <class Row>
+std::vector<uint8_t> RunGuarded(const std::vector<uint8_t>& _src, size_t _cbDst, size_t _nSkew, const Row& _row) {
+    std::vector<uint8_t> src(_nSkew);
+    src.insert(src.end(), _src.begin(), _src.end());
+    std::vector<uint8_t> dst(kGuard + _nSkew + _cbDst + kGuard, 0xA5);
+    _row(src.data() + _nSkew, dst.data() + kGuard + _nSkew);
+    for (size_t i = 0; i < kGuard + _nSkew; ++i) EXPECT_EQ(dst[i], 0xA5) << "before the row";
+    for (size_t i = dst.size() - kGuard; i < dst.size(); ++i) EXPECT_EQ(dst[i], 0xA5) << "behind the row";
+    return {dst.begin() + static_cast<ptrdiff_t>(kGuard + _nSkew), dst.end() - kGuard};
+}
+
+void CheckToYuv(const TO_YUV_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
+    const auto src = RandomBytes(_rng, 8 * _nPairs);
+    const auto got = RunGuarded(src, 4 * _nPairs, _nPairs % 7, [&](auto s, auto d) { _case.row(s, d, _nPairs); });
+    const RGB_TO_YUV& m = *_case.pMatrix;
+    const size_t nLumaAt = _case.bLumaFirst ? 0 : 1;
+    for (size_t x = 0; x < _nPairs; ++x) {
+        const uint8_t* p = &src[8 * x];
+        const int b = p[0] + p[4], g = p[1] + p[5], r = p[2] + p[6];
+        ASSERT_EQ(got[4 * x + nLumaAt], LumaOf(m, p[0], p[1], p[2])) << "pair " << x << " of " << _nPairs;
+        ASSERT_EQ(got[4 * x + nLumaAt + 2], LumaOf(m, p[4], p[5], p[6])) << "pair " << x << " of " << _nPairs;
+        ASSERT_EQ(got[4 * x + 1 - nLumaAt], CbOf(m, b, g, r)) << "pair " << x << " of " << _nPairs;
+        ASSERT_EQ(got[4 * x + 3 - nLumaAt], CrOf(m, b, g, r)) << "pair " << x << " of " << _nPairs;
+    }
+}
+
+void CheckToRgb(const TO_RGB_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
+    const auto src = RandomBytes(_rng, 4 * _nPairs);
+    const auto nAlpha = static_cast<uint8_t>(_rng());
+    const auto got =
+        RunGuarded(src, 8 * _nPairs, _nPairs % 7, [&](auto s, auto d) { _case.row(s, d, _nPairs, nAlpha); });
+    const size_t nLumaAt = _case.bLumaFirst ? 0 : 1;
+    for (size_t x = 0; x < 2 * _nPairs; ++x) {
+        const uint8_t* pPair = &src[x / 2 * 4];
+        const BGR8 want = _case.pPixel(pPair[nLumaAt + x % 2 * 2], pPair[1 - nLumaAt], pPair[3 - nLumaAt]);
+        ASSERT_EQ(got[4 * x], want.nB) << "pixel " << x << " of " << 2 * _nPairs;
+        ASSERT_EQ(got[4 * x + 1], want.nG) << "pixel " << x << " of " << 2 * _nPairs;
+        ASSERT_EQ(got[4 * x + 2], want.nR) << "pixel " << x << " of " << 2 * _nPairs;
+        ASSERT_EQ(got[4 * x + 3], nAlpha);
+    }
+}
+
+TEST(YuvRgb, EveryTargetGivesTheFormula) {
+    for (int64_t nTarget : hwy::SupportedAndGeneratedTargets()) {
+        SCOPED_TRACE(hwy::TargetName(static_cast<uint32_t>(nTarget)));
+        hwy::SetSupportedTargetsForTest(nTarget);
+        std::mt19937 rng(3);
+        for (size_t nPairs = 0; nPairs <= 130 && !testing::Test::HasFailure(); ++nPairs) {
+            for (const auto& c : arrToYuv) {
+                SCOPED_TRACE(c.szName);
+                CheckToYuv(c, rng, nPairs);
+            }
+            for (const auto& c : arrToRgb) {
+                SCOPED_TRACE(c.szName);
+                CheckToRgb(c, rng, nPairs);
+            }
+        }
+        hwy::SetSupportedTargetsForTest(0);
+    }
+}
+
+}  // namespace
+}  // namespace zr
