@@ -5,17 +5,12 @@
 #include <cassert>
 #include <cstddef>
 
+#include "platform/futex.h"
+#include "platform/wait_engine.h"
+
 namespace zr {
 
 namespace {
-
-void CpuRelax() {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#elif defined(__aarch64__)
-    __asm__ volatile("yield");
-#endif
-}
 
 constexpr int kSpins = 128;  // about as long as going to sleep and being woken takes
 
@@ -67,66 +62,52 @@ constexpr uint32_t kWriter = kWriterHas | kWriterWaits;
 
 }  // namespace
 
-CMTSingleEx::~CMTSingleEx() { assert(nWord.load(std::memory_order_relaxed) == 0 && "destroyed while someone has it"); }
+// The sources below take locks on conditions that Clang cannot follow; it checks their users.
 
-void CMTSingleEx::Enter() {
-    const uintptr_t idSelf = ThisThread();
-    if (idOwner.load(std::memory_order_relaxed) == idSelf) {
-        ++nDepth;
-        return;
+bool CMTSingleEx::IsMine() const { return idOwner.load(std::memory_order_relaxed) == ThisThread(); }
+
+void CMTSingleEx::Enter() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (!IsMine()) {
+        mtx.Lock();
+        idOwner.store(ThisThread(), std::memory_order_relaxed);
     }
-    uint32_t nFree = 0;
-    if (!nWord.compare_exchange_strong(nFree, 1, std::memory_order_acquire, std::memory_order_relaxed))
-        EnterContended();
-    idOwner.store(idSelf, std::memory_order_relaxed);
-    nDepth = 1;
+    ++nDepth;
 }
 
-bool CMTSingleEx::TryEnter() {
-    const uintptr_t idSelf = ThisThread();
-    if (idOwner.load(std::memory_order_relaxed) == idSelf) {
-        ++nDepth;
-        return true;
+bool CMTSingleEx::TryEnter() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (!IsMine()) {
+        if (!mtx.TryLock()) return false;
+        idOwner.store(ThisThread(), std::memory_order_relaxed);
     }
-    uint32_t nFree = 0;
-    if (!nWord.compare_exchange_strong(nFree, 1, std::memory_order_acquire, std::memory_order_relaxed)) return false;
-    idOwner.store(idSelf, std::memory_order_relaxed);
-    nDepth = 1;
+    ++nDepth;
     return true;
 }
 
-void CMTSingleEx::Leave() {
-    assert(idOwner.load(std::memory_order_relaxed) == ThisThread() && "left by a thread that does not have it");
+void CMTSingleEx::Leave() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    assert(IsMine() && "left by a thread that does not have it");
     if (--nDepth > 0) return;
     idOwner.store(0, std::memory_order_relaxed);
-    if (nWord.exchange(0, std::memory_order_release) == 2) nWord.notify_one();
+    mtx.Unlock();
 }
 
-void CMTSingleEx::EnterContended() {
-    for (int i = 0; i < kSpins; ++i) {
-        CpuRelax();
-        uint32_t nSeen = nWord.load(std::memory_order_relaxed);
-        if (nSeen == 2) break;  // others sleep already: the wait is long
-        if (nSeen == 0 && nWord.compare_exchange_weak(nSeen, 1, std::memory_order_acquire, std::memory_order_relaxed)) {
-            return;
-        }
-    }
-    // Taken as 2 from here: whether others still sleep is not known, so the next Leave wakes one to be sure.
-    while (nWord.exchange(2, std::memory_order_acquire) != 0) nWord.wait(2, std::memory_order_relaxed);
-}
+void CRWSynchroLiteCS::EnterRead() ZR_NO_THREAD_SAFETY_ANALYSIS { cs.Enter(); }
 
-void CRWSynchroLiteCS::EnterWrite(const char* _szLabel) {
+bool CRWSynchroLiteCS::TryEnterRead() ZR_NO_THREAD_SAFETY_ANALYSIS { return cs.TryEnter(); }
+
+void CRWSynchroLiteCS::LeaveRead() ZR_NO_THREAD_SAFETY_ANALYSIS { cs.Leave(); }
+
+void CRWSynchroLiteCS::EnterWrite(const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS {
     cs.Enter();
     if (nWrites++ == 0) szWriter.store(_szLabel, std::memory_order_relaxed);
 }
 
-bool CRWSynchroLiteCS::TryEnterWrite(const char* _szLabel) {
+bool CRWSynchroLiteCS::TryEnterWrite(const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (!cs.TryEnter()) return false;
     if (nWrites++ == 0) szWriter.store(_szLabel, std::memory_order_relaxed);
     return true;
 }
 
-void CRWSynchroLiteCS::LeaveWrite() {
+void CRWSynchroLiteCS::LeaveWrite() ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (--nWrites == 0) szWriter.store(nullptr, std::memory_order_relaxed);
     cs.Leave();
 }
@@ -135,17 +116,23 @@ CRWSynchroLiteRW::~CRWSynchroLiteRW() {
     assert(nState.load(std::memory_order_relaxed) == 0 && "destroyed while someone has it");
 }
 
-void CRWSynchroLiteRW::EnterRead() {
+void CRWSynchroLiteRW::EnterRead() ZR_NO_THREAD_SAFETY_ANALYSIS {
     READ_DEPTHS& depths = Depths();
     if (READ_DEPTHS::ENTRY* pEntry = depths.Find(this)) {
         ++pEntry->nDepth;
         return;
     }
+    if constexpr (kLockOrderChecked) {
+        if (cs.IsMine())
+            LockOrderTryAcquired(Rank());  // its writer reads too: no wait, so no order to keep
+        else
+            LockOrderAcquire(Rank());
+    }
     if (nState.fetch_add(1, std::memory_order_acquire) & kWriter) EnterReadPastWriter(true, depths.nUntracked > 0);
     depths.Add(this);
 }
 
-bool CRWSynchroLiteRW::TryEnterRead() {
+bool CRWSynchroLiteRW::TryEnterRead() ZR_NO_THREAD_SAFETY_ANALYSIS {
     READ_DEPTHS& depths = Depths();
     if (READ_DEPTHS::ENTRY* pEntry = depths.Find(this)) {
         ++pEntry->nDepth;
@@ -155,13 +142,14 @@ bool CRWSynchroLiteRW::TryEnterRead() {
         !EnterReadPastWriter(false, depths.nUntracked > 0)) {
         return false;
     }
+    LockOrderTryAcquired(Rank());
     depths.Add(this);
     return true;
 }
 
 // The reader has counted itself and found a writer. _bMayPass: it may be inside already, so it goes before a writer
 // that only waits; one that has the lock cannot have this thread inside.
-bool CRWSynchroLiteRW::EnterReadPastWriter(bool _bMayWait, bool _bMayPass) {
+bool CRWSynchroLiteRW::EnterReadPastWriter(bool _bMayWait, bool _bMayPass) ZR_NO_THREAD_SAFETY_ANALYSIS {
     DropReader();
     if (_bMayPass) {
         uint32_t nSeen = nState.load(std::memory_order_relaxed);
@@ -178,7 +166,7 @@ bool CRWSynchroLiteRW::EnterReadPastWriter(bool _bMayWait, bool _bMayPass) {
     return true;
 }
 
-void CRWSynchroLiteRW::LeaveRead() {
+void CRWSynchroLiteRW::LeaveRead() ZR_NO_THREAD_SAFETY_ANALYSIS {
     READ_DEPTHS& depths = Depths();
     if (READ_DEPTHS::ENTRY* pEntry = depths.Find(this)) {
         if (--pEntry->nDepth > 0) return;
@@ -187,23 +175,28 @@ void CRWSynchroLiteRW::LeaveRead() {
         assert(depths.nUntracked > 0 && "left by a thread that does not read");
         --depths.nUntracked;
     }
+    LockOrderRelease(Rank());
     DropReader();
 }
 
 void CRWSynchroLiteRW::DropReader() {
-    const uint32_t nBefore = nState.fetch_sub(1, std::memory_order_release);
-    if (nBefore == (kWriterWaits | 1)) nState.notify_one();
+    // Sequentially consistent together with the clock's flag: a writer that began to wait on the one clock is found by
+    // a reader that leaves on the other.
+    if (nState.fetch_sub(1) != (kWriterWaits | 1)) return;
+    FutexWake(&nState, 1);
+    WaitEngine::Get().UnparkFromMutex(&nState);
 }
 
-void CRWSynchroLiteRW::EnterWrite(const char* _szLabel) {
+void CRWSynchroLiteRW::EnterWrite(const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    assert((cs.IsMine() || !Depths().Find(this)) && "a reader asks to write: it would wait for itself");
+    if (!cs.IsMine()) LockOrderAcquire(Rank());
     cs.Enter();
     if (nWrites++ > 0) return;
-    assert(!Depths().Find(this) && "a reader asks to write: it would wait for itself");
     WaitForReaders();
     szWriter.store(_szLabel, std::memory_order_relaxed);
 }
 
-bool CRWSynchroLiteRW::TryEnterWrite(const char* _szLabel) {
+bool CRWSynchroLiteRW::TryEnterWrite(const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (!cs.TryEnter()) return false;
     if (nWrites == 0) {
         uint32_t nIdle = 0;
@@ -211,6 +204,7 @@ bool CRWSynchroLiteRW::TryEnterWrite(const char* _szLabel) {
             cs.Leave();
             return false;
         }
+        LockOrderTryAcquired(Rank());
         szWriter.store(_szLabel, std::memory_order_relaxed);
     }
     ++nWrites;
@@ -220,21 +214,22 @@ bool CRWSynchroLiteRW::TryEnterWrite(const char* _szLabel) {
 void CRWSynchroLiteRW::WaitForReaders() {
     uint32_t nIdle = 0;
     if (nState.compare_exchange_strong(nIdle, kWriterHas, std::memory_order_acquire, std::memory_order_relaxed)) return;
-    nState.fetch_or(kWriterWaits, std::memory_order_relaxed);
+    nState.fetch_or(kWriterWaits);
     for (int nTurn = 0;; ++nTurn) {
         uint32_t nSeen = kWriterWaits;
         if (nState.compare_exchange_strong(nSeen, kWriterHas, std::memory_order_acquire, std::memory_order_relaxed))
             return;
         if (nTurn < kSpins)
             CpuRelax();
-        else
-            nState.wait(nSeen, std::memory_order_relaxed);
+        else if (!WaitEngine::Get().ParkOnMutex(nState, nSeen))
+            FutexWait(nState, nSeen, kNever);
     }
 }
 
-void CRWSynchroLiteRW::LeaveWrite() {
+void CRWSynchroLiteRW::LeaveWrite() ZR_NO_THREAD_SAFETY_ANALYSIS {
     assert(nWrites > 0 && "left by a thread that does not write");
     if (--nWrites == 0) {
+        LockOrderRelease(Rank());
         szWriter.store(nullptr, std::memory_order_relaxed);
         nState.fetch_and(~kWriterHas, std::memory_order_release);
     }

@@ -9,6 +9,13 @@
 #include <thread>
 #include <vector>
 
+#include "platform/clock.h"
+#include "platform/thread.h"
+
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wthread-safety-analysis"  // which forbids entering again, the very thing tested here
+#endif
+
 namespace zr {
 namespace {
 
@@ -175,6 +182,61 @@ TYPED_TEST(AnyRwLock, ReadersNeverSeeHalfAWrite) {
     EXPECT_EQ(nTorn, 0);
     EXPECT_EQ(nFirst, kWriters * kRounds);
     EXPECT_EQ(nSecond, kWriters * kRounds);
+}
+
+TEST(RwLock, WaitsOnTheVirtualClockLetTheOthersRun) {
+    VirtualClock clock;
+    CRWSynchroLiteRW lock;
+    const int64_t rtStart = ClockNow();
+    Thread reader;
+    lock.EnterWrite("writer");
+    ASSERT_EQ(reader.Start("reader",
+                           [&](ManualEvent&) {
+                               lock.EnterRead();  // waits for the writer
+                               SleepFor(10 * kTicksPerSecond);
+                               lock.LeaveRead();
+                           }),
+              S_OK);
+    SleepFor(kTicksPerSecond);
+    lock.LeaveWrite();
+    SleepFor(kTicksPerSecond);
+    lock.EnterWrite("writer");  // waits for the reader
+    EXPECT_EQ(ClockNow() - rtStart, 11 * kTicksPerSecond);
+    lock.LeaveWrite();
+    EXPECT_TRUE(reader.Join());
+}
+
+LockRank rankWanted;
+
+TEST(RwLock, EveryKindOfLockTakesPartInTheLockOrder) {
+    if constexpr (!kLockOrderChecked) GTEST_SKIP() << "built without the check";
+    SetLockOrderHandler([](const LockRank&, const LockRank& _wanted) { rankWanted = _wanted; });
+    CRWSynchroLiteRW rw(LockRank{2, "rw"}), outerRw(LockRank{1, "outer rw"});
+    CRWSynchroLiteCS outerCs(LockRank{1, "outer cs"});
+    CMTSingleEx outerPlain(LockRank{1, "outer plain"});
+    const auto Wanted = [&](auto _enter, auto _leave) {
+        rankWanted = {};
+        rw.EnterWrite("again");
+        rw.EnterRead();
+        rw.EnterRead();
+        rw.LeaveRead();
+        rw.LeaveWrite();  // still held as a reader
+        EXPECT_STREQ(rankWanted.szName, "");
+        _enter();
+        _leave();
+        rw.LeaveRead();
+        const std::string strWanted = rankWanted.szName;
+        rankWanted = {};
+        _enter();
+        _leave();
+        EXPECT_STREQ(rankWanted.szName, "");
+        return strWanted;
+    };
+    EXPECT_EQ(Wanted([&] { outerRw.EnterRead(); }, [&] { outerRw.LeaveRead(); }), "outer rw");
+    EXPECT_EQ(Wanted([&] { outerRw.EnterWrite(""); }, [&] { outerRw.LeaveWrite(); }), "outer rw");
+    EXPECT_EQ(Wanted([&] { outerCs.EnterRead(); }, [&] { outerCs.LeaveRead(); }), "outer cs");
+    EXPECT_EQ(Wanted([&] { outerPlain.Enter(); }, [&] { outerPlain.Leave(); }), "outer plain");
+    SetLockOrderHandler(nullptr);
 }
 
 TEST(MTSingle, CountsItsOwnersEntriesAndExcludesOthers) {
