@@ -1,22 +1,23 @@
 #include "video/kernels/mix_row.h"
 
-#include <gtest/gtest.h>
-#include <hwy/targets.h>
-
 #include <cmath>
 #include <functional>
-#include <random>
-#include <vector>
+
+#include "support/row_test.h"
 
 namespace zr {
 namespace {
+
+using test::Bytes;
+using test::GuardedRow;
+using test::SourceRow;
 
 // The mixes again, in floating point or long arithmetic and straight from their definitions.
 int FloorDiv(int _n, int _nBy) { return static_cast<int>(std::floor(static_cast<double>(_n) / _nBy)); }
 int Limit(int _n) { return _n < 0 ? 0 : _n > 255 ? 255 : _n; }
 
 struct PIXEL_ROWS {
-    std::vector<uint8_t> over, base, mask;
+    Bytes over, base, mask;
 };
 
 using RowCall =
@@ -86,52 +87,28 @@ const MIX_CASE arrCases[] = {
      [](auto& r, size_t i, size_t, int a) { return ExpectedOver(r, i, a, 128); }},
 };
 
-// Random bytes with many extremes among them.
-std::vector<uint8_t> HarshBytes(std::mt19937& _rng, size_t _n) {
-    static constexpr uint8_t arrHarsh[] = {0, 1, 15, 16, 127, 128, 129, 254, 255, 255};
-    std::vector<uint8_t> bytes(_n);
-    for (uint8_t& n : bytes) {
-        const auto nRandom = static_cast<uint32_t>(_rng());
-        n = nRandom & 0x100 ? arrHarsh[nRandom % std::size(arrHarsh)] : static_cast<uint8_t>(nRandom);
-    }
-    return bytes;
-}
-
 void CheckRow(const MIX_CASE& _case, std::mt19937& _rng, size_t _nPixels, size_t _nSkew, uint32_t _nA) {
-    constexpr size_t kGuard = 64;
     const size_t cbRow = _nPixels * _case.nBytesPerPixel;
-    PIXEL_ROWS rows{HarshBytes(_rng, cbRow), HarshBytes(_rng, cbRow), HarshBytes(_rng, _nPixels)};
-    std::vector<uint8_t> over(_nSkew + cbRow), mask(_nSkew + _nPixels), base(kGuard + _nSkew + cbRow + kGuard, 0xA5);
-    std::copy(rows.over.begin(), rows.over.end(), over.begin() + static_cast<ptrdiff_t>(_nSkew));
-    std::copy(rows.mask.begin(), rows.mask.end(), mask.begin() + static_cast<ptrdiff_t>(_nSkew));
-    std::copy(rows.base.begin(), rows.base.end(), base.begin() + static_cast<ptrdiff_t>(kGuard + _nSkew));
-    _case.row(over.data() + _nSkew, mask.data() + _nSkew, base.data() + kGuard + _nSkew, _nPixels, _nA);
+    const PIXEL_ROWS rows{test::HarshBytes(_rng, cbRow), test::HarshBytes(_rng, cbRow),
+                          test::HarshBytes(_rng, _nPixels)};
+    GuardedRow base(rows.base, _nSkew);
+    _case.row(SourceRow(rows.over, _nSkew).Get(), SourceRow(rows.mask, _nSkew + 1).Get(), base.Get(), _nPixels, _nA);
+    const Bytes mixed = base.Take();
     for (size_t i = 0; i < cbRow; ++i)
-        ASSERT_EQ(base[kGuard + _nSkew + i], _case.expected(rows, i, _nPixels, static_cast<int>(_nA)))
+        ASSERT_EQ(mixed[i], _case.expected(rows, i, _nPixels, static_cast<int>(_nA)))
             << "byte " << i << " of " << cbRow << ", weight " << _nA << ", over " << int(rows.over[i]) << ", base "
             << int(rows.base[i]);
-    for (size_t i = 0; i < kGuard + _nSkew; ++i) ASSERT_EQ(base[i], 0xA5) << "before the row";
-    for (size_t i = kGuard + _nSkew + cbRow; i < base.size(); ++i) ASSERT_EQ(base[i], 0xA5) << "behind the row";
 }
 
 TEST(MixRow, EveryTargetGivesTheFormula) {
-    for (const MIX_CASE& mix : arrCases) {
-        SCOPED_TRACE(mix.szName);
-        for (int64_t nTarget : hwy::SupportedAndGeneratedTargets()) {
-            SCOPED_TRACE(hwy::TargetName(static_cast<uint32_t>(nTarget)));
-            hwy::SetSupportedTargetsForTest(nTarget);
-            std::mt19937 rng(7);
-            for (size_t nPixels = 0; nPixels <= 130; ++nPixels) {
-                const uint32_t nFull = static_cast<uint32_t>(mix.nFullWeight);
-                for (const uint32_t nA :
-                     {0u, 1u, nFull / 2, nFull - 1, nFull, static_cast<uint32_t>(rng() % (nFull + 1))})
-                    CheckRow(mix, rng, nPixels, nPixels % 7, nA);
-                if (HasFatalFailure()) break;
-            }
-            hwy::SetSupportedTargetsForTest(0);
-            if (HasFatalFailure()) return;
+    test::OnEveryTarget(130, [](std::mt19937& rng, size_t nPixels, size_t nSkew) {
+        for (const MIX_CASE& mix : arrCases) {
+            SCOPED_TRACE(mix.szName);
+            const auto nFull = static_cast<uint32_t>(mix.nFullWeight), nRandom = static_cast<uint32_t>(rng());
+            for (const uint32_t nA : {0u, 1u, nFull / 2, nFull - 1, nFull, nRandom % (nFull + 1)})
+                CheckRow(mix, rng, nPixels, nSkew, nA);
         }
-    }
+    });
 }
 
 TEST(MixRow, DivisionBy255IsExactOverItsWholeRange) {

@@ -1,15 +1,16 @@
 #include "video/kernels/yuv_rgb_row.h"
 
-#include <gtest/gtest.h>
-#include <hwy/targets.h>
-
 #include <array>
 #include <cmath>
-#include <random>
-#include <vector>
+
+#include "support/row_test.h"
 
 namespace zr {
 namespace {
+
+using test::Bytes;
+using test::GuardedRow;
+using test::SourceRow;
 
 // The definitions again, written apart: the standard in floating point for 601, the integer matrices for 709.
 constexpr double kKr = 0.299, kKb = 0.114;
@@ -103,32 +104,11 @@ constexpr TO_RGB_CASE arrToRgb[] = {
     {"uyvy_709", UyvyToBgraRow709, Matrix709, false},
 };
 
-std::vector<uint8_t> RandomBytes(std::mt19937& _rng, size_t _n) {
-    std::vector<uint8_t> bytes(_n);
-    for (uint8_t& n : bytes) {
-        const auto nRandom = static_cast<uint32_t>(_rng());
-        n = nRandom & 0x300 ? static_cast<uint8_t>(nRandom) : nRandom & 1 ? uint8_t{255} : uint8_t{0};
-    }
-    return bytes;
-}
-
-constexpr size_t kGuard = 64;
-
-// Runs row(src, dst) between guards with skewed pointers and gives what it wrote.
-template <class Row>
-std::vector<uint8_t> RunGuarded(const std::vector<uint8_t>& _src, size_t _cbDst, size_t _nSkew, const Row& _row) {
-    std::vector<uint8_t> src(_nSkew);
-    src.insert(src.end(), _src.begin(), _src.end());
-    std::vector<uint8_t> dst(kGuard + _nSkew + _cbDst + kGuard, 0xA5);
-    _row(src.data() + _nSkew, dst.data() + kGuard + _nSkew);
-    for (size_t i = 0; i < kGuard + _nSkew; ++i) EXPECT_EQ(dst[i], 0xA5) << "before the row";
-    for (size_t i = dst.size() - kGuard; i < dst.size(); ++i) EXPECT_EQ(dst[i], 0xA5) << "behind the row";
-    return {dst.begin() + static_cast<ptrdiff_t>(kGuard + _nSkew), dst.end() - kGuard};
-}
-
-void CheckToYuv(const TO_YUV_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
-    const auto src = RandomBytes(_rng, 8 * _nPairs);
-    const auto got = RunGuarded(src, 4 * _nPairs, _nPairs % 7, [&](auto s, auto d) { _case.row(s, d, _nPairs); });
+void CheckToYuv(const TO_YUV_CASE& _case, std::mt19937& _rng, size_t _nPairs, size_t _nSkew) {
+    const Bytes src = test::HarshBytes(_rng, 8 * _nPairs);
+    GuardedRow row(4 * _nPairs, _nSkew);
+    _case.row(SourceRow(src, _nSkew).Get(), row.Get(), _nPairs);
+    const Bytes got = row.Take();
     const RGB_TO_YUV& m = *_case.pMatrix;
     const size_t nLumaAt = _case.bLumaFirst ? 0 : 1;
     for (size_t x = 0; x < _nPairs; ++x) {
@@ -141,11 +121,12 @@ void CheckToYuv(const TO_YUV_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
     }
 }
 
-void CheckToRgb(const TO_RGB_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
-    const auto src = RandomBytes(_rng, 4 * _nPairs);
+void CheckToRgb(const TO_RGB_CASE& _case, std::mt19937& _rng, size_t _nPairs, size_t _nSkew) {
+    const Bytes src = test::HarshBytes(_rng, 4 * _nPairs);
     const auto nAlpha = static_cast<uint8_t>(_rng());
-    const auto got =
-        RunGuarded(src, 8 * _nPairs, _nPairs % 7, [&](auto s, auto d) { _case.row(s, d, _nPairs, nAlpha); });
+    GuardedRow row(8 * _nPairs, _nSkew);
+    _case.row(SourceRow(src, _nSkew).Get(), row.Get(), _nPairs, nAlpha);
+    const Bytes got = row.Take();
     const size_t nLumaAt = _case.bLumaFirst ? 0 : 1;
     for (size_t x = 0; x < 2 * _nPairs; ++x) {
         const uint8_t* pPair = &src[x / 2 * 4];
@@ -158,22 +139,16 @@ void CheckToRgb(const TO_RGB_CASE& _case, std::mt19937& _rng, size_t _nPairs) {
 }
 
 TEST(YuvRgb, EveryTargetGivesTheFormula) {
-    for (int64_t nTarget : hwy::SupportedAndGeneratedTargets()) {
-        SCOPED_TRACE(hwy::TargetName(static_cast<uint32_t>(nTarget)));
-        hwy::SetSupportedTargetsForTest(nTarget);
-        std::mt19937 rng(3);
-        for (size_t nPairs = 0; nPairs <= 130 && !testing::Test::HasFailure(); ++nPairs) {
-            for (const auto& c : arrToYuv) {
-                SCOPED_TRACE(c.szName);
-                CheckToYuv(c, rng, nPairs);
-            }
-            for (const auto& c : arrToRgb) {
-                SCOPED_TRACE(c.szName);
-                CheckToRgb(c, rng, nPairs);
-            }
+    test::OnEveryTarget(130, [](std::mt19937& rng, size_t nPairs, size_t nSkew) {
+        for (const auto& c : arrToYuv) {
+            SCOPED_TRACE(c.szName);
+            CheckToYuv(c, rng, nPairs, nSkew);
         }
-        hwy::SetSupportedTargetsForTest(0);
-    }
+        for (const auto& c : arrToRgb) {
+            SCOPED_TRACE(c.szName);
+            CheckToRgb(c, rng, nPairs, nSkew);
+        }
+    });
 }
 
 }  // namespace
