@@ -5,8 +5,8 @@
 // On the virtual clock the counted threads (those that Thread starts, and those that hold a ClockThread) run one at a
 // time. A thread that waits, ends, or waits for a Mutex passes the turn to the thread that became ready first. When no
 // thread is ready, the time jumps to the earliest deadline anyone waits for; of threads due at the same instant the one
-// that was registered first goes first, and the next only when that one waits again. As threads meet only through the
-// objects of this layer, a run is the same each time.
+// that began to wait first goes first, and the next only when that one waits again. As threads meet only through the
+// objects of this layer, a run is the same each time. Work takes no time: the time stands while a thread runs.
 // For that a counted thread must not wait by other means: no std::mutex, std::condition_variable or spin on an atomic
 // that another counted thread sets (spin with SleepFor(0)), and a ClockBlockingCall around system calls that block.
 // Threads that are not counted run as they come; their waits end in virtual time too, but time does not wait for them.
@@ -60,7 +60,7 @@ public:
     static constexpr int64_t kWallStart = 1'704'067'200 * kTicksPerSecond;
 
     // _nSeed: 0 runs the ready threads in the order in which they became ready; any other value shuffles them, each
-    // value in its own way and the same way each time.
+    // value in its own way and the same way each time. _rtStart: 0 or more.
     explicit VirtualClock(uint64_t _nSeed = 0, int64_t _rtStart = kStart, int64_t _rtWallStart = kWallStart);
     ~VirtualClock();
     VirtualClock(const VirtualClock&) = delete;
@@ -77,7 +77,8 @@ private:
 };
 
 // Around a call that blocks in the operating system (a read from a socket, a wait for a process): meanwhile the thread
-// is not counted, and the time may go on without it.
+// is not counted, and the time may go on without it. Not around work, such as the reading of a file, which is to take
+// no time.
 class ClockBlockingCall {
 public:
     ClockBlockingCall();

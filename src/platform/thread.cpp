@@ -25,8 +25,9 @@ void ReportThreadFault(const char* _szName, uint32_t _nId) {
 }
 constinit std::atomic<ThreadFaultHandler> pThreadFaultHandler{ReportThreadFault};
 
-// The ends of the range take the scheduling classes for them; what lies between becomes a nice value of 19 to -20.
-// Every step is a wish: without the right to it the thread goes on as it is.
+// 15 asks for the real-time class; what lies below becomes a nice value of -20 to 10. It goes no lower, as a thread
+// that gets next to no time may hold a lock that the mix thread needs. Without the right to it the thread goes on as it
+// is.
 void ApplyPriority(uint32_t _nId, int32_t _nPriority) {
     const int32_t nPriority = std::clamp(_nPriority, -15, 15);
     const pid_t nId = static_cast<pid_t>(_nId);
@@ -36,8 +37,8 @@ void ApplyPriority(uint32_t _nId, int32_t _nPriority) {
         if (sched_setscheduler(nId, SCHED_RR, &param) == 0) return;
         param.sched_priority = 0;
     }
-    sched_setscheduler(nId, nPriority == -15 ? SCHED_IDLE : SCHED_OTHER, &param);
-    setpriority(PRIO_PROCESS, _nId, std::clamp(-nPriority * 20 / 15, -20, 19));
+    sched_setscheduler(nId, SCHED_OTHER, &param);
+    setpriority(PRIO_PROCESS, _nId, nPriority < 0 ? -nPriority * 10 / 15 : -nPriority * 20 / 15);
 }
 
 }  // namespace
@@ -77,7 +78,7 @@ Thread::~Thread() {
     if (!pBlock) return;
     if (IsRunning()) pThreadFaultHandler.load()(Name(), Id());
     RequestStop();
-    Join();
+    if (!Join()) Abandon();
 }
 
 HRESULT Thread::Start(const char* _szName, Body _body, ThreadOptions _options) try {
@@ -106,6 +107,7 @@ void Thread::RequestStop() {
 
 bool Thread::Join(int64_t _rtTimeout) {
     if (!pBlock) return true;
+    if (&pBlock->state == &WaitEngine::Self()) return false;
     if (!WaitOne(pBlock->evFinished, _rtTimeout)) return false;
     pthread_join(pBlock->handle, nullptr);
     pBlock.reset();

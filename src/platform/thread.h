@@ -25,17 +25,18 @@ public:
 
     Thread() = default;
     // A thread that still runs here is a fault of its owner: it is reported (SetThreadFaultHandler), told to stop, and
-    // waited for without limit.
+    // waited for without limit. Destroyed by the thread itself, it is abandoned.
     ~Thread();
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
-    // Starts the thread; one that has ended is joined first. _szName is copied.
+    // Starts the thread; one that has ended is joined first. _szName is copied, up to 47 bytes.
     // ZR_E_WRONG_STATE: still running. E_OUTOFMEMORY, or the system's error as a status: no thread was made.
     HRESULT Start(const char* _szName, Body _body, ThreadOptions _options = {});
     // Sets the stop event; does nothing if there is no thread.
     void RequestStop();
-    // Waits until the thread has ended, and lets go of it: true, also if there is none. _rtTimeout as in WaitAny.
+    // Waits until the thread has ended, and lets go of it: true, also if there is none. False: _rtTimeout (as in
+    // WaitAny) has passed, or the thread itself called, which would wait for ever.
     bool Join(int64_t _rtTimeout = -1);
     // Lets go of a thread that will not end. It keeps what it needs of itself; what its body refers to must live on.
     void Abandon();

@@ -11,8 +11,8 @@ namespace zr {
 struct ThreadPool::Impl {
     struct Worker {
         Thread thread;
-        AutoEvent evWork;           // set after pTask was given
-        PoolTask* pTask = nullptr;  // under mtx once the thread runs
+        AutoEvent evWork;           // set once for each task that is given
+        PoolTask* pTask = nullptr;  // given under mtx; null while idle
         Worker* pNextIdle = nullptr;
         Worker* pPrev = nullptr;  // in listWorkers or listEnded
         Worker* pNext = nullptr;
@@ -65,7 +65,7 @@ HRESULT ThreadPool::Impl::Place(PoolTask* _pTask) {
         --nIdle;
         pWorker->pTask = _pTask;
         lock.Unlock();
-        pWorker->evWork.Set();  // it stays, as it has a task
+        pWorker->evWork.Set();  // it does not leave before it has seen this
         return S_OK;
     }
     if (nThreads < limits.nMaxThreads) {
@@ -95,20 +95,11 @@ HRESULT ThreadPool::Impl::Grow(PoolTask* _pTask) {
 }
 
 void ThreadPool::Impl::Work(Worker& _worker, ManualEvent& _evStop) {
-    PoolTask* pTask = nullptr;
-    {
-        MutexLock lock(mtx);
-        pTask = _worker.pTask;
-    }
     for (;;) {
-        while (pTask) {
-            Run(pTask);
-            pTask = NextTask(_worker);
-        }
-        const bool bGiven = WaitAny({&_evStop, &_worker.evWork}, limits.rtIdle) == 1;
-        if (!bGiven && LeaveIfIdle(_worker)) return;
-        MutexLock lock(mtx);
-        pTask = _worker.pTask;
+        for (PoolTask* pTask = _worker.pTask; pTask; pTask = NextTask(_worker)) Run(pTask);
+        if (WaitAny({&_evStop, &_worker.evWork}, limits.rtIdle) == 1) continue;
+        if (LeaveIfIdle(_worker)) return;
+        WaitOne(_worker.evWork, -1);  // a task was given at the last moment; its Set is on the way
     }
 }
 

@@ -110,7 +110,6 @@ void WaitEngine::Yield() {
 // Puts the thread into the queues of its set, and stops counting it as running.
 void WaitEngine::Enqueue(ThreadState& _thread, int64_t _rtDeadline) {
     if (_thread.nId == 0) _thread.SetId();
-    if (!_thread.bListed) _thread.nOrder = ++nLastOrder;
     for (size_t i = 0; i < _thread.set.size(); ++i) {
         Waitable* const pObject = _thread.set[i];
         if (!pObject) continue;
@@ -292,6 +291,8 @@ void WaitEngine::AddCount(Waitable& _object, int32_t _nCount) {
 
 void WaitEngine::Arm(Waitable& _object, int64_t _rtDue) {
     Scope scope(*this);
+    Waitable* const pObject = &_object;
+    FireDue(WaitSet(&pObject, 1));  // who waits for the time it was armed for has seen it pass
     _object.bSet.store(false, std::memory_order_relaxed);
     if (_rtDue != kNever && _rtDue <= Now()) {
         _object.rtDue.store(kNever, std::memory_order_relaxed);
@@ -320,7 +321,6 @@ void WaitEngine::ListNew(ThreadState& _thread, const char* _szName, bool _bCount
     Scope scope(*this);
     _thread.bListed = true;
     _thread.bCounted = _bCounted;
-    _thread.nOrder = ++nLastOrder;
     _thread.pPrevListed = nullptr;
     _thread.pNextListed = pFirstListed;
     if (pFirstListed) pFirstListed->pPrevListed = &_thread;
@@ -446,7 +446,8 @@ void WaitEngine::MakeReady(ThreadState& _thread) {
     ++nReady;
 }
 
-// Gives the turn to a ready thread; when there is none, moves the time until there is.
+// Gives the turn to a ready thread; when there is none, moves the time until there is. Threads that are due at the same
+// instant come one by one, in the order in which they began to wait.
 void WaitEngine::PassTurn() {
     while (nRunning == 0) {
         if (ThreadState* const pReady = TakeReady()) {
@@ -465,7 +466,7 @@ void WaitEngine::PassTurn() {
 ThreadState* WaitEngine::TakeReady() {
     if (nReady == 0) return nullptr;
     ThreadState* pThread = listReady.pFirst;
-    if (nShuffle != 0) {
+    if (nShuffle != 0 && nReady > 1) {
         nShuffle ^= nShuffle << 13;
         nShuffle ^= nShuffle >> 7;
         nShuffle ^= nShuffle << 17;
@@ -478,11 +479,11 @@ ThreadState* WaitEngine::TakeReady() {
 
 ThreadState* WaitEngine::EarliestWaiter() {
     ThreadState* pEarliest = nullptr;
+    int64_t rtEarliest = kNever;
     for (ThreadState* p = listWaiting.pFirst; p; p = p->pNext) {
-        if (p->rtWake == kNever) continue;
-        if (!pEarliest || p->rtWake < pEarliest->rtWake ||
-            (p->rtWake == pEarliest->rtWake && p->nOrder < pEarliest->nOrder)) {
+        if (p->rtWake < rtEarliest) {
             pEarliest = p;
+            rtEarliest = p->rtWake;
         }
     }
     return pEarliest;
@@ -492,7 +493,7 @@ ThreadState* WaitEngine::EarliestWaiter() {
 bool WaitEngine::NoteStall() {
     if (nRunning != 0) return false;
     bStalled = true;
-    if (bStallReported) return false;
+    if (bStallReported || listPublish.pFirst) return false;
     for (const ThreadState* p = pFirstListed; p; p = p->pNextListed) {
         if (p->bOutside) return false;
     }
@@ -516,7 +517,8 @@ bool WaitEngine::IsStalled() {
 
 void WaitEngine::ShiftDeadlines(int64_t _rtDelta) {
     for (ThreadState* p = listWaiting.pFirst; p; p = p->pNext) {
-        if (p->rtDeadline != kNever) p->rtDeadline += _rtDelta;
+        if (_rtDelta >= 0) p->rtDeadline = DeadlineAfter(p->rtDeadline, _rtDelta);
+        if (_rtDelta < 0 && p->rtDeadline != kNever) p->rtDeadline += _rtDelta;
         UpdateWake(*p);
         Kick(*p);
     }

@@ -56,7 +56,6 @@ struct ThreadState {
     const void* pMutex = nullptr;  // the Mutex it waits for
     int64_t rtDeadline = kNever;
     int64_t rtWake = kNever;       // the deadline and the due times of the timers in the set: when it must look
-    uint64_t nOrder = 0;           // by registration
     ThreadState* pPrev = nullptr;  // in the waiting, ready or publishing list
     ThreadState* pNext = nullptr;
     ThreadState* pPrevListed = nullptr;
@@ -138,13 +137,12 @@ private:
     void ShiftDeadlines(int64_t _rtDelta) ZR_REQUIRES(mtx);
 
     RawMutex mtx;
-    ThreadList listWaiting ZR_GUARDED_BY(mtx);
+    ThreadList listWaiting ZR_GUARDED_BY(mtx);  // in the order in which they began to wait
     ThreadList listReady ZR_GUARDED_BY(mtx);    // virtual clock: decided, not yet published
     ThreadList listPublish ZR_GUARDED_BY(mtx);  // emptied at the end of each Scope
     ThreadState* pFirstListed ZR_GUARDED_BY(mtx) = nullptr;
     int32_t nRunning ZR_GUARDED_BY(mtx) = 0;  // virtual clock: counted threads that run
     int32_t nReady ZR_GUARDED_BY(mtx) = 0;
-    uint64_t nLastOrder ZR_GUARDED_BY(mtx) = 0;
     uint64_t nShuffle ZR_GUARDED_BY(mtx) = 0;  // state of the shuffle, 0 for none
     bool bStalled ZR_GUARDED_BY(mtx) = false;
     bool bStallReported ZR_GUARDED_BY(mtx) = false;
