@@ -97,7 +97,7 @@ constexpr PROP_KEY arrFileKeys[] = {
 };
 
 // The keys of the file that plays, as against those of the object that plays it.
-constexpr const char16_t* arrFileNames[] = {u"interlace",
+constexpr std::u16string_view arrFileNames[] = {u"interlace",
                                             u"scale_type",
                                             u"format_3d",
                                             u"right_eye_video",

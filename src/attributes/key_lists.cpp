@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "platform/wide_text.h"
+
 namespace zr {
 namespace {
 
-constexpr const char16_t* arrPreviewKeys[] = {u"preview.external_process",
+constexpr std::u16string_view arrPreviewKeys[] = {u"preview.external_process",
                                               u"preview.type",
                                               u"preview.show_cc",
                                               u"maintain_ar",
@@ -26,7 +28,7 @@ constexpr const char16_t* arrPreviewKeys[] = {u"preview.external_process",
                                               u"audio_renderer.reset",
                                               u"preview.zrserver_pid"};
 
-constexpr const char16_t* arrDelayKeys[] = {u"zrdelay.time",
+constexpr std::u16string_view arrDelayKeys[] = {u"zrdelay.time",
                                             u"zrdelay.quality",
                                             u"zrdelay.split_progressive",
                                             u"zrdelay.buffer_path",
@@ -38,7 +40,7 @@ constexpr const char16_t* arrDelayKeys[] = {u"zrdelay.time",
                                             u"zrdelay.static_deinterlace"};
 constexpr std::u16string_view strDelayPrefix = u"object::";
 
-constexpr const char16_t* arrRootNames[] = {u"loop",
+constexpr std::u16string_view arrRootNames[] = {u"loop",
                                             u"auto_start",
                                             u"preview.type",
                                             u"preview.show_cc",
@@ -54,15 +56,8 @@ constexpr const char16_t* arrRootNames[] = {u"loop",
                                             u"pull_mode.cycles_before_disconnect",
                                             u"pull_mode.wait_till_get"};
 
-constexpr char16_t Lower(char16_t _c) { return _c >= u'A' && _c <= u'Z' ? char16_t(_c + 32) : _c; }
-
-bool EqualNoCase(std::u16string_view _a, std::u16string_view _b) {
-    return std::equal(_a.begin(), _a.end(), _b.begin(), _b.end(),
-                      [](char16_t a, char16_t b) { return Lower(a) == Lower(b); });
-}
-
 bool Has(KeyNames _names, std::u16string_view _strName) {
-    return std::any_of(_names.begin(), _names.end(), [&](const char16_t* sz) { return EqualNoCase(sz, _strName); });
+    return std::any_of(_names.begin(), _names.end(), [&](std::u16string_view name) { return EqualNoCase(name, _strName); });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace zr {
 
@@ -35,7 +36,7 @@ consteval PROP_KEY OpenKey(const char16_t* _szName, eZrKeyType _eType, const cha
     return {_szName, _eType, false, 0, 0.0, nullptr, _szHelp};
 }
 
-using KeyNames = std::span<const char16_t* const>;
+using KeyNames = std::span<const std::u16string_view>;  // each with a zero behind it
 
 // What the properties of one kind of object are.
 struct PROPS_PROFILE {

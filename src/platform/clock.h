@@ -8,7 +8,8 @@
 // that began to wait first goes first, and the next only when that one waits again. As threads meet only through the
 // objects of this layer, a run is the same each time. Work takes no time: the time stands while a thread runs.
 // For that a counted thread must not wait by other means: no std::mutex, std::condition_variable or spin on an atomic
-// that another counted thread sets (spin with SleepFor(0)), and a ClockBlockingCall around system calls that block.
+// that another counted thread sets (or a spin that sleeps, SleepFor), and a ClockBlockingCall around system calls that
+// block.
 // Threads that are not counted run as they come; their waits end in virtual time too, but time does not wait for them.
 
 #include <cstdint>
@@ -27,7 +28,7 @@ int64_t ClockNow();
 // Time of day in ticks since 1970-01-01 00:00 UTC; may be set back or forward by the system.
 int64_t WallNow();
 
-// Returns after _rtTicks. 0 or less lets another thread run and returns. A wait that must end early is a WaitAny with
+// Returns after _rtTicks; 0 or less lets the threads run that can run now. A wait that must end early is a WaitAny with
 // the stop event.
 void SleepFor(int64_t _rtTicks);
 void SleepUntil(int64_t _rtTime);
@@ -59,8 +60,8 @@ public:
     static constexpr int64_t kStart = 1000 * kTicksPerSecond;
     static constexpr int64_t kWallStart = 1'704'067'200 * kTicksPerSecond;
 
-    // _nSeed: 0 runs the ready threads in the order in which they became ready; any other value shuffles them, each
-    // value in its own way and the same way each time. _rtStart: 0 or more.
+    // _nSeed: 0 runs the threads in the order said above; any other value shuffles those that could run at an instant,
+    // each value in its own way and the same way each time. _rtStart: 0 or more.
     explicit VirtualClock(uint64_t _nSeed = 0, int64_t _rtStart = kStart, int64_t _rtWallStart = kWallStart);
     ~VirtualClock();
     VirtualClock(const VirtualClock&) = delete;

@@ -101,8 +101,8 @@ void WaitEngine::Yield() {
     {
         Scope scope(*this);
         if (!IsVirtual()) return;
-        --nRunning;
-        MakeReady(self);
+        // As a wait for this very instant, it comes after the threads that are ready and those whose time has come.
+        Enqueue(self, Now());
     }
     Sleep(self, kNever);
 }
@@ -447,7 +447,7 @@ void WaitEngine::MakeReady(ThreadState& _thread) {
 }
 
 // Gives the turn to a ready thread; when there is none, moves the time until there is. Threads that are due at the same
-// instant come one by one, in the order in which they began to wait.
+// instant come one by one, in the order in which they began to wait; if the turns are shuffled, all come at once.
 void WaitEngine::PassTurn() {
     while (nRunning == 0) {
         if (ThreadState* const pReady = TakeReady()) {
@@ -456,10 +456,13 @@ void WaitEngine::PassTurn() {
             ++nRunning;
             return;
         }
-        ThreadState* const pNext = EarliestWaiter();
+        ThreadState* pNext = EarliestWaiter();
         if (!pNext) return;
         if (pNext->rtWake > Now()) rtVirtual.store(pNext->rtWake);
-        Expire(*pNext);
+        do {
+            Expire(*pNext);
+            pNext = nShuffle != 0 ? EarliestWaiter() : nullptr;
+        } while (pNext && pNext->rtWake <= Now());
     }
 }
 

@@ -24,7 +24,7 @@ std::string Narrow(std::u16string_view _strAscii) {
 }
 
 bool Has(KeyNames _names, std::u16string_view _strName) {
-    return std::any_of(_names.begin(), _names.end(), [&](const char16_t* sz) { return _strName == sz; });
+    return std::find(_names.begin(), _names.end(), _strName) != _names.end();
 }
 
 // Where the key stands once the object is made: start-up moves some keys away from `object`.
@@ -77,7 +77,7 @@ void PrintProfile(const char* _szTitle, const PROPS_PROFILE& _profile) {
 
 void PrintNames(const char* _szTitle, const char* _szText, KeyNames _names, const char* _szPrefix) {
     std::printf("\n## %s\n\n%s\n\n", _szTitle, _szText);
-    for (const char16_t* szName : _names) std::printf("- `%s%s`\n", _szPrefix, Narrow(szName).c_str());
+    for (const std::u16string_view name : _names) std::printf("- `%s%s`\n", _szPrefix, Narrow(name).c_str());
 }
 
 }  // namespace
