@@ -2,6 +2,7 @@
 // What an audio description says about memory, and the texts that divide channels into tracks and choose channels.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -21,12 +22,16 @@ int64_t AudBlockBytes(const ZR_AUD_PROPS& _props);
 // Channels, rate and bits are all given and are numbers that can be.
 bool AudUsable(const ZR_AUD_PROPS& _props);
 
-// Up to kMaxAudioChannels whole numbers without a heap: channel indexes, or channels per track.
+// Up to kMaxAudioChannels whole numbers without a heap: channel indexes, or channels per track. A range, and a span.
 class ChannelList {
 public:
     // False, and nothing done, when the list is full.
     bool Add(int32_t _n);
-    std::span<const int32_t> Items() const { return {arrItems.data(), nCount}; }
+    const int32_t* begin() const { return arrItems.data(); }
+    const int32_t* end() const { return arrItems.data() + nCount; }
+    size_t size() const { return nCount; }
+    bool empty() const { return nCount == 0; }
+    int32_t operator[](size_t _i) const { return arrItems[_i]; }
 
 private:
     std::array<int32_t, kMaxAudioChannels> arrItems{};

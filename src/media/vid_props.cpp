@@ -132,6 +132,12 @@ void FillFrame(ZR_VID_PROPS& _named, const ZR_VID_PROPS& _frame) {
     _named.nHeight = bKeep ? _frame.nHeight : WithSignOf(nNamed, _frame.nHeight);
 }
 
+// A frame with every line of its format, blanking included: 525, 625 or 1125, which is odd where there are fields.
+bool HasAllLines(const ZR_VID_PROPS& _frame) {
+    const int32_t nBlanking = FormatBlanking(_frame.eVideoFormat);
+    return nBlanking != 0 && AbsHeight(_frame.nHeight) == FormatSize(_frame.eVideoFormat).nHeight + nBlanking;
+}
+
 // False: no such named format, the record is as it was.
 bool FillByFormat(ZR_VID_PROPS& _props, bool _bKeepOwnSize) {
     ZR_VID_PROPS named = PropsFromFormat(_props.eVideoFormat, _props.fccType);
@@ -208,7 +214,8 @@ eZrVideoFormat NormalizeProps(ZR_VID_PROPS* _pProps, bool _bKeepOwnSize) {
         props.nWidth &= ~1;
         props.nHeight = AbsHeight(props.nHeight);
     }
-    if (InterlaceClass(&props) != 0) props.nHeight -= props.nHeight % 2;
+    // Every field has as many lines, but a frame captured whole is not cut.
+    if (InterlaceClass(&props) != 0 && !(_bKeepOwnSize && HasAllLines(props))) props.nHeight -= props.nHeight % 2;
     const bool bKnown = PixelFormatPackedKnown(props.fccType);
     props.nRowBytes = std::max(props.nRowBytes, bKnown ? MinRowBytes(props.fccType, props.nWidth) : 0);
     return props.eVideoFormat;

@@ -33,8 +33,8 @@ ZR_VID_PROPS PropsFromFormat(eZrVideoFormat _eFormat, eZrFCC _fccType);
 // order and pixel format are filled in.
 //
 // In both: a record without a format gets the one its numbers name; pixel formats that cannot be bottom-up get a
-// positive height and an even width; interlaced pictures get an even height; row bytes are at least what the width
-// needs.
+// positive height and an even width; interlaced pictures get an even height, except a frame with all lines of its
+// format, blanking included; row bytes are at least what the width needs.
 //
 // A record of a named format is settled after one run as a frame. In the other cases a second run may go on: a run that
 // recognises a format sets its name only and the next fills the rest by it; a wish whose rate is not the named format's

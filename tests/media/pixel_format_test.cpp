@@ -44,32 +44,13 @@ TEST(PixelFormat, RowAndPictureBytes) {
     EXPECT_EQ(PictureBytes({.fccType = eZrFCC_UYVY, .nWidth = 8, .nHeight = -3, .nRowBytes = 64}), 192u);
 }
 
-TEST(PixelFormat, RowOrderAndKnownness) {
-    struct CASE {
-        eZrFCC fccType;
-        int32_t nBits;
-        bool bPlanar, bBottomUp, bPackedKnown;
-    };
-    constexpr CASE arrCases[] = {
-        {eZrFCC_UYVY, 16, false, false, true},    {eZrFCC_HDYC, 16, false, false, true},
-        {eZrFCC_YUY2, 16, false, false, true},    {eZrFCC_YVYU, 16, false, false, true},
-        {eZrFCC_v210, 20, false, false, true},    {kFCC_r210, 32, false, true, true},
-        {eZrFCC_RGB8, 8, false, true, true},      {kFCC_RGB565, 16, false, true, false},
-        {kFCC_RGB555, 16, false, true, false},    {eZrFCC_RGB24, 24, false, true, true},
-        {eZrFCC_RGB32, 32, false, true, true},    {eZrFCC_ARGB32, 32, false, true, true},
-        {eZrFCC_I420, 12, true, false, false},    {eZrFCC_YV12, 12, true, false, false},
-        {eZrFCC_NV12, 16, true, false, false},    {kFCC_Y422, 16, true, false, false},
-        {kFCC_Y444, 24, true, false, false},      {kFCC_IYU2, 24, false, false, false},
-        {kFCC_YVU9, 9, false, false, false},      {kFCC_MJPG, 0, false, false, false},
-        {eZrFCC_Default, 0, false, false, false},
-    };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.fccType);
-        EXPECT_EQ(PixelFormatBits(c.fccType), c.nBits);
-        EXPECT_EQ(PixelFormatPlanar(c.fccType), c.bPlanar);
-        EXPECT_EQ(PixelFormatBottomUp(c.fccType), c.bBottomUp);
-        EXPECT_EQ(PixelFormatPackedKnown(c.fccType), c.bPackedKnown);
-    }
+TEST(PixelFormat, OnlyRgbFormatsAreBottomUp) {
+    for (const eZrFCC fccType :
+         {eZrFCC_RGB8, kFCC_RGB565, kFCC_RGB555, eZrFCC_RGB24, eZrFCC_RGB32, eZrFCC_ARGB32, kFCC_r210})
+        EXPECT_TRUE(PixelFormatBottomUp(fccType)) << fccType;
+    for (const eZrFCC fccType : {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_YUY2, eZrFCC_YVYU, eZrFCC_v210, eZrFCC_I420,
+                                 eZrFCC_YV12, eZrFCC_NV12, kFCC_Y422, kFCC_Y444, kFCC_IYU2, kFCC_YVU9, kFCC_MJPG})
+        EXPECT_FALSE(PixelFormatBottomUp(fccType)) << fccType;
 }
 
 TEST(PixelFormat, TextAndCode) {

@@ -1,0 +1,181 @@
+#include "media/vid_props_text.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "media/pixel_format.h"
+#include "media/record_support.h"
+#include "media/vid_props.h"
+#include "media/vid_props_attributes.h"
+
+namespace zr {
+namespace {
+
+TEST(VidPropsText, Forms) {
+    struct CASE {
+        const char* szName;
+        ZR_VID_PROPS props;
+        const char16_t *szTechnical, *szShort, *szListName;
+    };
+    const CASE arrCases[] = {
+        {"full record", PropsFromFormat(eZrVF_HD1080_50i, eZrFCC_Default), u"1920(3840)x1080(HDYC)@25.000iT (16:9)",
+         u"HDYC 1920(3840)x1080@25.000iT 16:9", u"HD1080-50i HDYC 1920x1080@25.00iT 16:9"},
+        {"top-down, rate with a fraction, scale letter",
+         {eZrVF_NTSC, eZrFCC_ARGB32, 720, -486, 2880, eZrI_Field2First, 4, 3, 30000 / 1001.0, eZrST_LetterBox},
+         u"720(2880)x-486(ARGB32)@29.970iB (4:3L)",
+         u"ARGB32 720(2880)x-486@29.970iB 4:3",
+         u"NTSC ARGB32 720x-486@29.97iB 4:3"},
+        {"a name alone asks for nothing until it is filled",
+         {.eVideoFormat = eZrVF_HD720_5994p},
+         u"",
+         u"HDYC 1280(2560)x720@59.940p 16:9",
+         u"HD720-59p HDYC 1280x720@59.94p 16:9"},
+        {"custom, no field order, no aspect",
+         {{}, eZrFCC_I420, 640, 360, 640, {}, 0, 0, 12.5},
+         u"640(640)x360(I420)@12.500A",
+         u"I420 640(640)x360@12.500A",
+         u"Custom I420 640x360@12.50"},
+        {"no pixel format",
+         {{}, {}, 640, 360, 0, eZrI_Inverse},
+         u"640(0)x360(BI_RGB)@0.000INV",
+         u"BI_RGB 640(0)x360@0.000INV",
+         u"Custom 640x360@0.00INV"},
+        {"stereoscopic", PropsFromFormat(eZrVF_3D_Full_TnB_720_50p, eZrFCC_UYVY),
+         u"1280(2560)x1440(UYVY)@50.000p (16:9)", u"UYVY 1280(2560)x1440@50.000p 16:9",
+         u"3D-TnB HD720-50p UYVY 1280x1440@50.00p 16:9"},
+        {"values beyond the lists",
+         {{}, eZrFCC_UYVY, 8, 8, 16, eZrI_DeinterlaceF1, 1, 1, 1, static_cast<eZrScaleType>(9)},
+         u"8(16)x8(UYVY)@1.000ER (1:1N)",
+         u"UYVY 8(16)x8@1.000ER 1:1",
+         u"Custom UYVY 8x8@1.00ER 1:1"},
+        {"disabled", {.eVideoFormat = eZrVF_Disabled, .nWidth = 8}, u"disabled", u"-", u"<No Video>"},
+        {"nothing", {}, u"", u"-", u"<Auto/Not Specified>"},
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        EXPECT_EQ(VideoTechnicalText(&c.props), c.szTechnical);
+        EXPECT_EQ(VideoListText(&c.props, true), c.szShort);
+        EXPECT_EQ(VideoListText(&c.props, false), c.szListName);
+    }
+    EXPECT_EQ(VideoTechnicalText(nullptr), u"");
+    EXPECT_EQ(VideoListText(nullptr, false), u"<Auto/Not Specified>");
+}
+
+TEST(VidPropsText, Keywords) {
+    EXPECT_EQ(ParseInterlace(u"Progressive"), eZrI_Progressive);
+    EXPECT_EQ(ParseInterlace(u"FIELD"), eZrI_OneField);
+    EXPECT_EQ(ParseInterlace(u"interlaced"), eZrI_Default);
+    EXPECT_EQ(ParseScaleType(u"none"), eZrST_IgnoreAR);
+    EXPECT_EQ(ParseScaleType(u"no-scale"), eZrST_NoScale);
+    EXPECT_EQ(Parse3DFormat(u"3d-auto"), eZr3D_Tile);
+    EXPECT_EQ(Parse3DFormat(u"3D-Tile"), eZr3D_Auto);
+    EXPECT_EQ(Parse3DFormat(u"default"), eZr3D_None);
+    for (int32_t i = 0; i <= 5; ++i) {
+        const auto eInterlace = static_cast<eZrInterlace>(i);
+        EXPECT_EQ(ParseInterlace(InterlaceKeyword(eInterlace)), eInterlace);
+    }
+    for (const uint32_t nLayout : {0x0u, 0x200u, 0x400u, 0x1200u, 0x1400u}) {
+        const auto e3DFormat = static_cast<eZr3DFormat>(nLayout);
+        EXPECT_EQ(Parse3DFormat(LayoutKeyword(e3DFormat)), e3DFormat);
+    }
+    EXPECT_EQ(InterlaceKeyword(eZrI_DeinterlaceF1), u"");
+    EXPECT_EQ(ScaleTypeKeyword(eZrST_IgnoreAR), u"ignore-ar");
+}
+
+using Attributes = std::map<std::u16string, std::u16string>;
+
+ZR_VID_PROPS Read(const Attributes& _attributes, ZR_VID_PROPS _props) {
+    ReadVidProps(
+        [&](const char16_t* _szName, std::u16string_view& _value) {
+            const auto it = _attributes.find(_szName);
+            if (it != _attributes.end()) _value = it->second;
+            return it != _attributes.end();
+        },
+        &_props);
+    return _props;
+}
+
+TEST(VidPropsAttributes, Reads) {
+    struct CASE {
+        const char* szName;
+        Attributes attributes;
+        ZR_VID_PROPS in, out;
+    };
+    constexpr auto P = eZrI_Progressive;
+    const ZR_VID_PROPS pal = PropsFromFormat(eZrVF_PAL, eZrFCC_UYVY);
+    const ZR_VID_PROPS tiny = {{}, eZrFCC_UYVY, 64, 36, 128, P, 16, 9, 25};
+    const CASE arrCases[] = {
+        {"no attribute changes nothing but row bytes", {}, {{}, eZrFCC_UYVY, 64, 36, 999, P, 16, 9, 25}, tiny},
+        {"a code that has no name to read stays",
+         {},
+         {{}, kFCC_RGB565, 64, -36, 0, P},
+         {{}, kFCC_RGB565, 64, -36, 0, P}},
+        {"format over another one",
+         {{u"video_format", u"HD720-50p"}},
+         pal,
+         {eZrVF_HD720_50p, eZrFCC_UYVY, 1280, 720, 2560, P, 16, 9, 50}},
+        {"format by its enumerator", {{u"video_format", u"eZrVF_PAL"}}, {}, pal},
+        {"unknown format: by the numbers",
+         {{u"video_format", u"pal"}},
+         {{}, {}, 720, 576, 0, {}, 0, 0, 25},
+         {eZrVF_PAL, eZrFCC_UYVY, 720, 576, 1440, P, 4, 3, 25}},
+        {"numbers",
+         {{u"width", u"0x140"}, {u"height", u" 180 lines"}, {u"rate", u"12.5fps"}},
+         {{}, eZrFCC_UYVY},
+         {{}, eZrFCC_UYVY, 320, 180, 640, {}, 0, 0, 12.5}},
+        {"numbers that are words",
+         {{u"width", u"wide"}, {u"rate", u"True"}},
+         tiny,
+         {{}, eZrFCC_UYVY, 0, 36, 0, P, 16, 9, 1}},
+        {"rate in percent", {{u"rate", u"2500%"}}, tiny, tiny},
+        {"huge numbers",
+         {{u"width", u"99999999999"}, {u"height", u"-99999999999"}, {u"aspect_ratio", u"99999:-99999"}},
+         tiny,
+         {{}, eZrFCC_UYVY, 2147483646, 2147483647, 2147483647, P, 32767, -32768, 25}},
+        {"pixel format before its older name",
+         {{u"pixel_format", u"yuy2"}, {u"colorspace", u"RGB32"}},
+         tiny,
+         {{}, eZrFCC_YUY2, 64, 36, 128, P, 16, 9, 25}},
+        {"older names",
+         {{u"colorspace", u"RGB24"}, {u"aspect-ratio", u"4x3"}, {u"keep-aspect", u"None"}},
+         tiny,
+         {{}, eZrFCC_RGB24, 64, 36, 192, P, 4, 3, 25, eZrST_IgnoreAR}},
+        {"aspect without digits", {{u"aspect_ratio", u"auto"}}, tiny, tiny},
+        {"one aspect number keeps the other",
+         {{u"aspect_ratio", u"4"}},
+         tiny,
+         {{}, eZrFCC_UYVY, 64, 36, 128, P, 4, 9, 25}},
+        {"aspect text that starts with none",
+         {{u"aspect_ratio", u"x16:9"}},
+         tiny,
+         {{}, eZrFCC_UYVY, 64, 36, 128, P, 0, 0, 25}},
+        {"keywords",
+         {{u"interlace", u"bottom"}, {u"scale_type", u"crop"}, {u"format_3d", u"3D-HSbS"}},
+         tiny,
+         {{}, eZrFCC_UYVY, 64, 36, 128, eZrI_Field2First, 16, 9, 25, eZrST_Crop, eZr3D_SideBySide}},
+        {"auto gives the field order back to the format",
+         {{u"video_format", u"PAL"}, {u"interlace", u"auto"}},
+         {},
+         pal},
+        {"present and empty",
+         {{u"pixel_format", u""}, {u"interlace", u""}, {u"aspect_ratio", u""}},
+         tiny,
+         {{}, {}, 64, 36, 0, {}, 16, 9, 25}},
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        EXPECT_EQ(Fields(Read(c.attributes, c.in)), Fields(c.out));
+    }
+}
+
+TEST(VidPropsAttributes, WritesTheLineOfAWish) {
+    EXPECT_EQ(VidPropsLine(PropsFromFormat(eZrVF_3D_SbS_1080_50i, eZrFCC_ARGB32)),
+              u" video_format='HD1080-50i' pixel_format='ARGB32'");
+    EXPECT_EQ(VidPropsLine({{}, eZrFCC_UYVY, 640, -360, 0, eZrI_Progressive, 0, 0, 30 / 1.001}),
+              u" width='640' height='-360' rate='29.970' interlace='progressive' pixel_format='UYVY'");
+}
+
+}  // namespace
+}  // namespace zr
