@@ -26,6 +26,20 @@ void NameIndex::Add(uint32_t _nPosition, uint64_t _nHash) {
     }
 }
 
+void NameIndex::RemoveLast(uint32_t _nPosition, uint64_t _nHash) {
+    const size_t i = SlotOf(_nHash);
+    SLOT& slot = arrSlots[i];
+    if (slot.nFirst == _nPosition) {
+        FreeSlot(i);
+    } else {
+        uint32_t nBefore = slot.nFirst;
+        while (arrNext[nBefore] != _nPosition) nBefore = arrNext[nBefore];
+        arrNext[nBefore] = kNone;
+        slot.nLast = nBefore;
+    }
+    arrNext.resize(_nPosition);
+}
+
 uint32_t NameIndex::Find(uint64_t _nHash, size_t _nOccurrence) const {
     uint32_t nPosition = arrSlots[SlotOf(_nHash)].nFirst;
     for (; nPosition != kNone && _nOccurrence > 0; --_nOccurrence) nPosition = arrNext[nPosition];
@@ -38,6 +52,20 @@ size_t NameIndex::SlotOf(uint64_t _nHash) const {
     size_t i = static_cast<size_t>(_nHash) & nMask;
     while (arrSlots[i].nFirst != kNone && arrSlots[i].nHash != _nHash) i = (i + 1) & nMask;
     return i;
+}
+
+// Moves the slots behind a freed one up, as far as that brings them nearer to where they belong.
+void NameIndex::FreeSlot(size_t _i) {
+    const size_t nMask = arrSlots.size() - 1;
+    size_t nHole = _i;
+    for (size_t i = (_i + 1) & nMask; arrSlots[i].nFirst != kNone; i = (i + 1) & nMask) {
+        const size_t nHome = static_cast<size_t>(arrSlots[i].nHash) & nMask;
+        if (((i - nHome) & nMask) < ((i - nHole) & nMask)) continue;
+        arrSlots[nHole] = arrSlots[i];
+        nHole = i;
+    }
+    arrSlots[nHole].nFirst = kNone;
+    --nUsed;
 }
 
 void NameIndex::Grow() {

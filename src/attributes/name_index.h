@@ -16,6 +16,8 @@ public:
     void Reset(size_t _nNames);
     // _nPosition: above every position added since the last Reset.
     void Add(uint32_t _nPosition, uint64_t _nHash);
+    // Takes the last position that was added out again.
+    void RemoveLast(uint32_t _nPosition, uint64_t _nHash);
     // The position of occurrence number _nOccurrence, 0 first; kNone when there is none.
     uint32_t Find(uint64_t _nHash, size_t _nOccurrence) const;
 
@@ -28,6 +30,7 @@ private:
 
     size_t SlotOf(uint64_t _nHash) const;
     void Grow();
+    void FreeSlot(size_t _i);
 
     std::vector<SLOT> arrSlots;     // a power of two of them, at most half in use
     std::vector<uint32_t> arrNext;  // by position: the next one with the same name

@@ -26,12 +26,25 @@ public:
         T value;
     };
 
+    NamedList() = default;
+    NamedList(NamedList&&) noexcept = default;
+    NamedList& operator=(NamedList&&) noexcept = default;
+    NamedList(const NamedList& _other) : arrEntries(_other.arrEntries) { Reindex(); }
+    NamedList& operator=(const NamedList& _other) {
+        arrEntries = _other.arrEntries;
+        Reindex();
+        return *this;
+    }
+
     size_t Size() const { return arrEntries.size(); }
     bool Empty() const { return arrEntries.empty(); }
     void Reserve(size_t _nEntries) { arrEntries.reserve(_nEntries); }
     T& operator[](size_t _i) { return arrEntries[_i].value; }
     const T& operator[](size_t _i) const { return arrEntries[_i].value; }
     std::u16string_view NameAt(size_t _i) const { return arrEntries[_i].name.View(); }
+    uint64_t HashAt(size_t _i) const { return arrEntries[_i].nHash; }
+    auto begin() { return arrEntries.begin(); }
+    auto end() { return arrEntries.end(); }
     auto begin() const { return arrEntries.begin(); }
     auto end() const { return arrEntries.end(); }
 
@@ -75,15 +88,23 @@ public:
     }
     // Takes the entry out and hands its value on.
     T Remove(size_t _i) {
+        const bool bLast = _i + 1 == arrEntries.size();
+        if (bLast) ForgetLast();
         T value = std::move(arrEntries[_i].value);
         arrEntries.erase(arrEntries.begin() + static_cast<ptrdiff_t>(_i));
-        Reindex();
+        if (!bLast) Reindex();
         return value;
     }
     void Rename(size_t _i, const NameKey& _key) {
-        arrEntries[_i].name.Assign(_key.text);
+        SmallText text(_key.text);
+        const bool bLast = _i + 1 == arrEntries.size();
+        if (bLast) ForgetLast();
+        arrEntries[_i].name = std::move(text);
         arrEntries[_i].nHash = _key.nHash;
-        Reindex();
+        if (bLast)
+            NoteAppended();
+        else
+            Reindex();
     }
     void Clear() {
         arrEntries.clear();
@@ -95,7 +116,6 @@ private:
 
     // Without memory for the index the list is whole all the same: it is searched.
     void NoteAppended() noexcept {
-        if (arrEntries.size() <= kSearched) return;
         if (!pIndex) return Reindex();
         try {
             if (const uint64_t nHash = arrEntries.back().nHash)
@@ -103,6 +123,11 @@ private:
         } catch (const std::bad_alloc&) {
             pIndex.reset();
         }
+    }
+    // The last entry is about to go or to change its name.
+    void ForgetLast() {
+        const uint64_t nHash = arrEntries.back().nHash;
+        if (pIndex && nHash) pIndex->RemoveLast(static_cast<uint32_t>(arrEntries.size() - 1), nHash);
     }
     void Reindex() noexcept {
         if (arrEntries.size() <= kSearched) return pIndex.reset();

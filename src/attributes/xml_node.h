@@ -101,6 +101,8 @@ public:
     // --- Own attributes, by the name as it stands or by position
 
     size_t AttributeCount() const;
+    template <AttrBinary T>
+    bool GetOwnAttribute(const NameKey& _key, T& _value) const;
     // Either out may be null. False: no such position.
     bool AttributeAt(size_t _i, std::u16string* _pName, std::u16string* _pText) const;
     bool HasOwnAttribute(const NameKey& _key) const;
@@ -147,11 +149,10 @@ public:
 
     // --- XML
 
-    // Reads XML into this node, whose children and attributes go first. _ppEnd (may be null): in, where the text ends
-    // at the latest, null for its zero; out, behind what was read. E_INVALIDARG: no text, or none that opens a tag; cut
-    // and misnested text is no error. E_OUTOFMEMORY: what was read so far is there.
+    // Reads XML into this node, in place of its children and attributes. _ppEnd (may be null): in, where the text ends
+    // at the latest, null for its zero; out, behind what was read. Cut and misnested text is no error. E_INVALIDARG: no
+    // text, or none that opens a tag, which leaves the node empty. E_OUTOFMEMORY: nothing has changed.
     HRESULT Parse(const char16_t* _szXml, const char16_t** _ppEnd = nullptr, const XML_READ_OPTIONS& _options = {});
-    HRESULT Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _options = {});
     // Appends the node and all below it to _out.
     void Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options = {}) const;
     // Makes _target's children copies of this node's, and its attributes by the mode. _bWithName: the name and tag too.
@@ -179,15 +180,15 @@ public:
     void RemoveObjectsBelow();
 
 protected:
-    XMLNodeBase() = default;
+    XMLNodeBase();
     virtual ~XMLNodeBase();
 
     // A new node of the same type, with one reference. Throws std::bad_alloc.
     virtual XMLNodeBase* NewNode() const = 0;
-    void SetIdAttribute(const NameKey* _pKey) { pIdAttribute = _pKey; }
     void SetHiddenNames(std::span<const NameKey> _arrNames) { arrHiddenNames = _arrNames; }
     void SetRawXmlNames(std::span<const NameKey> _arrNames) { arrRawXmlNames = _arrNames; }
-    void SetNew_I(std::u16string_view _name, XMLNodeBase* _pParent, bool _bText);
+    // Completes a node that nobody else knows yet; _name: of a text its text.
+    void SetNew(std::u16string_view _name, const NameKey* _pIdAttribute, bool _bText);
 
 private:
     friend class XMLReader;
@@ -195,14 +196,26 @@ private:
     friend class AttributeAccess;
 
     static void DestroyTree(XMLNodeBase* _pTop);
-    XMLNodeRef NewElement(std::u16string_view _name) const;
-    XMLNodeRef NewText(std::u16string_view _text) const;
-    void SetId(const NameKey& _name);
+    XMLNodeRef NewBelow(std::u16string_view _name, bool _bText) const;
+    XMLNodeRef FindOrMakeChild(const NameKey& _key);
+    void RenameNode(std::u16string_view _name, bool _bById);
+    size_t FindChildPosition(const XMLNodeBase* _pChild) const;
+    XMLNodeBase* FirstText() const;
+    void JoinTexts(size_t _i);
     size_t Depth() const;
+    bool IsId(const NameKey& _key) const { return pIdAttribute && pIdAttribute->nHash == _key.nHash; }
+    AttrValue* FindOwn(const NameKey& _key) const;
+    void TakeIdFromAttributes(const NameKey* _pSourceId);
+    template <AttrBinary T>
+    void SetOwn(const NameKey& _key, T _value);
+    void CopySelfTo(XMLNodeBase& _fresh) const;
+    void TakeOver(XMLNodeBase& _fresh);
+    template <class F>
+    void ForEachBelow(F _f) const;
 
     std::atomic<uint32_t> nReferences{1};
     bool bText = false;
-    bool bNoFormat = false;  // the writer keeps the node on one line
+    std::atomic<bool> bNoFormat{false};  // the writer keeps the node on one line
     bool bSkipFirstHidden = true;
     std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted
     const NameKey* pIdAttribute = nullptr;
@@ -226,16 +239,15 @@ private:
 template <class Derived, class Ptr>
 class XMLNodeImpl : public XMLNodeBase {
 public:
-    // A new node that knows its parent but is not among its children yet. Throws std::bad_alloc.
-    static Ptr Create(std::u16string_view _name, Derived* _pParent = nullptr, const NameKey* _pIdAttribute = nullptr) {
+    // A new top. The name of its id attribute goes on to every node that is made below it. Throws std::bad_alloc.
+    static Ptr Create(std::u16string_view _name, const NameKey* _pIdAttribute = nullptr) {
         Ptr p = Ptr::Attach(new Derived());
-        p->SetIdAttribute(_pIdAttribute);
-        p->SetNew_I(_name, _pParent, false);
+        p->SetNew(_name, _pIdAttribute, false);
         return p;
     }
-    static Ptr CreateText(std::u16string_view _text, Derived* _pParent = nullptr) {
+    static Ptr CreateText(std::u16string_view _text) {
         Ptr p = Ptr::Attach(new Derived());
-        p->SetNew_I(_text, _pParent, true);
+        p->SetNew(_text, nullptr, true);
         return p;
     }
 
@@ -256,7 +268,7 @@ public:
     bool RemoveChild(Derived* _pChild) { return RemoveChildNode(_pChild); }
     // A copy of this node and all below it, a top of its own.
     Ptr Clone() const {
-        Ptr p = Create(u"clone", nullptr, IdAttribute());
+        Ptr p = Create(u"clone", IdAttribute());
         CopyTo(*p, true, eZrUT_ClearDest);
         return p;
     }

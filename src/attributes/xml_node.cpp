@@ -1,0 +1,478 @@
+#include "attributes/xml_node.h"
+
+#include <algorithm>
+#include <cassert>
+
+#include "attributes/name_path.h"
+
+namespace zr {
+
+namespace {
+
+constexpr NameKey arrDefaultHidden[] = {u"attributes_info"};
+
+bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
+    return std::any_of(_arrNames.begin(), _arrNames.end(), [&](const NameKey& _key) { return _key.nHash == _nHash; });
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Life
+
+XMLNodeBase::XMLNodeBase() : arrHiddenNames(arrDefaultHidden) {}
+XMLNodeBase::~XMLNodeBase() = default;
+
+HRESULT XMLNodeBase::QueryInterface(const GUID& _iid, void** _ppv) {
+    if (!_ppv) return E_POINTER;
+    *_ppv = nullptr;
+    if (!(_iid == IUnknown::kIid)) return E_NOINTERFACE;
+    *_ppv = static_cast<IUnknown*>(this);
+    AddRef();
+    return S_OK;
+}
+
+uint32_t XMLNodeBase::Release() {
+    const uint32_t nLeft = nReferences.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (nLeft == 0) DestroyTree(this);
+    return nLeft;
+}
+
+// Level by level instead of one destructor inside the other, since a tree may be deeper than a stack. The nodes that
+// wait for their end are chained by the link to their parent, which they need no more.
+void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) {
+    _pTop->pParent.store(nullptr, std::memory_order_relaxed);
+    for (XMLNodeBase* pDying = _pTop; pDying;) {
+        XMLNodeBase* const pNode = pDying;
+        pDying = pNode->pParent.load(std::memory_order_relaxed);
+        for (auto& entry : pNode->arrChildren) {
+            XMLNodeBase* const pChild = entry.value.Detach();
+            pChild->pParent.store(nullptr, std::memory_order_release);
+            if (pChild->nReferences.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;  // it lives on as a top
+            pChild->pParent.store(pDying, std::memory_order_relaxed);
+            pDying = pChild;
+        }
+        delete pNode;
+    }
+}
+
+void XMLNodeBase::SetNew(std::u16string_view _name, const NameKey* _pIdAttribute, bool _bText) {
+    name.SetText(_name);
+    pIdAttribute = _pIdAttribute;
+    bText = _bText;
+}
+
+XMLNodeRef XMLNodeBase::NewBelow(std::u16string_view _name, bool _bText) const {
+    XMLNodeRef p = XMLNodeRef::Attach(NewNode());
+    p->SetNew(_name, pIdAttribute, _bText);
+    return p;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Names
+
+std::u16string XMLNodeBase::Name() const {
+    if (bText) return {};
+    CRWReadScope lock(*pLockAttributes);
+    return std::u16string(name.Text());
+}
+
+std::u16string XMLNodeBase::Tag() const {
+    if (bText) return {};
+    CRWReadScope lock(*pLockAttributes);
+    return std::u16string(strType.Empty() ? name.Text() : strType.View());
+}
+
+bool XMLNodeBase::HasName(const NameKey& _key) const {
+    if (bText) return false;
+    CRWReadScope lock(*pLockAttributes);
+    return NameHash(name.Text()) == _key.nHash;
+}
+
+bool XMLNodeBase::HasTag(const NameKey& _key) const {
+    if (bText) return false;
+    CRWReadScope lock(*pLockAttributes);
+    return NameHash(strType.Empty() ? name.Text() : strType.View()) == _key.nHash;
+}
+
+bool XMLNodeBase::IsRawXml() const {
+    if (bText || arrRawXmlNames.empty()) return false;
+    CRWReadScope lock(*pLockAttributes);
+    return HasHash(arrRawXmlNames, NameHash(name.Text()));
+}
+
+void XMLNodeBase::Rename(std::u16string_view _name) { RenameNode(_name, false); }
+
+void XMLNodeBase::SetTag(std::u16string_view _tag) {
+    {
+        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetTag");
+        if (!strType.Empty()) {
+            strType.Assign(_tag);
+            return;
+        }
+    }
+    RenameNode(_tag, false);
+}
+
+// _bById: the present name stays as the tag, unless there is a tag already.
+void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) {
+    if (bText) return;
+    const XMLNodeRef pUp = ParentNode();
+    if (pUp) pUp->lockChildren.EnterWrite("XMLNodeBase::RenameNode");
+    {
+        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::RenameNode");
+        if (_bById && strType.Empty()) strType.Assign(name.Text());
+        if (name.Text() != _name) name.SetText(_name);
+    }
+    if (pUp) {
+        const size_t i = pUp->FindChildPosition(this);
+        if (i != pUp->arrChildren.kNone && pUp->arrChildren.NameAt(i) != _name) pUp->arrChildren.Rename(i, _name);
+        pUp->lockChildren.LeaveWrite();
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Children. FindChildPosition, FirstText and JoinTexts are called under lockChildren.
+
+size_t XMLNodeBase::FindChildPosition(const XMLNodeBase* _pChild) const {
+    for (size_t i = arrChildren.Size(); i-- > 0;)
+        if (arrChildren[i].Get() == _pChild) return i;
+    return arrChildren.kNone;
+}
+
+size_t XMLNodeBase::ChildCount() const {
+    CRWReadScope lock(lockChildren);
+    return arrChildren.Size();
+}
+
+XMLNodeRef XMLNodeBase::ChildNodeAt(size_t _i) const {
+    CRWReadScope lock(lockChildren);
+    return _i < arrChildren.Size() ? arrChildren[_i] : XMLNodeRef();
+}
+
+XMLNodeRef XMLNodeBase::FindChildNode(const NameKey& _key, size_t _nOccurrence) const {
+    CRWReadScope lock(lockChildren);
+    const size_t i = arrChildren.Find(_key.nHash, _nOccurrence);
+    return i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
+}
+
+std::vector<XMLNodeRef> XMLNodeBase::ChildNodes() const {
+    CRWReadScope lock(lockChildren);
+    std::vector<XMLNodeRef> arr;
+    arr.reserve(arrChildren.Size());
+    for (const auto& entry : arrChildren) arr.push_back(entry.value);
+    return arr;
+}
+
+size_t XMLNodeBase::ElementCount() const {
+    CRWReadScope lock(lockChildren);
+    return static_cast<size_t>(std::count_if(arrChildren.begin(), arrChildren.end(), [&](const auto& _entry) {
+        return !_entry.value->bText && !HasHash(arrHiddenNames, _entry.nHash);
+    }));
+}
+
+XMLNodeRef XMLNodeBase::ElementNodeAt(size_t _i) const {
+    CRWReadScope lock(lockChildren);
+    for (const auto& entry : arrChildren)
+        if (!entry.value->bText && !HasHash(arrHiddenNames, entry.nHash) && _i-- == 0) return entry.value;
+    return {};
+}
+
+bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
+    if (!_pChild || bText || _pChild->HasParent()) return false;
+    for (const XMLNodeBase* p = this; p; p = p->pParent.load(std::memory_order_acquire))
+        if (p == _pChild.Get()) return false;
+    const std::u16string strName = _pChild->Name();
+    const NameKey key(strName);
+
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::InsertChildNode");
+    const bool bAppend = _nPosition < 0 || static_cast<size_t>(_nPosition) > arrChildren.Size();
+    _pChild->pParent.store(this, std::memory_order_release);
+    arrChildren.Insert(bAppend ? arrChildren.Size() : static_cast<size_t>(_nPosition), _pChild->bText ? nullptr : &key,
+                       _pChild);
+    return true;
+}
+
+bool XMLNodeBase::RemoveChildNode(XMLNodeBase* _pChild) {
+    XMLNodeRef pRemoved;  // let go after the lock
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::RemoveChildNode");
+    const size_t i = FindChildPosition(_pChild);
+    if (i == arrChildren.kNone) return false;
+    pRemoved = arrChildren.Remove(i);
+    pRemoved->pParent.store(nullptr, std::memory_order_release);
+    if (i > 1 && i + 1 < arrChildren.Size()) JoinTexts(i);
+    return true;
+}
+
+// Makes one of two texts at a position and before it.
+void XMLNodeBase::JoinTexts(size_t _i) {
+    XMLNodeBase& before = *arrChildren[_i - 1];
+    XMLNodeBase& behind = *arrChildren[_i];
+    if (!before.bText || !behind.bText) return;
+    const std::u16string strText = behind.Text();
+    {
+        CRWWriteScope lock(*before.pLockAttributes, "XMLNodeBase::JoinTexts");
+        before.name.AppendText(strText);
+    }
+    behind.pParent.store(nullptr, std::memory_order_release);
+    arrChildren.Remove(_i);
+}
+
+void XMLNodeBase::RemoveChildren() {
+    NamedList<XMLNodeRef> arrRemoved;  // let go after the lock
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::RemoveChildren");
+    for (const auto& entry : arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
+    std::swap(arrRemoved, arrChildren);
+}
+
+bool XMLNodeBase::MoveChildNode(XMLNodeBase* _pChild, size_t _nPosition) {
+    const XMLNodeRef pHeld(_pChild);
+    if (!pHeld) return false;
+    const std::u16string strName = pHeld->Name();
+    const NameKey key(strName);
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::MoveChildNode");
+    const size_t i = FindChildPosition(_pChild);
+    if (i == arrChildren.kNone || _nPosition >= arrChildren.Size()) return false;
+    if (i != _nPosition) arrChildren.Insert(_nPosition, pHeld->bText ? nullptr : &key, arrChildren.Remove(i));
+    return true;
+}
+
+bool XMLNodeBase::Detach() {
+    const XMLNodeRef pUp = ParentNode();
+    return pUp && pUp->RemoveChildNode(this);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Paths
+
+size_t XMLNodeBase::Depth() const {
+    size_t nDepth = 0;
+    for (const XMLNodeBase* p = pParent.load(std::memory_order_acquire); p;
+         p = p->pParent.load(std::memory_order_acquire))
+        ++nDepth;
+    return nDepth;
+}
+
+XMLNodeRef XMLNodeBase::FindOrMakeChild(const NameKey& _key) {
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::FindOrMakeChild");
+    const size_t i = arrChildren.Find(_key.nHash);
+    if (i != arrChildren.kNone) return arrChildren[i];
+    XMLNodeRef pChild = NewBelow(_key.text, false);
+    pChild->pParent.store(this, std::memory_order_release);
+    return arrChildren.Append(_key, std::move(pChild));
+}
+
+XMLNodeRef XMLNodeBase::FindNode(std::u16string_view _path, bool _bCreate, std::u16string_view* _pLast) {
+    XMLNodeRef p(this);
+    size_t nDepth = _bCreate ? Depth() : 0;
+    for (bool bMore = true; bMore;) {
+        std::u16string_view segment;
+        bMore = CutPath(_path, segment);
+        if (!bMore) {
+            if (_pLast) {
+                *_pLast = _path;
+                return p;
+            }
+            segment = _path;
+        }
+        if (segment.empty()) continue;
+        if (_bCreate && (p->bText || ++nDepth > kMaxDepth)) return {};
+        p = _bCreate ? p->FindOrMakeChild(segment) : p->FindChildNode(segment);
+        if (!p) return {};
+    }
+    return p;
+}
+
+XMLNodeRef XMLNodeBase::AddNode(std::u16string_view _path) {
+    std::u16string_view last;
+    const XMLNodeRef pUp = FindNode(_path, true, &last);
+    if (!pUp || pUp->bText || last.empty() || pUp->Depth() >= kMaxDepth) return {};
+    XMLNodeRef pChild = pUp->NewBelow(last, false);
+    CRWWriteScope lock(pUp->lockChildren, "XMLNodeBase::AddNode");
+    pChild->pParent.store(pUp.Get(), std::memory_order_release);
+    return pUp->arrChildren.Append(last, std::move(pChild));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Texts
+
+XMLNodeBase* XMLNodeBase::FirstText() const {
+    for (const auto& entry : arrChildren)
+        if (entry.value->bText) return entry.value.Get();
+    return nullptr;
+}
+
+std::u16string XMLNodeBase::Text() const {
+    if (bText) {
+        CRWReadScope lock(*pLockAttributes);
+        return std::u16string(name.Text());
+    }
+    CRWReadScope lock(lockChildren);
+    const XMLNodeBase* pText = FirstText();
+    return pText ? pText->Text() : std::u16string();
+}
+
+void XMLNodeBase::SetText(std::u16string_view _text) {
+    if (bText) {
+        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetText");
+        name.SetText(_text);
+        return;
+    }
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::SetText");
+    if (XMLNodeBase* pText = FirstText()) {
+        pText->SetText(_text);
+        return;
+    }
+    XMLNodeRef pText = NewBelow(_text, true);
+    pText->pParent.store(this, std::memory_order_release);
+    arrChildren.AppendNameless(std::move(pText));
+}
+
+void XMLNodeBase::AppendText(std::u16string_view _text) {
+    if (_text.empty()) return;
+    if (bText) {
+        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::AppendText");
+        name.AppendText(_text);
+        return;
+    }
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::AppendText");
+    if (!arrChildren.Empty() && arrChildren[arrChildren.Size() - 1]->bText) {
+        arrChildren[arrChildren.Size() - 1]->AppendText(_text);
+        return;
+    }
+    XMLNodeRef pText = NewBelow(_text, true);
+    pText->pParent.store(this, std::memory_order_release);
+    arrChildren.AppendNameless(std::move(pText));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Copying
+
+// What this node is, without its children, to a node that nobody else knows yet.
+void XMLNodeBase::CopySelfTo(XMLNodeBase& _fresh) const {
+    CRWReadScope lock(*pLockAttributes);
+    _fresh.name = name;
+    _fresh.strType = strType;
+    _fresh.arrAttributes = arrAttributes;
+    _fresh.bText = bText;
+    _fresh.bNoFormat = bNoFormat.load();
+    _fresh.TakeIdFromAttributes(pIdAttribute);
+}
+
+// A copied node, which nobody else knows yet, comes from a tree where its id was in another attribute or in none.
+void XMLNodeBase::TakeIdFromAttributes(const NameKey* _pSourceId) {
+    if (_pSourceId == pIdAttribute || bText) return;
+    if (_pSourceId && !strType.Empty()) {
+        arrAttributes.FindOrAppend(*_pSourceId).SetText(name.Text());
+        name.SetText(strType.View());
+        strType.Clear();
+    }
+    const size_t i = pIdAttribute ? arrAttributes.Find(pIdAttribute->nHash) : arrAttributes.kNone;
+    if (i == arrAttributes.kNone) return;
+    strType.Assign(name.Text());
+    name = arrAttributes.Remove(i);
+}
+
+size_t XMLNodeBase::CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType _eUpdate,
+                           std::span<const NameKey> _arrLeaveOut) const {
+    if (&_target == this) return 0;
+    struct STEP {
+        const XMLNodeBase* pSource;
+        XMLNodeBase* pCopy;
+        XMLNodeRef pHeld;  // keeps the source
+    };
+    // The copy is complete before the target sees any of it, so the target may lie below this node or above it.
+    const XMLNodeRef pTop = XMLNodeRef::Attach(_target.NewNode());
+    pTop->pIdAttribute = _target.pIdAttribute ? pIdAttribute : nullptr;
+    CopySelfTo(*pTop);
+    size_t nCopied = 1;
+    std::vector<STEP> arrSteps{{this, pTop.Get(), {}}};
+    while (!arrSteps.empty()) {
+        const STEP step = std::move(arrSteps.back());
+        arrSteps.pop_back();
+        for (XMLNodeRef& pChild : step.pSource->ChildNodes()) {
+            XMLNodeRef pCopy = XMLNodeRef::Attach(_target.NewNode());
+            pCopy->pIdAttribute = _target.pIdAttribute;
+            pChild->CopySelfTo(*pCopy);
+            const NameKey key(pCopy->name.Text());
+            if (!pCopy->bText && HasHash(_arrLeaveOut, key.nHash)) continue;
+            pCopy->pParent.store(step.pCopy, std::memory_order_relaxed);
+            XMLNodeBase* const pRaw = pCopy.Get();
+            if (pRaw->bText)
+                step.pCopy->arrChildren.AppendNameless(std::move(pCopy));
+            else
+                step.pCopy->arrChildren.Append(key, std::move(pCopy));
+            ++nCopied;
+            arrSteps.push_back({pChild.Get(), pRaw, pChild});
+        }
+    }
+
+    if (_bWithName) {
+        _target.RenameNode(pTop->name.Text(), false);
+        CRWWriteScope lock(*_target.pLockAttributes, "XMLNodeBase::CopyTo");
+        _target.strType = pTop->strType;
+    }
+    _target.CopyAttributesFrom(*pTop, _eUpdate);
+    CRWWriteScope lock(_target.lockChildren, "XMLNodeBase::CopyTo");
+    _target.bNoFormat = pTop->bNoFormat.load();
+    for (const auto& entry : _target.arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
+    std::swap(_target.arrChildren, pTop->arrChildren);  // the old ones go with pTop
+    for (const auto& entry : _target.arrChildren) entry.value->pParent.store(&_target, std::memory_order_release);
+    return nCopied;
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Run-time objects
+
+ObjectsMap::ObjectPtr XMLNodeBase::Object(const NameKey& _key) const {
+    CRWReadScope lock(lockObjects);
+    return objects.Get(_key);
+}
+
+void XMLNodeBase::SetObject(const NameKey& _key, ObjectsMap::ObjectPtr _pObject) {
+    ObjectsMap::ObjectPtr pOld;  // let go after the lock
+    CRWWriteScope lock(lockObjects, "XMLNodeBase::SetObject");
+    pOld = objects.Set(_key, std::move(_pObject));
+}
+
+bool XMLNodeBase::RemoveObject(const NameKey& _key) {
+    ObjectsMap::ObjectPtr pOld;
+    CRWWriteScope lock(lockObjects, "XMLNodeBase::RemoveObject");
+    pOld = objects.Remove(_key);
+    return static_cast<bool>(pOld);
+}
+
+void XMLNodeBase::RemoveObjects() {
+    NamedList<ObjectsMap::ObjectPtr> arrOld;
+    CRWWriteScope lock(lockObjects, "XMLNodeBase::RemoveObjects");
+    arrOld = objects.RemoveAll();
+}
+
+// Calls _f for this node and all below it, each before what is below it.
+template <class F>
+void XMLNodeBase::ForEachBelow(F _f) const {
+    _f(*this);
+    std::vector<XMLNodeRef> arrWaiting = ChildNodes();
+    std::reverse(arrWaiting.begin(), arrWaiting.end());
+    while (!arrWaiting.empty()) {
+        const XMLNodeRef p = std::move(arrWaiting.back());
+        arrWaiting.pop_back();
+        _f(*p);
+        const std::vector<XMLNodeRef> arrChild = p->ChildNodes();
+        arrWaiting.insert(arrWaiting.end(), arrChild.rbegin(), arrChild.rend());
+    }
+}
+
+std::vector<ObjectsMap::ObjectPtr> XMLNodeBase::CollectObjects(const NameKey& _key) const {
+    std::vector<ObjectsMap::ObjectPtr> arr;
+    ForEachBelow([&](const XMLNodeBase& _node) {
+        if (ObjectsMap::ObjectPtr p = _node.Object(_key)) arr.push_back(std::move(p));
+    });
+    return arr;
+}
+
+void XMLNodeBase::RemoveObjectsBelow() {
+    ForEachBelow([](const XMLNodeBase& _node) { const_cast<XMLNodeBase&>(_node).RemoveObjects(); });
+}
+
+}  // namespace zr
