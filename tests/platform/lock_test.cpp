@@ -37,15 +37,19 @@ TEST(Mutex, ExcludesAndLosesNoWake) {
     EXPECT_EQ(nCount, int64_t{nRounds} * 4);
 }
 
+bool CanTake(Mutex& _mtx) {
+    const bool bTaken = _mtx.TryLock();
+    if (bTaken) _mtx.Unlock();
+    return bTaken;
+}
+
 TEST(Mutex, TryLockFailsWhileHeld) {
     Mutex mtx;
-    mtx.Lock();
+    EXPECT_TRUE(CanTake(mtx));
+    MutexLock lock(mtx);
     Thread thread;
-    thread.Start("try", [&](ManualEvent&) ZR_NO_THREAD_SAFETY_ANALYSIS { EXPECT_FALSE(mtx.TryLock()); });
+    thread.Start("try", [&](ManualEvent&) { EXPECT_FALSE(CanTake(mtx)); });
     thread.Join();
-    mtx.Unlock();
-    ASSERT_TRUE(mtx.TryLock());
-    mtx.Unlock();
 }
 
 std::string strFaults;
@@ -94,8 +98,7 @@ TEST_F(LockOrder, MutexesReport) {
     {
         MutexLock inner(mtxInner);
         MutexLock plain(mtxPlain);
-        EXPECT_TRUE(mtxOuter.TryLock());
-        mtxOuter.Unlock();
+        EXPECT_TRUE(CanTake(mtxOuter));
         EXPECT_EQ(strFaults, "");
         MutexLock outer(mtxOuter);
         EXPECT_EQ(std::exchange(strFaults, {}), "inner>outer ");
