@@ -36,7 +36,7 @@ public:
     AttrValue* operator->() const { return pValue; }
 
 private:
-    void Enter(const XMLNodeBase& _node, const NameKey& _key) {
+    void Enter(const XMLNodeBase& _node, const NameKey& _key) ZR_NO_THREAD_SAFETY_ANALYSIS {
         pLockAttributes = _node.pLockAttributes;
         pLockAttributes->EnterRead();
         pValue = _node.FindOwn(_key);

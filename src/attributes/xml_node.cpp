@@ -115,7 +115,7 @@ void XMLNodeBase::SetTag(std::u16string_view _tag) {
 }
 
 // _bById: the present name stays as the tag, unless there is a tag already.
-void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) {
+void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (bText) return;
     const XMLNodeRef pUp = ParentNode();
     if (pUp) pUp->lockChildren.EnterWrite("XMLNodeBase::RenameNode");
