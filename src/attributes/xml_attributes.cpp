@@ -1,5 +1,6 @@
 // The attributes of a node: by path, by name, by position.
 
+#include "attributes/interface_call.h"
 #include "attributes/name_path.h"
 #include "attributes/xml_node.h"
 #include "attributes/xml_writer.h"
@@ -78,6 +79,12 @@ bool XMLNodeBase::GetAttribute(std::u16string_view _path, std::u16string& _value
     const AttributeAccess access(*this, _path);
     if (access) _value = access->Text();
     return static_cast<bool>(access);
+}
+
+HRESULT XMLNodeBase::GiveAttribute(std::u16string_view _path, BSTR* _pbs) const {
+    *_pbs = nullptr;
+    const AttributeAccess access(*this, _path);
+    return access ? GiveText(access->Text(), _pbs) : S_FALSE;
 }
 
 bool XMLNodeBase::GetColour(std::u16string_view _path, AttrColour _default, AttrColour& _value) const {

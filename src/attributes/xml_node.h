@@ -13,6 +13,7 @@
 #include "platform/rw_lock.h"
 #include "zr/enums.h"
 #include "zr/ptr.h"
+#include "zr/text.h"
 
 namespace zr {
 
@@ -82,6 +83,8 @@ public:
     template <AttrBinary T>
     bool GetAttribute(std::u16string_view _path, T& _value) const;
     bool GetAttribute(std::u16string_view _path, std::u16string& _value) const;
+    // A copy of an attribute's text to be handed out at an interface. S_FALSE, and null, when there is none.
+    HRESULT GiveAttribute(std::u16string_view _path, BSTR* _pbs) const;
     bool GetColour(std::u16string_view _path, AttrColour _default, AttrColour& _value) const;
     // The same with a value for when there is none.
     template <AttrBinary T>
