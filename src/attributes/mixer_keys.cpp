@@ -79,7 +79,7 @@ constexpr PROP_KEY arrMixerKeys[] = {
 
 // Handed on to the file sources of the streams.
 constexpr std::u16string_view arrFileNames[] = {u"in_preroll",     u"audio_track", u"video_track",
-                                            u"subtitle_track", u"tc_preroll",  u"decode"};
+                                                u"subtitle_track", u"tc_preroll",  u"decode"};
 
 }  // namespace
 
