@@ -60,7 +60,7 @@ bool ChannelList::Add(int32_t _n) {
 ChannelList TracksOfSplitBits(int32_t _nChannels, int32_t _nTrackSplitBits) {
     ChannelList tracks;
     int32_t nFirst = 0;  // of the track
-    for (int32_t i = 0; i < kSplitBits && i + 1 < _nChannels; ++i) {
+    for (int32_t i = 0; i < kSplitBits && i < _nChannels; ++i) {
         if (((static_cast<uint32_t>(_nTrackSplitBits) >> i) & 1) == 0) continue;
         tracks.Add(i + 1 - nFirst);
         nFirst = i + 1;

@@ -44,17 +44,10 @@ std::u16string TimeText(int64_t _rtTime) {
     if (_rtTime == std::numeric_limits<int64_t>::min()) return u"-";
     if (_rtTime == std::numeric_limits<int64_t>::max()) return u"*";
     constexpr uint64_t kTicks = 10'000'000;
-    constexpr uint64_t kBillion = 1'000'000'000;  // seconds: printed in two parts from here on
     const uint64_t nTicks = static_cast<uint64_t>(_rtTime < 0 ? -_rtTime : _rtTime);
-    const uint64_t nSeconds = nTicks / kTicks;
     std::u16string text;
     if (_rtTime < 0) text += u'-';
-    if (nSeconds >= kBillion) {
-        AppendPadded(text, nSeconds / kBillion, 1);
-        AppendPadded(text, nSeconds % kBillion, 9);
-    } else {
-        AppendPadded(text, nSeconds, 1);
-    }
+    AppendPadded(text, nTicks / kTicks, 1);
     text += u'.';
     AppendPadded(text, nTicks % kTicks / 10'000, 3);
     if (nTicks % 10'000 != 0) {

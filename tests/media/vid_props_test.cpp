@@ -113,6 +113,7 @@ TEST(VidProps, ComparesRecords) {
         return _props;
     };
     using R = ZR_VID_PROPS;
+    const R palEightToSix = But(But(pal, &R::nAspectX, 8), &R::nAspectY, 6);
     const R ignoring = But(base, &R::eScaleType, eZrST_IgnoreAR);
     const CASE arrCases[] = {
         {"a name and what it stands for", {.eVideoFormat = eZrVF_PAL}, pal, {true, true, true, true}},
@@ -128,6 +129,12 @@ TEST(VidProps, ComparesRecords) {
         {"3D", base, But(base, &R::e3DFormat, eZr3D_Auto), {false, true, true, true}},
         {"an aspect against none", base, But(base, &R::nAspectX, 0), {true, true, true, true}},
         {"4:3 and 8:6", base, But(But(base, &R::nAspectX, 8), &R::nAspectY, 6), {false, true, true, true}},
+        {"aspect ignored by one", But(pal, &R::eScaleType, eZrST_IgnoreAR), palEightToSix, {true, true, true, true}},
+        {"aspect ignored by the other",
+         pal,
+         But(palEightToSix, &R::eScaleType, eZrST_IgnoreAR),
+         {true, true, true, true}},
+        {"8:6 under one name", pal, palEightToSix, {false, true, true, true}},
         {"aspect ignored by both", ignoring, But(ignoring, &R::nAspectX, 16), {true, true, true, true}},
         {"width", base, But(base, &R::nWidth, 642), {false, false, false, false}},
         {"row order", {{}, eZrFCC_RGB32, 64, 36}, {{}, eZrFCC_RGB32, 64, -36}, {false, true, true, true}},
