@@ -37,12 +37,13 @@ struct IZrNode : IUnknown {
     // One of those, 0 first; name and node may be null. ZR_E_BAD_INDEX: no such place.
     virtual HRESULT NodeGetByIndex(int32_t _nIndex, BSTR* _pbsName, IZrNode** _ppNode) = 0;
     // Makes a new node at a path, even beside one of that name, and the missing ones on the way. _bsValue: its text,
-    // may be null. E_INVALIDARG: an empty path. E_FAIL: it cannot be made.
+    // may be null, as _ppNode may. E_INVALIDARG: an empty path. E_FAIL: it cannot be made.
     virtual HRESULT NodeAdd(const char16_t* _bsPath, const char16_t* _bsValue, IZrNode** _ppNode) = 0;
-    // The node at a path, made where missing if _bCreateNew is not 0. E_INVALIDARG: an empty path. ZR_E_NOT_FOUND:
-    // none.
+    // The node at a path, made where missing if _bCreateNew is not 0; _ppNode may be null. E_INVALIDARG: an empty path.
+    // ZR_E_NOT_FOUND: there is none.
     virtual HRESULT NodeGet(const char16_t* _bsPath, int32_t _bCreateNew, IZrNode** _ppNode) = 0;
-    // Removes the node at a path with all below it. S_FALSE: there is none. E_INVALIDARG: an empty path.
+    // Removes the node at a path with all below it. S_FALSE: there is none, or it is this node. E_INVALIDARG: an empty
+    // path.
     virtual HRESULT NodeRemove(const char16_t* _bsPath) = 0;
     // Removes all children, and all attributes too if _bRemoveAttributes is not 0.
     virtual HRESULT NodeRemoveAll(int32_t _bRemoveAttributes) = 0;
@@ -68,7 +69,7 @@ struct IZrAttributes : IUnknown {
 
     // S_FALSE: there are none.
     virtual HRESULT AttributesGetCount(int32_t* _pnCount) = 0;
-    // One attribute, 0 first, those of hidden children last under names such as "child::name".
+    // One attribute, 0 first, those of hidden children last under names such as "child::name". Either text may be null.
     // ZR_E_BAD_INDEX: no such place.
     virtual HRESULT AttributesGetByIndex(int32_t _nIndex, BSTR* _pbsName, BSTR* _pbsValue) = 0;
     // ZR_E_NOT_FOUND: none of that name.
@@ -80,7 +81,7 @@ struct IZrAttributes : IUnknown {
     virtual HRESULT AttributesBoolSet(const char16_t* _bsName, int32_t _bValue) = 0;
     virtual HRESULT AttributesIntSet(const char16_t* _bsName, int32_t _nValue) = 0;
     virtual HRESULT AttributesDoubleSet(const char16_t* _bsName, double _dblValue) = 0;
-    // _pbHave: 1 and the value, or S_FALSE, 0 and the known default, null where none is known.
+    // _pbHave: 1 and the value, or S_FALSE, 0 and the known default, null where none is known. Either may be null.
     virtual HRESULT AttributesHave(const char16_t* _bsName, int32_t* _pbHave, BSTR* _pbsValueOrDefault) = 0;
     // Get a value. Text that is no number is 0. ZR_E_NOT_FOUND: none of that name, the number is 0.
     virtual HRESULT AttributesStringGet(const char16_t* _bsName, BSTR* _pbsValue) = 0;

@@ -8,7 +8,8 @@
 //
 // Memory that an operation gives by address belongs to the frame: it stays valid until the frame's last reference goes,
 // FrameRelease is called, or that part of the frame (audio, or the data of that id) is set again. Nobody frees it.
-// Every out frame comes with a reference that the caller releases; on failure it is null.
+// Every out frame comes with a reference that the caller releases; on failure it is null. Out arguments must not be
+// null (E_POINTER) unless they say so. A picture, and the audio of a frame, has at most 2 GiB.
 
 #include <cstdint>
 
@@ -24,8 +25,9 @@ struct IZrFrame : IUnknown {
 
     // The format of picture and audio, the level block and the lock flag. E_POINTER: _pProps is null.
     virtual HRESULT FrameAVPropsGet(ZR_AV_PROPS* _pProps) = 0;
-    // Restates the format over the same bytes: interlace, aspect, scale type, rate, or a smaller picture. It converts
-    // nothing. E_INVALIDARG: the new description needs a larger picture or other row bytes than the frame has.
+    // Restates the format over the same bytes: interlace, aspect, scale type, rate, or a smaller picture, of which the
+    // upper left part stays. It converts nothing. Over memory without a format it takes any that fits. E_INVALIDARG: a
+    // larger picture, other row bytes, or another layout of pixels or samples than the frame has; nothing is changed.
     virtual HRESULT FrameAVPropsSet(const ZR_AV_PROPS* _pProps) = 0;
     // Start and end in 100 ns, time code and flags.
     virtual HRESULT FrameTimeGet(ZR_TIME* _pTime) = 0;
@@ -47,20 +49,24 @@ struct IZrFrame : IUnknown {
     virtual HRESULT FrameDataGetByIndex(int32_t _nIndex, int32_t* _pnDataFCC, int32_t* _pcbANCData,
                                         int64_t* _ppbANCData) = 0;
     // Attached data by four-character code, such as 'C608'; the list is the one ZrFDataGet reads by text id.
-    // ZR_E_NOT_FOUND: nothing under that code, size and address are 0.
+    // ZR_E_NOT_FOUND: nothing under that code, size and address are 0. E_INVALIDARG: a code with a zero byte.
     virtual HRESULT FrameDataGet(int32_t _nDataFCC, int32_t* _pcbANCData, int64_t* _ppbANCData) = 0;
-    // Copies _cbANCData bytes from address _pbANCData under that code, in place of what was there. Size 0 removes it.
+    // Copies _cbANCData bytes from address _pbANCData under that code, in place of what was there. Size 0 removes it;
+    // S_FALSE: nothing was there. E_INVALIDARG: a negative size, or a code with a zero byte.
     virtual HRESULT FrameDataSet(int32_t _nDataFCC, int32_t _cbANCData, int64_t _pbANCData) = 0;
-    // Another frame with the parts that _eCloneType names; time and properties always go along. A pixel format other
-    // than eZrFCC_Default and than the frame's own makes a converted copy, even of a reference.
-    // The clone of a frame of another process lives there too: see FramesMakeLocal.
+    // Another frame with the parts that _eCloneType names; time and properties always go along, texts with the data,
+    // and audio is copied even for a reference. A pixel format other than eZrFCC_Default and than the frame's own makes
+    // a converted copy, even of a reference. The clone of a frame of another process lives there too: see
+    // FramesMakeLocal.
     virtual HRESULT FrameClone(IZrFrame** _ppCloneFrame, eZrFrameClone _eCloneType, eZrFCC _fccPixelFormat) = 0;
-    // A window onto this picture, without a copy. _nField: 0 or less both fields, 1 the first, 2 the second; a field is
-    // progressive, with half the height and twice the row bytes. _pRect in pixels of the frame, null for the whole
-    // picture; in 4:2:2 formats left and right go down to even. E_INVALIDARG: the rectangle leaves the picture.
+    // A window onto this picture, without a copy; of the rest only time and properties go along. _nField: 0 or less
+    // both fields, 1 the first, 2 the second; a field is progressive, with half the height and twice the row bytes.
+    // _pRect in pixels of the frame, null for the whole picture; edges go down to even columns in 4:2:2 formats, even
+    // rows too in 4:2:0.
+    // E_INVALIDARG: the rectangle is empty or leaves the picture. ZR_E_EMPTY: there is no picture.
     virtual HRESULT FrameCut(int32_t _nField, const tagRECT* _pRect, IZrFrame** _ppFrameRes) = 0;
     // A new frame in another format or size; time, flags and audio go along. _bsPropsList: attributes such as
-    // "scaling_quality=8 crop=10", may be null. E_FAIL, VFW_E codes: no way from one pixel format to the other.
+    // "scaling_quality=8 crop=10", may be null. E_FAIL, 0x80040201: no way from one pixel format to the other.
     virtual HRESULT FrameConvert(const ZR_VID_PROPS* _pVidPropsDest, IZrFrame** _ppFrameRes,
                                  const char16_t* _bsPropsList) = 0;
     // Lays _pFrameOver over this picture, its top left corner at the position in pixels, which may be negative; in
@@ -83,7 +89,7 @@ struct IZrFFrame : IUnknown {
     // As FrameAVPropsGet. _plAudioSamples (may be null): samples of each channel.
     virtual HRESULT ZrFAVPropsGet(ZR_AV_PROPS* _pProps, int32_t* _plAudioSamples) = 0;
     // As FrameAVPropsSet. _bsChannelsRemap (may be null): the new channel order by 0-based indices, as in "1,0"; a
-    // channel that it leaves out is dropped.
+    // channel that it leaves out is dropped. With one, _pProps may be null. ZR_E_BAD_INDEX: no such channel.
     virtual HRESULT ZrFAVPropsSet(const ZR_AV_PROPS* _pProps, const char16_t* _bsChannelsRemap) = 0;
     // Start and end in 100 ns, time code and flags.
     virtual HRESULT ZrFTimeGet(ZR_TIME* _pTime) = 0;
@@ -96,7 +102,8 @@ struct IZrFFrame : IUnknown {
     virtual HRESULT ZrFAudioGetBytes(int32_t* _pcbSize, int64_t* _ppbAudio) = 0;
     // One channel's samples in a row, 16-bit as they are, all wider ones as 32-bit float of full scale 1.0.
     // _bCreateNewChannels other than 0: an index past the last adds silent channels up to it. What is written there
-    // reaches the frame's audio only by ZrFAudioChannelsUpdate. ZR_E_BAD_INDEX: no such channel.
+    // reaches the frame's audio only by ZrFAudioChannelsUpdate. ZR_E_BAD_INDEX: no such channel, or one past 128.
+    // ZR_E_EMPTY: the frame has no audio.
     virtual HRESULT ZrFAudioChannelGetBytes(int32_t _nChannel, int32_t _bCreateNewChannels, int32_t* _pcbSize,
                                             int64_t* _ppbAudio) = 0;
     // Puts the channels given out by ZrFAudioChannelGetBytes back into the interleaved audio, new ones included.
@@ -105,7 +112,8 @@ struct IZrFFrame : IUnknown {
     // Replaces the audio by _lSamples samples of silence in a format. E_INVALIDARG: a format without channels, rate or
     // bits, or a negative count. E_OUTOFMEMORY: the old audio is kept.
     virtual HRESULT ZrFAudioAlloc(const ZR_AUD_PROPS* _pAudProps, int32_t _lSamples) = 0;
-    // Replaces the audio by a copy of _cbSize bytes at address _pbAudio, a whole number of samples of all channels.
+    // Replaces the audio by a copy of _cbSize bytes at address _pbAudio, or by silence for 0. E_INVALIDARG: a format
+    // without channels, rate or bits, or not a whole number of samples of all channels.
     virtual HRESULT ZrFAudioSet(const ZR_AUD_PROPS* _pAudProps, int32_t _cbSize, int64_t _pbAudio) = 0;
     // Adds samples of another frame of the same rate, with saturation. The two offsets say where to start in this frame
     // and in the other, in samples of a channel, and come back advanced by what was mixed; _lSamplesMixMax bounds that.
@@ -123,8 +131,9 @@ struct IZrFFrame : IUnknown {
     virtual HRESULT ZrFAudioCopyTo(const char16_t* _bsChannelsList, IZrFFrame* _pFrameTo) = 0;
     // As FrameAudioSaveToFile.
     virtual HRESULT ZrFAudioSaveToFile(const char16_t* _bsFileName, int32_t _bAppend) = 0;
-    // Replaces the audio by up to _lSamplesLoad samples of a wav file from sample _llSamplesOffset on.
-    // S_FALSE: the file ended first. ZR_E_INVALID_DATA: not a wav file that can be read.
+    // Replaces the audio by up to _lSamplesLoad samples (0 or less: all) of a wav file from sample _llSamplesOffset on.
+    // S_FALSE: the file ended first. ZR_E_NOT_FOUND_FILE: no such file. ZR_E_INVALID_DATA: it is no wav file.
+    // 0x80040248: a coding that is not read here. On failure the old audio is kept.
     virtual HRESULT ZrFAudioLoadFromFile(const char16_t* _bsFileName, int64_t _llSamplesOffset,
                                          int32_t _lSamplesLoad) = 0;
     // Multiplies the listed channels (as in "0,1"; null or empty: all) by a gain that runs linearly in amplitude from
@@ -162,25 +171,29 @@ struct IZrFFrame : IUnknown {
     // Attached data by position, 0 first. The caller frees the id. ZR_E_BAD_INDEX: no such position.
     virtual HRESULT ZrFDataGetByIndex(int32_t _nIndex, BSTR* _pbsDataID, int32_t* _pcbANCData,
                                       int64_t* _ppbANCData) = 0;
-    // Attached data by id. ZR_E_NOT_FOUND: nothing under that id, size and address are 0.
+    // Attached data by id. ZR_E_NOT_FOUND: nothing under that id, size and address are 0. In all operations with an id
+    // a null one is E_POINTER and an empty one E_INVALIDARG; ids are told apart by case.
     virtual HRESULT ZrFDataGet(const char16_t* _bsDataID, int32_t* _pcbANCData, int64_t* _ppbANCData) = 0;
-    // Copies _cbANCData bytes from address _pbANCData under that id, in place of what was there. Size 0 removes it.
+    // Copies _cbANCData bytes from address _pbANCData under that id, in place of what was there. Size 0 removes it;
+    // S_FALSE: nothing was there.
     virtual HRESULT ZrFDataSet(const char16_t* _bsDataID, int32_t _cbANCData, int64_t _pbANCData) = 0;
     // Attached object by position, with a reference that the caller releases; the caller frees the id.
     // _bMakeFrameLocal other than 0: a frame of another process is brought here first. ZR_E_BAD_INDEX.
     virtual HRESULT ZrFObjGetByIndex(int32_t _nIndex, BSTR* _pbsObjID, IUnknown** _ppObj, int32_t _bMakeFrameLocal) = 0;
     // Attached object by id. ZR_E_NOT_FOUND: nothing under that id.
     virtual HRESULT ZrFObjGet(const char16_t* _bsObjID, IUnknown** _ppObj, int32_t _bMakeFrameLocal) = 0;
-    // Attaches an object, in place of the one under that id; the frame takes its own reference. Null removes it.
+    // Attaches an object, in place of the one under that id; the frame takes its own reference. Null removes it;
+    // S_FALSE: nothing was there. E_INVALIDARG: the frame itself.
     virtual HRESULT ZrFObjSet(const char16_t* _bsObjID, IUnknown* _pObj) = 0;
     // Attached text by position; the caller frees both texts. ZR_E_BAD_INDEX: no such position.
     virtual HRESULT ZrFStrGetByIndex(int32_t _nIndex, BSTR* _pbsStrID, BSTR* _pbsString) = 0;
     // Attached text by id. ZR_E_NOT_FOUND: nothing under that id.
     virtual HRESULT ZrFStrGet(const char16_t* _bsStrID, BSTR* _pbsString) = 0;
-    // Attaches a text, in place of the one under that id. Null removes it.
+    // Attaches a text, in place of the one under that id. Null removes it; S_FALSE: nothing was there.
     virtual HRESULT ZrFStrSet(const char16_t* _bsStrID, const char16_t* _bsString) = 0;
-    // The parts that _eSaveType names as one block of bytes, which belongs to the frame until its next ZrFSave or its
-    // end. For the way to another process of this machine: bytes are in the machine's own order.
+    // The parts that _eSaveType names as one block of bytes, which the caller frees by CoTaskMemFree (zr/memory.h).
+    // For the way to another process of this machine: numbers are in the machine's own order. Attached objects do not
+    // travel. ZR_E_NOT_SUPPORTED: more than 4 GiB.
     virtual HRESULT ZrFSave(uint32_t* _pcbData, uint8_t** _ppData, eZrFrameClone _eSaveType) = 0;
     // Takes the named parts from such a block. ZR_E_INVALID_DATA: the block contradicts itself; the frame is unchanged.
     virtual HRESULT ZrFLoad(uint32_t _cbData, const uint8_t* _pbData, eZrFrameClone _eLoadType) = 0;

@@ -18,7 +18,7 @@ struct IZrFrames : IUnknown {
     static constexpr GUID kIid = GuidOf("B7A5DEAB-4459-44D1-ABB1-1F0D6C42A6F2");
 
     // Brings a frame of another process into this one, which a receiver does before it touches the memory. A frame of
-    // this process comes back as it is. _bMakeRef: not 0 maps the memory, 0 copies it.
+    // this process comes back as it is. _bMakeRef: not 0 shares the memory where the system can, 0 copies it.
     virtual HRESULT FramesMakeLocal(IZrFrame* _pFrame, IZrFrame** _ppFrameLocal, int32_t _bMakeRef) = 0;
     // An empty frame with room for _cbVideoSize bytes of picture and data; 0 is fine. E_INVALIDARG: a negative size.
     virtual HRESULT FramesCreate(int32_t _cbVideoSize, const char16_t* _bsProps, IZrFrame** _ppFrame) = 0;
@@ -62,8 +62,9 @@ struct IZrFFactory : IUnknown {
                                           IUnknown* _pObject, IZrFFrame** _ppFrame) = 0;
     // An empty frame with room for _cbVideoSize bytes of picture; 0 is fine. E_INVALIDARG: a negative size.
     virtual HRESULT ZrFFrameCreatePlain(int32_t _cbVideoSize, IZrFFrame** _ppFrame) = 0;
-    // As ZrFFrameCreateFromMem, with the picture given by planes: a row-bytes value is the distance from row to row of
-    // that plane, negative for bottom-up. _pVideoPtr null: a black picture, or one colour.
+    // As ZrFFrameCreateFromMem, with the picture given by planes: the address of the upper row of each, and the
+    // distance to the row below, negative for bottom-up, 0 for the least. _pVideoPtr null: a black picture, or one
+    // colour. E_POINTER, E_INVALIDARG: a plane is missing or too small.
     virtual HRESULT ZrFFrameCreateFromMemEx(const ZR_AV_PROPS* _pAVProps, const ZRF_VID_PTR* _pVideoPtr,
                                             int32_t _lAudioSamples, int64_t _lpAudio, IZrFFrame** _ppFrame,
                                             const char16_t* _bsPropsList) = 0;

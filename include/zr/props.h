@@ -19,12 +19,13 @@ struct IZrProps : IUnknown {
     virtual HRESULT PropsSet(const char16_t* _bsPropName, const char16_t* _bsPropValue) = 0;
     // The value of a key, its known default where it is not set, or a node's text; for an empty name the whole tree as
     // XML. Also "_process_name_", "_process_pid_", "dll-version", "dll-file-version", "dll-path", "dll-date".
+    // S_FALSE: it is not set; the text is its default, or null where none is known.
     virtual HRESULT PropsGet(const char16_t* _bsPropName, BSTR* _pbsPropValue) = 0;
     // Keys and child nodes below a node; null or empty: the root. Where the node's keys are described somewhere, all of
     // these count, set or not. E_POINTER: _pnCount is null. E_INVALIDARG: no such node.
     virtual HRESULT PropsGetCount(const char16_t* _bsNodeName, int32_t* _pnCount) = 0;
-    // One of those, 0 first, keys before nodes. _pbNode: 1 for a node, whose value is its text.
-    // ZR_E_BAD_INDEX: no such position.
+    // One of those, 0 first, keys before nodes; each out argument may be null. _pbNode: 1 for a node, whose value is
+    // its text. The node "_info_" gives each key of the root with its attribute line. ZR_E_BAD_INDEX: no such position.
     virtual HRESULT PropsGetByIndex(const char16_t* _bsNodeName, int32_t _nIndex, BSTR* _pbsPropName,
                                     BSTR* _pbsPropValue, int32_t* _pbNode) = 0;
     // Removes a key, or else the node of that name with all below it. "_all_props_": all keys of the root;
@@ -33,14 +34,14 @@ struct IZrProps : IUnknown {
     // What is known about a key: help, type, default, values, least, greatest. S_FALSE: nothing is known.
     // E_INVALIDARG: an empty name or another type.
     virtual HRESULT PropsInfoGet(const char16_t* _bsPropName, eZrInfoType _eType, BSTR* _pbsInfo) = 0;
-    // How many fixed values a key can be given, 0 for a key that takes anything.
+    // How many fixed values a key can be given. S_FALSE and 0: it takes anything.
     virtual HRESULT PropsOptionGetCount(const char16_t* _bsPropName, int32_t* _pnOptionCount) = 0;
-    // One of them, 0 first, with its help. ZR_E_BAD_INDEX: no such position.
+    // One of them, 0 first, with its help; either may be null. ZR_E_BAD_INDEX: no such position.
     virtual HRESULT PropsOptionGetByIndex(const char16_t* _bsPropName, int32_t _nOptionIdx, BSTR* _pbsOptionValue,
                                           BSTR* _pbsHelp) = 0;
-    // Sets the key to one of them.
+    // Sets the key to one of them. ZR_E_BAD_INDEX: no such position.
     virtual HRESULT PropsOptionSetByIndex(const char16_t* _bsPropName, int32_t _nOptionIdx) = 0;
-    // Which of them the key has now. S_FALSE and index -1: another value.
+    // Which of them the key has now; each out argument may be null. S_FALSE and index -1: another value, or none.
     virtual HRESULT PropsOptionGet(const char16_t* _bsPropName, int32_t* _pnOptionIdx, BSTR* _pbsOptionValue,
                                    BSTR* _pbsHelp) = 0;
 
