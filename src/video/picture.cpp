@@ -1,0 +1,92 @@
+#include "video/picture.h"
+
+namespace zr {
+
+namespace {
+
+// Chroma planes behind the luma plane.
+struct CHROMA_LAYOUT {
+    int32_t nPlanes;      // 1: pairs Cb, Cr; 2: one for each
+    int32_t nWidthShift;  // chroma samples of a row: width >> shift
+    int32_t nHeightShift;
+    bool bCrFirst;
+};
+
+bool ChromaLayout(eZrFCC _fccType, CHROMA_LAYOUT& _layout) {
+    switch (static_cast<uint32_t>(_fccType)) {
+        case eZrFCC_I420: _layout = {2, 1, 1, false}; return true;
+        case eZrFCC_YV12: _layout = {2, 1, 1, true}; return true;
+        case eZrFCC_NV12: _layout = {1, 1, 1, false}; return true;
+        case static_cast<uint32_t>(kFCC_Y422): _layout = {2, 1, 0, false}; return true;
+        case static_cast<uint32_t>(kFCC_Y444): _layout = {2, 0, 0, false}; return true;
+        default: return false;
+    }
+}
+
+void AddChroma(uint8_t* _pBehindLuma, ptrdiff_t _nLumaStride, const CHROMA_LAYOUT& _layout, PICTURE& _picture) {
+    const PLANE& luma = _picture.arrPlanes[0];
+    PLANE chroma;
+    chroma.nWidth = _layout.nPlanes == 1 ? luma.nWidth : luma.nWidth >> _layout.nWidthShift;
+    chroma.nHeight = (luma.nHeight + _layout.nHeightShift) >> _layout.nHeightShift;
+    chroma.nStride = _layout.nPlanes == 1 ? _nLumaStride : _nLumaStride >> _layout.nWidthShift;
+    chroma.pTop = _pBehindLuma;
+    _picture.nPlanes = 1 + _layout.nPlanes;
+    _picture.arrPlanes[1] = _picture.arrPlanes[2] = chroma;
+    if (_layout.nPlanes == 1) return;
+    _picture.arrPlanes[_layout.bCrFirst ? 1 : 2].pTop += chroma.nStride * chroma.nHeight;
+}
+
+}  // namespace
+
+eZrFCC FamilyOf(eZrFCC _fccType) {
+    if (_fccType == eZrFCC_HDYC) return eZrFCC_UYVY;
+    return _fccType == eZrFCC_RGB32 ? eZrFCC_ARGB32 : _fccType;
+}
+
+bool HasChromaPairs(eZrFCC _fccType) {
+    switch (static_cast<uint32_t>(_fccType)) {
+        case eZrFCC_UYVY:
+        case eZrFCC_HDYC:
+        case eZrFCC_YUY2:
+        case eZrFCC_YVYU:
+        case eZrFCC_v210:
+        case eZrFCC_I420:
+        case eZrFCC_YV12:
+        case eZrFCC_NV12:
+        case static_cast<uint32_t>(kFCC_Y422): return true;
+        default: return false;
+    }
+}
+
+HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _picture) {
+    _picture = {};
+    if (!_pBuffer) return E_POINTER;
+    const int32_t nHeight = AbsHeight(_props.nHeight), nLeastRow = MinRowBytes(_props.fccType, _props.nWidth);
+    if (_props.nWidth < 1 || _props.nWidth > kMaxPictureSide || nHeight < 1 || nHeight > kMaxPictureSide)
+        return E_INVALIDARG;
+    if (_props.nRowBytes < 0 || nLeastRow < 1) return E_INVALIDARG;
+    if (HasChromaPairs(_props.fccType) && _props.nWidth % 2 != 0) return E_INVALIDARG;
+
+    const ptrdiff_t nStride = _props.nRowBytes > nLeastRow ? _props.nRowBytes : nLeastRow;
+    _picture.fccType = _props.fccType;
+    _picture.nPlanes = 1;
+    _picture.bBottomUp = PixelFormatBottomUp(_props.fccType) && _props.nHeight > 0;
+    PLANE& plane = _picture.arrPlanes[0];
+    plane = {_pBuffer, nStride, _props.nWidth, nHeight};
+    if (_picture.bBottomUp) {
+        plane.pTop += (nHeight - 1) * nStride;
+        plane.nStride = -nStride;
+    }
+    CHROMA_LAYOUT layout;
+    if (ChromaLayout(_props.fccType, layout)) AddChroma(_pBuffer + nStride * nHeight, nStride, layout, _picture);
+    return S_OK;
+}
+
+size_t PlaneRowBytes(const PICTURE& _picture, int32_t _nPlane) {
+    const auto nWidth = static_cast<size_t>(_picture.arrPlanes[_nPlane].nWidth);
+    if (_picture.IsPlanar()) return nWidth;
+    if (_picture.fccType == eZrFCC_v210) return (nWidth + 47) / 48 * 128;
+    return (nWidth * static_cast<size_t>(PixelFormatBits(_picture.fccType)) + 7) / 8;
+}
+
+}  // namespace zr
