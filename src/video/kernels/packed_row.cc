@@ -162,7 +162,7 @@ HWY_INLINE void UnpackGroup(const uint8_t* src, uint8_t* dst) {
 
 #if HWY_TARGET != HWY_SCALAR
 // As many groups at a time as there are blocks; 12-byte groups are loaded and stored block by block.
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+#if ZR_X86_VECTORS && HWY_TARGET <= HWY_AVX2
 constexpr size_t kGroups = 2;
 #else
 constexpr size_t kGroups = 1;
@@ -173,7 +173,7 @@ using VGroups = vec::Vec<DGroups>;
 using VWords = vec::Vec<DWords>;
 
 HWY_INLINE VGroups LoadGroups12(const uint8_t* p) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+#if ZR_X86_VECTORS && HWY_TARGET <= HWY_AVX2
     return vec::Combine(DGroups(), vec::LoadU(DBlock(), p + 12), vec::LoadU(DBlock(), p));
 #else
     return vec::LoadU(DGroups(), p);
@@ -181,7 +181,7 @@ HWY_INLINE VGroups LoadGroups12(const uint8_t* p) {
 }
 
 HWY_INLINE void StoreGroups12(VGroups v, uint8_t* p) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+#if ZR_X86_VECTORS && HWY_TARGET <= HWY_AVX2
     vec::StoreU(vec::LowerHalf(DBlock(), v), DBlock(), p);
     vec::StoreU(vec::UpperHalf(DBlock(), v), DBlock(), p + 12);
 #else

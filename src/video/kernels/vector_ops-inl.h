@@ -12,13 +12,21 @@
 
 #include <hwy/highway.h>
 
+#undef ZR_X86_VECTORS
 HWY_BEFORE_NAMESPACE();
 namespace zr::HWY_NAMESPACE {
 namespace vec = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-#if HWY_ARCH_X86
+// The emulated target is plain code on any processor.
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#define ZR_X86_VECTORS 1
+#else
+#define ZR_X86_VECTORS 0
+#endif
+
+#if ZR_X86_VECTORS
 using D8 = vec::ScalableTag<uint8_t>;
 #else
 using D8 = vec::CappedTag<uint8_t, 16>;
@@ -34,9 +42,9 @@ using V32 = vec::Vec<D32>;
 HWY_INLINE V8 PackBlocks(V16 a, V16 b) {
 #if HWY_TARGET == HWY_AVX2
     return V8{_mm256_packus_epi16(a.raw, b.raw)};
-#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
     return V8{_mm512_packus_epi16(a.raw, b.raw)};
-#elif HWY_ARCH_X86
+#elif ZR_X86_VECTORS
     return V8{_mm_packus_epi16(a.raw, b.raw)};
 #else
     const vec::Half<D8> dHalf;
@@ -68,9 +76,9 @@ HWY_INLINE V16 SetPairs(int lo0, int hi0, int lo1, int hi1) {
 HWY_INLINE V16 MulAddBytePairs(V8 bytes, V8 factors) {
 #if HWY_TARGET == HWY_AVX2
     return V16{_mm256_maddubs_epi16(bytes.raw, factors.raw)};
-#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
     return V16{_mm512_maddubs_epi16(bytes.raw, factors.raw)};
-#elif HWY_ARCH_X86
+#elif ZR_X86_VECTORS
     return V16{_mm_maddubs_epi16(bytes.raw, factors.raw)};
 #else
     const D16 d16;
@@ -89,7 +97,7 @@ template <class V>
 HWY_INLINE V OrderPackedHalves(V v) {
 #if HWY_TARGET == HWY_AVX2
     return V{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
     return V{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), v.raw)};
 #else
     return v;
@@ -101,7 +109,7 @@ HWY_INLINE V OrderPackedHalves(V v) {
 HWY_INLINE V8 SpreadHalves(V8 v) {
 #if HWY_TARGET == HWY_AVX2
     return V8{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
     return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), v.raw)};
 #else
     return v;
