@@ -104,8 +104,10 @@ eZrVideoFormat DetectPairOf(ZR_VID_PROPS _propsOne, uint32_t _nLayout) {
 // ---- filling by a named format
 
 void FillWish(ZR_VID_PROPS& _named, const ZR_VID_PROPS& _wish) {
-    if (_wish.dblRate != 0 && _wish.nWidth != 0 && _wish.nHeight != 0)
+    if (_wish.dblRate != 0 && _wish.nWidth != 0 && _wish.nHeight != 0) {
         _named.eVideoFormat = DetectFormat(&_wish, false);
+        _named.dblRate = _wish.dblRate;  // a size at another rate is another format, never this one's rate
+    }
     if (_wish.nRowBytes != 0) _named.nRowBytes = _wish.nRowBytes;
     if (BothAspectsGiven(_wish)) {
         _named.nAspectX = _wish.nAspectX;

@@ -24,9 +24,9 @@ ZR_VID_PROPS PropsFromFormat(eZrVideoFormat _eFormat, eZrFCC _fccType);
 // Fills and corrects a record in place and returns its format; null and a named format without a row give 0.
 //
 // _bKeepOwnSize false: the record is a wish. A named format fills what is not given: row bytes, aspect, height, width
-// and field order that are given stay. The format becomes the one that rate, width and height name when all three are
-// given. The rate is that of the format the record came with, not the given one. A height of 1 or -1 only chooses the
-// sign of the format's height.
+// and field order that are given stay. When rate, width and height are all given, the format becomes the one they name
+// and the rate stays too; a rate alone is not looked at. A height of 1 or -1 only chooses the sign of the format's
+// height.
 //
 // _bKeepOwnSize true: the record stands for a frame. A named format overrules everything but the scale type and a
 // height that may hold the format's picture with some blanking lines (or 480 lines of an interlaced format). Field
@@ -37,8 +37,8 @@ ZR_VID_PROPS PropsFromFormat(eZrVideoFormat _eFormat, eZrFCC _fccType);
 // format, blanking included; row bytes are at least what the width needs.
 //
 // A record of a named format is settled after one run as a frame. In the other cases a second run may go on: a run that
-// recognises a format sets its name only and the next fills the rest by it; a wish whose rate is not the named format's
-// keeps the format's rate under the name of the given one; rounding an odd width may lead to a known raster.
+// recognises a format in bare numbers sets its name only and the next fills the rest by it; a run that completes a wish
+// gives the next one more to detect by; rounding an odd size may lead to a known raster.
 eZrVideoFormat NormalizeProps(ZR_VID_PROPS* _pProps, bool _bKeepOwnSize);
 
 // The named format of bare numbers, 0 when there is none. Rates match within 0.01; a field order that is given must
