@@ -62,11 +62,10 @@ void ZrPropsHW::LoadFromStore() {
     // Back goes what is not there yet, so that the user's values keep the form that he gave them.
     bool bAdded = false;
     for (const PROP_KEY& row : pProfile->arrKeys) {
-        if (!row.bRegistered || key.mapValues.contains(std::u16string_view(row.szName))) continue;
+        if (!row.bRegistered) continue;
         UserValue value = row.nDefault;
         if (row.eType != eZrKeyType::Int) value = pObject->AttributeOr(row.szName, std::u16string_view());
-        key.mapValues.emplace(row.szName, std::move(value));
-        bAdded = true;
+        bAdded |= key.mapValues.emplace(row.szName, std::move(value)).second;
     }
     if (bAdded) UserStore::Save(pProfile->szStoreKey, std::move(key));
 }
