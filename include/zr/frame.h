@@ -195,7 +195,8 @@ struct IZrFFrame : IUnknown {
     // For the way to another process of this machine: numbers are in the machine's own order. Attached objects do not
     // travel. ZR_E_NOT_SUPPORTED: more than 4 GiB.
     virtual HRESULT ZrFSave(uint32_t* _pcbData, uint8_t** _ppData, eZrFrameClone _eSaveType) = 0;
-    // Takes the named parts from such a block. ZR_E_INVALID_DATA: the block contradicts itself; the frame is unchanged.
+    // Becomes the clone of that kind of the frame in such a block: parts that are not named, or not in the block, are
+    // empty afterwards. ZR_E_INVALID_DATA: the block contradicts itself; the frame is unchanged.
     virtual HRESULT ZrFLoad(uint32_t _cbData, const uint8_t* _pbData, eZrFrameClone _eLoadType) = 0;
     // Waits until a conversion of this frame that still runs has ended, and returns its result.
     virtual HRESULT ZrFWaitAsync() = 0;

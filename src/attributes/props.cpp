@@ -64,12 +64,6 @@ void Merge(XMLNodeBase& _source, XMLNodeBase& _target) {
     }
 }
 
-// The node `object` of a tree, or one of its own for a tree that has none, or where there is no tree.
-XMLNodePtr ObjectOf(const XMLNodePtr& _pRoot) {
-    XMLNodePtr pObject = _pRoot ? _pRoot->FindChild(keyObject) : XMLNodePtr();
-    return pObject ? pObject : CoXMLNode::Create(keyObject.text);
-}
-
 }  // namespace
 
 ZrPropsHW::ZrPropsHW(const PROPS_PROFILE& _profile, IPropsHost& _host, const LockRank& _rank)
@@ -82,7 +76,7 @@ ZrPropsHW::ZrPropsHW(const PROPS_PROFILE& _profile, IPropsHost& _host, const Loc
 }
 
 ZrPropsHW::ZrPropsHW(XMLNodePtr _pRoot, IPropsHost& _host, const LockRank& _rank)
-    : host(_host), pRoot(std::move(_pRoot)), pObject(ObjectOf(pRoot)), lockTree(_rank) {}
+    : host(_host), pRoot(std::move(_pRoot)), pObject(pRoot->Find(keyObject.text, true)), lockTree(_rank) {}
 
 bool ZrPropsHW::IsSynchronous() const {
     return pObject->AttributeOr(u"sync_mode", true) && !pRoot->AttributeOr(u"background.direct_out", false);
@@ -91,7 +85,6 @@ bool ZrPropsHW::IsSynchronous() const {
 // --- Setting
 
 HRESULT ZrPropsHW::PropsSet_I(const char16_t* _bsPropName, const char16_t* _bsPropValue) {
-    if (!pRoot) return E_FAIL;
     if (IsEmpty(_bsPropName) && IsEmpty(_bsPropValue)) return E_INVALIDARG;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsSet");
@@ -144,12 +137,7 @@ HRESULT ZrPropsHW::SetAll(const char16_t* _szValue) {
 // The node `object` stays one and the same, because readers on other threads hold on to it: it goes back into a tree
 // from which it was removed, instead of a new one.
 void ZrPropsHW::AttachObject() {
-    if (pObject->HasParent()) return;
-    if (const XMLNodeRef pOther = pRoot->FindChildNode(keyObject)) {  // somebody has made one past us
-        pOther->Detach();
-        Merge(*pOther, *pObject);
-    }
-    pRoot->AppendChild(pObject);
+    if (!pObject->HasParent()) pRoot->AppendChild(pObject);
 }
 
 void ZrPropsHW::ClearObjectIfGone() {
@@ -159,7 +147,6 @@ void ZrPropsHW::ClearObjectIfGone() {
 }
 
 HRESULT ZrPropsHW::PropsRemove_I(const char16_t* _bsPropName) {
-    if (!pRoot) return E_FAIL;
     if (IsEmpty(_bsPropName)) return E_INVALIDARG;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsRemove");
@@ -188,7 +175,6 @@ HRESULT ZrPropsHW::Remove(std::u16string_view _name) {
 HRESULT ZrPropsHW::PropsGet_I(const char16_t* _bsPropName, BSTR* _pbsPropValue) const {
     if (!_pbsPropValue) return E_POINTER;
     *_pbsPropValue = nullptr;
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const ReadScope scope(lockTree);
         if (!IsEmpty(_bsPropName)) return GetKey(_bsPropName, _pbsPropValue);
@@ -223,7 +209,6 @@ XMLNodeRef ZrPropsHW::SubNode(std::u16string_view _path) const { return pRoot->F
 HRESULT ZrPropsHW::PropsGetCount_I(const char16_t* _bsNodeName, int32_t* _pnCount) const {
     if (!_pnCount) return E_POINTER;
     *_pnCount = 0;
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const ReadScope scope(lockTree);
         const XMLNodeRef pNode = SubNode(TextArgument(_bsNodeName));
@@ -240,7 +225,6 @@ HRESULT ZrPropsHW::PropsGetByIndex_I(const char16_t* _bsNodeName, int32_t _nInde
     if (_pbsPropName) *_pbsPropName = nullptr;
     if (_pbsPropValue) *_pbsPropValue = nullptr;
     if (_pbNode) *_pbNode = 0;
-    if (!pRoot) return E_FAIL;
     if (_nIndex < 0) return ZR_E_BAD_INDEX;
     return InterfaceCall([&] {
         const ReadScope scope(lockTree);
@@ -284,7 +268,6 @@ HRESULT ZrPropsHW::GetPosition(std::u16string_view _node, size_t _nIndex, POSITI
 }
 
 HRESULT ZrPropsHW::PropsInfoGet_I(const char16_t* _bsPropName, eZrInfoType _eType, BSTR* _pbsInfo) const {
-    if (!pRoot) return E_FAIL;
     const ReadScope scope(lockTree);
     return AttributeSet(*pRoot).InfoGet(_bsPropName, _eType, _pbsInfo);
 }
@@ -294,7 +277,6 @@ HRESULT ZrPropsHW::PropsInfoGet_I(const char16_t* _bsPropName, eZrInfoType _eTyp
 HRESULT ZrPropsHW::PropsOptionGetCount_I(const char16_t* _bsPropName, int32_t* _pnOptionCount) const {
     if (!_pnOptionCount) return E_POINTER;
     *_pnOptionCount = 0;
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsOptionGetCount");
         *_pnOptionCount = static_cast<int32_t>(Schema(*pRoot).Options(TextArgument(_bsPropName)).size());
@@ -306,7 +288,6 @@ HRESULT ZrPropsHW::PropsOptionGetByIndex_I(const char16_t* _bsPropName, int32_t 
                                            BSTR* _pbsHelp) const {
     if (_pbsOptionValue) *_pbsOptionValue = nullptr;
     if (_pbsHelp) *_pbsHelp = nullptr;
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsOptionGetByIndex");
         const Schema schema(*pRoot);
@@ -319,7 +300,6 @@ HRESULT ZrPropsHW::PropsOptionGetByIndex_I(const char16_t* _bsPropName, int32_t 
 }
 
 HRESULT ZrPropsHW::PropsOptionSetByIndex_I(const char16_t* _bsPropName, int32_t _nOptionIdx) {
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsOptionSetByIndex");
         const std::u16string_view name = TextArgument(_bsPropName);
@@ -334,7 +314,6 @@ HRESULT ZrPropsHW::PropsOptionGet_I(const char16_t* _bsPropName, int32_t* _pnOpt
     if (_pnOptionIdx) *_pnOptionIdx = -1;
     if (_pbsOptionValue) *_pbsOptionValue = nullptr;
     if (_pbsHelp) *_pbsHelp = nullptr;
-    if (!pRoot) return E_FAIL;
     return InterfaceCall([&] {
         const WriteScope scope(lockTree, "PropsOptionGet");
         const Schema schema(*pRoot);

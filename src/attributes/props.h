@@ -24,7 +24,7 @@ public:
     // _profile gives the keys that `object` starts with. _host outlives the properties; it is not called from here.
     // _rank: the lock's place among those of the object.
     ZrPropsHW(const PROPS_PROFILE& _profile, IPropsHost& _host, const LockRank& _rank = {});
-    // The properties of an object that has a tree already; without one every operation gives E_FAIL.
+    // The properties of an object that has a tree already.
     ZrPropsHW(XMLNodePtr _pRoot, IPropsHost& _host, const LockRank& _rank = {});
     ZrPropsHW(const ZrPropsHW&) = delete;
     ZrPropsHW& operator=(const ZrPropsHW&) = delete;

@@ -62,10 +62,11 @@ void ZrPropsHW::LoadFromStore() {
     // Back goes what is not there yet, so that the user's values keep the form that he gave them.
     bool bAdded = false;
     for (const PROP_KEY& row : pProfile->arrKeys) {
-        if (!row.bRegistered) continue;
+        if (!row.bRegistered || key.mapValues.contains(std::u16string_view(row.szName))) continue;
         UserValue value = row.nDefault;
         if (row.eType != eZrKeyType::Int) value = pObject->AttributeOr(row.szName, std::u16string_view());
-        bAdded |= key.mapValues.emplace(row.szName, std::move(value)).second;
+        key.mapValues.emplace(row.szName, std::move(value));
+        bAdded = true;
     }
     if (bAdded) UserStore::Save(pProfile->szStoreKey, std::move(key));
 }

@@ -107,8 +107,6 @@ TEST(Schema, EntriesAreTheParentsTheOwnOrTheKinds) {
                                 "</b></a>")
                              ->Find(u"b")),
               "(text) x y ");
-    EXPECT_EQ(EntriesOf(*NodeOf("<a><attributes_info><b><k/></b></attributes_info><b/></a>")->Find(u"b")), "b ");
-    EXPECT_EQ(EntriesOf(*NodeOf("<a><attributes_info><a><k/></a></attributes_info></a>")), "a ");
 }
 
 TEST(Schema, ValueInfoTellsOfOneOption) {

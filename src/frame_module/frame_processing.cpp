@@ -1,0 +1,72 @@
+// What the pixel and sample engines do to frames. Operations that have no meaning on this system answer E_NOTIMPL, and
+// so do those whose engine is not connected yet.
+
+#include "frame_module/frame.h"
+
+namespace zr {
+
+HRESULT CZrFrame::ZrFVideoGetHbitmap(int64_t* _pllHBitmap) {
+    if (!_pllHBitmap) return E_POINTER;
+    *_pllHBitmap = 0;
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t*) { return E_NOTIMPL; }
+
+HRESULT CZrFrame::ZrFAudioMixDirect(int32_t*, IZrFFrame*, int32_t*, int32_t, double, double, int32_t) {
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFAudioMix(IZrFFrame*, double, double, int32_t, const char16_t*) { return E_NOTIMPL; }
+
+HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame*) { return E_NOTIMPL; }
+
+HRESULT CZrFrame::ZrFAudioGain(const char16_t*, double, double) { return E_NOTIMPL; }
+
+HRESULT CZrFrame::ZrFOverlay(IZrFFrame*, IZrFFrame*, int32_t, int32_t, double, const char16_t*, const char16_t*) {
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFOverlayRect(IZrFFrame*, IZrFFrame*, const ZRF_RECT*, eZrFOverlayFlags, double, const char16_t*,
+                                 const char16_t*) {
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFConvert(const ZR_AV_PROPS*, IZrFFrame** _ppFrameRes, int32_t* _pnFrameRest, const char16_t*,
+                             const char16_t*) {
+    if (!_ppFrameRes) return E_POINTER;
+    *_ppFrameRes = nullptr;
+    if (_pnFrameRest) *_pnFrameRest = 0;
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFResize(eZrFCC, int32_t, int32_t, int32_t, IZrFFrame** _ppFrameRes, const char16_t*,
+                            const char16_t*) {
+    if (!_ppFrameRes) return E_POINTER;
+    *_ppFrameRes = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::ZrFTransition(IZrFFrame*, IZrFFrame** _ppFrameRes, double, const char16_t*, const char16_t*,
+                                const char16_t*) {
+    if (!_ppFrameRes) return E_POINTER;
+    *_ppFrameRes = nullptr;
+    return E_NOTIMPL;
+}
+
+// Nothing runs on behind a frame's back.
+HRESULT CZrFrame::ZrFWaitAsync() { return S_OK; }
+
+HRESULT CZrFrame::ZrFPrint(const char16_t*, double, const ZRF_RECT*, eZrFTextFlags, const char16_t*) {
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::FrameConvert(const ZR_VID_PROPS*, IZrFrame** _ppFrameRes, const char16_t*) {
+    if (!_ppFrameRes) return E_POINTER;
+    *_ppFrameRes = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CZrFrame::FrameOverlay(IZrFrame*, int32_t, int32_t, double, const char16_t*) { return E_NOTIMPL; }
+
+}  // namespace zr

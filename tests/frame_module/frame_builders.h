@@ -1,0 +1,83 @@
+#pragma once
+// Frames for the tests of this folder.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+#include "frame_module/frame.h"
+#include "frame_module/frame_factory.h"
+#include "media/pixel_format.h"
+
+namespace zr {
+
+inline ZR_VID_PROPS VidProps(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0) {
+    ZR_VID_PROPS props;
+    props.fccType = _fcc;
+    props.nWidth = _nWidth;
+    props.nHeight = _nHeight;
+    props.nRowBytes = _nRowBytes;
+    props.dblRate = 25;
+    return props;
+}
+
+inline ZRF_FRAME_INFO InfoOf(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    EXPECT_EQ(_frame.ZrFAllGet(&info), S_OK);
+    return info;
+}
+
+inline ZR_AV_PROPS PropsOf(IZrFFrame& _frame) { return InfoOf(_frame).avProps; }
+
+inline std::span<uint8_t> VideoOf(IZrFFrame& _frame) {
+    const ZRF_FRAME_INFO info = InfoOf(_frame);
+    return {reinterpret_cast<uint8_t*>(info.lpVideo), info.cbVideo};
+}
+
+inline std::span<uint8_t> AudioOf(IZrFFrame& _frame) {
+    const ZRF_FRAME_INFO info = InfoOf(_frame);
+    return {reinterpret_cast<uint8_t*>(info.lpAudio), info.cbAudio};
+}
+
+inline ZRF_VID_PTR PlanesOf(IZrFFrame& _frame) {
+    ZRF_VID_PTR planes;
+    EXPECT_EQ(_frame.ZrFVideoGetBytesEx(&planes), S_OK);
+    return planes;
+}
+
+// A frame of a format whose bytes count up, 251 to a turn, so that rows and planes differ.
+inline ZrPtr<IZrFFrame> CountingFrame(const ZR_VID_PROPS& _props) {
+    ZR_AV_PROPS props;
+    props.vidProps = _props;
+    ZrPtr<IZrFFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), nullptr), S_OK);
+    const std::span<uint8_t> video = VideoOf(*pFrame);
+    for (size_t i = 0; i < video.size(); ++i) video[i] = static_cast<uint8_t>(i % 251);
+    return pFrame;
+}
+
+inline ZrPtr<IZrFFrame> CloneOf(IZrFFrame& _frame, eZrFrameClone _eType) {
+    ZrPtr<IZrFFrame> pClone;
+    EXPECT_EQ(_frame.ZrFClone(pClone.Out(), _eType, eZrFCC_Default), S_OK);
+    return pClone;
+}
+
+inline ZrPtr<IZrFFrame> EmptyFrame() {
+    ZrPtr<IZrFFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreatePlain(0, pFrame.Out()), S_OK);
+    return pFrame;
+}
+
+// An object that says when it is gone.
+class Mortal final : public UnknownImpl<IUnknown> {
+public:
+    explicit Mortal(bool* _pbGone) : pbGone(_pbGone) {}
+    ~Mortal() override { *pbGone = true; }
+
+private:
+    bool* const pbGone;
+};
+
+}  // namespace zr
