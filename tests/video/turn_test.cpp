@@ -1,0 +1,139 @@
+// Mirrors and 90-degree turns against their plain definitions, pixel by pixel.
+
+#include "media/pixel_format.h"
+#include "support/row_test.h"
+#include "video/mirror.h"
+#include "video/picture.h"
+#include "video/rotate.h"
+
+namespace zr {
+namespace {
+
+using test::Bytes;
+
+ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight) {
+    ZR_VID_PROPS props{};
+    props.fccType = _fcc;
+    props.nWidth = _nWidth;
+    props.nHeight = _nHeight;
+    props.nRowBytes = MinRowBytes(_fcc, _nWidth) + 8;
+    props.eInterlace = eZrI_Progressive;
+    props.nAspectX = 16;
+    props.nAspectY = 9;
+    return props;
+}
+
+Bytes Noise(const ZR_VID_PROPS& _props) {
+    std::mt19937 rng(4);
+    return test::HarshBytes(rng, PictureBytes(_props));
+}
+
+// A pixel as luma (or all bytes of RGB) and the chroma of its pair, read in a way of its own.
+struct PIXEL {
+    uint32_t nOwn = 0;
+    int nCb = 0, nCr = 0;
+    friend bool operator==(const PIXEL&, const PIXEL&) = default;
+};
+
+PIXEL PixelAt(const Bytes& _bytes, const ZR_VID_PROPS& _props, int32_t _x, int32_t _y) {
+    const bool bBottomUp = PixelFormatBottomUp(_props.fccType) && _props.nHeight > 0;
+    const int32_t nRow = bBottomUp ? AbsHeight(_props.nHeight) - 1 - _y : _y;
+    const uint8_t* pRow = &_bytes[static_cast<size_t>(nRow * _props.nRowBytes)];
+    switch (_props.fccType) {
+        case eZrFCC_UYVY: return {pRow[2 * _x + 1], pRow[_x / 2 * 4], pRow[_x / 2 * 4 + 2]};
+        case eZrFCC_YUY2: return {pRow[2 * _x], pRow[_x / 2 * 4 + 1], pRow[_x / 2 * 4 + 3]};
+        case eZrFCC_RGB24: return {pRow[3 * _x] | uint32_t{pRow[3 * _x + 1]} << 8 | uint32_t{pRow[3 * _x + 2]} << 16};
+        default: {
+            uint32_t nPixel;
+            std::memcpy(&nPixel, pRow + 4 * _x, 4);
+            return {nPixel};
+        }
+    }
+}
+
+constexpr eZrFCC arrFormats[] = {eZrFCC_RGB32, eZrFCC_RGB24, eZrFCC_UYVY, eZrFCC_YUY2};
+
+TEST(MirrorPicture, PixelsChangePlacesAndColoursStayRight) {
+    for (const eZrFCC fcc : arrFormats)
+        for (const int32_t nWidth : {2, 6, 514, 1500})  // below, around and above a run; an odd number of pairs
+            for (const eMirror e : {eMirror::Horz, eMirror::Vert, eMirror::Both}) {
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << fcc << std::dec << " width " << nWidth << " mode " << int(e));
+                const ZR_VID_PROPS props = Props(fcc, nWidth, 5);
+                const Bytes before = Noise(props);
+                Bytes bytes = before;
+                ASSERT_EQ(MirrorPicture(bytes.data(), props, e), S_OK);
+                for (int32_t y = 0; y < 5; ++y)
+                    for (int32_t x = 0; x < nWidth; ++x)
+                        ASSERT_EQ(PixelAt(bytes, props, x, y),
+                                  PixelAt(before, props, e == eMirror::Vert ? x : nWidth - 1 - x,
+                                          e == eMirror::Horz ? y : 4 - y))
+                            << x << ' ' << y;
+            }
+}
+
+TEST(MirrorPicture, VerticalKeepsTheFieldOrder) {
+    ZR_VID_PROPS props = Props(eZrFCC_UYVY, 4, 6);
+    props.eInterlace = eZrI_Field1First;
+    const Bytes before = Noise(props);
+    Bytes bytes = before;
+    ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
+    for (int32_t y = 0; y < 6; ++y)
+        EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, y < 5 ? 4 - y : 0)) << y;
+}
+
+TEST(MirrorPicture, RefusesPlanesAndLeavesThem) {
+    const ZR_VID_PROPS props = Props(eZrFCC_I420, 4, 4);
+    const Bytes before = Noise(props);
+    Bytes bytes = before;
+    EXPECT_EQ(MirrorPicture(bytes.data(), props, eMirror::Horz), E_NOTIMPL);
+    EXPECT_EQ(bytes, before);
+    EXPECT_EQ(MirrorPicture(nullptr, props, eMirror::Horz), E_POINTER);
+    EXPECT_EQ(MirrorPicture(bytes.data(), Props(eZrFCC_UYVY, 4, 0), eMirror::Horz), E_INVALIDARG);
+}
+
+TEST(RotatePicture, LinesBecomeColumns) {
+    for (const eZrFCC fcc : arrFormats)
+        for (const int32_t nSign : {1, -1})
+            for (const eRotate e : {eRotate::Right, eRotate::Left}) {
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << fcc << std::dec << " sign " << nSign << " right " << (e == eRotate::Right));
+                const bool b422 = HasChromaPairs(fcc);
+                constexpr int32_t kWidth = 70, kHeight = 38;  // more than a tile, and not whole tiles
+                const ZR_VID_PROPS srcProps = Props(fcc, kWidth, b422 ? kHeight : nSign * kHeight);
+                const ZR_VID_PROPS dstProps = RotatedProps(srcProps, nullptr);
+                ASSERT_EQ(dstProps.nWidth, kHeight);
+                ASSERT_EQ(AbsHeight(dstProps.nHeight), kWidth);
+                ASSERT_EQ(dstProps.nAspectX, 9);
+                const Bytes src = Noise(srcProps);
+                Bytes dst(PictureBytes(dstProps));
+                ASSERT_EQ(RotatePicture(src.data(), srcProps, dst.data(), dstProps, e), S_OK);
+                const auto From = [&](int32_t x, int32_t y) {
+                    return e == eRotate::Right ? PixelAt(src, srcProps, y, kHeight - 1 - x)
+                                               : PixelAt(src, srcProps, kWidth - 1 - y, x);
+                };
+                for (int32_t y = 0; y < kWidth; ++y)
+                    for (int32_t x = 0; x < kHeight; ++x) {
+                        PIXEL want = From(x, y);
+                        const PIXEL other = From(x ^ 1, y);
+                        want.nCb = (want.nCb + other.nCb + 1) / 2;
+                        want.nCr = (want.nCr + other.nCr + 1) / 2;
+                        ASSERT_EQ(PixelAt(dst, dstProps, x, y), want) << x << ' ' << y;
+                    }
+            }
+}
+
+TEST(RotatePicture, OddSizesLoseALineAndMisfitsAreRefused) {
+    const ZR_VID_PROPS props = Props(eZrFCC_UYVY, 8, 5), turned = RotatedProps(props, nullptr);
+    EXPECT_EQ(turned.nWidth, 4);
+    EXPECT_EQ(turned.nHeight, 8);
+    const Bytes src = Noise(props);
+    Bytes dst(PictureBytes(turned));
+    EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), turned, eRotate::Left), S_OK);
+    EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), Props(eZrFCC_UYVY, 6, 8), eRotate::Left), E_INVALIDARG);
+    EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), Props(eZrFCC_YUY2, 4, 8), eRotate::Left), E_INVALIDARG);
+    EXPECT_EQ(RotatePicture(src.data(), Props(eZrFCC_I420, 8, 4), dst.data(), turned, eRotate::Left), E_NOTIMPL);
+}
+
+}  // namespace
+}  // namespace zr
