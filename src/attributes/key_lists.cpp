@@ -57,8 +57,9 @@ constexpr std::u16string_view arrRootNames[] = {u"loop",
                                                 u"pull_mode.wait_till_get"};
 
 bool Has(KeyNames _names, std::u16string_view _strName) {
-    return std::any_of(_names.begin(), _names.end(),
-                       [&](std::u16string_view name) { return EqualNoCase(name, _strName); });
+    return std::any_of(_names.begin(), _names.end(), [&](std::u16string_view name) {
+        return name.size() == _strName.size() && EqualNoCase(name, _strName);
+    });
 }
 
 }  // namespace
