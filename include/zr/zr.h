@@ -13,6 +13,7 @@
 #include "zr/frame_factory.h"
 #include "zr/items.h"
 #include "zr/memory.h"
+#include "zr/module.h"
 #include "zr/object.h"
 #include "zr/persist.h"
 #include "zr/plugins.h"
