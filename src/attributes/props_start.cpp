@@ -7,6 +7,7 @@
 #include "attributes/key_lists.h"
 #include "attributes/props.h"
 #include "platform/file.h"
+#include "platform/trace.h"
 #include "platform/user_store.h"
 #include "platform/wide_text.h"
 
@@ -54,6 +55,7 @@ void ZrPropsHW::SetDefaults() {
 // A store that cannot be read leaves the defaults as they are, and is left alone; one that cannot be written leaves the
 // user without a file to edit.
 void ZrPropsHW::LoadFromStore() {
+    const TraceScope trace("[LoadFromRegistry]");
     UserKey key;
     const HRESULT hr = UserStore::Load(pProfile->szStoreKey, &key);
     if (Failed(hr) && hr != ZR_E_NOT_FOUND_FILE) return;
