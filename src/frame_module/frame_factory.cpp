@@ -11,7 +11,9 @@
 #include "frame_module/picture_fill.h"
 #include "media/pixel_format.h"
 #include "media/vid_props_attributes.h"
+#include "platform/class_registry.h"
 #include "platform/wide_text.h"
+#include "zr/class_ids.h"
 
 namespace zr {
 
@@ -106,6 +108,14 @@ HRESULT MakeSized(uint32_t _cbVideo, uint32_t _cbAudio, ZrPtr<CZrFrame>* _ppFram
     if (Succeeded(hr)) *_ppFrame = std::move(pFrame);
     return hr;
 }
+
+}  // namespace
+
+namespace {
+
+HRESULT GetFactory(const GUID* _piid, void** _ppv) { return CZrFrameFactory::Shared().QueryInterface(*_piid, _ppv); }
+
+const ClassRegistrar registrar(kClsidZrFrameFactory, GetFactory);
 
 }  // namespace
 
