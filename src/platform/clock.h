@@ -70,7 +70,7 @@ public:
     // True while every counted thread waits and nobody waits for a time: only a thread that is not counted can end it.
     static bool IsStalled();
     // Called, without a lock, the first time that happens on a clock, with DescribeThreads(). The default writes the
-    // text to the standard error. nullptr puts the default back.
+    // text to the standard error. nullptr puts the default back. It must not wait.
     static void SetStallHandler(void (*_pHandler)(const char* _szThreads));
 
 private:

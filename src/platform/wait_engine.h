@@ -46,14 +46,14 @@ struct ThreadState {
     // Below: under the engine's lock, except that a waiting thread reads nResult after its word says it is awake.
     enum class Doing : uint8_t { Running, Waiting, Ready };
     Doing eDoing = Doing::Running;
-    bool bListed = false;   // in WaitEngine::listThreads
+    bool bListed = false;   // reachable from WaitEngine::pFirstListed
     bool bCounted = false;  // the virtual clock waits for it
     bool bOutside = false;  // counted, but in a ClockBlockingCall
     bool bAll = false;
     int32_t nResult = 0;
     WaitSet set;                   // what it waits for
     WaitNode* pNodes = nullptr;    // one for each object of the set
-    const void* pMutex = nullptr;  // the Mutex it waits for
+    const void* pMutex = nullptr;  // the word of the lock it waits for
     int64_t rtDeadline = kNever;
     int64_t rtWake = kNever;       // the deadline and the due times of the timers in the set: when it must look
     ThreadState* pPrev = nullptr;  // in the waiting, ready or publishing list
@@ -96,7 +96,9 @@ public:
     std::string NameOf(uint32_t _nId);
     std::string Describe();
 
-    // Waits of Mutex on the virtual clock.
+    // Waits of locks on the virtual clock. ParkOnMutex waits until UnparkFromMutex for that word, if the word still has
+    // the contended value; it may return early. False: not on the virtual clock, sleep on the word. Whoever writes the
+    // word does so sequentially consistently, and wakes both those that sleep and one that is parked.
     bool ParkOnMutex(std::atomic<uint32_t>& _nWord, uint32_t _nContended);
     void UnparkFromMutex(const std::atomic<uint32_t>* _pWord);
 

@@ -31,6 +31,12 @@ TEST(RealClock, WaitsEndAtTheirTimeAndTheClocksAgree) {
     timer.Arm(rtDue);
     EXPECT_TRUE(WaitOne(timer, -1));
     EXPECT_GE(ClockNow(), rtDue);
+    timer.ArmIn(kHour);
+    Thread thread;
+    thread.Start("waits for an hour", [&](ManualEvent&) { WaitOne(timer, -1); });
+    SleepFor(5 * kMs);
+    timer.ArmIn(kMs);  // it waits for the new time
+    EXPECT_TRUE(thread.Join(60 * kTicksPerSecond));
     EXPECT_GE(WallNow() - rtWall, 3 * kMs);
     EXPECT_GT(rtWall, VirtualClock::kWallStart);
 }

@@ -186,6 +186,24 @@ TEST(Timer, ThreadsThatWaitFollowItsDueTime) {
     }
 }
 
+TEST(Timer, ArmedAnewAtItsDueTimeItHasReleasedThoseThatWaited) {
+    VirtualClock clock;
+    WaitableTimer timer;
+    timer.ArmIn(10 * kMs);
+    Thread again;
+    again.Start("again", [&](ManualEvent&) {
+        SleepFor(10 * kMs);  // due first, as it began to wait first
+        timer.ArmIn(kTicksPerSecond);
+    });
+    SleepFor(1);
+    Waiters waiters;
+    waiters.Add("w", [&] { return WaitAny({&timer}, 100 * kMs); });
+    SleepFor(20 * kMs);
+    EXPECT_EQ(waiters.Ended(), "w0 ");
+    EXPECT_FALSE(timer.IsSet());
+    again.Join();
+}
+
 TEST(Timer, StaysSetUntilItIsArmedAgainUnlessItResetsItself) {
     VirtualClock clock;
     WaitableTimer timer, once(true);
