@@ -99,6 +99,11 @@ TEST(Event, AWaitTakesNothingButWhatItReturns) {
     waiters.Add("twice", [&] { return WaitAny({&evA, &evB, &evA}, -1); });
     evA.Set();
     EXPECT_EQ(waiters.Ended(), "twice0 ");
+    ManualEvent evC;
+    waiters.Add("both", [&] { return WaitAll({&evC, &evC}, -1); });
+    waiters.Add("next", [&] { return WaitAny({&evB, &evC}, -1); });
+    evC.Set();
+    EXPECT_EQ(waiters.Ended(), "both1 next1 ");
 }
 
 TEST(Event, WaitAllTakesAllOrNothing) {
