@@ -1,0 +1,291 @@
+#include "frame_module/frame_factory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "frame_module/frame_builders.h"
+#include "platform/module_info.h"
+#include "zr/memory.h"
+
+namespace zr {
+namespace {
+
+CZrFrameFactory& Factory() { return CZrFrameFactory::Shared(); }
+
+std::vector<uint8_t> FirstBytes(IZrFFrame& _frame, size_t _nFrom, size_t _cb) {
+    const auto video = VideoOf(_frame).subspan(_nFrom, _cb);
+    return {video.begin(), video.end()};
+}
+
+TEST(FrameFactory, ColoursFillEveryByte) {
+    using Bytes = std::vector<uint8_t>;
+    struct {
+        eZrFCC fccType;
+        const char16_t* szList;
+        HRESULT hr;
+        size_t nOffset;  // in a picture of 12 x 4
+        Bytes arrExpected;
+    } const arrCases[] = {
+        {eZrFCC_UYVY, nullptr, S_OK, 90, {0x80, 0x10, 0x80, 0x10}},
+        {eZrFCC_HDYC, u"color=black", S_OK, 0, {0x80, 0x10, 0x80, 0x10}},
+        {eZrFCC_YUY2, nullptr, S_OK, 92, {0x10, 0x80, 0x10, 0x80}},
+        {eZrFCC_YVYU, nullptr, S_OK, 0, {0x10, 0x80}},
+        {eZrFCC_v210, nullptr, S_OK, 384 + 120, {0x00, 0x02, 0x01, 0x20, 0x40, 0x00, 0x08, 0x04}},
+        {eZrFCC_I420, nullptr, S_OK, 46, {0x10, 0x10, 0x80, 0x80}},
+        {eZrFCC_NV12, nullptr, S_OK, 70, {0x80, 0x80}},
+        {kFCC_Y422, nullptr, S_OK, 47, {0x10, 0x80}},
+        {eZrFCC_RGB24, nullptr, S_OK, 141, {0, 0, 0}},
+        {eZrFCC_RGB32, nullptr, S_OK, 188, {0, 0, 0, 255}},
+        {eZrFCC_ARGB32, u"x=1 color=black(90)", S_OK, 188, {0, 0, 0, 90}},
+        {eZrFCC_ARGB32, u"color=Red(128)", S_OK, 0, {0, 0, 255, 128}},
+        {eZrFCC_ARGB32, u"color=transparent", S_OK, 4, {0, 0, 0, 0}},
+        {eZrFCC_RGB24, u"COLOR=102030", S_OK, 3, {0x30, 0x20, 0x10}},
+        {kFCC_RGB565, u"color=FF8040", S_OK, 2, {0x08, 0xFC}},            // 11111 100000 01000
+        {kFCC_RGB555, u"color=FF8040", S_OK, 2, {0x08, 0x7E}},            // 0 11111 10000 01000
+        {kFCC_r210, u"color=FF8000", S_OK, 4, {0x3F, 0xF8, 0x08, 0x00}},  // 1023 514 0
+        {eZrFCC_RGB8, nullptr, S_OK, 40, {0, 0}},
+        {eZrFCC_UYVY, u"color=red", E_NOTIMPL, 0, {}},
+        {eZrFCC_I420, u"color=white", E_NOTIMPL, 0, {}},
+        {eZrFCC_RGB8, u"color=white", E_NOTIMPL, 0, {}},
+    };
+    for (const auto& c : arrCases) {
+        SCOPED_TRACE(testing::Message() << std::hex << c.fccType);
+        const ZR_VID_PROPS props = VidProps(c.fccType, 12, 4);
+        ZrPtr<IZrFrame> pFrame;
+        ASSERT_EQ(Factory().FramesCreateFromMem(&props, 0, pFrame.Out(), c.szList), c.hr);
+        EXPECT_EQ(static_cast<bool>(pFrame), Succeeded(c.hr));
+        if (!pFrame) continue;
+        const auto pFull = pFrame.As<IZrFFrame>();
+        EXPECT_EQ(FirstBytes(*pFull, c.nOffset, c.arrExpected.size()), c.arrExpected);
+    }
+}
+
+TEST(FrameFactory, FramesFromMemoryAreCopies) {
+    ZR_AV_PROPS props;
+    props.vidProps = VidProps(eZrFCC_RGB24, 3, 2);  // 12 bytes a row
+    props.audProps = {1, 48000, 16, 0};
+    std::vector<uint8_t> arrVideo(24);
+    for (size_t i = 0; i < arrVideo.size(); ++i) arrVideo[i] = static_cast<uint8_t>(i + 1);
+    const int16_t arrAudio[] = {5, 6, 7};
+    ZrPtr<IZrFFrame> pFrame;
+    const auto Make = [&](int64_t _lpVideo, int32_t _nSamples, int64_t _lpAudio) {
+        return Factory().ZrFFrameCreateFromMem(&props, _lpVideo, _nSamples, _lpAudio, pFrame.Out(), nullptr);
+    };
+    const auto lpVideo = reinterpret_cast<int64_t>(arrVideo.data()), lpAudio = reinterpret_cast<int64_t>(arrAudio);
+    ASSERT_EQ(Make(lpVideo, 3, lpAudio), S_OK);
+    EXPECT_TRUE(std::ranges::equal(VideoOf(*pFrame), arrVideo));
+    EXPECT_EQ(std::memcmp(AudioOf(*pFrame).data(), arrAudio, 6), 0);
+    arrVideo[0] = 99;
+    EXPECT_EQ(VideoOf(*pFrame)[0], 1);
+    ASSERT_EQ(Make(lpVideo, 2, 0), S_OK);
+    EXPECT_EQ(AudioOf(*pFrame)[0], 0);
+    EXPECT_EQ(Make(lpVideo, -1, lpAudio), E_INVALIDARG);
+    EXPECT_FALSE(pFrame);
+    props.audProps.nChannels = 0;
+    EXPECT_EQ(Make(lpVideo, 3, lpAudio), E_INVALIDARG);
+    EXPECT_EQ(Make(lpVideo, 0, 0), S_OK);
+    props.vidProps.eVideoFormat = eZrVF_Disabled;  // says that there is no picture
+    ASSERT_EQ(Make(lpVideo, 0, 0), S_OK);
+    EXPECT_EQ(InfoOf(*pFrame).cbVideo, 0u);
+    ASSERT_EQ(Factory().ZrFFrameCreateFromMem(nullptr, lpVideo, 3, lpAudio, pFrame.Out(), nullptr), S_OK);
+    EXPECT_EQ(InfoOf(*pFrame).cbVideo + InfoOf(*pFrame).cbAudio, 0u);
+    ZrPtr<IZrFrame> pShort;
+    const ZR_VID_PROPS none;
+    EXPECT_EQ(Factory().FramesCreateFromMem(&none, 0, pShort.Out(), nullptr), E_INVALIDARG);
+    ZR_VID_PROPS named;
+    named.eVideoFormat = eZrVF_PAL;
+    ASSERT_EQ(Factory().FramesCreateFromMem(&named, 0, pShort.Out(), nullptr), S_OK);
+    EXPECT_EQ(VideoOf(*pShort.As<IZrFFrame>()).size(), 720u * 576 * 2);
+}
+
+TEST(FrameFactory, PlanesComeFromAnywhereInAnyOrder) {
+    uint8_t arr[400];
+    for (size_t i = 0; i < sizeof(arr); ++i) arr[i] = static_cast<uint8_t>(i % 251);
+    const auto At = [&](size_t _nOffset) { return reinterpret_cast<int64_t>(arr + _nOffset); };
+    ZR_AV_PROPS props;
+    props.vidProps = VidProps(eZrFCC_YV12, 4, 4);
+    ZRF_VID_PTR planes;
+    planes.lpVideoPlanes[0] = At(10);
+    planes.cbVideoRowBytes[0] = 20;
+    planes.lpVideoPlanes[1] = At(160);  // U, whose upper line lies last
+    planes.cbVideoRowBytes[1] = -30;
+    planes.lpVideoPlanes[2] = At(200);
+    ZrPtr<IZrFFrame> pFrame;
+    const auto Make = [&] { return Factory().ZrFFrameCreateFromMemEx(&props, &planes, 0, 0, pFrame.Out(), nullptr); };
+    ASSERT_EQ(Make(), S_OK);
+    const std::vector<uint8_t> arrExpected{10, 11, 12, 13, 30,  31,  32,  33,  50,  51,  52,  53,
+                                           70, 71, 72, 73, 200, 201, 202, 203, 160, 161, 130, 131};  // V before U
+    EXPECT_TRUE(std::ranges::equal(VideoOf(*pFrame), arrExpected));
+    planes.szVideoPlanes[1] = {2, 1};
+    EXPECT_EQ(Make(), E_INVALIDARG);
+    planes.szVideoPlanes[1] = {2, 2};
+    planes.cbVideoRowBytes[0] = -3;
+    EXPECT_EQ(Make(), E_INVALIDARG);
+    planes.cbVideoRowBytes[0] = 4;
+    planes.lpVideoPlanes[2] = 0;
+    EXPECT_EQ(Make(), E_POINTER);
+    // A bottom-up picture from top-down memory.
+    props.vidProps = VidProps(eZrFCC_RGB32, 1, 2);
+    planes = {};
+    planes.lpVideoPlanes[0] = At(0);
+    planes.cbVideoRowBytes[0] = 100;
+    ASSERT_EQ(Make(), S_OK);
+    EXPECT_EQ(FirstBytes(*pFrame, 0, 8), (std::vector<uint8_t>{100, 101, 102, 103, 0, 1, 2, 3}));
+}
+
+TEST(FrameFactory, AWrapperUsesTheOwnersMemoryUntilTheLastWindowGoes) {
+    bool bGone = false;
+    std::vector<uint8_t> arr(64 * 10, 7);
+    const auto lp = reinterpret_cast<int64_t>(arr.data());
+    auto pOwner = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
+    const ZR_VID_PROPS props = VidProps(eZrFCC_UYVY, 32, 10);
+    ZrPtr<IZrFFrame> pFrame, pCut;
+    EXPECT_EQ(Factory().ZrFFrameCreateWrapper(&props, 639, lp, pOwner.Get(), pFrame.Out()), E_INVALIDARG);
+    EXPECT_EQ(Factory().ZrFFrameCreateWrapper(&props, 640, lp, nullptr, pFrame.Out()), E_POINTER);
+    ASSERT_EQ(Factory().ZrFFrameCreateWrapper(&props, 640, lp, pOwner.Get(), pFrame.Out()), S_OK);
+    pOwner.Reset();
+    EXPECT_EQ(VideoOf(*pFrame).data(), arr.data());
+    ASSERT_EQ(pFrame->ZrFCut(2, nullptr, pCut.Out()), S_OK);
+    pFrame.Reset();
+    EXPECT_FALSE(bGone);
+    EXPECT_EQ(VideoOf(*pCut).data(), arr.data() + 64);
+    const ZrPtr<IZrFFrame> pCopy = CloneOf(*pCut, eZrFC_Full);
+    pCut.Reset();
+    EXPECT_TRUE(bGone);
+    EXPECT_EQ(VideoOf(*pCopy)[0], 7);
+}
+
+TEST(FrameFactory, PropertiesOfAPlainFrameFromText) {
+    ZrPtr<IZrFrame> pFrame;
+    ASSERT_EQ(Factory().FramesCreate(640 * 480 * 4, u"width=640 height=480 pixel_format=ARGB32 rate=30", pFrame.Out()),
+              S_OK);
+    const ZR_VID_PROPS props = PropsOf(*pFrame.As<IZrFFrame>()).vidProps;
+    EXPECT_EQ(props.nRowBytes, 2560);
+    EXPECT_EQ(props.dblRate, 30);
+    EXPECT_EQ(Factory().FramesCreate(1000, u"width=640 height=480 pixel_format=ARGB32", pFrame.Out()), E_INVALIDARG);
+    EXPECT_FALSE(pFrame);
+    EXPECT_EQ(Factory().FramesCreate(-1, nullptr, pFrame.Out()), E_INVALIDARG);
+    EXPECT_EQ(Factory().FramesCreate(0, nullptr, pFrame.Out()), S_OK);
+}
+
+// A frame whose memory is said to be elsewhere: only its bytes can be had.
+class ForeignFrame final : public UnknownImpl<IZrFFrame> {
+public:
+    explicit ForeignFrame(const ZrPtr<IZrFFrame>& _pFrame) : pFrame(_pFrame) {}
+
+    HRESULT ZrFGetProcessID(uint32_t* _p) override {
+        *_p = ProcessId() + 1;
+        return S_OK;
+    }
+    HRESULT ZrFSave(uint32_t* _pcb, uint8_t** _pp, eZrFrameClone _e) override { return pFrame->ZrFSave(_pcb, _pp, _e); }
+
+    HRESULT ZrFAVPropsGet(ZR_AV_PROPS*, int32_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFAVPropsSet(const ZR_AV_PROPS*, const char16_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFTimeGet(ZR_TIME*) override { return E_NOTIMPL; }
+    HRESULT ZrFTimeSet(const ZR_TIME*) override { return E_NOTIMPL; }
+    HRESULT ZrFFlagCheck(eZrFrameFlags, int32_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFAllGet(ZRF_FRAME_INFO*) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioGetBytes(int32_t*, int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioChannelGetBytes(int32_t, int32_t, int32_t*, int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioChannelsUpdate() override { return E_NOTIMPL; }
+    HRESULT ZrFAudioAlloc(const ZR_AUD_PROPS*, int32_t) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioSet(const ZR_AUD_PROPS*, int32_t, int64_t) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioMixDirect(int32_t*, IZrFFrame*, int32_t*, int32_t, double, double, int32_t) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFAudioMix(IZrFFrame*, double, double, int32_t, const char16_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioCopyTo(const char16_t*, IZrFFrame*) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioSaveToFile(const char16_t*, int32_t) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioLoadFromFile(const char16_t*, int64_t, int32_t) override { return E_NOTIMPL; }
+    HRESULT ZrFAudioGain(const char16_t*, double, double) override { return E_NOTIMPL; }
+    HRESULT ZrFVideoGetBytes(int32_t*, int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFVideoGetHbitmap(int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFVideoSaveToFile(const char16_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFCut(int32_t, const tagRECT*, IZrFFrame**) override { return E_NOTIMPL; }
+    HRESULT ZrFClone(IZrFFrame**, eZrFrameClone, eZrFCC) override { return E_NOTIMPL; }
+    HRESULT ZrFOverlay(IZrFFrame*, IZrFFrame*, int32_t, int32_t, double, const char16_t*, const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFConvert(const ZR_AV_PROPS*, IZrFFrame**, int32_t*, const char16_t*, const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFResize(eZrFCC, int32_t, int32_t, int32_t, IZrFFrame**, const char16_t*, const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFTransition(IZrFFrame*, IZrFFrame**, double, const char16_t*, const char16_t*, const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFDataGetByIndex(int32_t, BSTR*, int32_t*, int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFDataGet(const char16_t*, int32_t*, int64_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFDataSet(const char16_t*, int32_t, int64_t) override { return E_NOTIMPL; }
+    HRESULT ZrFObjGetByIndex(int32_t, BSTR*, IUnknown**, int32_t) override { return E_NOTIMPL; }
+    HRESULT ZrFObjGet(const char16_t*, IUnknown**, int32_t) override { return E_NOTIMPL; }
+    HRESULT ZrFObjSet(const char16_t*, IUnknown*) override { return E_NOTIMPL; }
+    HRESULT ZrFStrGetByIndex(int32_t, BSTR*, BSTR*) override { return E_NOTIMPL; }
+    HRESULT ZrFStrGet(const char16_t*, BSTR*) override { return E_NOTIMPL; }
+    HRESULT ZrFStrSet(const char16_t*, const char16_t*) override { return E_NOTIMPL; }
+    HRESULT ZrFLoad(uint32_t, const uint8_t*, eZrFrameClone) override { return E_NOTIMPL; }
+    HRESULT ZrFWaitAsync() override { return E_NOTIMPL; }
+    HRESULT ZrFPrint(const char16_t*, double, const ZRF_RECT*, eZrFTextFlags, const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFOverlayRect(IZrFFrame*, IZrFFrame*, const ZRF_RECT*, eZrFOverlayFlags, double, const char16_t*,
+                           const char16_t*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT ZrFVideoGetBytesEx(ZRF_VID_PTR*) override { return E_NOTIMPL; }
+    HRESULT ZrFSaveToStream(IStream**, eZrFrameClone) override { return E_NOTIMPL; }
+    HRESULT ZrFAddToStream(IStream*, eZrFrameClone) override { return E_NOTIMPL; }
+    HRESULT ZrFLoadFromStream(IStream*, eZrFrameClone) override { return E_NOTIMPL; }
+
+private:
+    const ZrPtr<IZrFFrame> pFrame;
+};
+
+TEST(FrameFactory, FramesAreMadeLocal) {
+    const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 16, 4));
+    ZrPtr<IZrFFrame> pLocal;
+    ASSERT_EQ(Factory().ZrFFrameMakeLocal(pFrame.Get(), pLocal.Out(), 0), S_OK);
+    EXPECT_EQ(pLocal, pFrame);
+    ASSERT_EQ(Factory().ZrFFrameMakeLocal(pFrame.Get(), pLocal.Out(), 1), S_OK);
+    EXPECT_NE(pLocal, pFrame);
+    EXPECT_EQ(InfoOf(*pLocal).lpVideo, InfoOf(*pFrame).lpVideo);
+    ZrPtr<IZrFrame> pShort;
+    ASSERT_EQ(Factory().FramesMakeLocal(pFrame.As<IZrFrame>().Get(), pShort.Out(), 0), S_OK);
+    EXPECT_EQ(pShort.As<IZrFFrame>(), pFrame);
+    bool bGone = false;
+    const auto pThing = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
+    EXPECT_EQ(Factory().ZrFFrameMakeLocal(pThing.Get(), pLocal.Out(), 1), E_NOINTERFACE);
+    EXPECT_FALSE(pLocal);
+
+    const auto pForeign = ZrPtr<ForeignFrame>::Attach(new ForeignFrame(pFrame));
+    ASSERT_EQ(Factory().ZrFFrameMakeLocal(pForeign.Get(), pLocal.Out(), 0), S_OK);
+    EXPECT_EQ(InfoOf(*pLocal).dwProcessID, ProcessId());
+    EXPECT_TRUE(std::ranges::equal(VideoOf(*pLocal), VideoOf(*pFrame)));
+    // Attached to another frame, it comes out local only when that is asked for.
+    EXPECT_EQ(pFrame->ZrFObjSet(u"remote", pForeign.Get()), S_OK);
+    ZrPtr<IUnknown> pGot;
+    EXPECT_EQ(pFrame->ZrFObjGet(u"remote", pGot.Out(), 0), S_OK);
+    EXPECT_EQ(pGot, pForeign.As<IUnknown>());
+    BSTR bsID = nullptr;
+    EXPECT_EQ(pFrame->ZrFObjGetByIndex(0, &bsID, pGot.Out(), 1), S_OK);
+    SysFreeString(bsID);
+    EXPECT_NE(pGot, pForeign.As<IUnknown>());
+    EXPECT_EQ(InfoOf(*pGot.As<IZrFFrame>()).cbVideo, 128u);
+}
+
+TEST(FrameFactory, ThreeFacesAreOneObjectAndCloneAnyFrame) {
+    const auto pRoot = QueryAs<IUnknown>(static_cast<IZrFFactory*>(&Factory()));
+    EXPECT_EQ(pRoot.As<IZrFrames>().As<IUnknown>(), pRoot);
+    EXPECT_EQ(pRoot.As<ZrFrameFactory_I>().As<IZrFFactory>().As<IUnknown>(), pRoot);
+    const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 16, 4));
+    ZrPtr<IZrFrame> pClone;
+    EXPECT_EQ(Factory().FrameCloneEx(pFrame.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), S_OK);
+    EXPECT_EQ(InfoOf(*pClone.As<IZrFFrame>()).llVideoID, InfoOf(*pFrame).llVideoID);
+    EXPECT_EQ(Factory().FrameCloneEx(pRoot.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), E_NOINTERFACE);
+}
+
+}  // namespace
+}  // namespace zr

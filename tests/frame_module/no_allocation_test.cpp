@@ -1,0 +1,88 @@
+// A steady show takes nothing from the heap for its frames: every allocation of the program is counted here.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+
+#include "frame_module/address_check.h"
+#include "frame_module/frame_builders.h"
+
+// The sanitizers bring their own heap.
+#if defined(ZR_ADDRESS_CHECK) || defined(__SANITIZE_THREAD__)
+#define ZR_OWN_HEAP 0
+#else
+#define ZR_OWN_HEAP 1
+#endif
+
+namespace {
+std::atomic<uint64_t> nAllocations{0};
+}
+
+#if ZR_OWN_HEAP
+extern "C" {
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* __libc_memalign(size_t, size_t);
+
+void* malloc(size_t _cb) {
+    nAllocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_malloc(_cb);
+}
+void* calloc(size_t _n, size_t _cb) {
+    nAllocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_calloc(_n, _cb);
+}
+void* realloc(void* _p, size_t _cb) {
+    nAllocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_realloc(_p, _cb);
+}
+void* aligned_alloc(size_t _nAlignment, size_t _cb) {
+    nAllocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_memalign(_nAlignment, _cb);
+}
+}
+#endif
+
+namespace zr {
+namespace {
+
+// What a mixer does with frames in a cycle: makes one, gives it picture, audio and data, clones and cuts it.
+void Cycle(ZrPtr<IZrFFrame> (&_arrKept)[3], int64_t _nCycle) {
+    ZrPtr<IZrFrame> pFrame;
+    ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(1920 * 1080 * 2, 0, 0, pFrame.Out()), S_OK);
+    ZR_AV_PROPS props;
+    props.vidProps = VidProps(eZrFCC_UYVY, 1920, 1080);
+    ASSERT_EQ(pFrame->FrameAVPropsSet(&props), S_OK);
+    const auto pFull = pFrame.As<IZrFFrame>();
+    const ZR_AUD_PROPS audProps{8, 48000, 24, 0};
+    ASSERT_EQ(pFull->ZrFAudioAlloc(&audProps, 1920), S_OK);
+    int32_t cb = 0;
+    int64_t lp = 0;
+    for (int32_t i = 0; i < 8; ++i) ASSERT_EQ(pFull->ZrFAudioChannelGetBytes(i, 0, &cb, &lp), S_OK);
+    ASSERT_EQ(pFull->ZrFAudioChannelsUpdate(), S_OK);
+    ASSERT_EQ(pFrame->FrameDataSet(0x544D5253, sizeof(_nCycle), reinterpret_cast<int64_t>(&_nCycle)), S_OK);
+    ASSERT_EQ(pFull->ZrFStrSet(u"a longer name than a short text holds", u"text"), S_OK);
+    ASSERT_EQ(pFull->ZrFObjSet(u"object", static_cast<IZrFFactory*>(&CZrFrameFactory::Shared())), S_OK);
+    ZrPtr<IZrFFrame> pCut, pCopy;
+    const tagRECT rect{100, 100, 500, 400};
+    ASSERT_EQ(pFull->ZrFCut(1, &rect, pCut.Out()), S_OK);
+    ASSERT_EQ(pCut->ZrFClone(pCopy.Out(), eZrFC_Full, eZrFCC_Default), S_OK);
+    ASSERT_EQ(pFull->ZrFClone(_arrKept[_nCycle % 3].Out(), eZrFC_Reference, eZrFCC_Default), S_OK);
+}
+
+TEST(NoAllocation, FramesOfASteadyShowComeFromThePools) {
+    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
+    ZrPtr<IZrFFrame> arrKept[3];
+    for (int64_t i = 0; i < 20; ++i) Cycle(arrKept, i);
+    const uint64_t nBefore = nAllocations;
+    const size_t nBlocks = BufferPool::Shared().BlockCount();
+    ASSERT_GT(nBefore, 0u);
+    for (int64_t i = 0; i < 200; ++i) Cycle(arrKept, i);
+    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(BufferPool::Shared().BlockCount(), nBlocks);  // nor pages from the system
+}
+
+}  // namespace
+}  // namespace zr
