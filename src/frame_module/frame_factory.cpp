@@ -109,15 +109,13 @@ HRESULT MakeSized(uint32_t _cbVideo, uint32_t _cbAudio, ZrPtr<CZrFrame>* _ppFram
     return hr;
 }
 
-}  // namespace
-
-namespace {
-
 HRESULT GetFactory(const GUID* _piid, void** _ppv) { return CZrFrameFactory::Shared().QueryInterface(*_piid, _ppv); }
 
 const ClassRegistrar registrar(kClsidZrFrameFactory, GetFactory);
 
 }  // namespace
+
+void LinkFrameModule() {}
 
 CZrFrameFactory& CZrFrameFactory::Shared() {
     static CZrFrameFactory& factory = *new CZrFrameFactory;  // its own first reference is never dropped

@@ -47,4 +47,8 @@ private:
     CZrFrameFactory() = default;
 };
 
+// The factory is registered when the library is loaded. A program that is linked with the archive of the library's
+// objects calls this once, anywhere, so that the linker does not leave the frames out.
+void LinkFrameModule();
+
 }  // namespace zr

@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
+#include "framework/frame_factory_access.h"
+#include "platform/class_registry.h"
 #include "platform/module_info.h"
-#include "zr/memory.h"
+#include "zr/class_ids.h"
 
 namespace zr {
 namespace {
@@ -39,7 +42,7 @@ TEST(FrameFactory, ColoursFillEveryByte) {
         {eZrFCC_RGB24, nullptr, S_OK, 141, {0, 0, 0}},
         {eZrFCC_RGB32, nullptr, S_OK, 188, {0, 0, 0, 255}},
         {eZrFCC_ARGB32, u"x=1 color=black(90)", S_OK, 188, {0, 0, 0, 90}},
-        {eZrFCC_ARGB32, u"color=Red(128)", S_OK, 0, {0, 0, 255, 128}},
+        {eZrFCC_ARGB32, u"color='Red(128)'", S_OK, 0, {0, 0, 255, 128}},
         {eZrFCC_ARGB32, u"color=transparent", S_OK, 4, {0, 0, 0, 0}},
         {eZrFCC_RGB24, u"COLOR=102030", S_OK, 3, {0x30, 0x20, 0x10}},
         {kFCC_RGB565, u"color=FF8040", S_OK, 2, {0x08, 0xFC}},            // 11111 100000 01000
@@ -265,12 +268,13 @@ TEST(FrameFactory, FramesAreMadeLocal) {
     EXPECT_EQ(InfoOf(*pLocal).dwProcessID, ProcessId());
     EXPECT_TRUE(std::ranges::equal(VideoOf(*pLocal), VideoOf(*pFrame)));
     // Attached to another frame, it comes out local only when that is asked for.
-    EXPECT_EQ(pFrame->ZrFObjSet(u"remote", pForeign.Get()), S_OK);
+    const ZrPtr<IZrFFrame> pHolder = EmptyFrame();
+    EXPECT_EQ(pHolder->ZrFObjSet(u"remote", pForeign.Get()), S_OK);
     ZrPtr<IUnknown> pGot;
-    EXPECT_EQ(pFrame->ZrFObjGet(u"remote", pGot.Out(), 0), S_OK);
+    EXPECT_EQ(pHolder->ZrFObjGet(u"remote", pGot.Out(), 0), S_OK);
     EXPECT_EQ(pGot, pForeign.As<IUnknown>());
     BSTR bsID = nullptr;
-    EXPECT_EQ(pFrame->ZrFObjGetByIndex(0, &bsID, pGot.Out(), 1), S_OK);
+    EXPECT_EQ(pHolder->ZrFObjGetByIndex(0, &bsID, pGot.Out(), 1), S_OK);
     SysFreeString(bsID);
     EXPECT_NE(pGot, pForeign.As<IUnknown>());
     EXPECT_EQ(InfoOf(*pGot.As<IZrFFrame>()).cbVideo, 128u);
@@ -285,6 +289,28 @@ TEST(FrameFactory, ThreeFacesAreOneObjectAndCloneAnyFrame) {
     EXPECT_EQ(Factory().FrameCloneEx(pFrame.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), S_OK);
     EXPECT_EQ(InfoOf(*pClone.As<IZrFFrame>()).llVideoID, InfoOf(*pFrame).llVideoID);
     EXPECT_EQ(Factory().FrameCloneEx(pRoot.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), E_NOINTERFACE);
+}
+
+// The look-up is kept for the life of the process, so this can be seen once.
+TEST(FrameFactory, TheProcessFindsItByClassIdAndKeepsIt) {
+    static bool bSeen = false;
+    if (std::exchange(bSeen, true)) GTEST_SKIP() << "the factory is known already";
+    ASSERT_EQ(UnregisterClass(kClsidZrFrameFactory), S_OK);
+    IZrFFactory* pFactory = nullptr;
+    ZrFrameFactory_I* pInternal = &Factory();
+    EXPECT_EQ(FrameFactory(&pFactory), E_UNEXPECTED);
+    EXPECT_EQ(FrameFactory(&pInternal), E_UNEXPECTED);
+    EXPECT_EQ(pInternal, nullptr);
+    const ZrClassFactory pfnFace = [](const GUID* _piid, void** _ppv) {
+        return Factory().QueryInterface(*_piid, _ppv);
+    };
+    ASSERT_EQ(RegisterClass(kClsidZrFrameFactory, pfnFace), S_OK);
+    EXPECT_EQ(FrameFactory(&pInternal), S_OK);
+    EXPECT_EQ(pInternal, static_cast<ZrFrameFactory_I*>(&Factory()));
+    ASSERT_EQ(UnregisterClass(kClsidZrFrameFactory), S_OK);
+    EXPECT_EQ(FrameFactory(&pFactory), S_OK);
+    EXPECT_EQ(pFactory, static_cast<IZrFFactory*>(&Factory()));
+    EXPECT_EQ(RegisterClass(kClsidZrFrameFactory, pfnFace), S_OK);
 }
 
 }  // namespace
