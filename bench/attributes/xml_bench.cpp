@@ -15,16 +15,16 @@ void BM_Attributes_XmlRead(benchmark::State& _state) {
     const std::u16string str = bench::SceneText(static_cast<size_t>(_state.range(0)));
     for (auto _ : _state) {
         const XMLNodePtr pNode = CoXMLNode::Create(u"scene", &keyId);
-        if (Failed(pNode->Parse(str.c_str()))) _state.SkipWithError("not read");
+        if (Failed(pNode->Parse(std::u16string_view(str)))) _state.SkipWithError("not read");
     }
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * str.size() * sizeof(char16_t)));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(str.size() * sizeof(char16_t)));
 }
 BENCHMARK(BM_Attributes_XmlRead)->Arg(1 << 20)->Unit(benchmark::kMicrosecond);
 
 void BM_Attributes_XmlWrite(benchmark::State& _state) {
     const std::u16string str = bench::SceneText(static_cast<size_t>(_state.range(0)));
     const XMLNodePtr pNode = CoXMLNode::Create(u"scene", &keyId);
-    pNode->Parse(str.c_str());
+    pNode->Parse(std::u16string_view(str));
     size_t nCharacters = 0;
     for (auto _ : _state) {
         std::u16string strOut;
@@ -32,7 +32,7 @@ void BM_Attributes_XmlWrite(benchmark::State& _state) {
         nCharacters = strOut.size();
         benchmark::DoNotOptimize(strOut.data());
     }
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * nCharacters * sizeof(char16_t)));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(nCharacters * sizeof(char16_t)));
 }
 BENCHMARK(BM_Attributes_XmlWrite)->Arg(1 << 20)->Unit(benchmark::kMicrosecond);
 

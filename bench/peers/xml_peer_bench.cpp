@@ -17,7 +17,7 @@ void BM_Peers_PugixmlRead(benchmark::State& _state) {
         if (!result) _state.SkipWithError(result.description());
         benchmark::DoNotOptimize(doc);
     }
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * str.size() * sizeof(char16_t)));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(str.size() * sizeof(char16_t)));
 }
 BENCHMARK(BM_Peers_PugixmlRead)->Arg(1 << 20)->Unit(benchmark::kMicrosecond);
 
@@ -40,7 +40,7 @@ void BM_Peers_PugixmlWrite(benchmark::State& _state) {
         nCharacters = text.str.size();
         benchmark::DoNotOptimize(text.str.data());
     }
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * nCharacters * sizeof(char16_t)));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(nCharacters * sizeof(char16_t)));
 }
 BENCHMARK(BM_Peers_PugixmlWrite)->Arg(1 << 20)->Unit(benchmark::kMicrosecond);
 

@@ -20,7 +20,7 @@ bool ReadBool(std::u16string_view _text) {
     return isPositive(0) || isPositive(10);
 }
 
-void PrintBool(bool _bValue, SmallText& _out) { _out.Append(_bValue ? u"true" : u"false"); }
+void PrintBool(bool _bValue, TreeText& _out) { _out.Append(_bValue ? u"true" : u"false"); }
 
 AttrMeasure ReadMeasure(std::u16string_view _text) {
     const DOUBLE_TEXT number = ReadDouble(_text);
@@ -35,7 +35,7 @@ AttrMeasure ReadMeasure(std::u16string_view _text) {
     return value;
 }
 
-void PrintMeasure(const AttrMeasure& _value, SmallText& _out) {
+void PrintMeasure(const AttrMeasure& _value, TreeText& _out) {
     const auto printRounded = [&](const char16_t* _szUnit) {
         const double dblRounded = std::isnan(_value.dblValue) ? 0.0 : std::round(_value.dblValue);
         PrintDecimal(static_cast<int32_t>(std::clamp(dblRounded, double{INT32_MIN}, double{INT32_MAX})), _out);
@@ -58,12 +58,11 @@ double ReadDoubleValue(std::u16string_view _text) {
     return number.dblValue == 0 && EqualNoCase(_text, u"true") ? 1.0 : number.dblValue;
 }
 
-void PrintDouble(double _dblValue, SmallText& _out) {
-    SmallText text;
-    PrintFixed(_dblValue, 6, text);
-    std::u16string_view view = text.View();
-    while (view.ends_with(u'0') && view[view.size() - 2] != u'.') view.remove_suffix(1);
-    _out.Append(view);
+void PrintDouble(double _dblValue, TreeText& _out) {
+    char arr[kMaxFixed];
+    std::string_view view = PrintFixed(_dblValue, 6, arr);
+    while (view.ends_with('0') && view[view.size() - 2] != '.') view.remove_suffix(1);
+    PrintAscii(view, _out);
 }
 
 namespace {
@@ -98,7 +97,7 @@ GUID ReadGuid(std::u16string_view _text) {
     return id;
 }
 
-void PrintGuid(const GUID& _id, SmallText& _out) {
+void PrintGuid(const GUID& _id, TreeText& _out) {
     _out.Append(u"{");
     PrintHex(_id.Data1, 8, _out);
     _out.Append(u"-");
@@ -164,7 +163,7 @@ AttrFourCC ReadFourCC(std::u16string_view _text) {
     return {_text.size() == 4 ? CodeOf(_text) : 0};
 }
 
-void PrintFourCC(AttrFourCC _code, SmallText& _out) {
+void PrintFourCC(AttrFourCC _code, TreeText& _out) {
     char16_t arr[4];
     for (size_t i = 0; i < 4; ++i) arr[i] = static_cast<char16_t>(_code.nCode >> (8 * i) & 0xFF);
     if (std::all_of(arr, arr + 4, [](char16_t _ch) { return _ch >= 0x20 && _ch < 0x7F; })) {

@@ -17,7 +17,7 @@ T ReadIntegerValue(std::u16string_view _text) {
     return nValue == 0 && EqualNoCase(_text, u"true") ? 1 : nValue;
 }
 
-void PrintHexPrefixed(uint64_t _nValue, int _nDigits, SmallText& _out) {
+void PrintHexPrefixed(uint64_t _nValue, int _nDigits, TreeText& _out) {
     _out.Append(u"0x");
     PrintHex(_nValue, _nDigits, _out);
 }
@@ -33,7 +33,8 @@ void AttrValue::AppendText(std::u16string_view _text) {
 void AttrValue::ReplaceDoubleQuotes() {
     const std::u16string_view view = Text();
     if (view.find(u'"') == view.npos) return;
-    std::replace(text.MutableData(), text.MutableData() + view.size(), u'"', u'\'');
+    char16_t* const pOwn = text.Own();
+    std::replace(pOwn, pOwn + view.size(), u'"', u'\'');
     eKind = AttrKind::kText;
 }
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "attributes/attr_types.h"
-#include "attributes/small_text.h"
+#include "attributes/tree_text.h"
 
 namespace zr {
 
@@ -16,6 +16,11 @@ class AttrValue {
 public:
     AttrValue() = default;
     explicit AttrValue(std::u16string_view _text) : text(_text) {}
+    static AttrValue PartOfSource(std::u16string_view _part) {
+        AttrValue value;
+        value.text = TreeText::PartOfSource(_part);
+        return value;
+    }
 
     // Valid until the value is changed or read as another kind.
     std::u16string_view Text() {
@@ -28,6 +33,8 @@ public:
         eKind = AttrKind::kText;
     }
     void AppendText(std::u16string_view _text);
+    // Has memory of its own from here on.
+    void Own() { text.Own(); }
 
     template <AttrBinary T>
     T As() {
@@ -66,7 +73,7 @@ private:
         return value;
     }
 
-    SmallText text;
+    TreeText text;
     alignas(8) unsigned char arrBinary[16] = {};
     AttrKind eKind = AttrKind::kText;
     bool bTextValid = true;  // false after a typed set

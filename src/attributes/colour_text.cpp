@@ -89,7 +89,7 @@ AttrColour ReadColour(std::u16string_view _text, AttrColour _default) {
     return ReadNumber(_text, nAlpha, _default);
 }
 
-void PrintColour(AttrColour _colour, SmallText& _out) {
+void PrintColour(AttrColour _colour, TreeText& _out) {
     const auto* pEntry =
         std::find_if(std::begin(arrPrintNames), std::end(arrPrintNames),
                      [&](const COLOUR_NAME& _entry) { return _entry.nRgb == (_colour.nValue & kRgb); });

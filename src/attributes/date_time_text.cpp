@@ -126,7 +126,7 @@ AttrDateTime ReadDateTime(std::u16string_view _text, DateParts _eParts) {
     return time;
 }
 
-void PrintDateTime(const AttrDateTime& _time, SmallText& _out) {
+void PrintDateTime(const AttrDateTime& _time, TreeText& _out) {
     if (_time.nYear != 0 || _time.nMonth != 0 || _time.nDay != 0) {
         PrintPadded(_time.nYear, 4, _out);
         _out.Append(u"-");

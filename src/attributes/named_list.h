@@ -1,15 +1,15 @@
 #pragma once
 // An ordered list whose entries are found by name: attributes, child nodes, run-time objects.
 
+#include <algorithm>
 #include <cassert>
 #include <memory>
 #include <new>
 #include <utility>
-#include <vector>
 
 #include "attributes/name_hash.h"
 #include "attributes/name_index.h"
-#include "attributes/small_text.h"
+#include "attributes/tree_text.h"
 
 namespace zr {
 
@@ -22,31 +22,47 @@ public:
 
     struct ENTRY {
         uint64_t nHash;  // 0: no name
-        SmallText name;
+        TreeText name;
         T value;
     };
 
     NamedList() = default;
-    NamedList(NamedList&&) noexcept = default;
-    NamedList& operator=(NamedList&&) noexcept = default;
-    NamedList(const NamedList& _other) : arrEntries(_other.arrEntries) { Reindex(); }
-    NamedList& operator=(const NamedList& _other) {
-        arrEntries = _other.arrEntries;
-        Reindex();
+    NamedList(NamedList&& _other) noexcept { Swap(_other); }
+    NamedList& operator=(NamedList&& _other) noexcept {
+        Swap(_other);
         return *this;
     }
+    NamedList(const NamedList& _other) {
+        Reserve(_other.nSize);
+        for (const ENTRY& entry : _other) {
+            new (pEntries + nSize) ENTRY(entry);
+            ++nSize;
+        }
+        bHolds = nSize > 0;
+        Reindex();
+    }
+    NamedList& operator=(const NamedList& _other) {
+        if (this != &_other) *this = NamedList(_other);
+        return *this;
+    }
+    ~NamedList() { Clear(); }
 
-    size_t Size() const { return arrEntries.size(); }
-    bool Empty() const { return arrEntries.empty(); }
-    void Reserve(size_t _nEntries) { arrEntries.reserve(_nEntries); }
-    T& operator[](size_t _i) { return arrEntries[_i].value; }
-    const T& operator[](size_t _i) const { return arrEntries[_i].value; }
-    std::u16string_view NameAt(size_t _i) const { return arrEntries[_i].name.View(); }
-    uint64_t HashAt(size_t _i) const { return arrEntries[_i].nHash; }
-    auto begin() { return arrEntries.begin(); }
-    auto end() { return arrEntries.end(); }
-    auto begin() const { return arrEntries.begin(); }
-    auto end() const { return arrEntries.end(); }
+    size_t Size() const { return nSize; }
+    bool Empty() const { return nSize == 0; }
+    const T& operator[](size_t _i) const { return pEntries[_i].value; }
+    T& operator[](size_t _i) {
+        bHolds = true;
+        return pEntries[_i].value;
+    }
+    std::u16string_view NameAt(size_t _i) const { return pEntries[_i].name.View(); }
+    uint64_t HashAt(size_t _i) const { return pEntries[_i].nHash; }
+    const ENTRY* begin() const { return pEntries; }
+    const ENTRY* end() const { return pEntries + nSize; }
+    ENTRY* begin() {
+        bHolds = true;
+        return pEntries;
+    }
+    ENTRY* end() { return pEntries + nSize; }
 
     // The position of occurrence number _nOccurrence of the name, 0 first; kNone when there is none.
     size_t Find(uint64_t _nHash, size_t _nOccurrence = 0) const {
@@ -55,93 +71,150 @@ public:
             const uint32_t nPosition = pIndex->Find(_nHash, _nOccurrence);
             return nPosition == NameIndex::kNone ? kNone : nPosition;
         }
-        for (size_t i = 0; i < arrEntries.size(); ++i)
-            if (arrEntries[i].nHash == _nHash && _nOccurrence-- == 0) return i;
+        for (size_t i = 0; i < nSize; ++i)
+            if (pEntries[i].nHash == _nHash && _nOccurrence-- == 0) return i;
         return kNone;
     }
 
+    void Reserve(size_t _nEntries) {
+        if (_nEntries > nCapacity) Grow(_nEntries);
+    }
+    // Lets an empty list begin in memory of the source, which the owner of the list holds.
+    void BeginInSource(TreeSource& _source, size_t _nEntries) {
+        assert(nCapacity == 0);
+        pEntries = static_cast<ENTRY*>(_source.Allocate(_nEntries * sizeof(ENTRY)));
+        nCapacity = static_cast<uint32_t>(_nEntries);
+        bInSource = true;
+    }
+
     T& Append(const NameKey& _key, T _value) {
-        arrEntries.push_back({_key.nHash, SmallText(_key.text), std::move(_value)});
-        NoteAppended();
-        return arrEntries.back().value;
+        bHolds = true;
+        return Add(_key.nHash, TreeText(_key.text), std::move(_value));
+    }
+    // The name is a part of the source that the owner of the list holds.
+    T& AppendPart(const NameKey& _key, T _value) {
+        bHolds = true;
+        return Add(_key.nHash, TreeText::PartOfSource(_key.text), std::move(_value));
+    }
+    // So are the name and all that the value holds.
+    void AppendParts(const NameKey& _key, T _value) {
+        Add(_key.nHash, TreeText::PartOfSource(_key.text), std::move(_value));
     }
     T& AppendNameless(T _value) {
-        arrEntries.push_back({0, SmallText(), std::move(_value)});
-        NoteAppended();
-        return arrEntries.back().value;
+        bHolds = true;
+        return Add(0, TreeText(), std::move(_value));
     }
     // The value of the first entry of that name, which is appended when there is none.
     T& FindOrAppend(const NameKey& _key) {
         const size_t i = Find(_key.nHash);
-        return i != kNone ? arrEntries[i].value : Append(_key, T());
+        return i != kNone ? (*this)[i] : Append(_key, T());
     }
     // _pKey null: without a name. _i: at most the size.
     void Insert(size_t _i, const NameKey* _pKey, T _value) {
-        assert(_i <= arrEntries.size());
-        ENTRY entry{_pKey ? _pKey->nHash : 0, _pKey ? SmallText(_pKey->text) : SmallText(), std::move(_value)};
-        const bool bLast = _i == arrEntries.size();
-        arrEntries.insert(arrEntries.begin() + static_cast<ptrdiff_t>(_i), std::move(entry));
-        if (bLast)
-            NoteAppended();
+        assert(_i <= nSize);
+        if (_pKey)
+            Append(*_pKey, std::move(_value));
         else
-            Reindex();
+            AppendNameless(std::move(_value));
+        if (_i + 1 == nSize) return;
+        std::rotate(pEntries + _i, pEntries + nSize - 1, pEntries + nSize);
+        Reindex();
     }
     // Takes the entry out and hands its value on.
     T Remove(size_t _i) {
-        const bool bLast = _i + 1 == arrEntries.size();
+        const bool bLast = _i + 1 == nSize;
         if (bLast) ForgetLast();
-        T value = std::move(arrEntries[_i].value);
-        arrEntries.erase(arrEntries.begin() + static_cast<ptrdiff_t>(_i));
+        bHolds = true;
+        T value = std::move(pEntries[_i].value);
+        std::move(pEntries + _i + 1, pEntries + nSize, pEntries + _i);
+        pEntries[--nSize].~ENTRY();
         if (!bLast) Reindex();
         return value;
     }
     void Rename(size_t _i, const NameKey& _key) {
-        SmallText text(_key.text);
-        const bool bLast = _i + 1 == arrEntries.size();
+        TreeText text(_key.text);
+        const bool bLast = _i + 1 == nSize;
         if (bLast) ForgetLast();
-        arrEntries[_i].name = std::move(text);
-        arrEntries[_i].nHash = _key.nHash;
+        bHolds = true;
+        pEntries[_i].name = std::move(text);
+        pEntries[_i].nHash = _key.nHash;
         if (bLast)
             NoteAppended();
         else
             Reindex();
     }
     void Clear() {
-        arrEntries.clear();
+        if (bHolds) std::destroy(pEntries, pEntries + nSize);
+        if (!bInSource) ::operator delete(pEntries);
+        pEntries = nullptr;
+        nSize = nCapacity = 0;
+        bHolds = bInSource = false;
         pIndex.reset();
     }
 
 private:
     static constexpr size_t kSearched = 16;  // up to here a search from the front is as quick as the index
 
+    T& Add(uint64_t _nHash, TreeText _name, T _value) {
+        if (nSize == nCapacity) Grow(std::max<size_t>(4, size_t{nCapacity} * 2));
+        ENTRY* const p = new (pEntries + nSize) ENTRY{_nHash, std::move(_name), std::move(_value)};
+        ++nSize;
+        NoteAppended();
+        return p->value;
+    }
+    void Grow(size_t _nCapacity) {
+        if (_nCapacity > UINT32_MAX / sizeof(ENTRY)) throw std::bad_alloc();
+        auto* const pNew = static_cast<ENTRY*>(::operator new(_nCapacity * sizeof(ENTRY)));
+        std::uninitialized_move(pEntries, pEntries + nSize, pNew);
+        std::destroy(pEntries, pEntries + nSize);
+        if (!bInSource) ::operator delete(pEntries);
+        pEntries = pNew;
+        nCapacity = static_cast<uint32_t>(_nCapacity);
+        bInSource = false;
+    }
+    void Swap(NamedList& _other) {
+        std::swap(pEntries, _other.pEntries);
+        std::swap(nSize, _other.nSize);
+        std::swap(nCapacity, _other.nCapacity);
+        std::swap(bHolds, _other.bHolds);
+        std::swap(bInSource, _other.bInSource);
+        std::swap(pIndex, _other.pIndex);
+    }
+
     // Without memory for the index the list is whole all the same: it is searched.
     void NoteAppended() noexcept {
-        if (!pIndex) return Reindex();
+        if (!pIndex) {
+            if (nSize > kSearched) Reindex();
+            return;
+        }
         try {
-            if (const uint64_t nHash = arrEntries.back().nHash)
-                pIndex->Add(static_cast<uint32_t>(arrEntries.size() - 1), nHash);
+            if (const uint64_t nHash = pEntries[nSize - 1].nHash) pIndex->Add(nSize - 1, nHash);
         } catch (const std::bad_alloc&) {
             pIndex.reset();
         }
     }
     // The last entry is about to go or to change its name.
     void ForgetLast() {
-        const uint64_t nHash = arrEntries.back().nHash;
-        if (pIndex && nHash) pIndex->RemoveLast(static_cast<uint32_t>(arrEntries.size() - 1), nHash);
+        const uint64_t nHash = pEntries[nSize - 1].nHash;
+        if (pIndex && nHash) pIndex->RemoveLast(nSize - 1, nHash);
     }
     void Reindex() noexcept {
-        if (arrEntries.size() <= kSearched) return pIndex.reset();
+        if (nSize <= kSearched) return pIndex.reset();
         try {
             if (!pIndex) pIndex = std::make_unique<NameIndex>();
-            pIndex->Reset(arrEntries.size());
-            for (size_t i = 0; i < arrEntries.size(); ++i)
-                if (arrEntries[i].nHash) pIndex->Add(static_cast<uint32_t>(i), arrEntries[i].nHash);
+            pIndex->Reset(nSize);
+            for (uint32_t i = 0; i < nSize; ++i)
+                if (pEntries[i].nHash) pIndex->Add(i, pEntries[i].nHash);
         } catch (const std::bad_alloc&) {
             pIndex.reset();
         }
     }
 
-    std::vector<ENTRY> arrEntries;
+    ENTRY* pEntries = nullptr;
+    uint32_t nSize = 0;
+    uint32_t nCapacity = 0;
+    bool bHolds = false;                // an entry may hold memory or a reference: they have to be visited at the end
+    bool bInSource = false;             // the memory is the source's
     std::unique_ptr<NameIndex> pIndex;  // only above kSearched entries
 };
 

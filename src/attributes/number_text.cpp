@@ -152,7 +152,7 @@ DOUBLE_TEXT ReadDouble(std::u16string_view _text) {
     return {mantissa.Value(bMinus, nExponent), cursor.Position()};
 }
 
-void PrintAscii(std::string_view _text, SmallText& _out) {
+void PrintAscii(std::string_view _text, TreeText& _out) {
     char16_t arr[64];
     for (size_t i = 0; i < _text.size();) {
         size_t n = 0;
@@ -161,20 +161,24 @@ void PrintAscii(std::string_view _text, SmallText& _out) {
     }
 }
 
-void PrintFixed(double _dblValue, int _nDigits, SmallText& _out) {
+std::string_view PrintFixed(double _dblValue, int _nDigits, char (&_arr)[kMaxFixed]) {
     constexpr double dblMax = std::numeric_limits<double>::max();
     const double dblFinite = std::isnan(_dblValue) ? 0.0 : std::clamp(_dblValue, -dblMax, dblMax);
-    char arr[340];  // sign, 309 digits, point, the digits asked for
-    const auto result = std::to_chars(arr, arr + sizeof(arr), dblFinite, std::chars_format::fixed, _nDigits);
-    PrintAscii({arr, static_cast<size_t>(result.ptr - arr)}, _out);
+    const auto result = std::to_chars(_arr, _arr + kMaxFixed, dblFinite, std::chars_format::fixed, _nDigits);
+    return {_arr, static_cast<size_t>(result.ptr - _arr)};
 }
 
-void PrintDecimal(int64_t _nValue, SmallText& _out) {
+void PrintFixed(double _dblValue, int _nDigits, TreeText& _out) {
+    char arr[kMaxFixed];
+    PrintAscii(PrintFixed(_dblValue, _nDigits, arr), _out);
+}
+
+void PrintDecimal(int64_t _nValue, TreeText& _out) {
     char arr[24];
     PrintAscii({arr, static_cast<size_t>(std::to_chars(arr, arr + sizeof(arr), _nValue).ptr - arr)}, _out);
 }
 
-void PrintHex(uint64_t _nValue, int _nMinDigits, SmallText& _out) {
+void PrintHex(uint64_t _nValue, int _nMinDigits, TreeText& _out) {
     char arr[16];
     int n = 16;
     while (n > 0 && (_nValue != 0 || n > 16 - _nMinDigits)) {
@@ -184,7 +188,7 @@ void PrintHex(uint64_t _nValue, int _nMinDigits, SmallText& _out) {
     PrintAscii({arr + n, static_cast<size_t>(16 - n)}, _out);
 }
 
-void PrintPadded(uint32_t _nValue, int _nMinDigits, SmallText& _out) {
+void PrintPadded(uint32_t _nValue, int _nMinDigits, TreeText& _out) {
     char arr[16];
     int n = 16;
     while (n > 0 && (_nValue != 0 || n > 16 - _nMinDigits)) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "attributes/small_text.h"
+#include "attributes/tree_text.h"
 
 namespace zr {
 
@@ -32,13 +32,15 @@ inline uint32_t ReadUInt32(std::u16string_view _text) {
     return static_cast<uint32_t>(ReadInteger(_text, 0, UINT32_MAX).nValue);
 }
 
-// Appends digits after the point as many as asked for; infinite prints as the largest number, not-a-number as 0.
-void PrintFixed(double _dblValue, int _nDigits, SmallText& _out);
-void PrintDecimal(int64_t _nValue, SmallText& _out);
+// So many digits after the point; infinite prints as the largest number, not-a-number as 0.
+inline constexpr size_t kMaxFixed = 340;  // a sign, 309 digits, the point and what is behind it
+std::string_view PrintFixed(double _dblValue, int _nDigits, char (&_arr)[kMaxFixed]);
+void PrintFixed(double _dblValue, int _nDigits, TreeText& _out);
+void PrintDecimal(int64_t _nValue, TreeText& _out);
 // Upper case, with zeros in front up to _nMinDigits.
-void PrintHex(uint64_t _nValue, int _nMinDigits, SmallText& _out);
+void PrintHex(uint64_t _nValue, int _nMinDigits, TreeText& _out);
 // Zeros in front up to _nMinDigits.
-void PrintPadded(uint32_t _nValue, int _nMinDigits, SmallText& _out);
-void PrintAscii(std::string_view _text, SmallText& _out);
+void PrintPadded(uint32_t _nValue, int _nMinDigits, TreeText& _out);
+void PrintAscii(std::string_view _text, TreeText& _out);
 
 }  // namespace zr

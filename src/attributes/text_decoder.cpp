@@ -29,63 +29,60 @@ bool Begins(std::u16string_view _text, const ENTITY& _entity) {
     return _text.starts_with(_entity.prefix.substr(0, n - 1)) && (_text[n - 1] & 0xFF) == _entity.prefix[n - 1];
 }
 
-// Appends a character given by its number, as two where it takes two.
-void AppendCharacter(uint64_t _nCode, std::u16string& _out) {
+// Writes a character given by its number, as two where it takes two.
+char16_t* WriteCharacter(uint64_t _nCode, char16_t* _pOut) {
     if (_nCode > 0xFFFF && _nCode <= 0x10FFFF) {
-        _out.push_back(static_cast<char16_t>(0xD800 + ((_nCode - 0x10000) >> 10)));
-        _out.push_back(static_cast<char16_t>(0xDC00 + (_nCode & 0x3FF)));
-    } else {
-        _out.push_back(static_cast<char16_t>(_nCode));
+        *_pOut++ = static_cast<char16_t>(0xD800 + ((_nCode - 0x10000) >> 10));
+        _nCode = 0xDC00 + (_nCode & 0x3FF);
     }
+    *_pOut++ = static_cast<char16_t>(_nCode);
+    return _pOut;
 }
 
-// What "&#" begins: how much is to be skipped, 0 when no number follows. Whatever ends the number goes with it.
-size_t DecodeNumber(std::u16string_view _text, std::u16string& _out) {
+// What "&#" begins, with whatever ends the number. nUsed 0: no number follows.
+INTEGER_TEXT ReadCharacterNumber(std::u16string_view _text) {
     const bool bHex = _text.size() > 2 && _text[2] == u'x';
-    const std::u16string_view digits = _text.substr(bHex ? 3 : 2);
+    const size_t nFirst = bHex ? 3 : 2;
     const auto isDigit = [&](char16_t _ch) {
         return (_ch >= u'0' && _ch <= u'9') || (bHex && ToLower(_ch) >= u'a' && ToLower(_ch) <= u'f');
     };
-    if (digits.empty() || !isDigit(digits[0])) return 0;
-    const INTEGER_TEXT number = ReadInteger(digits, bHex ? 16 : 0, UINT32_MAX);
-    AppendCharacter(number.nValue, _out);
-    return std::min(_text.size(), (bHex ? 3 : 2) + number.nUsed + 1);
+    if (_text.size() <= nFirst || !isDigit(_text[nFirst])) return {0, 0};
+    const INTEGER_TEXT number = ReadInteger(_text.substr(nFirst), bHex ? 16 : 0, UINT32_MAX);
+    return {number.nValue, number.nUsed > 0 ? nFirst + number.nUsed + 1 : 0};
 }
 
 }  // namespace
 
-std::optional<std::u16string_view> DecodeText(std::u16string_view _text, TextSpace _eSpace, TextFold _eFold,
-                                              std::u16string& _buffer) {
-    const auto isSpecial = [&](char16_t _ch) {
-        return _ch == u'&' || (_eFold == TextFold::kFold && (_ch == u'\n' || _ch == u'\r' || _ch == u'\t'));
-    };
+std::optional<std::u16string_view> DecodeText(char16_t* _pText, char16_t* _pEnd, TextSpace _eSpace, TextFold _eFold) {
+    const bool bFold = _eFold == TextFold::kFold;
     bool bKeep = _eSpace == TextSpace::kKeep;
-    size_t i = static_cast<size_t>(std::find_if(_text.begin(), _text.end(), isSpecial) - _text.begin());
-    if (i < _text.size()) {
-        _buffer.assign(_text, 0, i);
-        while (i < _text.size()) {
-            if (_text[i] != u'&') {
-                _buffer.push_back(isSpecial(_text[i]) ? u' ' : _text[i]);
-                ++i;
-                continue;
-            }
-            const std::u16string_view rest = _text.substr(i);
-            const auto* pEntity = std::find_if(std::begin(arrEntities), std::end(arrEntities),
-                                               [&](const ENTITY& _entity) { return Begins(rest, _entity); });
-            if (pEntity != std::end(arrEntities)) {
-                _buffer.push_back(pEntity->chMeaning);
-                bKeep = bKeep || pEntity == &entNbsp;
-                i += pEntity->nLength;
-                continue;
-            }
-            const size_t nSkip = rest.starts_with(u"&#") ? DecodeNumber(rest, _buffer) : 0;
-            i += std::max<size_t>(nSkip, 1);
+    char16_t* pOut = _pText;
+    for (const char16_t* p = _pText; p < _pEnd;) {
+        if (*p != u'&') {
+            const char16_t ch = *p++;
+            *pOut++ = bFold && (ch == u'\n' || ch == u'\r' || ch == u'\t') ? u' ' : ch;
+            continue;
         }
-        // A character number of 0 ends a text, as it would anywhere.
-        _text = std::u16string_view(_buffer).substr(0, _buffer.find(u'\0'));
+        const std::u16string_view rest(p, static_cast<size_t>(_pEnd - p));
+        const auto* pEntity = std::find_if(std::begin(arrEntities), std::end(arrEntities),
+                                           [&](const ENTITY& _entity) { return Begins(rest, _entity); });
+        size_t nSkip = 1;
+        if (pEntity != std::end(arrEntities)) {
+            *pOut++ = pEntity->chMeaning;
+            bKeep = bKeep || pEntity == &entNbsp;
+            nSkip = pEntity->nLength;
+        } else if (rest.starts_with(u"&#")) {
+            const INTEGER_TEXT number = ReadCharacterNumber(rest);
+            if (number.nUsed > 0) {
+                if (number.nValue == 0) break;  // a zero ends a text, as it would anywhere
+                pOut = WriteCharacter(number.nValue, pOut);
+                nSkip = number.nUsed;
+            }
+        }
+        p += std::min(nSkip, rest.size());
     }
-    if (!bKeep && std::all_of(_text.begin(), _text.end(), IsBlank)) return std::nullopt;
-    return _text;
+    if (!bKeep && std::all_of(_pText, pOut, IsBlank)) return std::nullopt;
+    return std::u16string_view(_pText, static_cast<size_t>(pOut - _pText));
 }
 
 }  // namespace zr

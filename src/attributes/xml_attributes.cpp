@@ -38,7 +38,7 @@ public:
 
 private:
     void Enter(const XMLNodeBase& _node, const NameKey& _key) ZR_NO_THREAD_SAFETY_ANALYSIS {
-        pLockAttributes = _node.pLockAttributes;
+        pLockAttributes = &_node.lockAttributes;
         pLockAttributes->EnterRead();
         pValue = _node.FindOwn(_key);
     }
@@ -106,7 +106,7 @@ void XMLNodeBase::SetOwn(const NameKey& _key, T _value) {
         RenameNode(id.Text(), true);
         return;
     }
-    CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetAttribute");
+    CRWWriteScope lock(lockAttributes, "XMLNodeBase::SetAttribute");
     arrAttributes.FindOrAppend(_key).Set(_value);
 }
 
@@ -135,7 +135,7 @@ bool XMLNodeBase::SetOwnAttribute(const NameKey& _key, std::u16string_view _text
         RenameNode(_text, true);
         return true;
     }
-    CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetOwnAttribute");
+    CRWWriteScope lock(lockAttributes, "XMLNodeBase::SetOwnAttribute");
     const size_t i = arrAttributes.Find(_key.nHash);
     if (i == arrAttributes.kNone)
         arrAttributes.Append(_key, AttrValue(_text));
@@ -150,7 +150,7 @@ bool XMLNodeBase::RemoveAttribute(std::u16string_view _path) {
     std::u16string_view last;
     const XMLNodeRef p = FindNode(_path, false, &last);
     if (!p) return false;
-    CRWWriteScope lock(*p->pLockAttributes, "XMLNodeBase::RemoveAttribute");
+    CRWWriteScope lock(p->lockAttributes, "XMLNodeBase::RemoveAttribute");
     const size_t i = p->arrAttributes.Find(NameHash(last));
     if (i == p->arrAttributes.kNone) return false;
     p->arrAttributes.Remove(i);
@@ -158,17 +158,17 @@ bool XMLNodeBase::RemoveAttribute(std::u16string_view _path) {
 }
 
 void XMLNodeBase::RemoveAttributes() {
-    CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::RemoveAttributes");
+    CRWWriteScope lock(lockAttributes, "XMLNodeBase::RemoveAttributes");
     arrAttributes.Clear();
 }
 
 size_t XMLNodeBase::AttributeCount() const {
-    CRWReadScope lock(*pLockAttributes);
+    CRWReadScope lock(lockAttributes);
     return arrAttributes.Size();
 }
 
 bool XMLNodeBase::AttributeAt(size_t _i, std::u16string* _pName, std::u16string* _pText) const {
-    CRWReadScope lock(*pLockAttributes);
+    CRWReadScope lock(lockAttributes);
     if (_i >= arrAttributes.Size()) return false;
     if (_pName) *_pName = arrAttributes.NameAt(_i);
     if (_pText) *_pText = arrAttributes[_i].Text();
@@ -179,14 +179,14 @@ void XMLNodeBase::CopyAttributesFrom(const XMLNodeBase& _source, eZrUpdateType _
     if (&_source == this) return;
     NamedList<AttrValue> arrSource;
     {
-        CRWReadScope lock(*_source.pLockAttributes);
+        CRWReadScope lock(_source.lockAttributes);
         arrSource = _source.arrAttributes;
     }
     if (const size_t i = pIdAttribute ? arrSource.Find(pIdAttribute->nHash) : arrSource.kNone; i != arrSource.kNone) {
         AttrValue id = arrSource.Remove(i);
         SetOwnAttribute(*pIdAttribute, id.Text(), _eUpdate != eZrUT_AddNew);
     }
-    CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::CopyAttributesFrom");
+    CRWWriteScope lock(lockAttributes, "XMLNodeBase::CopyAttributesFrom");
     if (_eUpdate == eZrUT_ClearDest) {
         arrAttributes = std::move(arrSource);
         return;

@@ -1,7 +1,7 @@
 #include "attributes/xml_node.h"
 
 #include <algorithm>
-#include <cassert>
+#include <memory>
 
 #include "attributes/name_path.h"
 
@@ -20,8 +20,9 @@ bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Life
 
-XMLNodeBase::XMLNodeBase() : arrHiddenNames(arrDefaultHidden) {}
-XMLNodeBase::~XMLNodeBase() = default;
+XMLNodeBase::~XMLNodeBase() { delete pObjects.load(std::memory_order_relaxed); }
+
+std::span<const NameKey> XMLNodeBase::HiddenNames() const { return arrDefaultHidden; }
 
 HRESULT XMLNodeBase::QueryInterface(const GUID& _iid, void** _ppv) {
     if (!_ppv) return E_POINTER;
@@ -40,7 +41,7 @@ uint32_t XMLNodeBase::Release() {
 
 // Level by level instead of one destructor inside the other, since a tree may be deeper than a stack. The nodes that
 // wait for their end are chained by the link to their parent, which they need no more.
-void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) {
+void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) ZR_NO_THREAD_SAFETY_ANALYSIS {
     _pTop->pParent.store(nullptr, std::memory_order_relaxed);
     for (XMLNodeBase* pDying = _pTop; pDying;) {
         XMLNodeBase* const pNode = pDying;
@@ -52,11 +53,21 @@ void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) {
             pChild->pParent.store(pDying, std::memory_order_relaxed);
             pDying = pChild;
         }
-        delete pNode;
+        DestroyNode(pNode);
     }
 }
 
-void XMLNodeBase::SetNew(std::u16string_view _name, const NameKey* _pIdAttribute, bool _bText) {
+void XMLNodeBase::DestroyNode(XMLNodeBase* _pNode) {
+    if (!_pNode->bInSource) {
+        delete _pNode;
+        return;
+    }
+    const CAutoObj<TreeSource> pHeld = std::move(_pNode->pSource);
+    _pNode->~XMLNodeBase();
+}
+
+void XMLNodeBase::SetNew(std::u16string_view _name, const NameKey* _pIdAttribute,
+                         bool _bText) ZR_NO_THREAD_SAFETY_ANALYSIS {
     name.SetText(_name);
     pIdAttribute = _pIdAttribute;
     bText = _bText;
@@ -73,39 +84,40 @@ XMLNodeRef XMLNodeBase::NewBelow(std::u16string_view _name, bool _bText) const {
 
 std::u16string XMLNodeBase::Name() const {
     if (bText) return {};
-    CRWReadScope lock(*pLockAttributes);
+    CRWReadScope lock(lockAttributes);
     return std::u16string(name.Text());
 }
 
 std::u16string XMLNodeBase::Tag() const {
     if (bText) return {};
-    CRWReadScope lock(*pLockAttributes);
-    return std::u16string(strType.Empty() ? name.Text() : strType.View());
+    CRWReadScope lock(lockAttributes);
+    return std::u16string(Tag_I());
 }
 
 bool XMLNodeBase::HasName(const NameKey& _key) const {
     if (bText) return false;
-    CRWReadScope lock(*pLockAttributes);
+    CRWReadScope lock(lockAttributes);
     return NameHash(name.Text()) == _key.nHash;
 }
 
 bool XMLNodeBase::HasTag(const NameKey& _key) const {
     if (bText) return false;
-    CRWReadScope lock(*pLockAttributes);
-    return NameHash(strType.Empty() ? name.Text() : strType.View()) == _key.nHash;
+    CRWReadScope lock(lockAttributes);
+    return NameHash(Tag_I()) == _key.nHash;
 }
 
 bool XMLNodeBase::IsRawXml() const {
-    if (bText || arrRawXmlNames.empty()) return false;
-    CRWReadScope lock(*pLockAttributes);
-    return HasHash(arrRawXmlNames, NameHash(name.Text()));
+    const std::span<const NameKey> arrNames = RawXmlNames();
+    if (bText || arrNames.empty()) return false;
+    CRWReadScope lock(lockAttributes);
+    return HasHash(arrNames, NameHash(name.Text()));
 }
 
 void XMLNodeBase::Rename(std::u16string_view _name) { RenameNode(_name, false); }
 
 void XMLNodeBase::SetTag(std::u16string_view _tag) {
     {
-        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetTag");
+        CRWWriteScope lock(lockAttributes, "XMLNodeBase::SetTag");
         if (!strType.Empty()) {
             strType.Assign(_tag);
             return;
@@ -120,7 +132,7 @@ void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) ZR_NO_THREA
     const XMLNodeRef pUp = ParentNode();
     if (pUp) pUp->lockChildren.EnterWrite("XMLNodeBase::RenameNode");
     {
-        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::RenameNode");
+        CRWWriteScope lock(lockAttributes, "XMLNodeBase::RenameNode");
         if (_bById && strType.Empty()) strType.Assign(name.Text());
         if (name.Text() != _name) name.SetText(_name);
     }
@@ -165,16 +177,18 @@ std::vector<XMLNodeRef> XMLNodeBase::ChildNodes() const {
 }
 
 size_t XMLNodeBase::ElementCount() const {
+    const std::span<const NameKey> arrHidden = HiddenNames();
     CRWReadScope lock(lockChildren);
     return static_cast<size_t>(std::count_if(arrChildren.begin(), arrChildren.end(), [&](const auto& _entry) {
-        return !_entry.value->bText && !HasHash(arrHiddenNames, _entry.nHash);
+        return !_entry.value->bText && !HasHash(arrHidden, _entry.nHash);
     }));
 }
 
 XMLNodeRef XMLNodeBase::ElementNodeAt(size_t _i) const {
+    const std::span<const NameKey> arrHidden = HiddenNames();
     CRWReadScope lock(lockChildren);
     for (const auto& entry : arrChildren)
-        if (!entry.value->bText && !HasHash(arrHiddenNames, entry.nHash) && _i-- == 0) return entry.value;
+        if (!entry.value->bText && !HasHash(arrHidden, entry.nHash) && _i-- == 0) return entry.value;
     return {};
 }
 
@@ -211,7 +225,7 @@ void XMLNodeBase::JoinTexts(size_t _i) {
     if (!before.bText || !behind.bText) return;
     const std::u16string strText = behind.Text();
     {
-        CRWWriteScope lock(*before.pLockAttributes, "XMLNodeBase::JoinTexts");
+        CRWWriteScope lock(before.lockAttributes, "XMLNodeBase::JoinTexts");
         before.name.AppendText(strText);
     }
     behind.pParent.store(nullptr, std::memory_order_release);
@@ -304,7 +318,7 @@ XMLNodeBase* XMLNodeBase::FirstText() const {
 
 std::u16string XMLNodeBase::Text() const {
     if (bText) {
-        CRWReadScope lock(*pLockAttributes);
+        CRWReadScope lock(lockAttributes);
         return std::u16string(name.Text());
     }
     CRWReadScope lock(lockChildren);
@@ -314,7 +328,7 @@ std::u16string XMLNodeBase::Text() const {
 
 void XMLNodeBase::SetText(std::u16string_view _text) {
     if (bText) {
-        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::SetText");
+        CRWWriteScope lock(lockAttributes, "XMLNodeBase::SetText");
         name.SetText(_text);
         return;
     }
@@ -331,7 +345,7 @@ void XMLNodeBase::SetText(std::u16string_view _text) {
 void XMLNodeBase::AppendText(std::u16string_view _text) {
     if (_text.empty()) return;
     if (bText) {
-        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::AppendText");
+        CRWWriteScope lock(lockAttributes, "XMLNodeBase::AppendText");
         name.AppendText(_text);
         return;
     }
@@ -349,8 +363,8 @@ void XMLNodeBase::AppendText(std::u16string_view _text) {
 // Copying
 
 // What this node is, without its children, to a node that nobody else knows yet.
-void XMLNodeBase::CopySelfTo(XMLNodeBase& _fresh) const {
-    CRWReadScope lock(*pLockAttributes);
+void XMLNodeBase::CopySelfTo(XMLNodeBase& _fresh) const ZR_NO_THREAD_SAFETY_ANALYSIS {
+    CRWReadScope lock(lockAttributes);
     _fresh.name = name;
     _fresh.strType = strType;
     _fresh.arrAttributes = arrAttributes;
@@ -360,7 +374,7 @@ void XMLNodeBase::CopySelfTo(XMLNodeBase& _fresh) const {
 }
 
 // A copied node, which nobody else knows yet, comes from a tree where its id was in another attribute or in none.
-void XMLNodeBase::TakeIdFromAttributes(const NameKey* _pSourceId) {
+void XMLNodeBase::TakeIdFromAttributes(const NameKey* _pSourceId) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (_pSourceId == pIdAttribute || bText) return;
     if (_pSourceId && !strType.Empty()) {
         arrAttributes.FindOrAppend(*_pSourceId).SetText(name.Text());
@@ -374,7 +388,7 @@ void XMLNodeBase::TakeIdFromAttributes(const NameKey* _pSourceId) {
 }
 
 size_t XMLNodeBase::CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType _eUpdate,
-                           std::span<const NameKey> _arrLeaveOut) const {
+                           std::span<const NameKey> _arrLeaveOut) const ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (&_target == this) return 0;
     struct STEP {
         const XMLNodeBase* pSource;
@@ -409,43 +423,55 @@ size_t XMLNodeBase::CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType 
 
     if (_bWithName) {
         _target.RenameNode(pTop->name.Text(), false);
-        CRWWriteScope lock(*_target.pLockAttributes, "XMLNodeBase::CopyTo");
+        CRWWriteScope lock(_target.lockAttributes, "XMLNodeBase::CopyTo");
         _target.strType = pTop->strType;
     }
-    _target.CopyAttributesFrom(*pTop, _eUpdate);
-    CRWWriteScope lock(_target.lockChildren, "XMLNodeBase::CopyTo");
     _target.bNoFormat = pTop->bNoFormat.load();
-    for (const auto& entry : _target.arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
-    std::swap(_target.arrChildren, pTop->arrChildren);  // the old ones go with pTop
-    for (const auto& entry : _target.arrChildren) entry.value->pParent.store(&_target, std::memory_order_release);
+    _target.CopyAttributesFrom(*pTop, _eUpdate);
+    _target.TakeChildrenOver(*pTop);
     return nCopied;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Run-time objects
 
+XMLNodeBase::OBJECTS& XMLNodeBase::MakeObjects() {
+    OBJECTS* p = pObjects.load(std::memory_order_acquire);
+    if (p) return *p;
+    auto pNew = std::make_unique<OBJECTS>();
+    if (pObjects.compare_exchange_strong(p, pNew.get(), std::memory_order_acq_rel)) p = pNew.release();
+    return *p;
+}
+
 ObjectsMap::ObjectPtr XMLNodeBase::Object(const NameKey& _key) const {
-    CRWReadScope lock(lockObjects);
-    return objects.Get(_key);
+    OBJECTS* p = pObjects.load(std::memory_order_acquire);
+    if (!p) return {};
+    CRWReadScope lock(p->lock);
+    return p->map.Get(_key);
 }
 
 void XMLNodeBase::SetObject(const NameKey& _key, ObjectsMap::ObjectPtr _pObject) {
+    OBJECTS& objects = MakeObjects();
     ObjectsMap::ObjectPtr pOld;  // let go after the lock
-    CRWWriteScope lock(lockObjects, "XMLNodeBase::SetObject");
-    pOld = objects.Set(_key, std::move(_pObject));
+    CRWWriteScope lock(objects.lock, "XMLNodeBase::SetObject");
+    pOld = objects.map.Set(_key, std::move(_pObject));
 }
 
 bool XMLNodeBase::RemoveObject(const NameKey& _key) {
+    OBJECTS* p = pObjects.load(std::memory_order_acquire);
+    if (!p) return false;
     ObjectsMap::ObjectPtr pOld;
-    CRWWriteScope lock(lockObjects, "XMLNodeBase::RemoveObject");
-    pOld = objects.Remove(_key);
+    CRWWriteScope lock(p->lock, "XMLNodeBase::RemoveObject");
+    pOld = p->map.Remove(_key);
     return static_cast<bool>(pOld);
 }
 
 void XMLNodeBase::RemoveObjects() {
+    OBJECTS* p = pObjects.load(std::memory_order_acquire);
+    if (!p) return;
     NamedList<ObjectsMap::ObjectPtr> arrOld;
-    CRWWriteScope lock(lockObjects, "XMLNodeBase::RemoveObjects");
-    arrOld = objects.RemoveAll();
+    CRWWriteScope lock(p->lock, "XMLNodeBase::RemoveObjects");
+    arrOld = p->map.RemoveAll();
 }
 
 // Calls _f for this node and all below it, each before what is below it.

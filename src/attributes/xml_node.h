@@ -10,6 +10,8 @@
 #include "attributes/attr_value.h"
 #include "attributes/named_list.h"
 #include "attributes/objects_map.h"
+#include "attributes/tree_text.h"
+#include "platform/lock.h"
 #include "platform/rw_lock.h"
 #include "zr/enums.h"
 #include "zr/ptr.h"
@@ -71,9 +73,10 @@ public:
     // The name of the attribute that is really the node's name; null when there is none. New children inherit it.
     const NameKey* IdAttribute() const { return pIdAttribute; }
     // Children so named do not count as children; the first is the schema's, whose attributes are nobody's.
-    std::span<const NameKey> HiddenNames() const { return arrHiddenNames; }
-    bool SkipFirstHidden() const { return bSkipFirstHidden; }
-    // Whether this node's body is given out and taken in as XML, by its name.
+    virtual std::span<const NameKey> HiddenNames() const;
+    virtual bool SkipFirstHidden() const { return true; }
+    // Nodes so named give their body out and take it in as XML.
+    virtual std::span<const NameKey> RawXmlNames() const { return {}; }
     bool IsRawXml() const;
 
     // --- Attributes, by path
@@ -156,6 +159,8 @@ public:
     // at the latest, null for its zero; out, behind what was read. Cut and misnested text is no error. E_INVALIDARG: no
     // text, or none that opens a tag, which leaves the node empty. E_OUTOFMEMORY: nothing has changed.
     HRESULT Parse(const char16_t* _szXml, const char16_t** _ppEnd = nullptr, const XML_READ_OPTIONS& _options = {});
+    // The same for a text whose length is known. _pnRead (may be null): how much of it was read.
+    HRESULT Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _options = {}, size_t* _pnRead = nullptr);
     // Appends the node and all below it to _out.
     void Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options = {}) const;
     // Makes _target's children copies of this node's, and its attributes by the mode. _bWithName: the name and tag too.
@@ -183,13 +188,16 @@ public:
     void RemoveObjectsBelow();
 
 protected:
-    XMLNodeBase();
+    XMLNodeBase() = default;
     virtual ~XMLNodeBase();
 
-    // A new node of the same type, with one reference. Throws std::bad_alloc.
-    virtual XMLNodeBase* NewNode() const = 0;
-    void SetHiddenNames(std::span<const NameKey> _arrNames) { arrHiddenNames = _arrNames; }
-    void SetRawXmlNames(std::span<const NameKey> _arrNames) { arrRawXmlNames = _arrNames; }
+    // A new node of the same type, with one reference; in memory of _pSource, which the node then holds, when it is not
+    // null. Throws std::bad_alloc.
+    virtual XMLNodeBase* NewNode(TreeSource* _pSource = nullptr) const = 0;
+    void SetInSource(TreeSource* _pSource) {
+        pSource = _pSource;
+        bInSource = true;
+    }
     // Completes a node that nobody else knows yet; _name: of a text its text.
     void SetNew(std::u16string_view _name, const NameKey* _pIdAttribute, bool _bText);
 
@@ -198,44 +206,54 @@ private:
     friend class XMLWriter;
     friend class AttributeAccess;
 
+    struct OBJECTS {
+        CRWSynchroLiteRW lock;
+        ObjectsMap map ZR_GUARDED_BY(lock);
+    };
+
     static void DestroyTree(XMLNodeBase* _pTop);
+    static void DestroyNode(XMLNodeBase* _pNode);
     XMLNodeRef NewBelow(std::u16string_view _name, bool _bText) const;
     XMLNodeRef FindOrMakeChild(const NameKey& _key);
     void RenameNode(std::u16string_view _name, bool _bById);
-    size_t FindChildPosition(const XMLNodeBase* _pChild) const;
-    XMLNodeBase* FirstText() const;
-    void JoinTexts(size_t _i);
+    size_t FindChildPosition(const XMLNodeBase* _pChild) const ZR_REQUIRES_SHARED(lockChildren);
+    XMLNodeBase* FirstText() const ZR_REQUIRES_SHARED(lockChildren);
+    void JoinTexts(size_t _i) ZR_REQUIRES(lockChildren);
     size_t Depth() const;
     bool IsId(const NameKey& _key) const { return pIdAttribute && pIdAttribute->nHash == _key.nHash; }
-    AttrValue* FindOwn(const NameKey& _key) const;
-    void TakeIdFromAttributes(const NameKey* _pSourceId);
+    std::u16string_view Tag_I() const ZR_REQUIRES_SHARED(lockAttributes) {
+        return strType.Empty() ? name.Text() : strType.View();
+    }
+    AttrValue* FindOwn(const NameKey& _key) const ZR_REQUIRES_SHARED(lockAttributes);
     template <AttrBinary T>
     void SetOwn(const NameKey& _key, T _value);
+    // The other node, or this one in the second case, is known to nobody else.
     void CopySelfTo(XMLNodeBase& _fresh) const;
+    void TakeIdFromAttributes(const NameKey* _pSourceId);
     void TakeOver(XMLNodeBase& _fresh);
+    void TakeChildrenOver(XMLNodeBase& _fresh);
+    OBJECTS& MakeObjects();
     template <class F>
     void ForEachBelow(F _f) const;
 
     std::atomic<uint32_t> nReferences{1};
-    bool bText = false;
-    std::atomic<bool> bNoFormat{false};  // the writer keeps the node on one line
-    bool bSkipFirstHidden = true;
+    bool bText = false;                          // these two are set before anybody else knows the node
+    bool bInSource = false;                      // the node's memory is the source's
+    std::atomic<bool> bNoFormat{false};          // the writer keeps the node on one line
     std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted
-    const NameKey* pIdAttribute = nullptr;
-    std::span<const NameKey> arrHiddenNames;
-    std::span<const NameKey> arrRawXmlNames;
+    const NameKey* pIdAttribute = nullptr;       // set before anybody else knows the node
+    CAutoObj<TreeSource> pSource;                // texts of this node may be parts of it; see TakeOver
 
     mutable CRWSynchroLiteCS lockAttributes;
-    CRWSynchroLiteCS* pLockAttributes = &lockAttributes;  // guards name, strType, arrAttributes
-    mutable AttrValue name;                               // of a text its text
-    SmallText strType;                                    // the tag of a node that its id renamed
-    mutable NamedList<AttrValue> arrAttributes;           // mutable: reading a value may change its form
+    mutable AttrValue name ZR_GUARDED_BY(lockAttributes);  // of a text its text
+    TreeText strType ZR_GUARDED_BY(lockAttributes);        // the tag of a node that its id renamed
+    // Mutable as reading a value may change its form; the lock has but one side.
+    mutable NamedList<AttrValue> arrAttributes ZR_GUARDED_BY(lockAttributes);
 
     mutable CRWSynchroLiteCS lockChildren;
-    NamedList<XMLNodeRef> arrChildren;  // under lockChildren; texts have no name
+    NamedList<XMLNodeRef> arrChildren ZR_GUARDED_BY(lockChildren);  // texts have no name
 
-    mutable CRWSynchroLiteRW lockObjects;
-    ObjectsMap objects;  // under lockObjects
+    std::atomic<OBJECTS*> pObjects{nullptr};  // made with the first object; few nodes have any
 };
 
 // The node type's own face on the tree: every node below a Derived is a Derived. Ptr holds one.
@@ -277,7 +295,11 @@ public:
     }
 
 protected:
-    XMLNodeBase* NewNode() const override { return new Derived(); }
+    XMLNodeBase* NewNode(TreeSource* _pSource) const override {
+        Derived* const p = _pSource ? new (_pSource->Allocate(sizeof(Derived))) Derived() : new Derived();
+        if (_pSource) p->SetInSource(_pSource);
+        return p;
+    }
 
 private:
     static Ptr Typed(XMLNodeRef _p) { return Ptr::Attach(static_cast<Derived*>(_p.Detach())); }

@@ -1,10 +1,12 @@
 #include "attributes/xml_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 #include "attributes/attribute_line.h"
 #include "attributes/char_class.h"
+#include "attributes/char_search.h"
 #include "attributes/text_decoder.h"
 
 namespace zr {
@@ -17,7 +19,7 @@ constexpr std::u16string_view cdataEnd = u"]]>";
 const char16_t* FindTagEnd(const char16_t* _p, const char16_t* _pEnd) {
     for (; _p != _pEnd && *_p != u'>'; ++_p) {
         if (*_p != u'\'' && *_p != u'"') continue;
-        _p = std::find(_p + 1, _pEnd, *_p);
+        _p = FindChar(_p + 1, _pEnd, *_p);
         if (_p == _pEnd) break;
     }
     return _p;
@@ -51,7 +53,7 @@ void FillCData(XML_TAG& _tag, const char16_t* _pWord, const char16_t* _pWordEnd,
 
 XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd) {
     XML_TAG tag;
-    tag.pBegin = std::find(_pText, _pEnd, u'<');
+    tag.pBegin = FindChar(_pText, _pEnd, u'<');
     if (tag.pBegin == _pEnd) return tag;
     const std::u16string_view rest(tag.pBegin, static_cast<size_t>(_pEnd - tag.pBegin));
     if (rest.starts_with(u"<!--")) {
@@ -96,22 +98,50 @@ XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd) {
     return tag;
 }
 
+namespace {
+
+// Where the first zero is, or the length; long texts have none. In blocks that the compiler makes vectors of.
+size_t FindZero(std::u16string_view _text) {
+    constexpr size_t kBlock = 64;
+    size_t i = 0;
+    for (; _text.size() - i >= kBlock; i += kBlock) {
+        uint16_t nZeros = 0;
+        for (size_t k = 0; k < kBlock; ++k) nZeros = static_cast<uint16_t>(nZeros | (_text[i + k] == 0 ? 1 : 0));
+        if (nZeros) break;
+    }
+    while (i < _text.size() && _text[i] != 0) ++i;
+    return i;
+}
+
+}  // namespace
+
 HRESULT XMLNodeBase::Parse(const char16_t* _szXml, const char16_t** _ppEnd, const XML_READ_OPTIONS& _options) {
-    if (!_szXml || bText) return E_INVALIDARG;
+    if (!_szXml) return E_INVALIDARG;
     const char16_t* const pLimit = _ppEnd ? *_ppEnd : nullptr;
-    const size_t nLength = pLimit ? static_cast<size_t>(std::find(_szXml, std::max(_szXml, pLimit), u'\0') - _szXml)
-                                  : std::char_traits<char16_t>::length(_szXml);
+    const size_t nLength =
+        pLimit ? static_cast<size_t>(std::max(_szXml, pLimit) - _szXml) : std::char_traits<char16_t>::length(_szXml);
+    size_t nRead = 0;
+    const HRESULT hr = Parse(std::u16string_view(_szXml, nLength), _options, &nRead);
+    if (_ppEnd) *_ppEnd = _szXml + nRead;
+    return hr;
+}
+
+HRESULT XMLNodeBase::Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _options,
+                           size_t* _pnRead) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (bText) return E_INVALIDARG;
+    _xml = _xml.substr(0, FindZero(_xml));
+    if (_xml.size() > UINT32_MAX) return E_OUTOFMEMORY;
     try {
         // What is read shows all at once: it is read into a node that nobody knows.
         const XMLNodeRef pRead = NewBelow({}, false);
         {
-            CRWReadScope lock(*pLockAttributes);
+            CRWReadScope lock(lockAttributes);
             pRead->name = name;
             pRead->strType = strType;
         }
-        XMLReader reader(*pRead, {_szXml, nLength}, _options);
+        XMLReader reader(*pRead, CAutoObj<TreeSource>::Attach(new TreeSource(_xml)), _options);
         const HRESULT hr = reader.Read();
-        if (_ppEnd) *_ppEnd = reader.Position();
+        if (_pnRead) *_pnRead = reader.Position();
         TakeOver(*pRead);
         return hr;
     } catch (const std::bad_alloc&) {
@@ -119,50 +149,67 @@ HRESULT XMLNodeBase::Parse(const char16_t* _szXml, const char16_t** _ppEnd, cons
     }
 }
 
-// Makes a tree that nobody else knows this one.
-void XMLNodeBase::TakeOver(XMLNodeBase& _fresh) {
+// Makes what was read this node's own.
+void XMLNodeBase::TakeOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANALYSIS {
     RenameNode(_fresh.name.Text(), false);
     {
-        CRWWriteScope lock(*pLockAttributes, "XMLNodeBase::TakeOver");
-        strType = std::move(_fresh.strType);
+        CRWWriteScope lock(lockAttributes, "XMLNodeBase::TakeOver");
+        strType.Assign(_fresh.strType.View());
+        strType.Own();  // these two may still be parts of the present source, which goes
+        name.Own();
         std::swap(arrAttributes, _fresh.arrAttributes);
+        std::swap(pSource, _fresh.pSource);
     }
-    CRWWriteScope lock(lockChildren, "XMLNodeBase::TakeOver");
+    TakeChildrenOver(_fresh);
+}
+
+void XMLNodeBase::TakeChildrenOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    CRWWriteScope lock(lockChildren, "XMLNodeBase::TakeChildrenOver");
     for (const auto& entry : arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
     std::swap(arrChildren, _fresh.arrChildren);  // the old ones go with _fresh
     for (const auto& entry : arrChildren) entry.value->pParent.store(this, std::memory_order_release);
 }
 
-XMLReader::XMLReader(XMLNodeBase& _top, std::u16string_view _text, const XML_READ_OPTIONS& _options)
-    : top(_top), pText(_text.data()), pEnd(pText + _text.size()), options(_options) {}
+// ---------------------------------------------------------------------------------------------------------------------
+// The nodes that the reader makes are known to nobody else, so it takes no locks.
+
+XMLReader::XMLReader(XMLNodeBase& _top, CAutoObj<TreeSource> _pSource, const XML_READ_OPTIONS& _options)
+    : top(_top), pSource(std::move(_pSource)), pText(pSource->Begin()), pEnd(pSource->End()), options(_options) {
+    top.pSource = pSource;
+}
 
 HRESULT XMLReader::Read() {
-    if (!options.bBodyOnly) {
-        XML_TAG tag;
-        do {
-            tag = FindTag(pText, pEnd);
-            if (tag.eKind == XML_TAG::Kind::kNone) return E_INVALIDARG;
-            pText = tag.pBehind;
-        } while (tag.eKind == XML_TAG::Kind::kSkipped || tag.eKind == XML_TAG::Kind::kNameless ||
-                 tag.eKind == XML_TAG::Kind::kClosing);
-        const bool bCData = tag.eKind == XML_TAG::Kind::kCData;
-        top.name.SetText(bCData ? tag.name : Lower(tag.name));
-        if (bCData)
-            AddDecoded(top, tag.attributes, false);
-        else
-            ReadAttributes(top, tag.attributes);
-        if (tag.eKind != XML_TAG::Kind::kOpen) return S_OK;
-    }
-    ReadBody();
+    if (!options.bBodyOnly && !ReadTopTag()) return E_INVALIDARG;
+    if (bBody) ReadBody();
     while (!arrOpen.empty()) CloseLast();
     return S_OK;
+}
+
+// The first tag that opens; false when there is none. What closes in itself leaves no body to read.
+bool XMLReader::ReadTopTag() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    XML_TAG tag;
+    do {
+        tag = NextTag();
+        if (tag.eKind == XML_TAG::Kind::kNone) return false;
+        pText = tag.pBehind;
+    } while (tag.eKind == XML_TAG::Kind::kSkipped || tag.eKind == XML_TAG::Kind::kNameless ||
+             tag.eKind == XML_TAG::Kind::kClosing);
+    bBody = tag.eKind == XML_TAG::Kind::kOpen;
+    if (tag.eKind == XML_TAG::Kind::kCData) {
+        top.name = AttrValue::PartOfSource(tag.name);
+        AddDecoded(top, tag.attributes, false);
+    } else {
+        top.name = AttrValue::PartOfSource(Lower(tag.name));
+        StoreAttributes(top);
+    }
+    return true;
 }
 
 // Up to the tag that closes the top, or the end.
 void XMLReader::ReadBody() {
     while (pText != pEnd) {
         XMLNodeBase& node = arrOpen.empty() ? top : *arrOpen.back();
-        const XML_TAG tag = FindTag(pText, pEnd);
+        const XML_TAG tag = NextTag();
         if (tag.eKind == XML_TAG::Kind::kNone) {
             AddText(node, pEnd);
             pText = pEnd;
@@ -172,9 +219,9 @@ void XMLReader::ReadBody() {
         if (tag.eKind == XML_TAG::Kind::kOpen && arrOpen.size() + 1 >= XMLNodeBase::kMaxDepth) return;
         pText = tag.pBehind;
         switch (tag.eKind) {
-            case XML_TAG::Kind::kOpen: OpenChild(node, tag); break;
+            case XML_TAG::Kind::kOpen: OpenChild(tag); break;
             case XML_TAG::Kind::kSelfClosed:
-                OpenChild(node, tag);
+                OpenChild(tag);
                 CloseLast();
                 break;
             case XML_TAG::Kind::kCData: AddDecoded(node, tag.attributes, false); break;
@@ -188,67 +235,163 @@ void XMLReader::ReadBody() {
     }
 }
 
-void XMLReader::OpenChild(XMLNodeBase& _parent, const XML_TAG& _tag) {
-    arrOpen.push_back(_parent.NewBelow(Lower(_tag.name), false));
-    ReadAttributes(*arrOpen.back(), _tag.attributes);
+// The next tag, with its attributes in arrFound.
+XML_TAG XMLReader::NextTag() {
+    arrFound.clear();
+    XML_TAG tag;
+    tag.pBegin = FindChar(pText, pEnd, u'<');
+    if (tag.pBegin != pEnd && ReadPlainTag(tag.pBegin + 1, tag)) return tag;
+    arrFound.clear();
+    tag = FindTag(tag.pBegin, pEnd);
+    if (tag.eKind == XML_TAG::Kind::kOpen || tag.eKind == XML_TAG::Kind::kSelfClosed) ReadAttributeLine(tag.attributes);
+    return tag;
+}
+
+namespace {
+
+// What a plain tag is made of: letters, digits and the like. Anything else is left to FindTag.
+constexpr bool IsPlain(char16_t _ch) {
+    return (_ch >= u'a' && _ch <= u'z') || (_ch >= u'A' && _ch <= u'Z') || (_ch >= u'0' && _ch <= u'9') ||
+           _ch == u'_' || _ch == u'.' || _ch == u'-' || _ch == u':';
+}
+
+constexpr auto arrPlain = [] {
+    std::array<bool, 128> arr{};
+    for (char16_t ch = 0; ch < 128; ++ch) arr[ch] = IsPlain(ch);
+    return arr;
+}();
+
+const char16_t* SkipPlain(const char16_t* _p, const char16_t* _pEnd) {
+    while (_p != _pEnd && *_p < 128 && arrPlain[*_p]) ++_p;
+    return _p;
+}
+
+}  // namespace
+
+// A tag as programs write them, all values quoted and no blank out of place, in one go: nearly all tags are. _p is
+// behind the "<". False for any other, of which nothing is known then.
+bool XMLReader::ReadPlainTag(const char16_t* _p, XML_TAG& _tag) {
+    const bool bClosing = _p != pEnd && *_p == u'/';
+    if (bClosing) ++_p;
+    const char16_t* const pName = _p;
+    _p = SkipPlain(_p, pEnd);
+    _tag.name = {pName, static_cast<size_t>(_p - pName)};
+    if (_tag.name.empty() || _p == pEnd || IsEmptyTag(_tag.name)) return false;
+    if (bClosing) {
+        _tag.eKind = XML_TAG::Kind::kClosing;
+        _tag.pBehind = _p + 1;
+        return *_p == u'>';
+    }
+    for (;;) {
+        const char16_t* const pBlanks = _p;
+        while (_p != pEnd && IsBlank(*_p)) ++_p;
+        if (_p == pEnd) return false;
+        if (*_p == u'>') {
+            _tag.eKind = XML_TAG::Kind::kOpen;
+            _tag.pBehind = _p + 1;
+            return true;
+        }
+        if (*_p == u'/') {
+            _tag.eKind = XML_TAG::Kind::kSelfClosed;
+            _tag.pBehind = _p + 2;
+            return _p + 1 != pEnd && _p[1] == u'>';
+        }
+        if (_p == pBlanks) return false;
+        const char16_t* const pAttribute = _p;
+        _p = SkipPlain(_p, pEnd);
+        if (_p == pAttribute || pEnd - _p < 2 || *_p != u'=' || (_p[1] != u'\'' && _p[1] != u'"')) return false;
+        const char16_t* const pValue = _p + 2;
+        const char16_t* const pQuote = FindChar(pValue, pEnd, _p[1]);
+        if (pQuote == pEnd) return false;
+        arrFound.push_back(
+            {{pAttribute, static_cast<size_t>(_p - pAttribute)}, {pValue, static_cast<size_t>(pQuote - pValue)}});
+        _p = pQuote + 1;
+    }
+}
+
+void XMLReader::ReadAttributeLine(std::u16string_view _attributes) {
+    AttributeLineScanner scanner(_attributes);
+    while (scanner.Next())
+        if (!scanner.IsBare()) arrFound.push_back({scanner.Name(), scanner.Value()});
+}
+
+void XMLReader::StoreAttributes(XMLNodeBase& _node) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (arrFound.empty()) return;
+    auto& arrAttributes = _node.arrAttributes;
+    arrAttributes.BeginInSource(*pSource, arrFound.size());
+    for (const ATTRIBUTE& attribute : arrFound) {
+        const NameKey key(attribute.name);
+        if (_node.IsId(key)) {
+            if (_node.strType.Empty()) _node.strType = TreeText::PartOfSource(_node.name.Text());
+            _node.name = AttrValue::PartOfSource(attribute.value);
+            continue;
+        }
+        const size_t i = arrAttributes.Find(key.nHash);
+        if (i == arrAttributes.kNone)
+            arrAttributes.AppendParts(key, AttrValue::PartOfSource(attribute.value));
+        else
+            arrAttributes[i] = AttrValue::PartOfSource(attribute.value);
+    }
+}
+
+XMLNodeRef XMLReader::NewPart(std::u16string_view _part, bool _bText) const ZR_NO_THREAD_SAFETY_ANALYSIS {
+    XMLNodeRef p = XMLNodeRef::Attach(top.NewNode(pSource.Get()));
+    p->name = AttrValue::PartOfSource(_part);
+    p->pIdAttribute = top.pIdAttribute;
+    p->bText = _bText;
+    return p;
+}
+
+void XMLReader::OpenChild(const XML_TAG& _tag) {
+    arrOpen.push_back(NewPart(Lower(_tag.name), false));
+    StoreAttributes(*arrOpen.back());
 }
 
 // The last open node is complete.
-void XMLReader::CloseLast() {
+void XMLReader::CloseLast() ZR_NO_THREAD_SAFETY_ANALYSIS {
     XMLNodeRef pNode = std::move(arrOpen.back());
     arrOpen.pop_back();
     XMLNodeBase& parent = arrOpen.empty() ? top : *arrOpen.back();
     pNode->pParent.store(&parent, std::memory_order_relaxed);
     const NameKey key(pNode->name.Text());
-    parent.arrChildren.Append(key, std::move(pNode));
+    parent.arrChildren.AppendPart(key, std::move(pNode));
 }
 
-bool XMLReader::Closes(const XMLNodeBase& _node, std::u16string_view _name) {
-    return Lower(_name) == (_node.strType.Empty() ? _node.name.Text() : _node.strType.View());
+bool XMLReader::Closes(const XMLNodeBase& _node, std::u16string_view _name) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    const std::u16string_view tag = _node.Tag_I();
+    return std::equal(_name.begin(), _name.end(), tag.begin(), tag.end(),
+                      [](char16_t _a, char16_t _b) { return ToLower(_a) == _b; });
 }
 
-void XMLReader::ReadAttributes(XMLNodeBase& _node, std::u16string_view _attributes) {
-    AttributeLineScanner scanner(_attributes);
-    while (scanner.Next()) {
-        if (scanner.IsBare()) continue;
-        const NameKey key(scanner.Name());
-        if (_node.IsId(key)) {
-            if (_node.strType.Empty()) _node.strType.Assign(_node.name.Text());
-            _node.name.SetText(scanner.Value());
-        } else {
-            _node.arrAttributes.FindOrAppend(key).SetText(scanner.Value());
-        }
-    }
-}
-
-// The text from the present position up to _pEnd.
-void XMLReader::AddText(XMLNodeBase& _node, const char16_t* _pEnd) {
+// The text from the present position up to _pTextEnd.
+void XMLReader::AddText(XMLNodeBase& _node, const char16_t* _pTextEnd) {
     const char16_t* p = pText;
     if (!options.bKeepSpace) {
-        while (p != _pEnd && IsTextTrim(*p)) ++p;
-        while (p != _pEnd && IsTextTrim(_pEnd[-1])) --_pEnd;
+        while (p != _pTextEnd && IsTextTrim(*p)) ++p;
+        while (p != _pTextEnd && IsTextTrim(_pTextEnd[-1])) --_pTextEnd;
     }
-    if (p != _pEnd) AddDecoded(_node, {p, static_cast<size_t>(_pEnd - p)}, options.bKeepSpace);
+    if (p != _pTextEnd) AddDecoded(_node, {p, static_cast<size_t>(_pTextEnd - p)}, options.bKeepSpace);
 }
 
-void XMLReader::AddDecoded(XMLNodeBase& _node, std::u16string_view _text, bool _bKeepSpace) {
-    const auto text = DecodeText(_text, _bKeepSpace ? TextSpace::kKeep : TextSpace::kDrop,
-                                 options.bNoFold ? TextFold::kKeep : TextFold::kFold, strText);
+void XMLReader::AddDecoded(XMLNodeBase& _node, std::u16string_view _text,
+                           bool _bKeepSpace) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    char16_t* const pBegin = Writable(_text.data());
+    const auto text = DecodeText(pBegin, pBegin + _text.size(), _bKeepSpace ? TextSpace::kKeep : TextSpace::kDrop,
+                                 options.bNoFold ? TextFold::kKeep : TextFold::kFold);
     if (!text || text->empty()) return;
     auto& arrChildren = _node.arrChildren;
     if (!arrChildren.Empty() && arrChildren[arrChildren.Size() - 1]->bText) {
         arrChildren[arrChildren.Size() - 1]->name.AppendText(*text);
         return;
     }
-    XMLNodeRef pNode = _node.NewBelow(*text, true);
+    XMLNodeRef pNode = NewPart(*text, true);
     pNode->pParent.store(&_node, std::memory_order_relaxed);
     arrChildren.AppendNameless(std::move(pNode));
 }
 
-std::u16string_view XMLReader::Lower(std::u16string_view _name) {
-    strName.resize(_name.size());
-    std::transform(_name.begin(), _name.end(), strName.begin(), ToLower);
-    return strName;
+std::u16string_view XMLReader::Lower(std::u16string_view _name) const {
+    std::transform(_name.begin(), _name.end(), Writable(_name.data()), ToLower);
+    return _name;
 }
 
 }  // namespace zr

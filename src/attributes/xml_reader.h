@@ -1,7 +1,6 @@
 #pragma once
 // The reader of the text form of a tree. It takes any text: what is cut or misnested gives a tree all the same.
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -31,32 +30,45 @@ struct XML_TAG {
 // The first tag of the text. The text has no zeros.
 XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd);
 
-// Reads one tree; used once.
+// Reads one tree; used once. The names and texts of the tree are parts of the source, which is changed to that end.
 class XMLReader {
 public:
     // _top: nobody else may know it. It has the name and tag it is to have when the text names none.
-    XMLReader(XMLNodeBase& _top, std::u16string_view _text, const XML_READ_OPTIONS& _options);
+    XMLReader(XMLNodeBase& _top, CAutoObj<TreeSource> _pSource, const XML_READ_OPTIONS& _options);
 
     HRESULT Read();
-    const char16_t* Position() const { return pText; }
+    // How much was read.
+    size_t Position() const { return static_cast<size_t>(pText - pSource->Begin()); }
 
 private:
+    struct ATTRIBUTE {
+        std::u16string_view name;
+        std::u16string_view value;
+    };
+
+    bool ReadTopTag();
     void ReadBody();
-    void ReadAttributes(XMLNodeBase& _node, std::u16string_view _attributes);
-    void OpenChild(XMLNodeBase& _parent, const XML_TAG& _tag);
+    XML_TAG NextTag();
+    bool ReadPlainTag(const char16_t* _p, XML_TAG& _tag);
+    void ReadAttributeLine(std::u16string_view _attributes);
+    void StoreAttributes(XMLNodeBase& _node);
+    void OpenChild(const XML_TAG& _tag);
     void CloseLast();
-    bool Closes(const XMLNodeBase& _node, std::u16string_view _name);
+    static bool Closes(const XMLNodeBase& _node, std::u16string_view _name);
     void AddText(XMLNodeBase& _node, const char16_t* _pEnd);
     void AddDecoded(XMLNodeBase& _node, std::u16string_view _text, bool _bKeepSpace);
-    std::u16string_view Lower(std::u16string_view _name);
+    XMLNodeRef NewPart(std::u16string_view _part, bool _bText) const;
+    char16_t* Writable(const char16_t* _p) const { return pSource->Begin() + (_p - pSource->Begin()); }
+    std::u16string_view Lower(std::u16string_view _name) const;
 
     XMLNodeBase& top;
+    const CAutoObj<TreeSource> pSource;
     const char16_t* pText;
     const char16_t* const pEnd;
     const XML_READ_OPTIONS options;
+    bool bBody = true;                // the top has a body to be read
     std::vector<XMLNodeRef> arrOpen;  // from below the top down; each joins its parent when it is complete
-    std::u16string strName;
-    std::u16string strText;
+    std::vector<ATTRIBUTE> arrFound;  // of the tag that is being read
 };
 
 }  // namespace zr

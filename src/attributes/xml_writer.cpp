@@ -18,7 +18,7 @@ void XMLNodeBase::Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options)
 }
 
 void XMLNodeBase::WriteAttributes(std::u16string& _out, std::u16string_view _prefix) const {
-    CRWReadScope lock(*pLockAttributes);
+    CRWReadScope lock(lockAttributes);
     for (size_t i = 0; i < arrAttributes.Size(); ++i)
         XMLWriter::WriteAttribute(_out, _prefix, arrAttributes.NameAt(i), arrAttributes[i]);
 }
@@ -41,8 +41,8 @@ void XMLWriter::Open(const XMLNodeBase& _node, int32_t _nIndent) {
     const size_t nTagAt = out.size();
     size_t nTagLength;
     {
-        CRWReadScope lock(*_node.pLockAttributes);
-        out.append(_node.strType.Empty() ? _node.name.Text() : _node.strType.View());
+        CRWReadScope lock(_node.lockAttributes);
+        out.append(_node.Tag_I());
         nTagLength = out.size() - nTagAt;
         if (_node.pIdAttribute && !_node.strType.Empty()) {
             AttrValue id(_node.name);  // a copy: the parent knows the node by the name as it is
@@ -125,7 +125,7 @@ XMLWriter::Flow XMLWriter::FlowOf(std::u16string_view _tag) const {
 }
 
 void XMLWriter::WriteTextOf(const XMLNodeBase& _text) {
-    CRWReadScope lock(*_text.pLockAttributes);
+    CRWReadScope lock(_text.lockAttributes);
     WriteEscaped(_text.name.Text());
 }
 

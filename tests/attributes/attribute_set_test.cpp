@@ -168,10 +168,11 @@ public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override { return XMLNodeBase::QueryInterface(_iid, _ppv); }
     uint32_t AddRef() override { return XMLNodeBase::AddRef(); }
     uint32_t Release() override { return XMLNodeBase::Release(); }
+    std::span<const NameKey> HiddenNames() const override { return arrHidden; }
 
 private:
     friend class XMLNodeImpl<OtherNode, OtherPtr>;
-    OtherNode() { SetHiddenNames(arrHidden); }
+    OtherNode() = default;
 };
 
 TEST(AttributeSet, HiddenChildrenButTheFirstLendTheirAttributes) {

@@ -154,10 +154,11 @@ public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override { return XMLNodeBase::QueryInterface(_iid, _ppv); }
     uint32_t AddRef() override { return XMLNodeBase::AddRef(); }
     uint32_t Release() override { return XMLNodeBase::Release(); }
+    std::span<const NameKey> RawXmlNames() const override { return arrRaw; }
 
 private:
     friend class XMLNodeImpl<RawNode, RawPtr>;
-    RawNode() { SetRawXmlNames(arrRaw); }
+    RawNode() = default;
 };
 
 TEST(NodeFace, RawBodyGoesInAndOutAsXml) {
