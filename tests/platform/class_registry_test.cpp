@@ -61,9 +61,12 @@ TEST(ClassRegistry, MakesObjectsOfTheClassesThereAreNow) {
     EXPECT_EQ(ZrCreateInstance(kClsidOne, p), E_OUTOFMEMORY);
 }
 
-TEST(ClassRegistry, NullArgumentsAreRefused) {
+TEST(ClassRegistry, NullArgumentsAreRefusedAndTheResultIsClearedFirst) {
     void* pv = &pv;
     EXPECT_EQ(ZrCreateInstance(nullptr, &IOne::kIid, &pv), E_POINTER);
+    EXPECT_EQ(pv, nullptr);
+    pv = &pv;
+    EXPECT_EQ(CreateInstance(kClsidOne, IOne::kIid, &pv), REGDB_E_CLASSNOTREG);
     EXPECT_EQ(pv, nullptr);
     EXPECT_EQ(ZrCreateInstance(&kClsidOne, nullptr, &pv), E_POINTER);
     EXPECT_EQ(ZrCreateInstance(&kClsidOne, &IOne::kIid, nullptr), E_POINTER);

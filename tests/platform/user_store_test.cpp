@@ -93,7 +93,10 @@ TEST(UserKey, ComesBackTheSameWhateverIsInIt) {
 TEST(UserKey, SizeAndDepthHaveBounds) {
     std::string strDeep = "a=1\n[", strMany;
     for (int i = 0; i < 100000; ++i) strDeep += "k\\";
-    EXPECT_EQ(ParseUserKey(strDeep + "]\nb=2").mapValues.size(), 1u);
+    UserKey cut = ParseUserKey(strDeep + "k]\nb=2");
+    EXPECT_EQ(cut.mapValues.size(), 1u);
+    EXPECT_NE(cut.Find(u"k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k"), nullptr);
+    EXPECT_EQ(cut.Find(u"k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k\\k"), nullptr);
     for (int i = 0; i < 70000; ++i) strMany.append("[").append(std::to_string(i)).append("]\n");
     EXPECT_EQ(ParseUserKey(strMany).mapKeys.size(), kMaxUserKeyEntries);
 
