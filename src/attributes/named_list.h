@@ -13,18 +13,36 @@
 
 namespace zr {
 
+template <class T>
+struct NAMED_ENTRY {
+    uint64_t nHash;  // 0: no name
+    TreeText name;
+    T value;
+};
+
+template <class T>
+struct NAMED_STORE {
+    NAMED_ENTRY<T>* pEntries = nullptr;
+    uint32_t nSize = 0;
+    uint32_t nCapacity : 30 = 0;
+    uint32_t bHolds : 1 = 0;     // an entry may hold memory or a reference: they have to be visited at the end
+    uint32_t bInSource : 1 = 0;  // the memory is the source's
+};
+
 // Names may repeat; a look-up says which occurrence it wants. An entry may also have no name and is then never found.
 // Whether case counts is in the hashes that the caller hands in. Looking up changes nothing, so readers may share.
 template <class T>
-class NamedList {
-public:
-    static constexpr size_t kNone = SIZE_MAX;
+class NamedList : NAMED_STORE<T> {
+    using STORE = NAMED_STORE<T>;
+    using STORE::bHolds;
+    using STORE::bInSource;
+    using STORE::nCapacity;
+    using STORE::nSize;
+    using STORE::pEntries;
 
-    struct ENTRY {
-        uint64_t nHash;  // 0: no name
-        TreeText name;
-        T value;
-    };
+public:
+    using ENTRY = NAMED_ENTRY<T>;
+    static constexpr size_t kNone = SIZE_MAX;
 
     NamedList() = default;
     NamedList(NamedList&& _other) noexcept { Swap(_other); }
@@ -32,13 +50,13 @@ public:
         Swap(_other);
         return *this;
     }
-    NamedList(const NamedList& _other) {
+    NamedList(const NamedList& _other) : NamedList() {  // with a destructor should an entry not fit
         Reserve(_other.nSize);
+        bHolds = 1;
         for (const ENTRY& entry : _other) {
             new (pEntries + nSize) ENTRY(entry);
             ++nSize;
         }
-        bHolds = nSize > 0;
         Reindex();
     }
     NamedList& operator=(const NamedList& _other) {
@@ -51,7 +69,7 @@ public:
     bool Empty() const { return nSize == 0; }
     const T& operator[](size_t _i) const { return pEntries[_i].value; }
     T& operator[](size_t _i) {
-        bHolds = true;
+        bHolds = 1;
         return pEntries[_i].value;
     }
     std::u16string_view NameAt(size_t _i) const { return pEntries[_i].name.View(); }
@@ -59,7 +77,7 @@ public:
     const ENTRY* begin() const { return pEntries; }
     const ENTRY* end() const { return pEntries + nSize; }
     ENTRY* begin() {
-        bHolds = true;
+        bHolds = 1;
         return pEntries;
     }
     ENTRY* end() { return pEntries + nSize; }
@@ -83,17 +101,17 @@ public:
     void BeginInSource(TreeSource& _source, size_t _nEntries) {
         assert(nCapacity == 0);
         pEntries = static_cast<ENTRY*>(_source.Allocate(_nEntries * sizeof(ENTRY)));
-        nCapacity = static_cast<uint32_t>(_nEntries);
-        bInSource = true;
+        nCapacity = static_cast<uint32_t>(_nEntries) & kMaxEntries;
+        bInSource = 1;
     }
 
     T& Append(const NameKey& _key, T _value) {
-        bHolds = true;
+        bHolds = 1;
         return Add(_key.nHash, TreeText(_key.text), std::move(_value));
     }
     // The name is a part of the source that the owner of the list holds.
     T& AppendPart(const NameKey& _key, T _value) {
-        bHolds = true;
+        bHolds = 1;
         return Add(_key.nHash, TreeText::PartOfSource(_key.text), std::move(_value));
     }
     // So are the name and all that the value holds.
@@ -101,7 +119,7 @@ public:
         Add(_key.nHash, TreeText::PartOfSource(_key.text), std::move(_value));
     }
     T& AppendNameless(T _value) {
-        bHolds = true;
+        bHolds = 1;
         return Add(0, TreeText(), std::move(_value));
     }
     // The value of the first entry of that name, which is appended when there is none.
@@ -124,7 +142,7 @@ public:
     T Remove(size_t _i) {
         const bool bLast = _i + 1 == nSize;
         if (bLast) ForgetLast();
-        bHolds = true;
+        bHolds = 1;
         T value = std::move(pEntries[_i].value);
         std::move(pEntries + _i + 1, pEntries + nSize, pEntries + _i);
         pEntries[--nSize].~ENTRY();
@@ -135,7 +153,7 @@ public:
         TreeText text(_key.text);
         const bool bLast = _i + 1 == nSize;
         if (bLast) ForgetLast();
-        bHolds = true;
+        bHolds = 1;
         pEntries[_i].name = std::move(text);
         pEntries[_i].nHash = _key.nHash;
         if (bLast)
@@ -147,12 +165,14 @@ public:
         if (bHolds) std::destroy(pEntries, pEntries + nSize);
         if (!bInSource) ::operator delete(pEntries);
         pEntries = nullptr;
-        nSize = nCapacity = 0;
-        bHolds = bInSource = false;
+        nSize = 0;
+        nCapacity = 0;
+        bHolds = bInSource = 0;
         pIndex.reset();
     }
 
 private:
+    static constexpr uint32_t kMaxEntries = (1u << 30) - 1;
     static constexpr size_t kSearched = 16;  // up to here a search from the front is as quick as the index
 
     T& Add(uint64_t _nHash, TreeText _name, T _value) {
@@ -163,21 +183,17 @@ private:
         return p->value;
     }
     void Grow(size_t _nCapacity) {
-        if (_nCapacity > UINT32_MAX / sizeof(ENTRY)) throw std::bad_alloc();
+        if (_nCapacity > kMaxEntries) throw std::bad_alloc();
         auto* const pNew = static_cast<ENTRY*>(::operator new(_nCapacity * sizeof(ENTRY)));
         std::uninitialized_move(pEntries, pEntries + nSize, pNew);
         std::destroy(pEntries, pEntries + nSize);
         if (!bInSource) ::operator delete(pEntries);
         pEntries = pNew;
-        nCapacity = static_cast<uint32_t>(_nCapacity);
-        bInSource = false;
+        nCapacity = static_cast<uint32_t>(_nCapacity) & kMaxEntries;
+        bInSource = 0;
     }
-    void Swap(NamedList& _other) {
-        std::swap(pEntries, _other.pEntries);
-        std::swap(nSize, _other.nSize);
-        std::swap(nCapacity, _other.nCapacity);
-        std::swap(bHolds, _other.bHolds);
-        std::swap(bInSource, _other.bInSource);
+    void Swap(NamedList& _other) noexcept {
+        std::swap(static_cast<STORE&>(*this), static_cast<STORE&>(_other));
         std::swap(pIndex, _other.pIndex);
     }
 
@@ -210,11 +226,6 @@ private:
         }
     }
 
-    ENTRY* pEntries = nullptr;
-    uint32_t nSize = 0;
-    uint32_t nCapacity = 0;
-    bool bHolds = false;                // an entry may hold memory or a reference: they have to be visited at the end
-    bool bInSource = false;             // the memory is the source's
     std::unique_ptr<NameIndex> pIndex;  // only above kSearched entries
 };
 

@@ -6,18 +6,40 @@
 
 namespace zr {
 
+namespace {
+constexpr size_t cbLine = 64;
+constexpr size_t cbBlockMost = 65536;
+}  // namespace
+
+// Looks for the zero and copies block by block, so that what is looked at is still near when it is copied.
 TreeSource::TreeSource(std::u16string_view _text)
-    : pText(std::make_unique_for_overwrite<char16_t[]>(_text.size())), nLength(_text.size()) {
-    std::memcpy(pText.get(), _text.data(), nLength * sizeof(char16_t));
+    : pText(std::make_unique_for_overwrite<char16_t[]>(_text.size())), nLength(0) {
+    constexpr size_t kBlock = 64;
+    while (nLength < _text.size()) {
+        const char16_t* const p = _text.data() + nLength;
+        const size_t nCount = std::min(kBlock, _text.size() - nLength);
+        uint32_t nZeros = 0;
+        for (size_t i = 0; i < nCount; ++i) nZeros |= p[i] == 0;
+        std::memcpy(pText.get() + nLength, p, nCount * sizeof(char16_t));
+        if (nZeros > 0) {
+            nLength += static_cast<size_t>(std::find(p, p + nCount, u'\0') - p);
+            return;
+        }
+        nLength += nCount;
+    }
+}
+
+TreeSource::~TreeSource() {
+    for (void* p : arrBlocks) ::operator delete (p, std::align_val_t{cbLine});
 }
 
 void* TreeSource::Allocate(size_t _cb) {
-    constexpr size_t cbAlign = alignof(std::max_align_t);
-    _cb = (_cb + cbAlign - 1) / cbAlign * cbAlign;
+    _cb = (_cb + cbLine - 1) / cbLine * cbLine;
     if (_cb > cbFree) {
-        cbNext = std::max({_cb, std::min<size_t>(nLength, 65536), std::min<size_t>(cbNext * 2, 65536)});
-        arrBlocks.push_back(std::make_unique_for_overwrite<std::byte[]>(cbNext));
-        pFree = arrBlocks.back().get();
+        cbNext = std::max(_cb, std::min(std::max(nLength, cbNext * 2), cbBlockMost));
+        arrBlocks.push_back(nullptr);  // first, as it may throw
+        arrBlocks.back() = ::operator new (cbNext, std::align_val_t{cbLine});
+        pFree = static_cast<std::byte*>(arrBlocks.back());
         cbFree = cbNext;
     }
     cbFree -= _cb;

@@ -1,6 +1,7 @@
 #pragma once
 // Texts of a tree: a tree read from a text has tens of thousands of them, nearly all parts of that text.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,25 +10,35 @@
 #include <utility>
 #include <vector>
 
-#include "platform/ref_object.h"
-
 namespace zr {
 
-// A text that a tree was read from, and memory for lists that live as long. The nodes of the tree hold it as long as
-// anything of theirs may be a part of it.
-class TreeSource : public AutoObjBase<TreeSource> {
+// A text that a tree was read from, and memory for what is read. The nodes of the tree hold it as long as anything of
+// theirs may be in it. They are counted in bulk: an atomic operation a node is what reading would mostly wait for.
+class TreeSource {
 public:
-    explicit TreeSource(std::u16string_view _text);  // throws std::bad_alloc
+    // Of the text up to its first zero, with one holder, who made it. Throws std::bad_alloc.
+    explicit TreeSource(std::u16string_view _text);
+    TreeSource(const TreeSource&) = delete;
+    TreeSource& operator=(const TreeSource&) = delete;
+
+    void AddHolders(uint32_t _n) { nHolders.fetch_add(_n, std::memory_order_relaxed); }
+    // Is gone with the last one.
+    void ReleaseHolders(uint32_t _n) {
+        if (nHolders.fetch_sub(_n, std::memory_order_acq_rel) == _n) delete this;
+    }
 
     char16_t* Begin() { return pText.get(); }
     char16_t* End() { return pText.get() + nLength; }
-    // For who reads the tree, before anybody else knows it. Aligned for anything; throws std::bad_alloc.
+    // For who reads the tree, before anybody else knows it. Whole cache lines; throws std::bad_alloc.
     void* Allocate(size_t _cb);
 
 private:
+    ~TreeSource();
+
+    std::atomic<uint32_t> nHolders{1};
     const std::unique_ptr<char16_t[]> pText;
-    const size_t nLength;
-    std::vector<std::unique_ptr<std::byte[]>> arrBlocks;
+    size_t nLength;
+    std::vector<void*> arrBlocks;
     std::byte* pFree = nullptr;  // in the last block
     size_t cbFree = 0;
     size_t cbNext = 0;

@@ -20,7 +20,10 @@ bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Life
 
-XMLNodeBase::~XMLNodeBase() { delete pObjects.load(std::memory_order_relaxed); }
+XMLNodeBase::~XMLNodeBase() {
+    delete pObjects.load(std::memory_order_relaxed);
+    if (pSource) pSource->ReleaseHolders(1);
+}
 
 std::span<const NameKey> XMLNodeBase::HiddenNames() const { return arrDefaultHidden; }
 
@@ -39,31 +42,54 @@ uint32_t XMLNodeBase::Release() {
     return nLeft;
 }
 
+namespace {
+
+// Lets go of the homes of nodes, of one that many nodes hold in one go.
+class HomeRelease {
+public:
+    ~HomeRelease() { Flush(); }
+    void Add(TreeSource* _pSource) {
+        if (_pSource != pSource) Flush();
+        pSource = _pSource;
+        ++nHolders;
+    }
+
+private:
+    void Flush() {
+        if (pSource) pSource->ReleaseHolders(nHolders);
+        nHolders = 0;
+    }
+    TreeSource* pSource = nullptr;
+    uint32_t nHolders = 0;
+};
+
+}  // namespace
+
 // Level by level instead of one destructor inside the other, since a tree may be deeper than a stack. The nodes that
 // wait for their end are chained by the link to their parent, which they need no more.
 void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    HomeRelease homes;
     _pTop->pParent.store(nullptr, std::memory_order_relaxed);
     for (XMLNodeBase* pDying = _pTop; pDying;) {
         XMLNodeBase* const pNode = pDying;
         pDying = pNode->pParent.load(std::memory_order_relaxed);
         for (auto& entry : pNode->arrChildren) {
             XMLNodeBase* const pChild = entry.value.Detach();
-            pChild->pParent.store(nullptr, std::memory_order_release);
-            if (pChild->nReferences.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;  // it lives on as a top
+            // Who has the only reference needs no atomic operation to give it up.
+            if (pChild->nReferences.load(std::memory_order_acquire) != 1) {
+                pChild->pParent.store(nullptr, std::memory_order_release);
+                if (pChild->nReferences.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;  // it lives on as a top
+            }
             pChild->pParent.store(pDying, std::memory_order_relaxed);
             pDying = pChild;
         }
-        DestroyNode(pNode);
+        if (TreeSource* const pHome = pNode->pHome) {
+            pNode->~XMLNodeBase();
+            homes.Add(pHome);
+        } else {
+            delete pNode;
+        }
     }
-}
-
-void XMLNodeBase::DestroyNode(XMLNodeBase* _pNode) {
-    if (!_pNode->bInSource) {
-        delete _pNode;
-        return;
-    }
-    const CAutoObj<TreeSource> pHeld = std::move(_pNode->pSource);
-    _pNode->~XMLNodeBase();
 }
 
 void XMLNodeBase::SetNew(std::u16string_view _name, const NameKey* _pIdAttribute,

@@ -191,13 +191,10 @@ protected:
     XMLNodeBase() = default;
     virtual ~XMLNodeBase();
 
-    // A new node of the same type, with one reference; in memory of _pSource, which the node then holds, when it is not
-    // null. Throws std::bad_alloc.
+    // A new node of the same type, with one reference; in memory of _pSource when it is not null, of which the caller
+    // hands one hold on to the node. Throws std::bad_alloc.
     virtual XMLNodeBase* NewNode(TreeSource* _pSource = nullptr) const = 0;
-    void SetInSource(TreeSource* _pSource) {
-        pSource = _pSource;
-        bInSource = true;
-    }
+    void SetHome(TreeSource* _pSource) { pHome = _pSource; }
     // Completes a node that nobody else knows yet; _name: of a text its text.
     void SetNew(std::u16string_view _name, const NameKey* _pIdAttribute, bool _bText);
 
@@ -212,7 +209,6 @@ private:
     };
 
     static void DestroyTree(XMLNodeBase* _pTop);
-    static void DestroyNode(XMLNodeBase* _pNode);
     XMLNodeRef NewBelow(std::u16string_view _name, bool _bText) const;
     XMLNodeRef FindOrMakeChild(const NameKey& _key);
     void RenameNode(std::u16string_view _name, bool _bById);
@@ -236,24 +232,23 @@ private:
     template <class F>
     void ForEachBelow(F _f) const;
 
+    // In the order in which the end of a tree touches them, which is most of what it costs.
     std::atomic<uint32_t> nReferences{1};
-    bool bText = false;                          // these two are set before anybody else knows the node
-    bool bInSource = false;                      // the node's memory is the source's
+    bool bText = false;                          // set before anybody else knows the node
     std::atomic<bool> bNoFormat{false};          // the writer keeps the node on one line
     std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted
-    const NameKey* pIdAttribute = nullptr;       // set before anybody else knows the node
-    CAutoObj<TreeSource> pSource;                // texts of this node may be parts of it; see TakeOver
-
-    mutable CRWSynchroLiteCS lockAttributes;
-    mutable AttrValue name ZR_GUARDED_BY(lockAttributes);  // of a text its text
-    TreeText strType ZR_GUARDED_BY(lockAttributes);        // the tag of a node that its id renamed
+    TreeSource* pHome = nullptr;                 // held: this node and perhaps its texts and attributes are in it
+    NamedList<XMLNodeRef> arrChildren ZR_GUARDED_BY(lockChildren);  // texts have no name
+    TreeSource* pSource = nullptr;                                  // held: what was read later may be in it
+    std::atomic<OBJECTS*> pObjects{nullptr};                        // made with the first object; few nodes have any
     // Mutable as reading a value may change its form; the lock has but one side.
     mutable NamedList<AttrValue> arrAttributes ZR_GUARDED_BY(lockAttributes);
+    TreeText strType ZR_GUARDED_BY(lockAttributes);        // the tag of a node that its id renamed
+    mutable AttrValue name ZR_GUARDED_BY(lockAttributes);  // of a text its text
+    const NameKey* pIdAttribute = nullptr;                 // set before anybody else knows the node
 
+    mutable CRWSynchroLiteCS lockAttributes;
     mutable CRWSynchroLiteCS lockChildren;
-    NamedList<XMLNodeRef> arrChildren ZR_GUARDED_BY(lockChildren);  // texts have no name
-
-    std::atomic<OBJECTS*> pObjects{nullptr};  // made with the first object; few nodes have any
 };
 
 // The node type's own face on the tree: every node below a Derived is a Derived. Ptr holds one.
@@ -262,12 +257,12 @@ class XMLNodeImpl : public XMLNodeBase {
 public:
     // A new top. The name of its id attribute goes on to every node that is made below it. Throws std::bad_alloc.
     static Ptr Create(std::u16string_view _name, const NameKey* _pIdAttribute = nullptr) {
-        Ptr p = Ptr::Attach(new Derived());
+        Ptr p = Ptr::Attach(new Derived);
         p->SetNew(_name, _pIdAttribute, false);
         return p;
     }
     static Ptr CreateText(std::u16string_view _text) {
-        Ptr p = Ptr::Attach(new Derived());
+        Ptr p = Ptr::Attach(new Derived);
         p->SetNew(_text, nullptr, true);
         return p;
     }
@@ -296,8 +291,9 @@ public:
 
 protected:
     XMLNodeBase* NewNode(TreeSource* _pSource) const override {
-        Derived* const p = _pSource ? new (_pSource->Allocate(sizeof(Derived))) Derived() : new Derived();
-        if (_pSource) p->SetInSource(_pSource);
+        if (!_pSource) return new Derived;
+        Derived* const p = new (_pSource->Allocate(sizeof(Derived))) Derived;
+        p->SetHome(_pSource);
         return p;
     }
 

@@ -98,23 +98,6 @@ XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd) {
     return tag;
 }
 
-namespace {
-
-// Where the first zero is, or the length; long texts have none. In blocks that the compiler makes vectors of.
-size_t FindZero(std::u16string_view _text) {
-    constexpr size_t kBlock = 64;
-    size_t i = 0;
-    for (; _text.size() - i >= kBlock; i += kBlock) {
-        uint16_t nZeros = 0;
-        for (size_t k = 0; k < kBlock; ++k) nZeros = static_cast<uint16_t>(nZeros | (_text[i + k] == 0 ? 1 : 0));
-        if (nZeros) break;
-    }
-    while (i < _text.size() && _text[i] != 0) ++i;
-    return i;
-}
-
-}  // namespace
-
 HRESULT XMLNodeBase::Parse(const char16_t* _szXml, const char16_t** _ppEnd, const XML_READ_OPTIONS& _options) {
     if (!_szXml) return E_INVALIDARG;
     const char16_t* const pLimit = _ppEnd ? *_ppEnd : nullptr;
@@ -129,7 +112,6 @@ HRESULT XMLNodeBase::Parse(const char16_t* _szXml, const char16_t** _ppEnd, cons
 HRESULT XMLNodeBase::Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _options,
                            size_t* _pnRead) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (bText) return E_INVALIDARG;
-    _xml = _xml.substr(0, FindZero(_xml));
     if (_xml.size() > UINT32_MAX) return E_OUTOFMEMORY;
     try {
         // What is read shows all at once: it is read into a node that nobody knows.
@@ -139,7 +121,7 @@ HRESULT XMLNodeBase::Parse(std::u16string_view _xml, const XML_READ_OPTIONS& _op
             pRead->name = name;
             pRead->strType = strType;
         }
-        XMLReader reader(*pRead, CAutoObj<TreeSource>::Attach(new TreeSource(_xml)), _options);
+        XMLReader reader(*pRead, _xml, _options);
         const HRESULT hr = reader.Read();
         if (_pnRead) *_pnRead = reader.Position();
         TakeOver(*pRead);
@@ -173,8 +155,9 @@ void XMLNodeBase::TakeChildrenOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANAL
 // ---------------------------------------------------------------------------------------------------------------------
 // The nodes that the reader makes are known to nobody else, so it takes no locks.
 
-XMLReader::XMLReader(XMLNodeBase& _top, CAutoObj<TreeSource> _pSource, const XML_READ_OPTIONS& _options)
-    : top(_top), pSource(std::move(_pSource)), pText(pSource->Begin()), pEnd(pSource->End()), options(_options) {
+XMLReader::XMLReader(XMLNodeBase& _top, std::u16string_view _text, const XML_READ_OPTIONS& _options)
+    : top(_top), pSource(new TreeSource(_text)), pText(pSource->Begin()), pEnd(pSource->End()), options(_options) {
+    pSource->AddHolders(1);
     top.pSource = pSource;
 }
 
@@ -334,8 +317,13 @@ void XMLReader::StoreAttributes(XMLNodeBase& _node) ZR_NO_THREAD_SAFETY_ANALYSIS
     }
 }
 
-XMLNodeRef XMLReader::NewPart(std::u16string_view _part, bool _bText) const ZR_NO_THREAD_SAFETY_ANALYSIS {
-    XMLNodeRef p = XMLNodeRef::Attach(top.NewNode(pSource.Get()));
+XMLNodeRef XMLReader::NewPart(std::u16string_view _part, bool _bText) ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (nHoldsLeft == 0) {
+        nHoldsLeft = 256;
+        pSource->AddHolders(nHoldsLeft);
+    }
+    XMLNodeRef p = XMLNodeRef::Attach(top.NewNode(pSource));
+    --nHoldsLeft;
     p->name = AttrValue::PartOfSource(_part);
     p->pIdAttribute = top.pIdAttribute;
     p->bText = _bText;

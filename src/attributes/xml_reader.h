@@ -30,11 +30,14 @@ struct XML_TAG {
 // The first tag of the text. The text has no zeros.
 XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd);
 
-// Reads one tree; used once. The names and texts of the tree are parts of the source, which is changed to that end.
+// Reads one tree; used once. The nodes, their names and texts are parts of the source that it makes of the text.
 class XMLReader {
 public:
     // _top: nobody else may know it. It has the name and tag it is to have when the text names none.
-    XMLReader(XMLNodeBase& _top, CAutoObj<TreeSource> _pSource, const XML_READ_OPTIONS& _options);
+    XMLReader(XMLNodeBase& _top, std::u16string_view _text, const XML_READ_OPTIONS& _options);
+    ~XMLReader() { pSource->ReleaseHolders(1 + nHoldsLeft); }
+    XMLReader(const XMLReader&) = delete;
+    XMLReader& operator=(const XMLReader&) = delete;
 
     HRESULT Read();
     // How much was read.
@@ -57,12 +60,13 @@ private:
     static bool Closes(const XMLNodeBase& _node, std::u16string_view _name);
     void AddText(XMLNodeBase& _node, const char16_t* _pEnd);
     void AddDecoded(XMLNodeBase& _node, std::u16string_view _text, bool _bKeepSpace);
-    XMLNodeRef NewPart(std::u16string_view _part, bool _bText) const;
+    XMLNodeRef NewPart(std::u16string_view _part, bool _bText);
     char16_t* Writable(const char16_t* _p) const { return pSource->Begin() + (_p - pSource->Begin()); }
     std::u16string_view Lower(std::u16string_view _name) const;
 
     XMLNodeBase& top;
-    const CAutoObj<TreeSource> pSource;
+    TreeSource* const pSource;  // held
+    uint32_t nHoldsLeft = 0;    // for nodes still to come
     const char16_t* pText;
     const char16_t* const pEnd;
     const XML_READ_OPTIONS options;

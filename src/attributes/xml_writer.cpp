@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "attributes/char_class.h"
+#include "attributes/char_search.h"
 
 namespace zr {
 
@@ -14,13 +15,19 @@ constexpr int32_t kMaxTextIndent = 510;
 }  // namespace
 
 void XMLNodeBase::Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options) const {
-    XMLWriter(_out, _options).Write(*this);
+    TextChunks text;
+    XMLWriter(text, _options).Write(*this);
+    text.AppendTo(_out);
 }
 
 void XMLNodeBase::WriteAttributes(std::u16string& _out, std::u16string_view _prefix) const {
-    CRWReadScope lock(lockAttributes);
-    for (size_t i = 0; i < arrAttributes.Size(); ++i)
-        XMLWriter::WriteAttribute(_out, _prefix, arrAttributes.NameAt(i), arrAttributes[i]);
+    TextChunks text;
+    {
+        CRWReadScope lock(lockAttributes);
+        for (size_t i = 0; i < arrAttributes.Size(); ++i)
+            XMLWriter::WriteAttribute(text, _prefix, arrAttributes.NameAt(i), arrAttributes[i]);
+    }
+    text.AppendTo(_out);
 }
 
 void XMLWriter::Write(const XMLNodeBase& _top) {
@@ -31,19 +38,17 @@ void XMLWriter::Write(const XMLNodeBase& _top) {
         else
             Close();
     }
-    if (options.bTerminate) out.push_back(u'\0');
+    if (options.bTerminate) out.Put(u'\0');
 }
 
 // The tag of a node, and all of it when there is nothing in it but text. Else its frame is left to be worked off.
 void XMLWriter::Open(const XMLNodeBase& _node, int32_t _nIndent) {
     if (_nIndent > 0) WriteTabs(std::min(_nIndent, kMaxTabs));
-    out.push_back(u'<');
-    const size_t nTagAt = out.size();
-    size_t nTagLength;
+    out.Put(u'<');
+    std::u16string_view tag;
     {
         CRWReadScope lock(_node.lockAttributes);
-        out.append(_node.Tag_I());
-        nTagLength = out.size() - nTagAt;
+        tag = out.Put(_node.Tag_I());
         if (_node.pIdAttribute && !_node.strType.Empty()) {
             AttrValue id(_node.name);  // a copy: the parent knows the node by the name as it is
             WriteAttribute(out, {}, u"id", id);
@@ -58,18 +63,18 @@ void XMLWriter::Open(const XMLNodeBase& _node, int32_t _nIndent) {
         for (const auto& entry : _node.arrChildren) arrChildren.push_back(entry.value);
     }
     if (nFirst == arrChildren.size()) {
-        out.append(u"/>");
+        out.Put(std::u16string_view(u"/>"));
         return;
     }
-    out.push_back(u'>');
+    out.Put(u'>');
     if (OnlyTexts(nFirst)) {
         WriteTextOf(*arrChildren[nFirst]);
         arrChildren.resize(nFirst);
-        WriteClosingTag(nTagAt, nTagLength);
+        WriteClosingTag(tag);
         return;
     }
-    const Flow eFlow = FlowOf(std::u16string_view(out).substr(nTagAt, nTagLength));
-    arrFrames.push_back({&_node, _nIndent, eFlow, nTagAt, nTagLength, nFirst, nFirst, eFlow});
+    const Flow eFlow = FlowOf(tag);
+    arrFrames.push_back({&_node, _nIndent, eFlow, tag, nFirst, nFirst, eFlow});
 }
 
 void XMLWriter::WriteNextChild() {
@@ -84,7 +89,7 @@ void XMLWriter::WriteNextChild() {
 
     const int32_t nIndent = frame.nIndent;
     const bool bFormat = nIndent >= 0 && !child.bNoFormat;
-    if (bNewLine && bFormat) out.append(u"\r\n");
+    if (bNewLine && bFormat) out.Put(std::u16string_view(u"\r\n"));
     if (child.bText) {
         if (frame.eFlow == Flow::kBlock && bFormat) WriteTabs(std::min(nIndent, kMaxTextIndent) + 1);
         WriteTextOf(child);
@@ -97,17 +102,20 @@ void XMLWriter::Close() {
     const FRAME frame = arrFrames.back();
     arrFrames.pop_back();
     if (frame.eFlow == Flow::kBlock && frame.nIndent >= 0 && !frame.pNode->bNoFormat) {
-        out.append(u"\r\n");
+        out.Put(std::u16string_view(u"\r\n"));
         WriteTabs(std::min(frame.nIndent, kMaxTabs));
     }
-    WriteClosingTag(frame.nTagAt, frame.nTagLength);
+    WriteClosingTag(frame.tag);
     arrChildren.resize(frame.nFirst);
 }
 
-void XMLWriter::WriteClosingTag(size_t _nTagAt, size_t _nTagLength) {
-    out.append(u"</");
-    out.append(out, _nTagAt, _nTagLength);
-    out.push_back(u'>');
+void XMLWriter::WriteClosingTag(std::u16string_view _tag) {
+    char16_t* p = out.Reserve(_tag.size() + 3);
+    *p++ = u'<';
+    *p++ = u'/';
+    p = TextChunks::Copy(p, _tag);
+    *p++ = u'>';
+    out.Commit(p);
 }
 
 bool XMLWriter::OnlyTexts(size_t _nFirst) const {
@@ -139,27 +147,31 @@ void XMLWriter::WriteEscaped(std::u16string_view _text) {
             case u'&': entity = u"&amp;"; break;
             default: continue;
         }
-        out.append(_text, nDone, i - nDone);
-        out.append(entity);
+        out.Put(_text.substr(nDone, i - nDone));
+        out.Put(entity);
         nDone = i + 1;
     }
-    out.append(_text, nDone);
+    out.Put(_text.substr(nDone));
 }
 
-void XMLWriter::WriteAttribute(std::u16string& _out, std::u16string_view _prefix, std::u16string_view _name,
+void XMLWriter::WriteAttribute(TextChunks& _out, std::u16string_view _prefix, std::u16string_view _name,
                                AttrValue& _value) {
+    std::u16string_view text = _value.Text();
     char16_t chQuote = u'\'';
-    if (_value.Text().find(chQuote) != std::u16string_view::npos) {
+    if (FindChar(text.data(), text.data() + text.size(), chQuote) != text.data() + text.size()) {
         chQuote = u'"';
         _value.ReplaceDoubleQuotes();
+        text = _value.Text();
     }
-    _out.push_back(u' ');
-    _out.append(_prefix);
-    _out.append(_name);
-    _out.push_back(u'=');
-    _out.push_back(chQuote);
-    _out.append(_value.Text());
-    _out.push_back(chQuote);
+    char16_t* p = _out.Reserve(_prefix.size() + _name.size() + text.size() + 4);
+    *p++ = u' ';
+    p = TextChunks::Copy(p, _prefix);
+    p = TextChunks::Copy(p, _name);
+    *p++ = u'=';
+    *p++ = chQuote;
+    p = TextChunks::Copy(p, text);
+    *p++ = chQuote;
+    _out.Commit(p);
 }
 
 }  // namespace zr

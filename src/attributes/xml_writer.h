@@ -1,10 +1,10 @@
 #pragma once
 // The writer of the text form of a tree.
 
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "attributes/text_chunks.h"
 #include "attributes/xml_node.h"
 
 namespace zr {
@@ -12,13 +12,13 @@ namespace zr {
 // Writes one tree; used once. Each node is written as it is when its turn comes: others may change the tree meanwhile.
 class XMLWriter {
 public:
-    XMLWriter(std::u16string& _out, const XML_WRITE_OPTIONS& _options) : out(_out), options(_options) {}
+    XMLWriter(TextChunks& _out, const XML_WRITE_OPTIONS& _options) : out(_out), options(_options) {}
 
     void Write(const XMLNodeBase& _top);
 
     // " name='text'". A text that holds an apostrophe goes in double quotes, and those within become apostrophes, in
     // the value too: there is no other way to quote one.
-    static void WriteAttribute(std::u16string& _out, std::u16string_view _prefix, std::u16string_view _name,
+    static void WriteAttribute(TextChunks& _out, std::u16string_view _prefix, std::u16string_view _name,
                                AttrValue& _value);
 
 private:
@@ -30,8 +30,7 @@ private:
         const XMLNodeBase* pNode;
         int32_t nIndent;
         Flow eFlow;
-        size_t nTagAt;  // in out, for the tag that closes it
-        size_t nTagLength;
+        std::u16string_view tag;  // in out, for the tag that closes it
         size_t nFirst;
         size_t nNext;
         Flow ePrevious;
@@ -40,14 +39,14 @@ private:
     void Open(const XMLNodeBase& _node, int32_t _nIndent);
     void WriteNextChild();
     void Close();
-    void WriteClosingTag(size_t _nTagAt, size_t _nTagLength);
+    void WriteClosingTag(std::u16string_view _tag);
     bool OnlyTexts(size_t _nFirst) const;
     Flow FlowOf(std::u16string_view _tag) const;
-    void WriteTabs(int32_t _nTabs) { out.append(static_cast<size_t>(_nTabs), u'\t'); }
+    void WriteTabs(int32_t _nTabs) { out.Put(static_cast<size_t>(_nTabs), u'\t'); }
     void WriteEscaped(std::u16string_view _text);
     void WriteTextOf(const XMLNodeBase& _text);
 
-    std::u16string& out;
+    TextChunks& out;
     const XML_WRITE_OPTIONS options;
     std::vector<FRAME> arrFrames;  // from the top down to the node that is being written
     std::vector<XMLNodeRef> arrChildren;
