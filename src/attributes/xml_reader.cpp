@@ -91,7 +91,8 @@ XML_TAG FindTag(const char16_t* _pText, const char16_t* _pEnd) {
         tag.eKind = XML_TAG::Kind::kClosing;
     if (tag.eKind != XML_TAG::Kind::kNone) return tag;
 
-    tag.attributes = TrimBlanks(pNameEnd, pTagEnd);
+    // The name of a cut tag may reach to the very end, behind what is taken for the ">".
+    if (pNameEnd < pTagEnd) tag.attributes = TrimBlanks(pNameEnd, pTagEnd);
     tag.eKind = tag.attributes.ends_with(u'/') ? XML_TAG::Kind::kSelfClosed : XML_TAG::Kind::kOpen;
     if (tag.eKind == XML_TAG::Kind::kSelfClosed)
         tag.attributes = TrimBlanks(tag.attributes.data(), tag.attributes.data() + tag.attributes.size() - 1);
