@@ -219,7 +219,8 @@ TEST(VirtualClock, ReportsOnceThatItStandsAndGoesOnFromOutside) {
     thread.Start("patient", [&](ManualEvent& _evStop) { WaitAny({&_evStop, &evNever}, -1); });
     for (int i = 0; i < 2; ++i) {
         std::thread outside([&] {
-            while (!VirtualClock::IsStalled()) std::this_thread::yield();
+            // The report is made outside the lock: it must be there before the wait that it tells of ends.
+            while (!VirtualClock::IsStalled() || nReports == 0) std::this_thread::yield();
             ev.Set();
         });
         EXPECT_TRUE(WaitOne(ev, -1));
