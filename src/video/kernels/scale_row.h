@@ -1,0 +1,60 @@
+#pragma once
+// Rows of the scaler: the weighted sum of whole rows (vertical), and the resampling of one row (horizontal). The scalar
+// formulas below are the definition; every vector path gives the same bytes.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zr {
+
+// ---- Vertical
+
+// Rows with their weights, 0..255 with a sum of at most 255; one weight for the bytes at even places of a row, another
+// for those at odd ones, as packed 4:2:2 has luma in one of them and chroma in the other.
+inline constexpr int32_t kMaxWeighedRows = 12;
+struct ROW_WEIGHTS {
+    int32_t nRows = 0;
+    uint8_t arrEven[kMaxWeighedRows] = {};  // 0 behind nRows
+    uint8_t arrOdd[kMaxWeighedRows] = {};
+};
+
+// dst[i] = (sum over rows of row[i] * weight) >> 8, weight by the parity of i. _cbRow is even unless both weights of
+// every row are equal. The destination is none of the rows.
+void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, uint8_t* _pDst, size_t _cbRow);
+
+// ---- Horizontal
+
+// Each output sample x is a weighted sum of nTaps neighbouring source samples from arrStart[x] on:
+//     clamp((sum of src[arrStart[x] + k] * coefficient[x][k] + half) >> nShift), half = 1 << (nShift - 1)
+// The coefficients of a sample sum to 1 << nShift. They are laid out for the vector path in groups of 16 samples;
+// groups with the same coefficients share a block.
+inline constexpr int32_t kResampleGroup = 16;
+
+enum class eResampleLayout {
+    Octets,  // 7-bit coefficients in bytes, [pair of taps][sample][2]; a window of 16 source bytes serves 8 samples
+    Quads,   // 14-bit coefficients, [pair of taps][sample][2]; a window serves 4 samples
+    Long,    // 14-bit coefficients, [sample][tap], taps a multiple of 16: for reductions whose windows are too wide
+};
+
+struct RESAMPLE_GROUP {
+    int32_t arrWindow[4];  // first source byte of each window; Octets use the first two
+    uint32_t nBlock;       // index of the block
+};
+
+// What a row needs. Blocks are cbBlock bytes apart and 64-byte aligned: for Octets and Quads first the 64 bytes that
+// pick the taps out of the windows (byte numbers within a window; 0x80 gives zero), then the coefficients.
+struct RESAMPLE_ROW {
+    eResampleLayout eLayout;
+    int32_t nPairs;  // pairs of taps; in Long: taps / 2
+    const RESAMPLE_GROUP* pGroups;
+    const uint8_t* pBlocks;
+    size_t cbBlock;
+    const int32_t* pStart;  // Long only, of each sample
+};
+
+// _nWidth output samples. Up to kResampleSlack bytes behind the last source sample are read, none of them counts; up to
+// 31 behind the last output sample are written.
+inline constexpr size_t kResampleSlack = 48;
+void ResampleRow(const RESAMPLE_ROW& _row, const uint8_t* _pSrc, uint8_t* _pDst, int32_t _nWidth);
+
+}  // namespace zr

@@ -1,0 +1,231 @@
+#include "video/scale_packed.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "video/kernels/planar_row.h"
+#include "video/row_converter.h"
+
+namespace zr {
+
+namespace {
+
+struct SAMPLE_ROWS {
+    uint8_t *pLuma, *pCb, *pCr;
+};
+
+bool LumaFirst(eZrFCC _fccType) { return _fccType == eZrFCC_YUY2 || _fccType == eZrFCC_YVYU; }
+
+void SplitPacked(eZrFCC _fccType, const uint8_t* _pRow, const SAMPLE_ROWS& _rows, size_t _nPairs) {
+    if (!LumaFirst(_fccType)) return SplitUyvyRow(_pRow, _rows.pLuma, _rows.pCb, _rows.pCr, _nPairs);
+    const bool bCrFirst = _fccType == eZrFCC_YVYU;
+    SplitYuy2Row(_pRow, _rows.pLuma, bCrFirst ? _rows.pCr : _rows.pCb, bCrFirst ? _rows.pCb : _rows.pCr, _nPairs);
+}
+
+void JoinPacked(eZrFCC _fccType, const uint8_t* const (&_arrRows)[3], uint8_t* _pRow, size_t _nPairs) {
+    if (!LumaFirst(_fccType)) return JoinUyvyRow(_arrRows[0], _arrRows[1], _arrRows[2], _pRow, _nPairs);
+    const bool bCrFirst = _fccType == eZrFCC_YVYU;
+    JoinYuy2Row(_arrRows[0], _arrRows[bCrFirst ? 2 : 1], _arrRows[bCrFirst ? 1 : 2], _pRow, _nPairs);
+}
+
+// Samples of a chroma row, one kind.
+int32_t ChromaWidth(const PICTURE& _picture) {
+    if (_picture.nPlanes == 3) return _picture.arrPlanes[1].nWidth;
+    return _picture.Width() / 2;
+}
+
+// ---- Rows into packed rows
+
+// One conversion; its rows may be made in any order and by several threads, each with scratch of its own.
+struct PACKED_JOB {
+    const PICTURE &src, &dst;
+    VERTICAL_PASS lumaDown, chromaDown;  // packed sources: lumaDown for all bytes
+    const HorizontalFilter &lumaAcross, &chromaAcross;
+    size_t cbIn, cbOut;  // a scratch row of source samples; of destination samples
+
+    size_t ScratchBytes() const { return 5 * cbIn + 3 * cbOut; }
+    SAMPLE_ROWS InRows(uint8_t* _pScratch) const { return {_pScratch, _pScratch + cbIn, _pScratch + 2 * cbIn}; }
+    uint8_t* Middle(uint8_t* _pScratch) const { return _pScratch + 3 * cbIn; }  // two rows: a packed one
+    uint8_t* Out(uint8_t* _pScratch, int32_t _n) const {
+        return _pScratch + 5 * cbIn + static_cast<size_t>(_n) * cbOut;
+    }
+};
+
+// A row of a plane, scaled vertically, in scratch: the resampler reads a little beyond it.
+void PlaneRowInto(const VERTICAL_PASS& _down, const PLANE& _plane, int32_t _y, uint8_t* _pDst) {
+    const auto cb = static_cast<size_t>(_plane.nWidth);
+    const uint8_t* pRow = VerticalRow(_down, _plane, _y, _pDst, cb);
+    if (pRow != _pDst) std::memcpy(_pDst, pRow, cb);
+}
+
+void VerticalSamples(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
+    const SAMPLE_ROWS in = _job.InRows(_pScratch);
+    const PLANE* planes = _job.src.arrPlanes;
+    const auto nPairs = static_cast<size_t>(_job.src.Width() / 2);
+    if (_job.src.IsPlanar()) {
+        PlaneRowInto(_job.lumaDown, planes[0], _y, in.pLuma);
+        if (_job.src.nPlanes == 3) {
+            PlaneRowInto(_job.chromaDown, planes[1], _y, in.pCb);
+            PlaneRowInto(_job.chromaDown, planes[2], _y, in.pCr);
+        } else {
+            const uint8_t* pPairs = VerticalRow(_job.chromaDown, planes[1], _y, _job.Middle(_pScratch), 2 * nPairs);
+            SplitPairsRow(pPairs, in.pCb, in.pCr, nPairs);
+        }
+        return;
+    }
+    const uint8_t* pRow = VerticalRow(_job.lumaDown, planes[0], _y, _job.Middle(_pScratch), 4 * nPairs);
+    SplitPacked(_job.src.fccType, pRow, in, nPairs);
+}
+
+void MakePackedRow(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
+    VerticalSamples(_job, _y, _pScratch);
+    const SAMPLE_ROWS in = _job.InRows(_pScratch);
+    const uint8_t* arrRows[3] = {in.pLuma, in.pCb, in.pCr};
+    for (int32_t n = 0; n < 3; ++n) {
+        const HorizontalFilter& across = n > 0 ? _job.chromaAcross : _job.lumaAcross;
+        if (across.IsCopy()) continue;
+        across.Run(arrRows[n], _job.Out(_pScratch, n));
+        arrRows[n] = _job.Out(_pScratch, n);
+    }
+    JoinPacked(_job.dst.fccType, arrRows, _job.dst.Packed().Row(_y), static_cast<size_t>(_job.dst.Width() / 2));
+}
+
+// The passes of both kinds of samples. A packed source has both in one pass over its rows.
+HRESULT PreparePasses(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const RESIZE_PARAMS& _params,
+                      PACKED_JOB& _job) {
+    const int32_t nChromaRows = _src.IsPlanar() ? _src.arrPlanes[1].nHeight : _src.Height();
+    HRESULT hr =
+        _engine.arrDown[0].Prepare(_src.Height(), _dst.Height(), _params.dblWidth, _params.nFlags, _job.lumaDown);
+    if (Succeeded(hr))
+        hr = _engine.arrDown[1].Prepare(nChromaRows, _dst.Height(), _params.dblWidth / 2, _params.nFlags,
+                                        _job.chromaDown);
+    if (Failed(hr) || _src.IsPlanar() || _job.lumaDown.bCopy) return hr;
+    hr = _engine.packedDown.Merge(_engine.arrDown[0].Filter(), _engine.arrDown[1].Filter(), !LumaFirst(_src.fccType));
+    _job.lumaDown.pFilter = &_engine.packedDown;
+    return hr;
+}
+
+// ---- Whole planes
+
+// 4:2:2 planes in scratch for a picture whose own chroma is not in planes. Planes that the picture has stand.
+HRESULT PlanesFor(ScratchBuffer& _buffer, const PICTURE& _picture, PLANE (&_arrPlanes)[3]) {
+    std::copy(std::begin(_picture.arrPlanes), std::end(_picture.arrPlanes), _arrPlanes);
+    if (_picture.nPlanes == 3) return S_OK;
+    const bool bPacked = !_picture.IsPlanar();
+    const int32_t nWidth = _picture.Width(), nHeight = _picture.Height(), nChromaWidth = nWidth / 2;
+    const int32_t nChromaHeight = bPacked ? nHeight : _picture.arrPlanes[1].nHeight;
+    const size_t cbLuma = ScratchRowBytes(static_cast<size_t>(nWidth)),
+                 cbChroma = ScratchRowBytes(static_cast<size_t>(nChromaWidth));
+    const size_t cbLumaPlane = bPacked ? cbLuma * static_cast<size_t>(nHeight) : 0,
+                 cbChromaPlane = cbChroma * static_cast<size_t>(nChromaHeight);
+    uint8_t* p = Scratch(_buffer, uint64_t{cbLumaPlane} + 2 * uint64_t{cbChromaPlane});
+    if (!p) return E_OUTOFMEMORY;
+    if (bPacked) _arrPlanes[0] = {p, static_cast<ptrdiff_t>(cbLuma), nWidth, nHeight};
+    _arrPlanes[1] = {p + cbLumaPlane, static_cast<ptrdiff_t>(cbChroma), nChromaWidth, nChromaHeight};
+    _arrPlanes[2] = _arrPlanes[1];
+    _arrPlanes[2].pTop += cbChromaPlane;
+    return S_OK;
+}
+
+void FillPlanes(const PICTURE& _picture, const PLANE (&_arrPlanes)[3]) {
+    const auto nPairs = static_cast<size_t>(_arrPlanes[1].nWidth);
+    if (_picture.nPlanes == 3) return;
+    for (int32_t y = 0; y < _arrPlanes[1].nHeight; ++y) {
+        const SAMPLE_ROWS rows = {_arrPlanes[0].Row(std::min(y, _arrPlanes[0].nHeight - 1)), _arrPlanes[1].Row(y),
+                                  _arrPlanes[2].Row(y)};
+        if (_picture.IsPlanar())
+            SplitPairsRow(_picture.arrPlanes[1].Row(y), rows.pCb, rows.pCr, nPairs);
+        else
+            SplitPacked(_picture.fccType, _picture.Packed().Row(y), rows, nPairs);
+    }
+}
+
+void TakeFromPlanes(const PICTURE& _picture, const PLANE (&_arrPlanes)[3]) {
+    const auto nPairs = static_cast<size_t>(_arrPlanes[1].nWidth);
+    if (_picture.nPlanes == 3) return;
+    for (int32_t y = 0; y < _arrPlanes[1].nHeight; ++y) {
+        const uint8_t* const arrRows[3] = {_arrPlanes[0].Row(std::min(y, _arrPlanes[0].nHeight - 1)),
+                                           _arrPlanes[1].Row(y), _arrPlanes[2].Row(y)};
+        if (_picture.IsPlanar())
+            JoinPairsRow(arrRows[1], arrRows[2], _picture.arrPlanes[1].Row(y), nPairs);
+        else
+            JoinPacked(_picture.fccType, arrRows, _picture.Packed().Row(y), nPairs);
+    }
+}
+
+bool CanScale(const PICTURE& _picture) { return _picture.IsPlanar() || IsPacked422(_picture.fccType); }
+
+}  // namespace
+
+bool IsPacked422(eZrFCC _fccType) { return _fccType == eZrFCC_UYVY || _fccType == eZrFCC_HDYC || LumaFirst(_fccType); }
+
+HRESULT ScalePackedRows(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst,
+                        const RESIZE_PARAMS& _params) {
+    RowConverter converter;
+    HRESULT hr = RowConverter::Make(_src.fccType, _dst.fccType, converter);
+    if (Failed(hr)) return hr;
+    VERTICAL_PASS down;
+    hr = _engine.arrDown[0].Prepare(_src.Height(), _dst.Height(), _params.dblWidth, _params.nFlags, down);
+    if (Failed(hr)) return hr;
+    const bool bReorder = !SameFamily(_src.fccType, _dst.fccType);
+    const auto nPixels = static_cast<size_t>(_dst.Width());
+    const int32_t nSlices = SliceCount(_engine.bMultiThread);
+    const size_t cbSlice = ScratchRowBytes(2 * nPixels);
+    uint8_t* pScratch = Scratch(_engine.rows, uint64_t{cbSlice} * static_cast<uint64_t>(nSlices));
+    if (!pScratch) return E_OUTOFMEMORY;
+    RunSlices(nSlices, _dst.Height(), [&](int32_t _nSlice, int32_t _nFirst, int32_t _nEnd) {
+        uint8_t* pMiddle = pScratch + static_cast<size_t>(_nSlice) * cbSlice;
+        for (int32_t y = _nFirst; y < _nEnd; ++y) {
+            uint8_t* pDst = _dst.Packed().Row(y);
+            const uint8_t* pRow = VerticalRow(down, _src.Packed(), y, bReorder ? pMiddle : pDst, 2 * nPixels);
+            if (pRow != pDst) converter(pRow, pDst, nPixels);
+        }
+    });
+    return S_OK;
+}
+
+HRESULT ScaleIntoPacked(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst,
+                        const RESIZE_PARAMS& _params) {
+    if (!CanScale(_src)) return E_INVALIDARG;
+    PACKED_JOB job{_src,
+                   _dst,
+                   {},
+                   {},
+                   _engine.arrAcross[0],
+                   _engine.arrAcross[1],
+                   ScratchRowBytes(static_cast<size_t>(_src.Width())),
+                   ScratchRowBytes(static_cast<size_t>(_dst.Width()))};
+    HRESULT hr = PreparePasses(_engine, _src, _dst, _params, job);
+    if (Succeeded(hr)) hr = _engine.arrAcross[0].Init(_src.Width(), _dst.Width(), _params.eMode);
+    if (Succeeded(hr)) hr = _engine.arrAcross[1].Init(ChromaWidth(_src), _dst.Width() / 2, _params.eMode);
+    if (Failed(hr)) return hr;
+    const int32_t nSlices = SliceCount(_engine.bMultiThread);
+    uint8_t* pScratch = Scratch(_engine.rows, uint64_t{job.ScratchBytes()} * static_cast<uint64_t>(nSlices));
+    if (!pScratch) return E_OUTOFMEMORY;
+    RunSlices(nSlices, _dst.Height(), [&](int32_t _nSlice, int32_t _nFirst, int32_t _nEnd) {
+        uint8_t* pMine = pScratch + static_cast<size_t>(_nSlice) * job.ScratchBytes();
+        for (int32_t y = _nFirst; y < _nEnd; ++y) MakePackedRow(job, y, pMine);
+    });
+    return S_OK;
+}
+
+HRESULT ScaleByPlanes(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced,
+                      const RESIZE_PARAMS& _params) {
+    if (!CanScale(_src) || !CanScale(_dst)) return E_INVALIDARG;
+    PLANE arrSrc[3], arrDst[3];
+    HRESULT hr = PlanesFor(_engine.srcPlanes, _src, arrSrc);
+    if (Succeeded(hr)) hr = PlanesFor(_engine.dstPlanes, _dst, arrDst);
+    if (Failed(hr)) return hr;
+    FillPlanes(_src, arrSrc);
+    RESIZE_PARAMS params = _params;
+    for (int32_t n = 0; n < 3 && Succeeded(hr); ++n) {
+        hr = ResizePlane_I(_engine, arrSrc[n], arrDst[n], 1, n, _bInterlaced, params);
+        params.dblWidth = _params.dblWidth / 2;
+        params.nSharpness = 0;
+    }
+    if (Failed(hr)) return hr;
+    TakeFromPlanes(_dst, arrDst);
+    return S_OK;
+}
+
+}  // namespace zr
