@@ -22,6 +22,9 @@ bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
 
 XMLNodeBase::~XMLNodeBase() {
     delete pObjects.load(std::memory_order_relaxed);
+    // The lists may stand in the source's memory: they end before it is let go.
+    arrChildren.Clear();
+    arrAttributes.Clear();
     if (pSource) pSource->ReleaseHolders(1);
 }
 
