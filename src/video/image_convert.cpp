@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "media/pixel_format.h"
+#include "video/kernels/packed_row.h"
 #include "video/resize_sharpen.h"
 #include "video/row_converter.h"
 #include "video/scale_packed.h"
@@ -15,10 +16,9 @@ namespace {
 
 // ---- Pictures cut to rectangles
 
-// The part of a picture in a rectangle inside it. False: a v210 row cannot be cut there.
-bool CutPicture(const PICTURE& _whole, const tagRECT& _rect, PICTURE& _part) {
-    _part = _whole;
-    if (_whole.fccType == eZrFCC_v210 && _rect.left % 6 != 0) return false;
+// The part of a picture in a rectangle inside it.
+PICTURE CutPicture(const PICTURE& _whole, const tagRECT& _rect) {
+    PICTURE part = _whole;
     const PLANE& luma = _whole.arrPlanes[0];
     for (int32_t n = 0; n < _whole.nPlanes; ++n) {
         const PLANE& plane = _whole.arrPlanes[n];
@@ -30,9 +30,15 @@ bool CutPicture(const PICTURE& _whole, const tagRECT& _rect, PICTURE& _part) {
             nLeftBytes = _rect.left / 6 * 16;
         else if (!_whole.IsPlanar())
             nLeftBytes = ptrdiff_t{_rect.left} * PixelFormatBits(_whole.fccType) / 8;
-        _part.arrPlanes[n] = {plane.Row(nTop) + nLeftBytes, plane.nStride, RectWidth(_rect) / nAcross, nBottom - nTop};
+        part.arrPlanes[n] = {plane.Row(nTop) + nLeftBytes, plane.nStride, RectWidth(_rect) / nAcross, nBottom - nTop};
     }
-    return true;
+    return part;
+}
+
+// A v210 row is cut between groups of six pixels only.
+bool CanCut(const PICTURE& _whole, const tagRECT& _rect) {
+    if (_whole.fccType != eZrFCC_v210) return true;
+    return _rect.left % 6 == 0 && (_rect.right % 6 == 0 || _rect.right == _whole.Width());
 }
 
 // A packed picture in scratch, from top to bottom. Null plane: no memory.
@@ -49,13 +55,17 @@ PICTURE ScratchPicture(ScratchBuffer& _buffer, eZrFCC _fccType, int32_t _nWidth,
 
 // ---- Change of format at equal size
 
+// Bytes of a row of a plane that hold its samples.
+size_t SampleBytes(const PICTURE& _picture, int32_t _nPlane) {
+    if (_picture.fccType == eZrFCC_v210) return V210GroupBytes(static_cast<size_t>(_picture.Width()));
+    return PlaneRowBytes(_picture, _nPlane);
+}
+
 HRESULT ConvertColours(const ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst) {
-    if (_src.IsPlanar() || _dst.IsPlanar()) {
-        if (_src.fccType != _dst.fccType) return kTypeNotAccepted;
-        for (int32_t n = 0; n < _src.nPlanes; ++n)
+    if (SameFamily(_src.fccType, _dst.fccType)) {
+        for (int32_t n = 0; n < _dst.nPlanes; ++n)
             for (int32_t y = 0; y < _dst.arrPlanes[n].nHeight; ++y)
-                std::memcpy(_dst.arrPlanes[n].Row(y), _src.arrPlanes[n].Row(y),
-                            static_cast<size_t>(_dst.arrPlanes[n].nWidth));
+                std::memcpy(_dst.arrPlanes[n].Row(y), _src.arrPlanes[n].Row(y), SampleBytes(_dst, n));
         return S_OK;
     }
     RowConverter converter;
@@ -70,8 +80,7 @@ HRESULT ConvertColours(const ScalingEngine& _engine, const PICTURE& _src, const 
 
 // v210 has no bytes that could be scaled or cut anywhere: its rows become UYVY first, from their start on.
 HRESULT UnpackV210(ScalingEngine& _engine, const PICTURE& _whole, tagRECT& _rect, PICTURE& _picture) {
-    PICTURE rows;
-    CutPicture(_whole, {0, _rect.top, _rect.right, _rect.bottom}, rows);
+    const PICTURE rows = CutPicture(_whole, {0, _rect.top, _rect.right, _rect.bottom});
     _picture = ScratchPicture(_engine.converted, eZrFCC_UYVY, rows.Width(), rows.Height());
     if (!_picture.Packed().pTop) return E_OUTOFMEMORY;
     _rect = {_rect.left, 0, _rect.right, _rect.bottom - _rect.top};
@@ -149,8 +158,9 @@ HRESULT ScaleIntoV210(ScalingEngine& _engine, const PICTURE& _src, const PICTURE
 
 HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PICTURE& _dstWhole, tagRECT _srcRect,
                      const tagRECT& _dstRect, bool _bInterlaced, RESIZE_PARAMS _params) {
-    PICTURE src = _srcWhole, dst;
-    if (!CutPicture(_dstWhole, _dstRect, dst)) return E_INVALIDARG;
+    if (!CanCut(_dstWhole, _dstRect)) return E_INVALIDARG;
+    const PICTURE dst = CutPicture(_dstWhole, _dstRect);
+    PICTURE src = _srcWhole;
     const int32_t nWidth = RectWidth(_dstRect), nHeight = RectHeight(_dstRect);
     const bool bToSame = RectWidth(_srcRect) == nWidth && RectHeight(_srcRect) == nHeight && _params.nSharpness == 0 &&
                          _params.nFlags == 0;
@@ -158,8 +168,7 @@ HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PIC
         const HRESULT hr = UnpackV210(_engine, _srcWhole, _srcRect, src);
         if (Failed(hr)) return hr;
     }
-    const PICTURE whole = src;
-    CutPicture(whole, _srcRect, src);
+    src = CutPicture(src, _srcRect);
     if (bToSame) return ConvertColours(_engine, src, dst);
 
     _params.dblWidth = FilterWidth(_params.eMode, _params.nSharpness);

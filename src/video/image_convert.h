@@ -18,7 +18,7 @@ namespace zr {
 // that becomes YCbCr afterwards.
 //
 // S_OK; S_FALSE: nothing of the rectangles is inside. E_POINTER: a null picture. E_INVALIDARG: sizes, strides or
-// rectangles that cannot be, a format that cannot be scaled, or a v210 destination whose left is not a multiple of six
+// rectangles that cannot be, a format that cannot be scaled, or a v210 destination that would cut a group of six
 // pixels. kTypeNotAccepted, E_FAIL: no way between the two formats. E_OUTOFMEMORY: no scratch. Nothing is written then.
 HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps,
                     const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,

@@ -27,7 +27,7 @@ void AddChroma(uint8_t* _pBehindLuma, ptrdiff_t _nLumaStride, const CHROMA_LAYOU
     const PLANE& luma = _picture.arrPlanes[0];
     PLANE chroma;
     chroma.nWidth = _layout.nPlanes == 1 ? luma.nWidth : luma.nWidth >> _layout.nWidthShift;
-    chroma.nHeight = (luma.nHeight + _layout.nHeightShift) >> _layout.nHeightShift;
+    chroma.nHeight = luma.nHeight >> _layout.nHeightShift;
     chroma.nStride = _layout.nPlanes == 1 ? _nLumaStride : _nLumaStride >> _layout.nWidthShift;
     chroma.pTop = _pBehindLuma;
     _picture.nPlanes = 1 + _layout.nPlanes;
@@ -65,7 +65,10 @@ HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _pictu
     if (_props.nWidth < 1 || _props.nWidth > kMaxPictureSide || nHeight < 1 || nHeight > kMaxPictureSide)
         return E_INVALIDARG;
     if (_props.nRowBytes < 0 || nLeastRow < 1) return E_INVALIDARG;
+    CHROMA_LAYOUT layout;
+    const bool bPlanar = ChromaLayout(_props.fccType, layout);
     if (HasChromaPairs(_props.fccType) && _props.nWidth % 2 != 0) return E_INVALIDARG;
+    if (bPlanar && layout.nHeightShift > 0 && nHeight % 2 != 0) return E_INVALIDARG;
 
     const ptrdiff_t nStride = _props.nRowBytes > nLeastRow ? _props.nRowBytes : nLeastRow;
     _picture.fccType = _props.fccType;
@@ -77,8 +80,7 @@ HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _pictu
         plane.pTop += (nHeight - 1) * nStride;
         plane.nStride = -nStride;
     }
-    CHROMA_LAYOUT layout;
-    if (ChromaLayout(_props.fccType, layout)) AddChroma(_pBuffer + nStride * nHeight, nStride, layout, _picture);
+    if (bPlanar) AddChroma(_pBuffer + nStride * nHeight, nStride, layout, _picture);
     return S_OK;
 }
 

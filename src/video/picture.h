@@ -38,7 +38,7 @@ struct PICTURE {
 // The picture at _pBuffer, its first byte in memory. Row bytes that are absent or too small for the width (but not
 // negative) become the least ones.
 // E_POINTER: no buffer. E_INVALIDARG: width or height below 1 or above kMaxPictureSide, negative row bytes, an odd
-// width of a format with shared chroma, or an unknown pixel format.
+// width of a format with shared chroma, an odd height of one that shares it between lines, or an unknown pixel format.
 HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _picture);
 
 // Bytes of a row of samples without padding: the packed width of a plane 0, or the samples of another plane.
