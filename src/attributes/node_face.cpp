@@ -2,6 +2,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "attributes/interface_call.h"
 #include "attributes/schema.h"
@@ -39,10 +40,9 @@ HRESULT CutInner(std::u16string_view _xml, std::u16string_view& _inner) {
 // Moves what was read into _source over to _target.
 void TakeOver(XMLNodeBase& _source, XMLNodeBase& _target) {
     _target.CopyAttributesFrom(_source, eZrUT_Update);
-    for (XMLNodeRef& pChild : _source.ChildNodes()) {
-        _source.RemoveChildNode(pChild.Get());
-        _target.InsertChildNode(std::move(pChild));
-    }
+    std::vector<XMLNodeRef> arrChildren = _source.ChildNodes();
+    _source.RemoveChildren();  // all at once: one by one would take the square of their number
+    for (XMLNodeRef& pChild : arrChildren) _target.InsertChildNode(std::move(pChild));
 }
 
 }  // namespace

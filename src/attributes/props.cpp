@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "attributes/attribute_line.h"
 #include "attributes/attribute_set.h"
@@ -38,6 +39,22 @@ HRESULT GivePair(std::u16string_view _first, BSTR* _pbsFirst, std::u16string_vie
     return hr;
 }
 
+// The children of one name, in order, and which of them is the next to be merged into.
+struct PRESENT {
+    std::vector<XMLNodeRef> arrNodes;
+    size_t nNext = 0;
+};
+
+std::map<uint64_t, PRESENT> PresentChildren(const XMLNodeBase& _node) {
+    std::map<uint64_t, PRESENT> mapPresent;
+    for (XMLNodeRef& pChild : _node.ChildNodes()) {
+        if (pChild->IsText()) continue;
+        const std::u16string strName = pChild->Name();
+        mapPresent[NameHash(strName)].arrNodes.push_back(std::move(pChild));
+    }
+    return mapPresent;
+}
+
 // Puts what _source holds into _target: values over values, nodes into the nodes of their name, in order, where there
 // are any. _source is used up. Without recursion, for trees of any depth.
 void Merge(XMLNodeBase& _source, XMLNodeBase& _target) {
@@ -46,20 +63,21 @@ void Merge(XMLNodeBase& _source, XMLNodeBase& _target) {
         const auto [pSource, pTarget] = std::move(arrOpen.back());
         arrOpen.pop_back();
         pTarget->CopyAttributesFrom(*pSource, eZrUT_Update);
-        std::map<uint64_t, size_t> mapOccurrences;
-        for (XMLNodeRef& pChild : pSource->ChildNodes()) {
+        // Taken out all at once and looked up in a map: one by one either would take the square of their number.
+        std::vector<XMLNodeRef> arrChildren = pSource->ChildNodes();
+        pSource->RemoveChildren();
+        std::map<uint64_t, PRESENT> mapPresent = PresentChildren(*pTarget);
+        for (XMLNodeRef& pChild : arrChildren) {
             if (pChild->IsText()) {
                 pTarget->SetText(pChild->Text());
                 continue;
             }
             const std::u16string strName = pChild->Name();
-            const NameKey key{std::u16string_view(strName)};
-            if (XMLNodeRef pPresent = pTarget->FindChildNode(key, mapOccurrences[key.nHash]++)) {
-                arrOpen.emplace_back(std::move(pChild), std::move(pPresent));
-            } else {
-                pSource->RemoveChildNode(pChild.Get());
+            PRESENT& present = mapPresent[NameHash(strName)];
+            if (present.nNext < present.arrNodes.size())
+                arrOpen.emplace_back(std::move(pChild), present.arrNodes[present.nNext++]);
+            else
                 pTarget->InsertChildNode(std::move(pChild));
-            }
         }
     }
 }
