@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
+#include <optional>
 
 #include "attributes/name_path.h"
 
@@ -159,7 +161,8 @@ void XMLNodeBase::SetTag(std::u16string_view _tag) {
 void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (bText) return;
     const XMLNodeRef pUp = ParentNode();
-    if (pUp) pUp->lockChildren.EnterWrite("XMLNodeBase::RenameNode");
+    std::optional<CRWWriteScope<CRWSynchroLiteCS>> lockUp;
+    if (pUp) lockUp.emplace(pUp->lockChildren, "XMLNodeBase::RenameNode");
     {
         CRWWriteScope lock(lockAttributes, "XMLNodeBase::RenameNode");
         if (_bById && strType.Empty()) strType.Assign(name.Text());
@@ -168,7 +171,6 @@ void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) ZR_NO_THREA
     if (pUp) {
         const size_t i = pUp->FindChildPosition(this);
         if (i != pUp->arrChildren.kNone && pUp->arrChildren.NameAt(i) != _name) pUp->arrChildren.Rename(i, _name);
-        pUp->lockChildren.LeaveWrite();
     }
 }
 
@@ -230,9 +232,16 @@ bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
 
     CRWWriteScope lock(lockChildren, "XMLNodeBase::InsertChildNode");
     const bool bAppend = _nPosition < 0 || static_cast<size_t>(_nPosition) > arrChildren.Size();
-    _pChild->pParent.store(this, std::memory_order_release);
-    arrChildren.Insert(bAppend ? arrChildren.Size() : static_cast<size_t>(_nPosition), _pChild->bText ? nullptr : &key,
-                       _pChild);
+    // Whoever puts itself in as the parent first has the child.
+    XMLNodeBase* pNone = nullptr;
+    if (!_pChild->pParent.compare_exchange_strong(pNone, this, std::memory_order_acq_rel)) return false;
+    try {
+        arrChildren.Insert(bAppend ? arrChildren.Size() : static_cast<size_t>(_nPosition),
+                           _pChild->bText ? nullptr : &key, _pChild);
+    } catch (const std::bad_alloc&) {
+        _pChild->pParent.store(nullptr, std::memory_order_release);
+        throw;
+    }
     return true;
 }
 

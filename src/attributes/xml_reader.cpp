@@ -174,10 +174,9 @@ bool XMLReader::ReadTopTag() ZR_NO_THREAD_SAFETY_ANALYSIS {
     XML_TAG tag;
     do {
         tag = NextTag();
-        if (tag.eKind == XML_TAG::Kind::kNone) return false;
+        if (tag.eKind == XML_TAG::Kind::kNone || tag.eKind == XML_TAG::Kind::kNameless) return false;
         pText = tag.pBehind;
-    } while (tag.eKind == XML_TAG::Kind::kSkipped || tag.eKind == XML_TAG::Kind::kNameless ||
-             tag.eKind == XML_TAG::Kind::kClosing);
+    } while (tag.eKind == XML_TAG::Kind::kSkipped || tag.eKind == XML_TAG::Kind::kClosing);
     bBody = tag.eKind == XML_TAG::Kind::kOpen;
     if (tag.eKind == XML_TAG::Kind::kCData) {
         top.name = AttrValue::PartOfSource(tag.name);

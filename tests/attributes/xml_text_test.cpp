@@ -97,7 +97,7 @@ TEST(XmlReader, TakesAnyTextInItsOwnWay) {
 TEST(XmlReader, SaysWhenNothingOpensATag) {
     const XMLNodePtr p = NodeOf("<a b='1'>c</a>");
     EXPECT_EQ(p->Parse(static_cast<const char16_t*>(nullptr)), E_INVALIDARG);
-    for (const char16_t* sz : {u"", u"text", u"</a>", u"<!-- <a>", u"<?a", u"<"}) {
+    for (const char16_t* sz : {u"", u"text", u"</a>", u"<!-- <a>", u"<?a", u"<", u"< ><a/>"}) {
         EXPECT_EQ(p->Parse(sz), E_INVALIDARG) << ToUtf8(sz);
         EXPECT_EQ(p->ChildCount() + p->AttributeCount(), 0u);
     }
