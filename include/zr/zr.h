@@ -28,3 +28,4 @@
 #include "zr/transport.h"
 #include "zr/unknown.h"
 #include "zr/utf8.h"
+#include "zr/writer.h"
