@@ -14,32 +14,7 @@ namespace zr {
 
 namespace {
 
-// ---- Pictures cut to rectangles
-
-// The part of a picture in a rectangle inside it.
-PICTURE CutPicture(const PICTURE& _whole, const tagRECT& _rect) {
-    PICTURE part = _whole;
-    const PLANE& luma = _whole.arrPlanes[0];
-    for (int32_t n = 0; n < _whole.nPlanes; ++n) {
-        const PLANE& plane = _whole.arrPlanes[n];
-        const int32_t nAcross = n > 0 && _whole.nPlanes == 3 && plane.nWidth != luma.nWidth ? 2 : 1;
-        const int32_t nDown = n > 0 && plane.nHeight != luma.nHeight ? 2 : 1;
-        const int32_t nTop = _rect.top / nDown, nBottom = (_rect.bottom + nDown - 1) / nDown;
-        ptrdiff_t nLeftBytes = _rect.left / nAcross;
-        if (_whole.fccType == eZrFCC_v210)
-            nLeftBytes = _rect.left / 6 * 16;
-        else if (!_whole.IsPlanar())
-            nLeftBytes = ptrdiff_t{_rect.left} * PixelFormatBits(_whole.fccType) / 8;
-        part.arrPlanes[n] = {plane.Row(nTop) + nLeftBytes, plane.nStride, RectWidth(_rect) / nAcross, nBottom - nTop};
-    }
-    return part;
-}
-
-// A v210 row is cut between groups of six pixels only.
-bool CanCut(const PICTURE& _whole, const tagRECT& _rect) {
-    if (_whole.fccType != eZrFCC_v210) return true;
-    return _rect.left % 6 == 0 && (_rect.right % 6 == 0 || _rect.right == _whole.Width());
-}
+// ---- Pictures in scratch
 
 // A packed picture in scratch, from top to bottom. Null plane: no memory.
 PICTURE ScratchPicture(ScratchBuffer& _buffer, eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight) {
@@ -54,12 +29,6 @@ PICTURE ScratchPicture(ScratchBuffer& _buffer, eZrFCC _fccType, int32_t _nWidth,
 }
 
 // ---- Change of format at equal size
-
-// Bytes of a row of a plane that hold its samples.
-size_t SampleBytes(const PICTURE& _picture, int32_t _nPlane) {
-    if (_picture.fccType == eZrFCC_v210) return V210GroupBytes(static_cast<size_t>(_picture.Width()));
-    return PlaneRowBytes(_picture, _nPlane);
-}
 
 HRESULT ConvertColours(const ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst) {
     if (SameFamily(_src.fccType, _dst.fccType)) {
@@ -158,7 +127,7 @@ HRESULT ScaleIntoV210(ScalingEngine& _engine, const PICTURE& _src, const PICTURE
 
 HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PICTURE& _dstWhole, tagRECT _srcRect,
                      const tagRECT& _dstRect, bool _bInterlaced, RESIZE_PARAMS _params) {
-    if (!CanCut(_dstWhole, _dstRect)) return E_INVALIDARG;
+    if (!CanCutPicture(_dstWhole, _dstRect)) return E_INVALIDARG;
     const PICTURE dst = CutPicture(_dstWhole, _dstRect);
     PICTURE src = _srcWhole;
     const int32_t nWidth = RectWidth(_dstRect), nHeight = RectHeight(_dstRect);

@@ -1,5 +1,7 @@
 #include "video/picture.h"
 
+#include "video/kernels/packed_row.h"
+
 namespace zr {
 
 namespace {
@@ -89,6 +91,35 @@ size_t PlaneRowBytes(const PICTURE& _picture, int32_t _nPlane) {
     if (_picture.IsPlanar()) return nWidth;
     if (_picture.fccType == eZrFCC_v210) return (nWidth + 47) / 48 * 128;
     return (nWidth * static_cast<size_t>(PixelFormatBits(_picture.fccType)) + 7) / 8;
+}
+
+size_t SampleBytes(const PICTURE& _picture, int32_t _nPlane) {
+    if (_picture.fccType == eZrFCC_v210) return V210GroupBytes(static_cast<size_t>(_picture.Width()));
+    return PlaneRowBytes(_picture, _nPlane);
+}
+
+PICTURE CutPicture(const PICTURE& _whole, const tagRECT& _rect) {
+    PICTURE part = _whole;
+    const PLANE& luma = _whole.arrPlanes[0];
+    for (int32_t n = 0; n < _whole.nPlanes; ++n) {
+        const PLANE& plane = _whole.arrPlanes[n];
+        const int32_t nAcross = n > 0 && _whole.nPlanes == 3 && plane.nWidth != luma.nWidth ? 2 : 1;
+        const int32_t nDown = n > 0 && plane.nHeight != luma.nHeight ? 2 : 1;
+        const int32_t nTop = _rect.top / nDown, nBottom = (_rect.bottom + nDown - 1) / nDown;
+        const int32_t nWidth = _rect.right - _rect.left;
+        ptrdiff_t nLeftBytes = _rect.left / nAcross;
+        if (_whole.fccType == eZrFCC_v210)
+            nLeftBytes = _rect.left / 6 * 16;
+        else if (!_whole.IsPlanar())
+            nLeftBytes = ptrdiff_t{_rect.left} * PixelFormatBits(_whole.fccType) / 8;
+        part.arrPlanes[n] = {plane.Row(nTop) + nLeftBytes, plane.nStride, nWidth / nAcross, nBottom - nTop};
+    }
+    return part;
+}
+
+bool CanCutPicture(const PICTURE& _whole, const tagRECT& _rect) {
+    if (_whole.fccType != eZrFCC_v210) return true;
+    return _rect.left % 6 == 0 && (_rect.right % 6 == 0 || _rect.right == _whole.Width());
 }
 
 }  // namespace zr

@@ -43,6 +43,13 @@ HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _pictu
 
 // Bytes of a row of samples without padding: the packed width of a plane 0, or the samples of another plane.
 size_t PlaneRowBytes(const PICTURE& _picture, int32_t _nPlane);
+// Of these, those that hold samples: v210 pads its rows to more.
+size_t SampleBytes(const PICTURE& _picture, int32_t _nPlane);
+
+// The part of a picture in a rectangle inside it; of shared chroma, what the rectangle touches downwards.
+PICTURE CutPicture(const PICTURE& _whole, const tagRECT& _rect);
+// v210 is cut between groups of six pixels only, and at its right edge.
+bool CanCutPicture(const PICTURE& _whole, const tagRECT& _rect);
 
 // HDYC counts as UYVY, RGB32 as ARGB32: the bytes are the same, only their meaning differs.
 eZrFCC FamilyOf(eZrFCC _fccType);

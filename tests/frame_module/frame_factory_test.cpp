@@ -49,9 +49,18 @@ TEST(FrameFactory, ColoursFillEveryByte) {
         {kFCC_RGB555, u"color=FF8040", S_OK, 2, {0x08, 0x7E}},            // 0 11111 10000 01000
         {kFCC_r210, u"color=FF8000", S_OK, 4, {0x3F, 0xF8, 0x08, 0x00}},  // 1023 514 0
         {eZrFCC_RGB8, nullptr, S_OK, 40, {0, 0}},
-        {eZrFCC_UYVY, u"color=red", E_NOTIMPL, 0, {}},
-        {eZrFCC_I420, u"color=white", E_NOTIMPL, 0, {}},
-        {eZrFCC_RGB8, u"color=white", E_NOTIMPL, 0, {}},
+        {eZrFCC_RGB8, u"color=white", S_OK, 40, {255, 255}},
+        // Studio range by the standard's weights; red in BT.709 by its truncating matrix.
+        {eZrFCC_UYVY, u"color=red", S_OK, 4, {90, 81, 240, 81}},
+        {eZrFCC_HDYC, u"color=red", S_OK, 4, {102, 62, 239, 62}},
+        {eZrFCC_YUY2, u"color=blue", S_OK, 88, {41, 240, 41, 110}},
+        {eZrFCC_YVYU, u"color=blue", S_OK, 88, {41, 110, 41, 240}},
+        {eZrFCC_I420, u"color=red", S_OK, 46, {81, 81, 90, 90}},
+        {eZrFCC_YV12, u"color=red", S_OK, 46, {81, 81, 240, 240}},
+        {eZrFCC_NV12, u"color=red", S_OK, 68, {90, 240}},
+        {kFCC_Y444, u"color=red", S_OK, 94, {90, 90, 240, 240}},
+        // Cb 90, Y 81, Cr 240 times four: words 0x3C051168, 0x14416944 (then Cr Y Cb, Y Cr Y).
+        {eZrFCC_v210, u"color=red", S_OK, 384, {0x68, 0x11, 0x05, 0x3C, 0x44, 0xA1, 0x45, 0x14}},
     };
     for (const auto& c : arrCases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.fccType);
