@@ -5,6 +5,7 @@
 
 #include "media/vid_props.h"
 #include "platform/thread_pool.h"
+#include "platform/wide_text.h"
 #include "video/kernels/packed_row.h"
 #include "video/picture.h"
 
@@ -59,6 +60,12 @@ void MirrorInPlace(uint8_t* _pRow, size_t _nUnits, const MIRROR_ROW& _mirror) {
 void SwapRows(uint8_t* _pA, uint8_t* _pB, size_t _cbRow) { std::swap_ranges(_pA, _pA + _cbRow, _pB); }
 
 }  // namespace
+
+eMirror ReadMirror(std::u16string_view _text) {
+    if (EqualNoCase(_text, u"horz")) return eMirror::Horz;
+    if (EqualNoCase(_text, u"vert")) return eMirror::Vert;
+    return EqualNoCase(_text, u"both") ? eMirror::Both : eMirror::None;
+}
 
 HRESULT MirrorPicture(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, eMirror _eMirror) {
     PICTURE picture;

@@ -6,6 +6,7 @@
 
 #include "media/vid_props.h"
 #include "platform/thread_pool.h"
+#include "platform/wide_text.h"
 #include "video/picture.h"
 
 namespace zr {
@@ -21,8 +22,12 @@ struct TURN {
     const PLANE& src;
     const PLANE& dst;
     bool bRight;
+    bool bFields;  // a row takes lines of its own field only
 
-    int32_t SrcLine(int32_t _nColumn) const { return bRight ? src.nHeight - 1 - _nColumn : _nColumn; }
+    int32_t SrcLine(int32_t _nColumn, int32_t _nRow) const {
+        const int32_t nLine = bRight ? src.nHeight - 1 - _nColumn : _nColumn;
+        return bFields ? std::min((nLine & ~1) | (_nRow & 1), src.nHeight - 1) : nLine;
+    }
     int32_t SrcColumn(int32_t _nRow) const { return bRight ? _nRow : src.nWidth - 1 - _nRow; }
 };
 
@@ -32,7 +37,7 @@ void TurnTile(const TURN& _turn, int32_t _nFirstRow, int32_t _nEndRow, int32_t _
         const ptrdiff_t nColumnBytes = static_cast<ptrdiff_t>(kBytes) * _turn.SrcColumn(nRow);
         uint8_t* pDst = _turn.dst.Row(nRow) + static_cast<ptrdiff_t>(kBytes) * _nFirstColumn;
         for (int32_t nColumn = _nFirstColumn; nColumn < _nEndColumn; ++nColumn, pDst += kBytes)
-            std::memcpy(pDst, _turn.src.Row(_turn.SrcLine(nColumn)) + nColumnBytes, kBytes);
+            std::memcpy(pDst, _turn.src.Row(_turn.SrcLine(nColumn, nRow)) + nColumnBytes, kBytes);
     }
 }
 
@@ -44,8 +49,8 @@ void TurnTile422(const TURN& _turn, int32_t _nFirstRow, int32_t _nEndRow, int32_
         const ptrdiff_t nLuma = 2 * nSrcColumn + kLumaAt, nCb = nSrcColumn / 2 * 4 + 1 - kLumaAt, nCr = nCb + 2;
         uint8_t* pDst = _turn.dst.Row(nRow) + 2 * _nFirstColumn;
         for (int32_t nColumn = _nFirstColumn; nColumn < _nEndColumn; nColumn += 2, pDst += 4) {
-            const uint8_t* p0 = _turn.src.Row(_turn.SrcLine(nColumn));
-            const uint8_t* p1 = _turn.src.Row(_turn.SrcLine(nColumn + 1));
+            const uint8_t* p0 = _turn.src.Row(_turn.SrcLine(nColumn, nRow));
+            const uint8_t* p1 = _turn.src.Row(_turn.SrcLine(nColumn + 1, nRow));
             pDst[kLumaAt] = p0[nLuma];
             pDst[kLumaAt + 2] = p1[nLuma];
             pDst[1 - kLumaAt] = static_cast<uint8_t>((p0[nCb] + p1[nCb] + 1) >> 1);
@@ -71,6 +76,11 @@ Tile ChooseTile(eZrFCC _fccType) {
 }
 
 }  // namespace
+
+eRotate ReadRotate(std::u16string_view _text) {
+    if (EqualNoCase(_text, u"right")) return eRotate::Right;
+    return EqualNoCase(_text, u"left") ? eRotate::Left : eRotate::None;
+}
 
 ZR_VID_PROPS RotatedProps(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS* _pWanted) {
     ZR_VID_PROPS props = _srcProps;
@@ -99,7 +109,7 @@ HRESULT RotatePicture(const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps, uint8
         _eRotate == eRotate::None)
         return E_INVALIDARG;
 
-    const TURN turn{src.Packed(), dst.Packed(), _eRotate == eRotate::Right};
+    const TURN turn{src.Packed(), dst.Packed(), _eRotate == eRotate::Right, InterlaceClass(&_srcProps) != 0};
     ParallelRows((dst.Height() + kTile - 1) / kTile, 2, [&](int32_t _nFirst, int32_t _nEnd) {
         for (int32_t y = _nFirst * kTile; y < std::min(_nEnd * kTile, dst.Height()); y += kTile)
             for (int32_t x = 0; x < dst.Width(); x += kTile)

@@ -2,6 +2,9 @@
 
 #include "media/pixel_format.h"
 #include "support/row_test.h"
+#include "video/copy_frame.h"
+#include "video/crop.h"
+#include "video/deinterlace.h"
 #include "video/mirror.h"
 #include "video/picture.h"
 #include "video/rotate.h"
@@ -133,6 +136,113 @@ TEST(RotatePicture, OddSizesLoseALineAndMisfitsAreRefused) {
     EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), Props(eZrFCC_UYVY, 6, 8), eRotate::Left), E_INVALIDARG);
     EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), Props(eZrFCC_YUY2, 4, 8), eRotate::Left), E_INVALIDARG);
     EXPECT_EQ(RotatePicture(src.data(), Props(eZrFCC_I420, 8, 4), dst.data(), turned, eRotate::Left), E_NOTIMPL);
+}
+
+// A row of a turned interlaced picture has pixels of its own field only.
+TEST(RotatePicture, FieldsStayApart) {
+    ZR_VID_PROPS props = Props(eZrFCC_RGB32, 40, -36);
+    props.eInterlace = eZrI_Field2First;
+    const Bytes src = Noise(props);
+    for (const eRotate e : {eRotate::Right, eRotate::Left}) {
+        const ZR_VID_PROPS turned = RotatedProps(props, nullptr);
+        Bytes dst(PictureBytes(turned));
+        ASSERT_EQ(RotatePicture(src.data(), props, dst.data(), turned, e), S_OK);
+        for (int32_t y = 0; y < 40; ++y)
+            for (int32_t x = 0; x < 36; ++x) {
+                const int32_t nLine = (e == eRotate::Right ? 35 - x : x) / 2 * 2 + y % 2;
+                ASSERT_EQ(PixelAt(dst, turned, x, y), PixelAt(src, props, e == eRotate::Right ? y : 39 - y, nLine))
+                    << x << ' ' << y;
+            }
+    }
+}
+
+// A colour gradient whose chroma changes from pair to pair, mirrored as 4:2:2, against the same gradient mirrored as
+// RGB: a swap of the two kinds of chroma, or chroma one pair off, would be far away.
+TEST(MirrorPicture, ColoursOfARealPictureStayRight) {
+    constexpr int32_t kWidth = 256, kHeight = 16;
+    const ZR_VID_PROPS rgb = Props(eZrFCC_RGB32, kWidth, -kHeight);
+    Bytes picture(PictureBytes(rgb));
+    for (int32_t y = 0; y < kHeight; ++y)
+        for (int32_t x = 0; x < kWidth; ++x) {
+            uint8_t* p = &picture[static_cast<size_t>(y * rgb.nRowBytes + 4 * x)];
+            p[0] = static_cast<uint8_t>(x < 96 ? 220 : 30 + x / 4);  // a blue third, then an edge
+            p[1] = static_cast<uint8_t>(x / 2 + 8 * y);
+            p[2] = static_cast<uint8_t>(x < 96 ? 20 : 240 - x / 4);
+        }
+    for (const eZrFCC fcc : {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_YUY2, eZrFCC_YVYU}) {
+        SCOPED_TRACE(PixelFormatBits(fcc));
+        const ZR_VID_PROPS props = Props(fcc, kWidth, kHeight);
+        Bytes yuv(PictureBytes(props)), back(picture.size()), want = picture;
+        ASSERT_EQ(CopyFrameCC(picture.data(), yuv.data(), rgb, props, 0), S_OK);
+        ASSERT_EQ(MirrorPicture(yuv.data(), props, eMirror::Horz), S_OK);
+        ASSERT_EQ(CopyFrameCC(yuv.data(), back.data(), props, rgb, 0), S_OK);
+        ASSERT_EQ(MirrorPicture(want.data(), rgb, eMirror::Horz), S_OK);
+        for (int32_t y = 0; y < kHeight; ++y)
+            for (int32_t x = 0; x < 4 * kWidth; ++x) {
+                if (x % 4 == 3) continue;
+                const auto nByte = static_cast<size_t>(y * rgb.nRowBytes + x);
+                ASSERT_NEAR(back[nByte], want[nByte], 5) << x / 4 << ' ' << y << ' ' << x % 4;
+            }
+    }
+}
+
+struct CROP_CASE {
+    const char16_t* szText;
+    HRESULT hr;
+    tagRECT rect;
+};
+constexpr CROP_CASE arrCrops[] = {
+    {u"10", S_OK, {10, 10, 1910, 1070}},
+    {u"20 4", S_OK, {20, 4, 1900, 1076}},
+    {u"20,4,6", S_OK, {20, 4, 1900, 1074}},
+    {u"left 1; top 2; right 3; bottom 4; 5", S_OK, {1, 2, 1917, 1076}},
+    {u"0", S_OK, {0, 0, 1920, 1080}},
+    {u"08", S_OK, {8, 8, 1912, 1072}},
+    {u"-", E_INVALIDARG, {}},
+    {u"", E_INVALIDARG, {}},
+    {u"-4", E_INVALIDARG, {}},
+    {u"540", E_INVALIDARG, {}},  // no line is left
+    {u"2147483647", E_INVALIDARG, {}},
+};
+
+TEST(CropRect, CutsWhatTheTextLists) {
+    const ZR_VID_PROPS props = Props(eZrFCC_RGB32, 1920, -1080);
+    for (const CROP_CASE& c : arrCrops) {
+        SCOPED_TRACE(testing::PrintToString(std::u16string(c.szText)));
+        tagRECT rect{};
+        EXPECT_EQ(CropRect(c.szText, props, &rect), c.hr);
+        EXPECT_EQ(std::memcmp(&rect, &c.rect, sizeof(rect)), 0) << rect.left << ' ' << rect.top << ' ' << rect.right;
+    }
+}
+
+// Lines of the two fields differ by far: what comes out may only have been made of one of them.
+TEST(DeinterlacePicture, TakesOneFieldOnly) {
+    ScalingEngine engine;
+    for (const eZrFCC fcc : {eZrFCC_UYVY, eZrFCC_RGB32, eZrFCC_I420})
+        for (const int32_t nField : {1, 2})
+            for (const int32_t nHeight : {64, 48}) {
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << fcc << std::dec << " field " << nField << ' ' << nHeight);
+                const int32_t nSign = fcc == eZrFCC_RGB32 ? -1 : 1;
+                ZR_VID_PROPS srcProps = Props(fcc, 32, nSign * 64);
+                srcProps.eInterlace = eZrI_Field1First;
+                const ZR_VID_PROPS dstProps = Props(fcc, 32, nSign * nHeight);
+                Bytes src(PictureBytes(srcProps)), dst(PictureBytes(dstProps), 1);
+                for (size_t i = 0; i < src.size(); ++i) src[i] = 60;
+                for (int32_t y = 1; y < 64; y += 2)
+                    std::memset(&src[static_cast<size_t>(y * srcProps.nRowBytes)], 200,
+                                static_cast<size_t>(srcProps.nRowBytes));
+                ASSERT_EQ(DeinterlacePicture(engine, src.data(), dst.data(), srcProps, dstProps, nField,
+                                             eInterpolation::Linear),
+                          S_OK);
+                for (int32_t y = 0; y < nHeight; ++y)
+                    ASSERT_NEAR(dst[static_cast<size_t>(y * dstProps.nRowBytes) + 5], nField == 1 ? 60 : 200, 1) << y;
+            }
+    EXPECT_EQ(DeinterlaceField(Props(eZrFCC_UYVY, 2, 2)), 0);
+    uint8_t arr[64] = {};
+    EXPECT_EQ(DeinterlacePicture(engine, arr, arr + 32, Props(eZrFCC_UYVY, 4, 2), Props(eZrFCC_UYVY, 4, 2), 3,
+                                 eInterpolation::Linear),
+              E_INVALIDARG);
 }
 
 }  // namespace
