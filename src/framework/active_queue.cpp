@@ -5,6 +5,32 @@
 #include "platform/clock.h"
 
 namespace zr {
+namespace {
+
+// The calls to owners that this thread is in, innermost first.
+struct OWNER_CALL {
+    const ActiveQueue* pQueue;
+    const OWNER_CALL* pOuter;
+};
+thread_local const OWNER_CALL* pOwnerCalls = nullptr;
+
+bool IsInOwnerCall(const ActiveQueue& _queue) {
+    for (const OWNER_CALL* p = pOwnerCalls; p; p = p->pOuter)
+        if (p->pQueue == &_queue) return true;
+    return false;
+}
+
+}  // namespace
+
+// A call of Put, from before it touches the queue until after.
+class ActiveQueue::Putter {
+public:
+    explicit Putter(ActiveQueue& _queue) : evPutters(_queue.evPutters) { evPutters.Add(); }
+    ~Putter() { evPutters.Done(); }
+
+private:
+    CountdownEvent& evPutters;
+};
 
 void ActiveQueue::StoreBounds_I(int32_t _nBound1, int32_t _nBound2) {
     nMin = std::min(_nBound1, _nBound2);
@@ -78,19 +104,21 @@ int32_t ActiveQueue::Count() {
 // Putting
 
 int32_t ActiveQueue::Put(void* _pItem, void* _pDropped, int64_t _rtTimeout) {
-    if (!bThreadStarted.load(std::memory_order_acquire) && !StartThread()) return -1;
+    const Putter putter(*this);
     const int64_t rtDeadline = _rtTimeout > 0 ? DeadlineAfter(ClockNow(), _rtTimeout) : kNever;
     bool bMayWait = _rtTimeout != 0;
     for (;;) {
         int32_t nNow = -1;
         switch (TryPut(_pItem, _pDropped, bMayWait, nNow)) {
             case Attempt::Put: return nNow;
+            case Attempt::NoThread:
+                if (!StartThread()) return -1;
+                break;
             case Attempt::Full:
                 // Room is for whoever comes first, so the next attempt may find the queue full again.
                 bMayWait = WaitAnyUntil({&evClosed, &evRoom}, rtDeadline) != kWaitTimeout;
                 break;
-            case Attempt::Dropped: items.ReleaseDropped(_pDropped); break;
-            case Attempt::Refused: items.Overflow(_pItem); return -1;
+            case Attempt::Refused: TellOverflow(_pItem); return -1;
             case Attempt::Failed: return -1;
         }
     }
@@ -101,36 +129,43 @@ ActiveQueue::Attempt ActiveQueue::TryPut(void* _pItem, void* _pDropped, bool _bM
     {
         MutexLock lock(mtx);
         if (bClosed) return Attempt::Failed;
+        // An item without a thread would lie until the next put.
+        if (!bThreadStarted) return Attempt::NoThread;
         if (IsFull_I()) {
             if (_bMayWait) return Attempt::Full;
             if (pStatistics) pStatistics->AddCount(nStatOverflow, 1);
             if (!bDropOldest) return Attempt::Refused;
+            // One for one. What lowered bounds or an item that came back left over goes as the thread takes it.
             items.DropOldest(_pDropped);
             --nCount;
-            // Lowered bounds, or an item that came back, can leave more to drop.
-            if (IsFull_I()) {
-                CountChanged_I();
-                return Attempt::Dropped;
-            }
         }
-        if (!items.Append(_pItem)) return Attempt::Failed;
-        _nCount = ++nCount;
+        const bool bAppended = items.Append(_pItem);
+        if (bAppended) _nCount = ++nCount;
         bWake = nCount >= nMin;
         CountChanged_I();
+        if (!bAppended) return Attempt::Failed;
     }
     if (bWake) thread.Wake();
     return Attempt::Put;
 }
 
+void ActiveQueue::TellOverflow(void* _pItem) {
+    const OWNER_CALL call{this, pOwnerCalls};
+    pOwnerCalls = &call;
+    items.Overflow(_pItem);
+    pOwnerCalls = call.pOuter;
+}
+
 bool ActiveQueue::StartThread() {
     MutexLock control(mtxControl);
-    if (bThreadStarted.load(std::memory_order_relaxed)) return true;
     {
         MutexLock lock(mtx);
+        if (bThreadStarted) return true;
         if (bClosed) return false;
     }
     if (Failed(thread.Start(this, &ActiveQueue::Run, {.nPriority = nPriorityWanted}))) return false;
-    bThreadStarted.store(true, std::memory_order_release);
+    MutexLock lock(mtx);
+    bThreadStarted = true;
     return true;
 }
 
@@ -141,22 +176,31 @@ HRESULT ActiveQueue::Stop(int64_t _nTimeoutMs, MessagePump* _pPump) {
         bClosed = true;
         evClosed.Set();
     }
+    const int64_t rtTimeout = _nTimeoutMs < 0 || _nTimeoutMs > kNever / kTicksPerMs ? -1 : _nTimeoutMs * kTicksPerMs;
+    const int64_t rtDeadline = DeadlineAfter(ClockNow(), rtTimeout);
     const HRESULT hr = thread.Stop(_nTimeoutMs, _pPump);
     if (Failed(hr)) return hr;
-    MutexLock control(mtxControl);
-    if (thread.IsRunning() == CBaseThread::kStopped) {  // else the queue was opened and started again meanwhile
-        DropAll();
-        bThreadStarted.store(false, std::memory_order_release);
+    {
+        MutexLock control(mtxControl);
+        // Else the queue was opened and started again meanwhile.
+        if (thread.IsRunning() == CBaseThread::kStopped) EndRun();
     }
-    return hr;
+    // Whoever still puts is on the way out, and touches the queue and its owner until there.
+    if (IsInOwnerCall(*this)) return ZR_E_TIMEOUT;
+    Waitable* const pPutters = &evPutters;
+    const WaitSet set(&pPutters, 1);
+    const int64_t rtLeft = rtTimeout < 0 ? -1 : std::max<int64_t>(rtDeadline - ClockNow(), 0);
+    const int32_t nSet = _pPump ? WaitAnyPumped(set, rtLeft, *_pPump) : WaitAny(set, rtLeft);
+    return nSet == kWaitTimeout ? ZR_E_TIMEOUT : hr;
 }
 
 // Without a thread. The items go one by one, so that they are let go outside the lock of the queue.
-void ActiveQueue::DropAll() {
+void ActiveQueue::EndRun() {
     for (;;) {
         {
             MutexLock lock(mtx);
-            if (nCount == 0) return;
+            bThreadStarted = nCount > 0;
+            if (!bThreadStarted) return;
             items.TakeOut();
             --nCount;
             CountChanged_I();

@@ -33,8 +33,6 @@ public:
     virtual HRESULT Serve(int32_t _nLeft) = 0;
     // Lets go of the item that is out.
     virtual void Release() = 0;
-    // Lets go of what DropOldest moved.
-    virtual void ReleaseDropped(void* _pDropped) = 0;
     // Tells the owner that *_pItem was refused.
     virtual void Overflow(void* _pItem) = 0;
 
@@ -51,7 +49,8 @@ public:
     void SetBounds(int32_t _nBound1, int32_t _nBound2);
     void SetStatistics(IStatisticsSink* _pSink);
     void SetPriority(int32_t _nPriority) { nPriorityWanted.store(_nPriority, std::memory_order_relaxed); }
-    // Moves *_pItem into the queue. *_pDropped: an empty item. Result as of CDeqActive::Put.
+    // Moves *_pItem into the queue, and what is dropped for it to *_pDropped, an empty item. Result as of
+    // CDeqActive::Put.
     int32_t Put(void* _pItem, void* _pDropped, int64_t _rtTimeout);
     HRESULT Stop(int64_t _nTimeoutMs, MessagePump* _pPump);
 
@@ -61,22 +60,24 @@ public:
 
 private:
     // What an attempt to put comes to.
-    enum class Attempt { Put, Full, Refused, Dropped, Failed };
+    enum class Attempt { Put, NoThread, Full, Refused, Failed };
+    class Putter;
 
     Attempt TryPut(void* _pItem, void* _pDropped, bool _bMayWait, int32_t& _nCount);
+    void TellOverflow(void* _pItem);
     bool StartThread() ZR_EXCLUDES(mtxControl, mtx);
     static void Run(void* _pQueue, ThreadRun& _run);
     void ServeOne(ThreadRun& _run);
     void StoreBounds_I(int32_t _nBound1, int32_t _nBound2) ZR_REQUIRES(mtx);
     bool IsFull_I() const ZR_REQUIRES(mtx) { return nMax > 0 && nCount >= nMax; }
     void CountChanged_I() ZR_REQUIRES(mtx);
-    void DropAll() ZR_REQUIRES(mtxControl) ZR_EXCLUDES(mtx);
+    void EndRun() ZR_REQUIRES(mtxControl) ZR_EXCLUDES(mtx);
 
     IActiveItems& items;
     std::atomic<int32_t> nPriorityWanted{0};
-    std::atomic<bool> bThreadStarted{false};  // changed under mtxControl
-    ManualEvent evRoom{true};                 // clear while full; changed under mtx
-    ManualEvent evClosed;                     // ends the waits for room
+    ManualEvent evRoom{true};  // clear while full; changed under mtx
+    ManualEvent evClosed;      // ends the waits for room
+    CountdownEvent evPutters;  // counts the calls of Put that are under way
 
     Mutex mtxControl{lock_order::kActiveQueueControl};  // start of the thread against close; outside mtx
     Mutex mtx{lock_order::kActiveQueue};
@@ -85,6 +86,7 @@ private:
     int32_t nCount ZR_GUARDED_BY(mtx) = 0;
     bool bDropOldest ZR_GUARDED_BY(mtx) = false;
     bool bClosed ZR_GUARDED_BY(mtx) = false;
+    bool bThreadStarted ZR_GUARDED_BY(mtx) = false;  // changed under mtxControl too
     IStatisticsSink* pStatistics ZR_GUARDED_BY(mtx) = nullptr;
     IStatisticsSink::Handle nStatMax ZR_GUARDED_BY(mtx) = IStatisticsSink::kNone;
     IStatisticsSink::Handle nStatMin ZR_GUARDED_BY(mtx) = IStatisticsSink::kNone;

@@ -28,7 +28,8 @@ public:
 
     // Stops and empties the queue, and opens it. The smaller bound is the minimum: the thread is woken when at least so
     // many are queued. The larger is the maximum; 0 is no limit. _bDropOldest: a full queue drops its oldest item
-    // instead of refusing the new one. ZR_E_TIMEOUT, and the queue stays closed: called on the queue's own thread.
+    // instead of refusing the new one. ZR_E_TIMEOUT, and the queue stays closed: called by the owner from within one of
+    // its two operations.
     HRESULT Init(int32_t _nMin, int32_t _nMax, bool _bDropOldest) { return queue.Init(_nMin, _nMax, _bDropOldest); }
     // Changes the bounds, ordered likewise, of a queue in use; what is queued stays.
     void SetBounds(int32_t _nMin, int32_t _nMax) { queue.SetBounds(_nMin, _nMax); }
@@ -46,7 +47,9 @@ public:
         return queue.Put(&_item, &itemDropped, _rtTimeout);
     }
     // Closes the queue: waiting and later puts give -1, items that are not yet with the owner are let go. Waits for the
-    // thread; results, time and pump as of CBaseThread::Stop. ZR_E_TIMEOUT: closed all the same; call it again.
+    // thread and for the puts that are under way: when it has succeeded, nobody is in the queue or in the owner's
+    // operations any more. Results, time and pump as of CBaseThread::Stop. ZR_E_TIMEOUT: closed all the same; call it
+    // again, and from outside if the owner called it from within one of its operations.
     HRESULT Stop(int64_t _nTimeoutMs = -1, MessagePump* _pPump = nullptr) { return queue.Stop(_nTimeoutMs, _pPump); }
 
     int32_t MaxSize() { return queue.MaxSize(); }
@@ -72,7 +75,6 @@ private:
         void PutBack() override { ring.PushFront(std::exchange(itemOut, Item{})); }
         HRESULT Serve(int32_t _nLeft) override { return owner.OnActiveDeq(itemOut, _nLeft); }
         void Release() override { itemOut = Item{}; }
-        void ReleaseDropped(void* _pDropped) override { *static_cast<Item*>(_pDropped) = Item{}; }
         void Overflow(void* _pItem) override { owner.OnActiveDeqOverflow(*static_cast<Item*>(_pItem)); }
 
     private:

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <map>
@@ -163,18 +164,18 @@ TEST_F(DeqActive, RetriedItemKeepsItsPlace) {
     EXPECT_EQ(sink[u"buffer.overflow"], 0);
 }
 
-TEST_F(DeqActive, LoweredBoundsDropAsManyAsTheyMust) {
+// Also when the queue is over its bound, as that was lowered or an item came back.
+TEST_F(DeqActive, EachPutDropsOne) {
     deq.SetStatistics(&sink);
     deq.Init(0, 4, true);
     Occupy();
     for (int i = 1; i <= 4; ++i) deq.Put(i, 0);
     deq.SetBounds(0, 2);
-    EXPECT_EQ(deq.Count(), 4);
-    EXPECT_EQ(deq.Put(5, 0), 2);
-    EXPECT_EQ(sink[u"buffer.overflow"], 3);
+    EXPECT_EQ(deq.Put(5, 0), 4);
+    EXPECT_EQ(sink[u"buffer.overflow"], 1);
     collector.evOpen.Set();
-    collector.WaitTaken(3);
-    EXPECT_EQ(collector.arrTaken, (std::vector<int>{0, 4, 5}));
+    collector.WaitTaken(5);
+    EXPECT_EQ(collector.arrTaken, (std::vector<int>{0, 2, 3, 4, 5}));
 }
 
 TEST_F(DeqActive, NoMaximumIsNoLimit) {
@@ -209,6 +210,70 @@ TEST_F(DeqActive, StopReleasesWaitingPutsAndIsFinalUntilInit) {
     EXPECT_EQ(deq.Put(4, 0), 1);
     collector.WaitTaken(2);
     EXPECT_EQ(collector.arrTaken.back(), 4);
+}
+
+// A put waits while another thread opens the queue anew: its item is served or let go, whichever thread goes first.
+TEST(DeqActiveOrder, NothingIsLeftLyingByAnInit) {
+    for (uint64_t nSeed = 1; nSeed <= 40; ++nSeed) {
+        VirtualClock clock(nSeed);
+        Collector collector;
+        CDeqActive<Collector, int> deq(collector, "collector");
+        deq.Init(0, 1, false);
+        collector.evOpen.Reset();
+        ASSERT_EQ(deq.Put(0, 0), 1);
+        ASSERT_TRUE(WaitOne(collector.evServing, kTicksPerSecond));
+        ASSERT_EQ(deq.Put(1, 0), 1);
+        int32_t nPut = 0;
+        Thread producer, opener;
+        ASSERT_EQ(producer.Start("producer", [&](ManualEvent&) { nPut = deq.Put(2, -1); }), S_OK);
+        SleepFor(1000);
+        ASSERT_EQ(opener.Start("opener", [&](ManualEvent&) { deq.Init(0, 1, false); }), S_OK);
+        collector.evOpen.Set();
+        producer.Join();
+        opener.Join();
+        SleepFor(1000);
+        EXPECT_EQ(deq.Count(), 0) << nSeed;
+        EXPECT_LE(std::ranges::count(collector.arrTaken, 2), nPut > 0) << nSeed;
+        deq.Stop();
+    }
+}
+
+TEST_F(DeqActive, StopWaitsForThePutsThatAreUnderWay) {
+    struct Owner {
+        HRESULT OnActiveDeq(int&, int32_t) {
+            WaitOne(evOpen, -1);
+            return S_OK;
+        }
+        void OnActiveDeqOverflow(int& _nItem) {
+            if (_nItem == 3) hrStop = pDeq->Stop();  // its own put is one of them
+            SleepFor(kTicksPerSecond);
+            bOut = true;
+        }
+        CDeqActive<Owner, int>* pDeq = nullptr;
+        ManualEvent evOpen;
+        HRESULT hrStop = S_OK;
+        bool bOut = false;
+    } owner;
+    for (const int nItem : {2, 3}) {
+        owner.bOut = false;
+        owner.evOpen.Reset();
+        CDeqActive<Owner, int> deqSlow(owner, "slow");
+        owner.pDeq = &deqSlow;
+        deqSlow.Init(0, 1, false);
+        deqSlow.Put(0, 0);
+        SleepFor(1000);
+        deqSlow.Put(1, 0);
+        Thread producer;
+        ASSERT_EQ(producer.Start("producer", [&](ManualEvent&) { deqSlow.Put(nItem, 0); }), S_OK);
+        owner.evOpen.Set();
+        SleepFor(1000);
+        EXPECT_EQ(deqSlow.Stop(1), ZR_E_TIMEOUT);
+        EXPECT_FALSE(owner.bOut);
+        EXPECT_TRUE(Succeeded(deqSlow.Stop()));
+        EXPECT_TRUE(owner.bOut);
+        producer.Join();
+    }
+    EXPECT_EQ(owner.hrStop, ZR_E_TIMEOUT);
 }
 
 // An item is let go as soon as the owner has it behind it, or the queue drops it.
