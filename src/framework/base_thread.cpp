@@ -41,7 +41,7 @@ CBaseThread::RunPtr CBaseThread::FindCurrent() {
 CBaseThread::~CBaseThread() {
     if (const RunPtr p = FindCurrent()) {
         ReportRunningThread(szName, p->nId);
-        Stop(-1);
+        if (Stop(-1) == ZR_E_TIMEOUT) p->thread.Abandon();
     }
 }
 
@@ -52,16 +52,15 @@ HRESULT CBaseThread::Start(void* _pOwner, Procedure _pProcedure, ThreadOptions _
         if (Current_I()) continue;  // another thread started it between the stop and here
         try {
             const RunPtr pNew = std::make_shared<ThreadRun>();
-            ThreadRun* const p = pNew.get();  // lives until it is joined
-            const HRESULT hr = p->thread.Start(
+            const HRESULT hr = pNew->thread.Start(
                 szName,
-                [_pOwner, _pProcedure, p](ManualEvent&) {
-                    _pProcedure(_pOwner, *p);
-                    p->evEnded.Set();
+                [_pOwner, _pProcedure, pNew](ManualEvent&) {
+                    _pProcedure(_pOwner, *pNew);
+                    pNew->evEnded.Set();
                 },
                 _flags);
             if (Failed(hr)) return hr;
-            p->nId = p->thread.Id();
+            pNew->nId = pNew->thread.Id();
             pRun = pNew;
             return S_OK;
         } catch (const std::bad_alloc&) {

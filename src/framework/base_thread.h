@@ -55,7 +55,8 @@ public:
     // _szName: a literal; names the thread in traces and debuggers.
     explicit CBaseThread(const char* _szName) : szName(_szName) {}
     // A thread that still runs here is a fault of its owner: it is reported on the standard error, then stopped without
-    // limit.
+    // limit. One that destroys its own object cannot wait for itself: it is told to stop and let go of. Its procedure
+    // may go on with its ThreadRun until it returns, but nobody waits for that any more.
     ~CBaseThread();
     CBaseThread(const CBaseThread&) = delete;
     CBaseThread& operator=(const CBaseThread&) = delete;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -147,6 +148,36 @@ TEST(BaseThread, DestroyedWhileRunningIsReportedAndStopped) {
     EXPECT_NE(text.find(") NOT STOPPED before destroying.\n"), std::string::npos) << text;
     EXPECT_NE(text.find("forgotten"), std::string::npos) << text;
     EXPECT_NE(text.find("\nEXE: test_framework\n"), std::string::npos) << text;
+}
+
+struct SelfDestroyer {
+    std::unique_ptr<CBaseThread> pThread = std::make_unique<CBaseThread>("suicide");
+    std::atomic<bool> bWanted{true};
+    ManualEvent evDone;
+
+    static void Run(void* _p, ThreadRun& _run) {
+        auto& self = *static_cast<SelfDestroyer*>(_p);
+        _run.WaitWake();
+        self.pThread.reset();
+        self.bWanted = _run.WaitWake();
+        self.evDone.Set();
+    }
+};
+
+// The run outlives its object, and only the object reports.
+TEST(BaseThread, DestroyedByItsOwnThreadKeepsItsRun) {
+    static std::atomic<int> nReports;
+    nReports = 0;
+    SetThreadFaultHandler([](const char*, uint32_t) { ++nReports; });
+    testing::internal::CaptureStderr();
+    SelfDestroyer self;
+    ASSERT_EQ(self.pThread->Start(&self, &SelfDestroyer::Run), S_OK);
+    ASSERT_TRUE(self.pThread->Wake());
+    ASSERT_TRUE(WaitOne(self.evDone, -1));
+    EXPECT_FALSE(self.bWanted);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("suicide"), std::string::npos);
+    EXPECT_EQ(nReports, 0);
+    SetThreadFaultHandler(nullptr);
 }
 
 struct SharedThread {
