@@ -39,9 +39,11 @@ void RateClock::Restart(int64_t _rtNow, int64_t _rtShown) {
 
 RateClock::STEP RateClock::Step(int64_t _rtNow, int64_t _rtStart, Thirds _nDuration) {
     if (!bRuns) Restart(_rtNow, 0);
-    // A time that does not advance at all (a frame shown again) is no small step either, however short the frames are:
+    // A time that does not advance at all (a frame shown again) is no small step, however short the frames are:
     // following it would send them without a wait.
-    const int64_t rtGapLimit = std::clamp<int64_t>(_nDuration / 3 - 1, 0, kGapLimit);
+    const bool bAdvances = _rtStart > rtLastStart;
+    const int64_t rtGapLimit = bAdvances ? kGapLimit : std::clamp<int64_t>(_nDuration / 3 - 1, 0, kGapLimit);
+    rtLastStart = _rtStart;
     const Thirds nPosition = line.Step(_rtStart, _nDuration, rtGapLimit);
     STEP step;
     step.rtDue = TicksFromThirds(nOrigin + line.Next());
@@ -53,16 +55,24 @@ RateClock::STEP RateClock::Step(int64_t _rtNow, int64_t _rtStart, Thirds _nDurat
     return step;
 }
 
+// One wait, on the stack of its thread; in the timer's list until it leaves or a reset takes it out.
+struct ZrRateTimer::WAITER {
+    ManualEvent evReset;
+    WAITER* pNext = nullptr;
+};
+
 void ZrRateTimer::Reset(int32_t _nOffset) {
     MutexLock lock(mtx);
     clock.Restart(ClockNow(), _nOffset == kFromZero ? 0 : _nOffset);
     counters = {};
-    if (nWaiting > 0) evReset.Set();
+    for (WAITER* p = pFirst; p; p = p->pNext) p->evReset.Set();
+    pFirst = nullptr;
 }
 
 HRESULT ZrRateTimer::WaitFrame(const ZR_AV_PROPS& _props, const ZR_TIME& _time, uint32_t _cbAudio, Waitable* _pCancel,
                                int64_t _rtOffset, int64_t _rtLimit) {
     const Thirds nDuration = FrameDuration(_props, _time, _cbAudio);
+    WAITER self;
     int64_t rtDue = 0;
     {
         MutexLock lock(mtx);
@@ -77,11 +87,16 @@ HRESULT ZrRateTimer::WaitFrame(const ZR_AV_PROPS& _props, const ZR_TIME& _time, 
         if (_rtLimit == 0) return S_OK;
         if (_rtLimit > 0) rtDue = std::min(rtDue, DeadlineAfter(rtNow, _rtLimit));
         ++counters.nWaits;
-        ++nWaiting;
+        self.pNext = pFirst;
+        pFirst = &self;
     }
-    const int32_t nEnd = WaitAnyUntil({_pCancel, &evReset}, rtDue);
+    const int32_t nEnd = WaitAnyUntil({_pCancel, &self.evReset}, rtDue);
     MutexLock lock(mtx);
-    if (--nWaiting == 0) evReset.Reset();
+    for (WAITER** pp = &pFirst; *pp; pp = &(*pp)->pNext) {
+        if (*pp != &self) continue;
+        *pp = self.pNext;
+        break;
+    }
     return nEnd == kWaitTimeout ? S_OK : S_FALSE;
 }
 

@@ -39,6 +39,7 @@ public:
 
 private:
     bool bRuns = false;
+    int64_t rtLastStart = std::numeric_limits<int64_t>::min();
     Thirds nOrigin = 0;  // the time at which the clock shows 0
     TimeNormaliser line;
 };
@@ -76,8 +77,8 @@ private:
     Mutex mtx{lock_order::kRateTimer};
     RateClock clock ZR_GUARDED_BY(mtx);
     COUNTERS counters ZR_GUARDED_BY(mtx);
-    int32_t nWaiting ZR_GUARDED_BY(mtx) = 0;
-    ManualEvent evReset;  // set only while somebody waits; the last one that leaves clears it
+    struct WAITER;
+    WAITER* pFirst ZR_GUARDED_BY(mtx) = nullptr;  // those that Reset is to release: no wait that begins after it
 };
 
 }  // namespace zr

@@ -100,6 +100,15 @@ TEST(RateTimer, ClockAndFrames) {
     }
 }
 
+// A frame left out at 120 frames a second is a gap of 8.3 ms: the pace has it too. At 11 ms it would have none.
+TEST(RateTimer, ShortFramesFollowTheSameGaps) {
+    for (const auto& [rtGap, rtDue] : {std::pair{83'333, 249'999}, {-41'000, 125'666}, {110'000, 166'667}}) {
+        RateClock clock;
+        clock.Step(0, 0, 250'000);
+        EXPECT_EQ(clock.Step(0, 83'333 + rtGap, 250'000).rtDue, rtDue) << rtGap;
+    }
+}
+
 // Also where a frame is shorter than a gap that is followed.
 TEST(RateTimer, FrameThatIsShownAgainKeepsThePace) {
     for (const int64_t nRate : {25, 50, 100, 120, 240}) {
@@ -197,6 +206,17 @@ TEST(RateTimer, CancelAndResetEndAWait) {
     evCancel.Reset();
     EXPECT_EQ(timer.WaitFrame(VideoOf(25), From(400'000, 0), 0, &evCancel, 0, -1), S_OK);
     EXPECT_EQ(ClockNow() - rtStart, 1000 + 800'000);
+
+    // A reset ends the waits that are under way and none that begins after it.
+    HRESULT hrOther = S_OK;
+    ASSERT_EQ(
+        thread.Start("other",
+                     [&](ManualEvent&) { hrOther = timer.WaitFrame(VideoOf(25), From(0, 0), 0, nullptr, 0, -1); }),
+        S_OK);
+    SleepFor(1000);
+    timer.Reset(ZrRateTimer::kFromZero);
+    EXPECT_EQ(timer.WaitFrame(VideoOf(25), From(0, 0), 0, nullptr, 0, -1), S_OK);
+    EXPECT_EQ(hrOther, S_FALSE);
     EXPECT_EQ(timer.WaitFrame(static_cast<IZrFrame*>(nullptr), &evCancel, 0, -1), E_POINTER);
 }
 
