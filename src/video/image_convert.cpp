@@ -1,12 +1,11 @@
 #include "video/image_convert.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "media/pixel_format.h"
-#include "video/kernels/packed_row.h"
+#include "video/color_convert.h"
 #include "video/resize_sharpen.h"
-#include "video/row_converter.h"
+#include "video/sample_rows.h"
 #include "video/scale_packed.h"
 #include "video/scale_rects.h"
 
@@ -30,21 +29,14 @@ PICTURE ScratchPicture(ScratchBuffer& _buffer, eZrFCC _fccType, int32_t _nWidth,
 
 // ---- Change of format at equal size
 
-HRESULT ConvertColours(const ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst) {
-    if (SameFamily(_src.fccType, _dst.fccType)) {
-        for (int32_t n = 0; n < _dst.nPlanes; ++n)
-            for (int32_t y = 0; y < _dst.arrPlanes[n].nHeight; ++y)
-                std::memcpy(_dst.arrPlanes[n].Row(y), _src.arrPlanes[n].Row(y), SampleBytes(_dst, n));
-        return S_OK;
-    }
-    RowConverter converter;
-    const HRESULT hr = RowConverter::Make(_src.fccType, _dst.fccType, converter);
-    if (Failed(hr)) return hr;
-    RunSlices(SliceCount(_engine.bMultiThread), _dst.Height(), [&](int32_t, int32_t _nFirst, int32_t _nEnd) {
-        for (int32_t y = _nFirst; y < _nEnd; ++y)
-            converter(_src.Packed().Row(y), _dst.Packed().Row(y), static_cast<size_t>(_dst.Width()));
-    });
-    return S_OK;
+HRESULT ConvertColours(const ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced) {
+    return ConvertPicture(_src, _dst, _bInterlaced, _engine.bMultiThread);
+}
+
+bool CanConvert(eZrFCC _fccFrom, eZrFCC _fccTo, HRESULT& _hr) {
+    PictureConverter converter;
+    _hr = PictureConverter::Make(_fccFrom, _fccTo, false, converter);
+    return Succeeded(_hr);
 }
 
 // v210 has no bytes that could be scaled or cut anywhere: its rows become UYVY first, from their start on.
@@ -53,7 +45,7 @@ HRESULT UnpackV210(ScalingEngine& _engine, const PICTURE& _whole, tagRECT& _rect
     _picture = ScratchPicture(_engine.converted, eZrFCC_UYVY, rows.Width(), rows.Height());
     if (!_picture.Packed().pTop) return E_OUTOFMEMORY;
     _rect = {_rect.left, 0, _rect.right, _rect.bottom - _rect.top};
-    return ConvertColours(_engine, rows, _picture);
+    return ConvertColours(_engine, rows, _picture, false);
 }
 
 // ---- The ways of scaling
@@ -85,13 +77,12 @@ HRESULT ScaleRgb(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _ds
     if (!bChannels) return E_INVALIDARG;
     if (SameFamily(_src.fccType, _dst.fccType))
         return ResizePlane_I(_engine, _src.Packed(), _dst.Packed(), cbPixel, 0, _bInterlaced, _params);
-    RowConverter converter;
-    HRESULT hr = RowConverter::Make(_src.fccType, _dst.fccType, converter);
-    if (Failed(hr)) return hr;
+    HRESULT hr = S_OK;
+    if (!CanConvert(_src.fccType, _dst.fccType, hr)) return hr;
     const PICTURE scaled = ScratchPicture(_engine.result, _src.fccType, _dst.Width(), _dst.Height());
     if (!scaled.Packed().pTop) return E_OUTOFMEMORY;
     hr = ResizePlane_I(_engine, _src.Packed(), scaled.Packed(), cbPixel, 0, _bInterlaced, _params);
-    return Failed(hr) ? hr : ConvertColours(_engine, scaled, _dst);
+    return Failed(hr) ? hr : ConvertColours(_engine, scaled, _dst, _bInterlaced);
 }
 
 HRESULT ScaleYuv(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced,
@@ -108,7 +99,7 @@ HRESULT Scale(ScalingEngine& _engine, PICTURE _src, const PICTURE& _dst, bool _b
     if (PixelFormatBottomUp(_dst.fccType) && !SameFamily(_src.fccType, _dst.fccType)) {
         const PICTURE converted = ScratchPicture(_engine.srcPlanes, _dst.fccType, _src.Width(), _src.Height());
         if (!converted.Packed().pTop) return E_OUTOFMEMORY;
-        const HRESULT hr = ConvertColours(_engine, _src, converted);
+        const HRESULT hr = ConvertColours(_engine, _src, converted, _bInterlaced);
         if (Failed(hr)) return hr;
         _src = converted;
     }
@@ -122,7 +113,7 @@ HRESULT ScaleIntoV210(ScalingEngine& _engine, const PICTURE& _src, const PICTURE
     const PICTURE scaled = ScratchPicture(_engine.result, eZrFCC_UYVY, _dst.Width(), _dst.Height());
     if (!scaled.Packed().pTop) return E_OUTOFMEMORY;
     const HRESULT hr = ScaleYuv(_engine, _src, scaled, _bInterlaced, _params);
-    return Failed(hr) ? hr : ConvertColours(_engine, scaled, _dst);
+    return Failed(hr) ? hr : ConvertColours(_engine, scaled, _dst, _bInterlaced);
 }
 
 HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PICTURE& _dstWhole, tagRECT _srcRect,
@@ -138,7 +129,7 @@ HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PIC
         if (Failed(hr)) return hr;
     }
     src = CutPicture(src, _srcRect);
-    if (bToSame) return ConvertColours(_engine, src, dst);
+    if (bToSame) return ConvertColours(_engine, src, dst, _bInterlaced);
 
     _params.dblWidth = FilterWidth(_params.eMode, _params.nSharpness);
     if (_params.eMode == eInterpolation::SuperSampling && nWidth > RectWidth(_srcRect))

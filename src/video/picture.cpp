@@ -100,12 +100,13 @@ size_t SampleBytes(const PICTURE& _picture, int32_t _nPlane) {
 
 PICTURE CutPicture(const PICTURE& _whole, const tagRECT& _rect) {
     PICTURE part = _whole;
-    const PLANE& luma = _whole.arrPlanes[0];
+    part.nFirstLine += _rect.top;
     for (int32_t n = 0; n < _whole.nPlanes; ++n) {
         const PLANE& plane = _whole.arrPlanes[n];
-        const int32_t nAcross = n > 0 && _whole.nPlanes == 3 && plane.nWidth != luma.nWidth ? 2 : 1;
-        const int32_t nDown = n > 0 && plane.nHeight != luma.nHeight ? 2 : 1;
-        const int32_t nTop = _rect.top / nDown, nBottom = (_rect.bottom + nDown - 1) / nDown;
+        const int32_t nAcross = n > 0 && _whole.nPlanes == 3 && _whole.fccType != kFCC_Y444 ? 2 : 1;
+        const int32_t nDown = n > 0 && Is420(_whole.fccType) ? 2 : 1;
+        const int32_t nPhase = _whole.nFirstLine % nDown;  // lines of the first chroma line that are cut off already
+        const int32_t nTop = (_rect.top + nPhase) / nDown, nBottom = (_rect.bottom + nPhase + nDown - 1) / nDown;
         const int32_t nWidth = _rect.right - _rect.left;
         ptrdiff_t nLeftBytes = _rect.left / nAcross;
         if (_whole.fccType == eZrFCC_v210)

@@ -28,6 +28,7 @@ struct PICTURE {
     int32_t nPlanes = 0;  // 1 packed; 2 luma and Cb, Cr pairs; 3 luma, Cb, Cr, also where memory has Cr first
     PLANE arrPlanes[3];
     bool bBottomUp = false;  // stored bottom-up
+    int32_t nFirstLine = 0;  // of the picture that this one is cut from: 4:2:0 shares chroma by it
 
     const PLANE& Packed() const { return arrPlanes[0]; }
     int32_t Width() const { return arrPlanes[0].nWidth; }
@@ -54,6 +55,11 @@ bool CanCutPicture(const PICTURE& _whole, const tagRECT& _rect);
 // HDYC counts as UYVY, RGB32 as ARGB32: the bytes are the same, only their meaning differs.
 eZrFCC FamilyOf(eZrFCC _fccType);
 inline bool SameFamily(eZrFCC _a, eZrFCC _b) { return FamilyOf(_a) == FamilyOf(_b); }
+
+// Planar, with a chroma line for two lines of the picture: I420, YV12, NV12.
+constexpr bool Is420(eZrFCC _fccType) {
+    return _fccType == eZrFCC_I420 || _fccType == eZrFCC_YV12 || _fccType == eZrFCC_NV12;
+}
 
 // Pixels share chroma in pairs, packed or planar.
 bool HasChromaPairs(eZrFCC _fccType);

@@ -3,30 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
+#include "video/color_convert.h"
+#include "video/image_planes.h"
 #include "video/kernels/planar_row.h"
 #include "video/row_converter.h"
+#include "video/sample_rows.h"
 
 namespace zr {
 
 namespace {
-
-struct SAMPLE_ROWS {
-    uint8_t *pLuma, *pCb, *pCr;
-};
-
-bool LumaFirst(eZrFCC _fccType) { return _fccType == eZrFCC_YUY2 || _fccType == eZrFCC_YVYU; }
-
-void SplitPacked(eZrFCC _fccType, const uint8_t* _pRow, const SAMPLE_ROWS& _rows, size_t _nPairs) {
-    if (!LumaFirst(_fccType)) return SplitUyvyRow(_pRow, _rows.pLuma, _rows.pCb, _rows.pCr, _nPairs);
-    const bool bCrFirst = _fccType == eZrFCC_YVYU;
-    SplitYuy2Row(_pRow, _rows.pLuma, bCrFirst ? _rows.pCr : _rows.pCb, bCrFirst ? _rows.pCb : _rows.pCr, _nPairs);
-}
-
-void JoinPacked(eZrFCC _fccType, const uint8_t* const (&_arrRows)[3], uint8_t* _pRow, size_t _nPairs) {
-    if (!LumaFirst(_fccType)) return JoinUyvyRow(_arrRows[0], _arrRows[1], _arrRows[2], _pRow, _nPairs);
-    const bool bCrFirst = _fccType == eZrFCC_YVYU;
-    JoinYuy2Row(_arrRows[0], _arrRows[bCrFirst ? 2 : 1], _arrRows[bCrFirst ? 1 : 2], _pRow, _nPairs);
-}
 
 // Samples of a chroma row, one kind.
 int32_t ChromaWidth(const PICTURE& _picture) {
@@ -87,7 +72,8 @@ void MakePackedRow(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
         across.Run(arrRows[n], _job.Out(_pScratch, n));
         arrRows[n] = _job.Out(_pScratch, n);
     }
-    JoinPacked(_job.dst.fccType, arrRows, _job.dst.Packed().Row(_y), static_cast<size_t>(_job.dst.Width() / 2));
+    JoinPacked(_job.dst.fccType, {arrRows[0], arrRows[1], arrRows[2]}, _job.dst.Packed().Row(_y),
+               static_cast<size_t>(_job.dst.Width() / 2));
 }
 
 // The passes of both kinds of samples. A packed source has both in one pass over its rows.
@@ -107,57 +93,9 @@ HRESULT PreparePasses(ScalingEngine& _engine, const PICTURE& _src, const PICTURE
 
 // ---- Whole planes
 
-// 4:2:2 planes in scratch for a picture whose own chroma is not in planes. Planes that the picture has stand.
-HRESULT PlanesFor(ScratchBuffer& _buffer, const PICTURE& _picture, PLANE (&_arrPlanes)[3]) {
-    std::copy(std::begin(_picture.arrPlanes), std::end(_picture.arrPlanes), _arrPlanes);
-    if (_picture.nPlanes == 3) return S_OK;
-    const bool bPacked = !_picture.IsPlanar();
-    const int32_t nWidth = _picture.Width(), nHeight = _picture.Height(), nChromaWidth = nWidth / 2;
-    const int32_t nChromaHeight = bPacked ? nHeight : _picture.arrPlanes[1].nHeight;
-    const size_t cbLuma = ScratchRowBytes(static_cast<size_t>(nWidth)),
-                 cbChroma = ScratchRowBytes(static_cast<size_t>(nChromaWidth));
-    const size_t cbLumaPlane = bPacked ? cbLuma * static_cast<size_t>(nHeight) : 0,
-                 cbChromaPlane = cbChroma * static_cast<size_t>(nChromaHeight);
-    uint8_t* p = Scratch(_buffer, uint64_t{cbLumaPlane} + 2 * uint64_t{cbChromaPlane});
-    if (!p) return E_OUTOFMEMORY;
-    if (bPacked) _arrPlanes[0] = {p, static_cast<ptrdiff_t>(cbLuma), nWidth, nHeight};
-    _arrPlanes[1] = {p + cbLumaPlane, static_cast<ptrdiff_t>(cbChroma), nChromaWidth, nChromaHeight};
-    _arrPlanes[2] = _arrPlanes[1];
-    _arrPlanes[2].pTop += cbChromaPlane;
-    return S_OK;
-}
-
-void FillPlanes(const PICTURE& _picture, const PLANE (&_arrPlanes)[3]) {
-    const auto nPairs = static_cast<size_t>(_arrPlanes[1].nWidth);
-    if (_picture.nPlanes == 3) return;
-    for (int32_t y = 0; y < _arrPlanes[1].nHeight; ++y) {
-        const SAMPLE_ROWS rows = {_arrPlanes[0].Row(std::min(y, _arrPlanes[0].nHeight - 1)), _arrPlanes[1].Row(y),
-                                  _arrPlanes[2].Row(y)};
-        if (_picture.IsPlanar())
-            SplitPairsRow(_picture.arrPlanes[1].Row(y), rows.pCb, rows.pCr, nPairs);
-        else
-            SplitPacked(_picture.fccType, _picture.Packed().Row(y), rows, nPairs);
-    }
-}
-
-void TakeFromPlanes(const PICTURE& _picture, const PLANE (&_arrPlanes)[3]) {
-    const auto nPairs = static_cast<size_t>(_arrPlanes[1].nWidth);
-    if (_picture.nPlanes == 3) return;
-    for (int32_t y = 0; y < _arrPlanes[1].nHeight; ++y) {
-        const uint8_t* const arrRows[3] = {_arrPlanes[0].Row(std::min(y, _arrPlanes[0].nHeight - 1)),
-                                           _arrPlanes[1].Row(y), _arrPlanes[2].Row(y)};
-        if (_picture.IsPlanar())
-            JoinPairsRow(arrRows[1], arrRows[2], _picture.arrPlanes[1].Row(y), nPairs);
-        else
-            JoinPacked(_picture.fccType, arrRows, _picture.Packed().Row(y), nPairs);
-    }
-}
-
 bool CanScale(const PICTURE& _picture) { return _picture.IsPlanar() || IsPacked422(_picture.fccType); }
 
 }  // namespace
-
-bool IsPacked422(eZrFCC _fccType) { return _fccType == eZrFCC_UYVY || _fccType == eZrFCC_HDYC || LumaFirst(_fccType); }
 
 HRESULT ScalePackedRows(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst,
                         const RESIZE_PARAMS& _params) {
@@ -212,20 +150,18 @@ HRESULT ScaleIntoPacked(ScalingEngine& _engine, const PICTURE& _src, const PICTU
 HRESULT ScaleByPlanes(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced,
                       const RESIZE_PARAMS& _params) {
     if (!CanScale(_src) || !CanScale(_dst)) return E_INVALIDARG;
-    PLANE arrSrc[3], arrDst[3];
-    HRESULT hr = PlanesFor(_engine.srcPlanes, _src, arrSrc);
-    if (Succeeded(hr)) hr = PlanesFor(_engine.dstPlanes, _dst, arrDst);
-    if (Failed(hr)) return hr;
-    FillPlanes(_src, arrSrc);
+    ZrPlanarImage src, dst;
+    HRESULT hr = MakePlanar(src, _src, _engine.srcPlanes);
+    if (Succeeded(hr)) hr = MakePlanar(dst, _dst, _engine.dstPlanes);
+    if (Succeeded(hr) && src.bInScratch) hr = ConvertPicture(_src, src.planes, _bInterlaced, _engine.bMultiThread);
     RESIZE_PARAMS params = _params;
     for (int32_t n = 0; n < 3 && Succeeded(hr); ++n) {
-        hr = ResizePlane_I(_engine, arrSrc[n], arrDst[n], 1, n, _bInterlaced, params);
+        hr = ResizePlane_I(_engine, src.Plane(n), dst.Plane(n), 1, n, _bInterlaced, params);
         params.dblWidth = _params.dblWidth / 2;
         params.nSharpness = 0;
     }
-    if (Failed(hr)) return hr;
-    TakeFromPlanes(_dst, arrDst);
-    return S_OK;
+    if (Failed(hr) || !dst.bInScratch) return hr;
+    return ConvertPicture(dst.planes, _dst, _bInterlaced, _engine.bMultiThread);
 }
 
 }  // namespace zr

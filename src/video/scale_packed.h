@@ -10,9 +10,6 @@
 
 namespace zr {
 
-// UYVY, HDYC, YUY2, YVYU.
-bool IsPacked422(eZrFCC _fccType);
-
 // Packed to packed of equal width: whole rows, all bytes with the same weights.
 HRESULT ScalePackedRows(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const RESIZE_PARAMS& _params);
 

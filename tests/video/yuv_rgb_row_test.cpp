@@ -151,5 +151,28 @@ TEST(YuvRgb, EveryTargetGivesTheFormula) {
     });
 }
 
+// A pixel in planes of full width is what a pair of that pixel is in 4:2:2.
+TEST(YuvRgb, FullWidthChromaIsThatOfEqualPairs) {
+    test::OnEveryTarget(200, [](std::mt19937& rng, size_t nPixels, size_t nSkew) {
+        const Bytes src = test::HarshBytes(rng, 4 * nPixels);
+        Bytes pairs;
+        for (size_t x = 0; x < 8 * nPixels; ++x) pairs.push_back(src[x / 8 * 4 + x % 4]);
+        GuardedRow y(nPixels, nSkew), cb(nPixels, nSkew + 1), cr(nPixels, nSkew + 2), uyvy(4 * nPixels);
+        BgraToPlanesRow601(SourceRow(src, nSkew).Get(), y.Get(), cb.Get(), cr.Get(), nPixels);
+        BgraToUyvyRow601(pairs.data(), uyvy.Get(), nPixels);
+        const Bytes ys = y.Take(), cbs = cb.Take(), crs = cr.Take(), wanted = uyvy.Take();
+        for (size_t x = 0; x < nPixels; ++x) {
+            ASSERT_EQ(cbs[x], wanted[4 * x]) << x;
+            ASSERT_EQ(ys[x], wanted[4 * x + 1]) << x;
+            ASSERT_EQ(crs[x], wanted[4 * x + 2]) << x;
+        }
+        GuardedRow bgra(4 * nPixels, nSkew), twice(8 * nPixels);
+        PlanesToBgraRow601(y.Get(), cb.Get(), cr.Get(), bgra.Get(), nPixels, 77);
+        UyvyToBgraRow601(wanted.data(), twice.Get(), nPixels, 77);
+        const Bytes got = bgra.Take(), want = twice.Take();
+        for (size_t x = 0; x < got.size(); ++x) ASSERT_EQ(got[x], want[x / 4 * 8 + x % 4]) << x;
+    });
+}
+
 }  // namespace
 }  // namespace zr

@@ -170,6 +170,82 @@ HWY_INLINE size_t YuvToBgraVectors(const uint8_t* src, uint8_t* dst, size_t nPai
     return x;
 }
 
+// ---- 4:4:4
+
+struct PlaneFactors {
+    explicit HWY_INLINE PlaneFactors(const RGB_TO_YUV& m)
+        : yBR(SetPair(m.nYB, m.nYR)),
+          yG(SetPair(m.nYG, 0)),
+          cbBR(SetPair(m.nCbB, m.nCbR)),
+          cbG(SetPair(m.nCbG, 0)),
+          crBR(SetPair(m.nCrB, m.nCrR)),
+          crG(SetPair(m.nCrG, 0)) {}
+    V16 yBR, yG, cbBR, cbG, crBR, crG;
+};
+
+// Four vectors of 32-bit lanes as one of bytes, in order.
+HWY_INLINE V8 PackFour(V32 v0, V32 v1, V32 v2, V32 v3) {
+    const D16 d16;
+    const V16 low = OrderPackedHalves(vec::ReorderDemote2To(d16, v0, v1));
+    const V16 high = OrderPackedHalves(vec::ReorderDemote2To(d16, v2, v3));
+    return OrderPackedHalves(PackBlocks(low, high));
+}
+
+// The sum of two equal pixels, for which the chroma formulas are written, is one factor of two: one bit less of shift.
+HWY_INLINE size_t BgraToPlanesVectors(const RGB_TO_YUV& m, const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* cr,
+                                      size_t nPixels) {
+    constexpr int kShift = kRgbToYuv601.nShift;
+    const D16 d16;
+    const D32 d32;
+    const size_t nStep = vec::Lanes(D8());
+    const PlaneFactors f(m);
+    const V32 yStart = vec::Set(d32, m.nRoundY + (16 << m.nShift)),
+              cStart = vec::Set(d32, m.nRoundC / 2 + (128 << m.nShift));
+    size_t x = 0;
+    for (; nPixels - x >= nStep; x += nStep) {
+        V32 luma[4], blue[4], red[4];
+        for (size_t i = 0; i < 4; ++i) {
+            const V8 pixels = vec::LoadU(D8(), src + 4 * x + i * nStep);
+            const V16 br = vec::And(vec::BitCast(d16, pixels), vec::Set(d16, 0x00FF));
+            const V16 ga = vec::BitCast(d16, vec::ShiftRight<8>(vec::BitCast(DU16(), pixels)));
+            luma[i] = vec::ShiftRight<kShift>(PairwiseMulAdd(ga, f.yG, PairwiseMulAdd(br, f.yBR, yStart)));
+            blue[i] = vec::ShiftRight<kShift>(PairwiseMulAdd(ga, f.cbG, PairwiseMulAdd(br, f.cbBR, cStart)));
+            red[i] = vec::ShiftRight<kShift>(PairwiseMulAdd(ga, f.crG, PairwiseMulAdd(br, f.crBR, cStart)));
+        }
+        vec::StoreU(PackFour(luma[0], luma[1], luma[2], luma[3]), D8(), y + x);
+        vec::StoreU(PackFour(blue[0], blue[1], blue[2], blue[3]), D8(), cb + x);
+        vec::StoreU(PackFour(red[0], red[1], red[2], red[3]), D8(), cr + x);
+    }
+    return x;
+}
+
+// Samples in the upper bytes of 16-bit lanes, in the order that StoreBgra takes.
+HWY_INLINE V16 LoadHigh(const uint8_t* p) {
+    const V16 wide = vec::PromoteTo(D16(), vec::LoadU(vec::Half<D8>(), p));
+    return vec::ShiftLeft<8>(vec::BitCast(D16(), SpreadHalves(vec::BitCast(D8(), wide))));
+}
+
+HWY_INLINE size_t PlanesToBgraVectors(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst,
+                                      size_t nPixels, uint8_t nAlpha) {
+    const D16 d16;
+    const size_t nStep = vec::Lanes(d16);
+    const V16 alpha = vec::Set(d16, nAlpha), sign = vec::Set(d16, static_cast<int16_t>(-0x8000));
+    const auto Term = [d16](V16 chroma, int nFactor) HWY_ATTR {
+        return vec::MulFixedPoint15(chroma, vec::Set(d16, static_cast<int16_t>(nFactor)));
+    };
+    size_t x = 0;
+    for (; nPixels - x >= nStep; x += nStep) {
+        const auto luma = vec::MulHigh(vec::BitCast(DU16(), LoadHigh(y + x)), vec::Set(DU16(), 19077));
+        const V16 base = vec::Sub(vec::BitCast(d16, luma), vec::Set(d16, 1160));
+        const V16 blue = vec::Xor(LoadHigh(cb + x), sign), red = vec::Xor(LoadHigh(cr + x), sign);
+        const V16 b = vec::ShiftRight<6>(vec::SaturatedAdd(base, Term(blue, 16525)));
+        const V16 g = vec::ShiftRight<6>(vec::Add(base, vec::Add(Term(blue, -3209), Term(red, -6660))));
+        const V16 r = vec::ShiftRight<6>(vec::Add(base, Term(red, 13075)));
+        StoreBgra(b, g, r, alpha, dst + 4 * x);
+    }
+    return x;
+}
+
 #else
 
 template <eYuvOrder kOrder, int kShift>
@@ -180,6 +256,8 @@ template <eYuvOrder kOrder, bool k709>
 size_t YuvToBgraVectors(const uint8_t*, uint8_t*, size_t, uint8_t) {
     return 0;
 }
+size_t BgraToPlanesVectors(const RGB_TO_YUV&, const uint8_t*, uint8_t*, uint8_t*, uint8_t*, size_t) { return 0; }
+size_t PlanesToBgraVectors(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, size_t, uint8_t) { return 0; }
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
@@ -214,6 +292,27 @@ void UyvyToBgraRow709Impl(const uint8_t* src, uint8_t* dst, size_t nPairs, uint8
     YuvToBgraRow<eYuvOrder::CbYCrY, true>(src, dst, nPairs, nAlpha);
 }
 
+void BgraToPlanesRow601Impl(const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* cr, size_t nPixels) {
+    const RGB_TO_YUV& m = kRgbToYuv601;
+    for (size_t x = BgraToPlanesVectors(m, src, y, cb, cr, nPixels); x < nPixels; ++x) {
+        const int nB = src[4 * x], nG = src[4 * x + 1], nR = src[4 * x + 2];
+        y[x] = LumaOf(m, nB, nG, nR);
+        cb[x] = CbOf(m, 2 * nB, 2 * nG, 2 * nR);
+        cr[x] = CrOf(m, 2 * nB, 2 * nG, 2 * nR);
+    }
+}
+
+void PlanesToBgraRow601Impl(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, size_t nPixels,
+                            uint8_t nAlpha) {
+    for (size_t x = PlanesToBgraVectors(y, cb, cr, dst, nPixels, nAlpha); x < nPixels; ++x) {
+        const BGR8 pixel = BgrOf601(y[x], cb[x], cr[x]);
+        dst[4 * x] = pixel.nB;
+        dst[4 * x + 1] = pixel.nG;
+        dst[4 * x + 2] = pixel.nR;
+        dst[4 * x + 3] = nAlpha;
+    }
+}
+
 }  // namespace
 }  // namespace zr::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -226,6 +325,8 @@ HWY_EXPORT(BgraToUyvyRow709Impl);
 HWY_EXPORT(UyvyToBgraRow601Impl);
 HWY_EXPORT(Yuy2ToBgraRow601Impl);
 HWY_EXPORT(UyvyToBgraRow709Impl);
+HWY_EXPORT(BgraToPlanesRow601Impl);
+HWY_EXPORT(PlanesToBgraRow601Impl);
 
 void BgraToUyvyRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs) {
     HWY_DYNAMIC_DISPATCH(BgraToUyvyRow601Impl)(_pSrc, _pDst, _nPairs);
@@ -244,6 +345,13 @@ void Yuy2ToBgraRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint
 }
 void UyvyToBgraRow709(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha) {
     HWY_DYNAMIC_DISPATCH(UyvyToBgraRow709Impl)(_pSrc, _pDst, _nPairs, _nAlpha);
+}
+void BgraToPlanesRow601(const uint8_t* _pSrc, uint8_t* _pY, uint8_t* _pCb, uint8_t* _pCr, size_t _nPixels) {
+    HWY_DYNAMIC_DISPATCH(BgraToPlanesRow601Impl)(_pSrc, _pY, _pCb, _pCr, _nPixels);
+}
+void PlanesToBgraRow601(const uint8_t* _pY, const uint8_t* _pCb, const uint8_t* _pCr, uint8_t* _pDst, size_t _nPixels,
+                        uint8_t _nAlpha) {
+    HWY_DYNAMIC_DISPATCH(PlanesToBgraRow601Impl)(_pY, _pCb, _pCr, _pDst, _nPixels, _nAlpha);
 }
 }  // namespace zr
 #endif

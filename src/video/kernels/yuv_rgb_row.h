@@ -2,8 +2,8 @@
 // Rows between 4:2:2 YCbCr of 8 bits and 32-bit RGB (bytes B, G, R, A in memory), studio range: Y 16..235,
 // chroma 16..240 around 128. The scalar formulas below are the definition; every vector path gives the same bytes.
 //
-// All functions: _nPairs pairs of pixels, 4 bytes of 4:2:2 and 8 bytes of RGB each; any alignment, no byte outside is
-// touched, source and destination do not overlap.
+// All functions: any alignment, no byte outside is touched, source and destination do not overlap. _nPairs pairs of
+// pixels: 4 bytes of 4:2:2 and 8 bytes of RGB each.
 
 #include <algorithm>
 #include <cstddef>
@@ -104,5 +104,10 @@ void BgraToUyvyRow709(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs);
 void UyvyToBgraRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha);
 void Yuy2ToBgraRow601(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha);
 void UyvyToBgraRow709(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nPairs, uint8_t _nAlpha);
+
+// 32-bit RGB to and from planes of full width (4:4:4), ITU-R BT.601. _nPixels pixels, one sample of each plane.
+void BgraToPlanesRow601(const uint8_t* _pSrc, uint8_t* _pY, uint8_t* _pCb, uint8_t* _pCr, size_t _nPixels);
+void PlanesToBgraRow601(const uint8_t* _pY, const uint8_t* _pCb, const uint8_t* _pCr, uint8_t* _pDst, size_t _nPixels,
+                        uint8_t _nAlpha);
 
 }  // namespace zr
