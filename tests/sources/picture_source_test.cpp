@@ -1,0 +1,115 @@
+#include "sources/picture_source.h"
+
+#include <gtest/gtest.h>
+
+#include "frame_module/frame_factory.h"
+#include "media/vid_props.h"
+#include "support/scripted_worker.h"
+
+namespace zr {
+namespace {
+
+TEST(BuiltInPicture, KnowsColoursFromFileNames) {
+    constexpr struct {
+        const char16_t* szName;
+        bool bColour;
+        uint32_t nBgra;  // the first pixel as ARGB32
+    } arrCases[] = {
+        {u"black", true, 0xFF000000},
+        {u"White", true, 0xFFFFFFFF},
+        {u"red", true, 0xFFFF0000},
+        {u"blue", true, 0xFF0000FF},
+        {u"green", true, 0xFF008000},
+        {u"Red(128)", true, 0x80FF0000},
+        {u"transparent", true, 0},
+        {u"NONE", true, 0},
+        {u"F00", true, 0xFFFF0000},
+        {u"0000ff", true, 0xFF0000FF},
+        {u"#00FF00", true, 0xFF00FF00},
+        {u"80FF0000", true, 0x80FF0000},
+        {u"FADE.mp4", false, 0},
+        {u"12.mkv", false, 0},
+        {u"red.mp4", false, 0},
+        {u"", false, 0},
+        {u"reddish", false, 0},
+        {u"FADE", false, 0},
+        {u"Red(", false, 0},
+        {u"Red(1)x", false, 0},
+        {u"/red", false, 0},
+        {u"(128)", false, 0},
+        {u"Default", false, 0},
+        {u"#", false, 0},
+    };
+    for (const auto& test : arrCases) {
+        SCOPED_TRACE(std::string(test.szName, test.szName + std::u16string(test.szName).size()));
+        BuiltInPicture picture;
+        ASSERT_EQ(BuiltInPicture::Find(test.szName, &picture), test.bColour);
+        if (!test.bColour) continue;
+        ZR_VID_PROPS props;
+        props.fccType = eZrFCC_ARGB32;
+        props.nWidth = 64;
+        props.nHeight = 32;
+        ZrPtr<IZrFFrame> pFrame;
+        ASSERT_EQ(picture.Make(picture.Format(props), &pFrame), S_OK);
+        ZRF_FRAME_INFO info;
+        pFrame->ZrFAllGet(&info);
+        ASSERT_EQ(info.cbVideo, 64u * 32 * 4);
+        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[0], test.nBgra);
+        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[64 * 32 - 1], test.nBgra);
+    }
+}
+
+TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
+    PictureSource& source = *new PictureSource;
+    const auto pHold = ZrPtr<PictureSource>::Attach(&source);
+    ZR_AV_PROPS wanted;
+    wanted.vidProps = PropsFromFormat(eZrVF_HD1080_2997p, eZrFCC_Default);
+    wanted.audProps = {2, 48000, 16, 0};
+    source.FormatSet(wanted);
+    ASSERT_EQ(source.WorkerOpen(u"blue", u"img.default_duration=2.0 loop=1", 0), S_OK);
+    ZrPtr<IZrFFrame> pFrame;
+    int64_t llVideoID = 0, nSamples = 0;
+    int nFrames = 0;
+    for (HRESULT hr = S_OK; (hr = source.WorkerFrameGet(0, pFrame.Out())) != Win32Error(1100); ++nFrames) {
+        ASSERT_EQ(hr, S_OK);
+        ZRF_FRAME_INFO info;
+        pFrame->ZrFAllGet(&info);
+        if (nFrames == 0) llVideoID = info.llVideoID;
+        EXPECT_EQ(info.llVideoID, llVideoID);
+        EXPECT_EQ(info.avProps.vidProps.eVideoFormat, eZrVF_HD1080_2997p);
+        EXPECT_EQ(info.mTime.rtStartTime, (nFrames * int64_t{20'020'000} + 30) / 60);
+        EXPECT_EQ(info.mTime.eFFlags, nFrames == 0 ? eZrFF_Break : nFrames == 59 ? eZrFF_Last : eZrFF_None);
+        nSamples += info.lAudioSamples;
+        EXPECT_EQ(nSamples, ((nFrames + 1) * 3 * int64_t{16016} + 15) / 30);
+    }
+    EXPECT_EQ(nFrames, 60);
+
+    // Another format makes another picture, from the same place on.
+    ASSERT_EQ(source.WorkerSeek(1.0, 0), S_OK);
+    wanted.vidProps = PropsFromFormat(eZrVF_PAL, eZrFCC_I420);
+    source.FormatSet(wanted);
+    ASSERT_EQ(source.WorkerFrameGet(0, pFrame.Out()), S_OK);
+    ZRF_FRAME_INFO info;
+    pFrame->ZrFAllGet(&info);
+    EXPECT_NE(info.llVideoID, llVideoID);
+    EXPECT_EQ(info.avProps.vidProps.nWidth, 720);
+    EXPECT_EQ(info.mTime.eFFlags, eZrFF_Break);
+    EXPECT_NEAR(static_cast<double>(info.mTime.rtStartTime), 1e7, 333'667);
+
+    EXPECT_EQ(source.WorkerClose(), S_OK);
+    EXPECT_EQ(source.WorkerFrameGet(0, pFrame.Out()), E_ABORT);
+}
+
+TEST(PictureSource, SaysWhyAPictureFileCannotBeOpened) {
+    const auto pSource = ZrPtr<PictureSource>::Attach(new PictureSource);
+    EXPECT_TRUE(IsPictureName(u"/nowhere/logo.PNG"));
+    EXPECT_FALSE(IsPictureName(u"/nowhere/clip.mp4"));
+    EXPECT_LT(pSource->WorkerOpen(u"/nowhere/logo.png", nullptr, 0), 0);
+    BSTR bs = nullptr;
+    ASSERT_EQ(pSource->WorkerErrorGet(&bs), S_OK);
+    EXPECT_GT(SysStringLen(bs), 10u);
+    SysFreeString(bs);
+}
+
+}  // namespace
+}  // namespace zr
