@@ -1,12 +1,21 @@
 #include "support/allocation_count.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
 std::atomic<int64_t> nAllocations{0};
+
+}  // namespace
+
+int64_t zr::AllocationCount() { return nAllocations.load(std::memory_order_relaxed); }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+namespace {
 
 void* Take(size_t _cb, size_t _cbAlign) {
     nAllocations.fetch_add(1, std::memory_order_relaxed);
@@ -26,8 +35,6 @@ void* TakeOrThrow(size_t _cb, size_t _cbAlign) {
 
 }  // namespace
 
-int64_t zr::AllocationCount() { return nAllocations.load(std::memory_order_relaxed); }
-
 void* operator new(size_t _cb) { return TakeOrThrow(_cb, 0); }
 void* operator new[](size_t _cb) { return TakeOrThrow(_cb, 0); }
 void* operator new(size_t _cb, std::align_val_t _align) { return TakeOrThrow(_cb, static_cast<size_t>(_align)); }
@@ -44,3 +51,5 @@ void operator delete(void* _p, size_t, std::align_val_t) noexcept { std::free(_p
 void operator delete[](void* _p, size_t, std::align_val_t) noexcept { std::free(_p); }
 void operator delete(void* _p, const std::nothrow_t&) noexcept { std::free(_p); }
 void operator delete[](void* _p, const std::nothrow_t&) noexcept { std::free(_p); }
+
+#endif
