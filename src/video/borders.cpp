@@ -1,7 +1,6 @@
 #include "video/borders.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 #include "attributes/attr_text.h"
@@ -9,6 +8,7 @@
 #include "media/vid_props.h"
 #include "video/conversion_matrix.h"
 #include "video/kernels/mix_row.h"
+#include "video/mix_image.h"
 #include "video/number_list.h"
 
 namespace zr {
@@ -69,8 +69,7 @@ bool CanMix(eZrFCC _fccType) {
 }
 
 uint32_t WeightOf(const FILL_COLOUR& _colour, double _dblAlpha) {
-    const double dblAlpha = std::isnan(_dblAlpha) ? 0 : std::clamp(_dblAlpha, 0.0, 1.0);
-    return static_cast<uint32_t>(std::lround(dblAlpha * _colour.nAlpha / 255.0 * 256));
+    return MixWeight(std::min(_dblAlpha, 1.0) * _colour.nAlpha / 255.0, 256);
 }
 
 }  // namespace

@@ -14,11 +14,6 @@ namespace zr {
 
 namespace {
 
-uint32_t WeightOf(double _dblAlpha, int32_t _nUnit) {
-    const double dblAlpha = std::isnan(_dblAlpha) ? 0 : std::clamp(_dblAlpha, 0.0, 1.0);
-    return static_cast<uint32_t>(std::lround(dblAlpha * _nUnit));
-}
-
 size_t BytesPerPixel(eZrFCC _fccType) { return static_cast<size_t>(PixelFormatBits(_fccType)) / 8; }
 
 // ---- The fade
@@ -38,6 +33,11 @@ bool CanFade(eZrFCC _fccType) {
 
 }  // namespace
 
+uint32_t MixWeight(double _dblAlpha, int32_t _nUnit) {
+    const double dblAlpha = std::isnan(_dblAlpha) ? 0 : std::clamp(_dblAlpha, 0.0, 1.0);
+    return static_cast<uint32_t>(std::lround(dblAlpha * _nUnit));
+}
+
 HRESULT MixImage(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const uint8_t* _pOver, const ZR_VID_PROPS& _overProps,
                  double _dblAlpha) {
     if (!_pBase || !_pOver) return E_POINTER;
@@ -48,7 +48,7 @@ HRESULT MixImage(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const uint8_t*
         Failed(PictureOf(const_cast<uint8_t*>(_pOver), _overProps, over)))
         return kMixBadRecord;
 
-    const uint32_t nWeight = WeightOf(_dblAlpha, 128);
+    const uint32_t nWeight = MixWeight(_dblAlpha, 128);
     const auto nPixels = static_cast<size_t>(std::min(base.Width(), over.Width()));
     const size_t cbRow = nPixels * BytesPerPixel(over.fccType);
     for (int32_t y = 0; y < std::min(base.Height(), over.Height()); ++y) {
@@ -140,7 +140,7 @@ HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const ta
         if (!pMask) return E_INVALIDARG;
     }
 
-    const uint32_t nWeight = WeightOf(_options.dblAlpha, 256);
+    const uint32_t nWeight = MixWeight(_options.dblAlpha, 256);
     const size_t nBytes = BytesPerPixel(over.fccType);
     const auto nPixels = static_cast<size_t>(RectWidth(baseRect));
     const int32_t nRows = RectHeight(baseRect),

@@ -42,6 +42,9 @@ HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const ta
                        const uint8_t* _pOver, const ZR_VID_PROPS& _overProps, const tagRECT* _pOverRect,
                        const MIX_MASK* _pMask, const MIX_OPTIONS& _options);
 
+// _dblAlpha (0 to 1, limited) in whole parts of _nUnit, rounded half away from zero.
+uint32_t MixWeight(double _dblAlpha, int32_t _nUnit);
+
 // Into how many bands a mix is split: the rectangle has at least 64 rows, and both pictures more than 240.
 int32_t MixWorkers(int32_t _nThreads, int32_t _nRectRows, int32_t _nBaseRows, int32_t _nOverRows);
 
