@@ -51,6 +51,7 @@ inline constexpr LockRank kPackerAudio{1120, "packer audio lock"};
 
 // The sender: its channels and filters (both reader/writer, copied out before the send), its name.
 inline constexpr LockRank kSenderChannels{1200, "channels lock"};
+inline constexpr LockRank kSenderChannel{1205, "channel lock"};  // one channel: its receiver and the frame in flight
 inline constexpr LockRank kSenderFilters{1210, "filters lock"};
 inline constexpr LockRank kSenderName{1220, "name lock"};
 // Who is linked to a receiver; held for the identity test only.

@@ -13,7 +13,7 @@
 namespace zr {
 
 // What a sender calls. One channel's calls come one after another, from any thread, with no lock held. _pSender: who
-// sends; it shows IZrSender_I.
+// sends; it shows IZrSender_I. Null in the MediaEnd of a sender that is going.
 struct IZrReceiver_I : IUnknown {
     static constexpr GUID kIid = GuidOf("3B1B0E53-5A0C-4F3E-9A67-1C8D7A90E2B4");
 
@@ -28,6 +28,17 @@ struct IZrReceiver_I : IUnknown {
 
 protected:
     ~IZrReceiver_I() = default;
+};
+
+// What the receiver of the channel "_preview_" shows as well when it does not always want frames.
+struct IZrFramesWanted_I : IUnknown {
+    static constexpr GUID kIid = GuidOf("D2A4F1C7-8B36-4E0D-9C51-7A3E60B8F294");
+
+    // S_FALSE: no frames now. Any thread; waits for nothing.
+    virtual HRESULT FramesWanted() = 0;
+
+protected:
+    ~IZrFramesWanted_I() = default;
 };
 
 // A frame on its way through a sender: it may be replaced. Called on the sending thread, with no lock held.
