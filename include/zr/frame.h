@@ -62,7 +62,7 @@ struct IZrFrame : IUnknown {
     // A window onto this picture, without a copy; of the rest only time and properties go along. _nField: 0 or less
     // both fields, 1 the first, 2 the second; a field is progressive, with half the height and twice the row bytes.
     // _pRect in pixels of the frame, null for the whole picture; edges go down to even columns in 4:2:2 formats, even
-    // rows too in 4:2:0.
+    // rows too in 4:2:0. With both, the field is one of the rectangle: its first field begins with its first line.
     // E_INVALIDARG: the rectangle is empty or leaves the picture. ZR_E_EMPTY: there is no picture.
     virtual HRESULT FrameCut(int32_t _nField, const tagRECT* _pRect, IZrFrame** _ppFrameRes) = 0;
     // A new frame in another format or size; time, flags and audio go along. _bsPropsList: attributes such as
@@ -89,7 +89,9 @@ struct IZrFFrame : IUnknown {
     // As FrameAVPropsGet. _plAudioSamples (may be null): samples of each channel.
     virtual HRESULT ZrFAVPropsGet(ZR_AV_PROPS* _pProps, int32_t* _plAudioSamples) = 0;
     // As FrameAVPropsSet. _bsChannelsRemap (may be null): the new channel order by 0-based indices, as in "1,0"; a
-    // channel that it leaves out is dropped. With one, _pProps may be null. ZR_E_BAD_INDEX: no such channel.
+    // channel that it leaves out is dropped. With one, _pProps may be null. The indices count the channels before the
+    // call, or those of _pProps when the frame has no audio format yet. On a frame without audio only the count of
+    // channels follows. ZR_E_BAD_INDEX: no such channel; nothing is changed then, as by any failure.
     virtual HRESULT ZrFAVPropsSet(const ZR_AV_PROPS* _pProps, const char16_t* _bsChannelsRemap) = 0;
     // Start and end in 100 ns, time code and flags.
     virtual HRESULT ZrFTimeGet(ZR_TIME* _pTime) = 0;
@@ -106,8 +108,9 @@ struct IZrFFrame : IUnknown {
     // ZR_E_EMPTY: the frame has no audio.
     virtual HRESULT ZrFAudioChannelGetBytes(int32_t _nChannel, int32_t _bCreateNewChannels, int32_t* _pcbSize,
                                             int64_t* _ppbAudio) = 0;
-    // Puts the channels given out by ZrFAudioChannelGetBytes back into the interleaved audio, new ones included.
-    // S_FALSE: none was given out.
+    // Puts the channels given out by ZrFAudioChannelGetBytes since the last update back into the interleaved audio, new
+    // ones included. What is written into such a channel afterwards counts only when it is asked for again, which gives
+    // the same address with what the audio has now. S_FALSE: none was given out.
     virtual HRESULT ZrFAudioChannelsUpdate() = 0;
     // Replaces the audio by _lSamples samples of silence in a format. E_INVALIDARG: a format without channels, rate or
     // bits, or a negative count. E_OUTOFMEMORY: the old audio is kept.

@@ -112,20 +112,19 @@ HRESULT CZrFrame::ZrFAVPropsSet(const ZR_AV_PROPS* _pProps, const char16_t* _bsC
     // All is worked out before anything is changed.
     ZR_AV_PROPS props = _pProps ? *_pProps : content.avProps;
     ZR_AUD_PROPS newAudio = props.audProps;
-    if (bRemap) {
-        for (const int32_t nChannel : remap)
-            if (nChannel >= content.avProps.audProps.nChannels) return ZR_E_BAD_INDEX;
-        // The caller may state the count of channels before or after.
-        if (newAudio.nChannels == static_cast<int32_t>(remap.size()))
-            newAudio.nChannels = content.avProps.audProps.nChannels;
-    }
+    // The indexes count the channels there are, or those that the frame is about to get its first format with.
+    const int32_t nOldChannels = content.avProps.audProps.nChannels;
+    const int32_t nChannels = nOldChannels > 0 ? nOldChannels : newAudio.nChannels;
+    for (const int32_t nChannel : remap)
+        if (nChannel >= nChannels && nChannels > 0) return ZR_E_BAD_INDEX;
+    // The caller may state the count of channels before or after.
+    if (bRemap && newAudio.nChannels == static_cast<int32_t>(remap.size())) newAudio.nChannels = nChannels;
     props.vidProps = content.avProps.vidProps;
     props.audProps = content.avProps.audProps;
     Picture picture = content.picture;
     HRESULT hr = _pProps ? PictureDescribe(_pProps->vidProps, &props.vidProps, &picture) : S_OK;
     if (Failed(hr)) return hr;
-    hr = content.audio.Describe(newAudio, &props.audProps);
-    if (Succeeded(hr) && bRemap) hr = content.audio.Remap(remap, &props.audProps);
+    hr = content.audio.Describe(newAudio, remap, &props.audProps);
     if (Failed(hr)) return hr;
     content.picture = std::move(picture);
     content.avProps = props;

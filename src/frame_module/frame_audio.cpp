@@ -68,49 +68,56 @@ HRESULT FrameAudio::Copy(const FrameAudio& _from) {
     return S_OK;
 }
 
-HRESULT FrameAudio::Describe(const ZR_AUD_PROPS& _new, ZR_AUD_PROPS* _pProps) {
+HRESULT FrameAudio::Describe(const ZR_AUD_PROPS& _new, std::span<const int32_t> _arrRemap, ZR_AUD_PROPS* _pProps) {
+    ZR_AUD_PROPS props = _new;
     if (cbAudio == 0) {
-        *_pProps = _new;
+        // Frames of a stream say the same whether they have sound or not.
+        if (!_arrRemap.empty() && props.nChannels > 0) props.nChannels = static_cast<int32_t>(_arrRemap.size());
+        *_pProps = props;
         return S_OK;
     }
-    const size_t cbNewBlock = BlockBytes(_new);
-    if (cbNewBlock == 0) {
-        if (AudUsable(_new)) return E_INVALIDARG;  // too many channels
-        if (_new.nSamplesPerSec > 0) _pProps->nSamplesPerSec = _new.nSamplesPerSec;
-        _pProps->nTrackSplitBits = _new.nTrackSplitBits;
-        return S_OK;
+    if (!AudUsable(_new)) {
+        props = *_pProps;
+        if (_new.nSamplesPerSec > 0) props.nSamplesPerSec = _new.nSamplesPerSec;
+        props.nTrackSplitBits = _new.nTrackSplitBits;
     }
-    if (nSamples > 0) {
-        if (_new.nChannels != _pProps->nChannels || cbNewBlock != BlockBytes(*_pProps)) return E_INVALIDARG;
-        if (_new.nBitsPerSample != _pProps->nBitsPerSample) arrRows.clear();
-    } else {
-        nSamples = static_cast<int32_t>(cbAudio / cbNewBlock);
+    int32_t nCount = nSamples;
+    if (AudUsable(props)) {
+        const size_t cbBlock = BlockBytes(props);
+        if (cbBlock == 0 || cbAudio % cbBlock != 0) return E_INVALIDARG;
+        nCount = static_cast<int32_t>(cbAudio / cbBlock);
+        if (nSamples > 0 && (nCount != nSamples || props.nChannels != _pProps->nChannels)) return E_INVALIDARG;
     }
-    *_pProps = _new;
+    if (!_arrRemap.empty()) {
+        if (nCount == 0) return ZR_E_EMPTY;
+        FrameAudio mapped;
+        const HRESULT hr = Remap(_arrRemap, props, &mapped);
+        if (Failed(hr)) return hr;
+        Take(&mapped, nCount);
+        props.nChannels = static_cast<int32_t>(_arrRemap.size());
+    } else if (props.nBitsPerSample != _pProps->nBitsPerSample) {
+        arrRows.clear();
+    }
+    nSamples = nCount;
+    *_pProps = props;
     return S_OK;
 }
 
-HRESULT FrameAudio::Remap(std::span<const int32_t> _arrChannels, ZR_AUD_PROPS* _pProps) {
-    if (nSamples == 0) return ZR_E_EMPTY;
+HRESULT FrameAudio::Remap(std::span<const int32_t> _arrChannels, const ZR_AUD_PROPS& _props,
+                          FrameAudio* _pMapped) const {
     for (const int32_t nChannel : _arrChannels)
-        if (nChannel < 0 || nChannel >= _pProps->nChannels) return ZR_E_BAD_INDEX;
-    ZR_AUD_PROPS props = *_pProps;
-    props.nChannels = static_cast<int32_t>(_arrChannels.size());
-    FrameAudio mapped;
-    const HRESULT hr = mapped.AllocBytes(uint64_t{BlockBytes(props)} * static_cast<uint64_t>(nSamples));
+        if (nChannel < 0 || nChannel >= _props.nChannels) return ZR_E_BAD_INDEX;
+    const auto cbSample = static_cast<size_t>(AudBytesPerSample(_props.nBitsPerSample));
+    const size_t cbBlock = BlockBytes(_props);
+    const HRESULT hr = _pMapped->AllocBytes(uint64_t{cbAudio / cbBlock} * _arrChannels.size() * cbSample);
     if (Failed(hr)) return hr;
-    const auto cbSample = static_cast<size_t>(AudBytesPerSample(props.nBitsPerSample));
-    const size_t cbBlock = BlockBytes(*_pProps);
-    const uint8_t* pFrom = Data();
-    uint8_t* pTo = mapped.Data();
-    for (int32_t i = 0; i < nSamples; ++i, pFrom += cbBlock) {
+    uint8_t* pTo = _pMapped->Data();
+    for (const uint8_t *pFrom = Data(), *pEnd = pFrom + cbAudio; pFrom != pEnd; pFrom += cbBlock) {
         for (const int32_t nChannel : _arrChannels) {
             std::memcpy(pTo, pFrom + static_cast<size_t>(nChannel) * cbSample, cbSample);
             pTo += cbSample;
         }
     }
-    Take(&mapped, nSamples);
-    *_pProps = props;
     return S_OK;
 }
 
@@ -121,38 +128,42 @@ HRESULT FrameAudio::ChannelRow(const ZR_AUD_PROPS& _props, int32_t _nChannel, bo
     if (_nChannel < 0 || _nChannel >= kMaxAudioChannels || (bNew && !_bCreate)) return ZR_E_BAD_INDEX;
     const auto nIndex = static_cast<size_t>(_nChannel);
     const size_t cbRow = static_cast<size_t>(nSamples) * static_cast<size_t>(ChannelSampleBytes(_props.nBitsPerSample));
-    if (nIndex >= arrRows.size() || !arrRows[nIndex]) {
-        BufferPtr pRow = BufferPool::Shared().Get(cbRow);
-        if (!pRow) return cbRow > BufferPool::kMaxBytes ? E_INVALIDARG : E_OUTOFMEMORY;
+    try {
+        if (arrRows.size() <= nIndex) arrRows.resize(nIndex + 1);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+    Row& row = arrRows[nIndex];
+    if (!row.pBuffer) row.pBuffer = BufferPool::Shared().Get(cbRow);
+    if (!row.pBuffer) return cbRow > BufferPool::kMaxBytes ? E_INVALIDARG : E_OUTOFMEMORY;
+    if (!row.bOut) {
         const auto cbSample = static_cast<size_t>(AudBytesPerSample(_props.nBitsPerSample));
         if (bNew)
-            std::memset(pRow->Data(), 0, cbRow);
+            std::memset(row.pBuffer->Data(), 0, cbRow);
         else
             TakeChannel(_props.nBitsPerSample, Data() + nIndex * cbSample, BlockBytes(_props),
-                        static_cast<size_t>(nSamples), pRow->Data());
-        try {
-            if (arrRows.size() <= nIndex) arrRows.resize(nIndex + 1);
-        } catch (const std::bad_alloc&) {
-            return E_OUTOFMEMORY;
-        }
-        arrRows[nIndex] = std::move(pRow);
+                        static_cast<size_t>(nSamples), row.pBuffer->Data());
+        row.bOut = true;
     }
     *_pcb = static_cast<uint32_t>(cbRow);
-    *_pp = arrRows[nIndex]->Data();
+    *_pp = row.pBuffer->Data();
     return S_OK;
 }
 
 HRESULT FrameAudio::UpdateChannels(ZR_AUD_PROPS* _pProps) {
-    if (arrRows.empty()) return S_FALSE;
-    if (arrRows.size() > static_cast<size_t>(_pProps->nChannels)) {
-        const HRESULT hr = Widen(static_cast<int32_t>(arrRows.size()), _pProps);
+    size_t nRows = 0;  // up to the last one that is out
+    for (size_t i = 0; i < arrRows.size(); ++i)
+        if (arrRows[i].bOut) nRows = i + 1;
+    if (nRows == 0) return S_FALSE;
+    if (nRows > static_cast<size_t>(_pProps->nChannels)) {
+        const HRESULT hr = Widen(static_cast<int32_t>(nRows), _pProps);
         if (Failed(hr)) return hr;
     }
     const auto cbSample = static_cast<size_t>(AudBytesPerSample(_pProps->nBitsPerSample));
-    for (size_t i = 0; i < arrRows.size(); ++i) {
-        if (!arrRows[i]) continue;
-        PutChannel(_pProps->nBitsPerSample, arrRows[i]->Data(), BlockBytes(*_pProps), static_cast<size_t>(nSamples),
-                   Data() + i * cbSample);
+    for (size_t i = 0; i < nRows; ++i) {
+        if (!std::exchange(arrRows[i].bOut, false)) continue;
+        PutChannel(_pProps->nBitsPerSample, arrRows[i].pBuffer->Data(), BlockBytes(*_pProps),
+                   static_cast<size_t>(nSamples), Data() + i * cbSample);
     }
     return S_OK;
 }

@@ -30,25 +30,31 @@ public:
     // Becomes a copy.
     HRESULT Copy(const FrameAudio& _from);
 
-    // Lays a format over the bytes. With a usable old one, the new one must divide them in the same way; what is not
-    // usable leaves the old one but for rate and track bits. E_INVALIDARG: nothing is changed.
-    HRESULT Describe(const ZR_AUD_PROPS& _new, ZR_AUD_PROPS* _pProps);
-    // Puts the channels with these indexes in this order, in place of all. ZR_E_BAD_INDEX: there is none of an index.
-    HRESULT Remap(std::span<const int32_t> _arrChannels, ZR_AUD_PROPS* _pProps);
+    // Lays a format over the bytes, and then puts the channels with the indexes of _arrRemap (empty: no remap) in this
+    // order in place of all. With a usable old format, the new one must divide the bytes in the same way; what is not
+    // usable leaves the old one but for rate and track bits. On failure nothing is changed. E_INVALIDARG: the bytes
+    // cannot be that. ZR_E_BAD_INDEX: there is no channel of an index. ZR_E_EMPTY: a remap of bytes without a format.
+    HRESULT Describe(const ZR_AUD_PROPS& _new, std::span<const int32_t> _arrRemap, ZR_AUD_PROPS* _pProps);
 
     // The row of a channel, see IZrFFrame::ZrFAudioChannelGetBytes. It stays where it is until the audio is replaced.
     HRESULT ChannelRow(const ZR_AUD_PROPS& _props, int32_t _nChannel, bool _bCreate, uint32_t* _pcb, uint8_t** _pp);
-    // Writes the rows back. S_FALSE: there is none.
+    // Writes back the rows that were asked for since the last update. S_FALSE: there is none.
     HRESULT UpdateChannels(ZR_AUD_PROPS* _pProps);
 
 private:
+    struct Row {
+        BufferPtr pBuffer;  // empty where nobody asked
+        bool bOut = false;  // to be written back
+    };
+
     void Take(FrameAudio* _pFrom, int32_t _nSamples);
+    HRESULT Remap(std::span<const int32_t> _arrChannels, const ZR_AUD_PROPS& _props, FrameAudio* _pMapped) const;
     HRESULT Widen(int32_t _nChannels, ZR_AUD_PROPS* _pProps);
 
     BufferPtr pBuffer;
     uint32_t cbAudio = 0;
-    int32_t nSamples = 0;            // 0 while the format is not known
-    std::vector<BufferPtr> arrRows;  // by channel, empty where nobody asked
+    int32_t nSamples = 0;      // 0 while the format is not known
+    std::vector<Row> arrRows;  // by channel
 };
 
 }  // namespace zr

@@ -67,7 +67,7 @@ HRESULT CZrFrame::ZrFAudioLoadFromFile(const char16_t* _bsFileName, int64_t _llS
     if (nCount > BufferPool::kMaxBytes / static_cast<uint64_t>(AudBlockBytes(props))) return E_INVALIDARG;
     FrameAudio audio;
     hr = audio.AllocBytes(nCount * static_cast<uint64_t>(AudBlockBytes(props)));
-    if (Succeeded(hr)) hr = audio.Describe(file.Info().audProps, &props);
+    if (Succeeded(hr)) hr = audio.Describe(file.Info().audProps, {}, &props);
     if (Succeeded(hr)) hr = file.Read(nFirst, static_cast<uint32_t>(nCount), audio.Data());
     if (Failed(hr)) return hr;
     content.audio = std::move(audio);

@@ -29,6 +29,7 @@ HRESULT FrameContent::CloneTo(eZrFrameClone _eType, eZrFCC _fccPixelFormat, Fram
             _pClone->picture = picture;
         if (bConvert) _pClone->avProps.vidProps.fccType = _fccPixelFormat;
     }
+    // Never shared: whoever was given the address of the samples may write there, and no other frame must show that.
     if (Succeeded(hr) && TakesAudio(_eType)) hr = _pClone->audio.Copy(audio);
     if (Succeeded(hr) && TakesData(_eType)) hr = _pClone->data.Share(data);
     if (Succeeded(hr) && TakesData(_eType)) hr = _pClone->texts.Share(texts);

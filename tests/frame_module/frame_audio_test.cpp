@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "frame_module/channel_samples.h"
 #include "frame_module/frame_builders.h"
 #include "media/aud_props.h"
+#include "zr/memory.h"
 
 namespace zr {
 namespace {
@@ -212,6 +214,72 @@ TEST(FrameAudio, RoomForAudioGetsItsFormatLater) {
     EXPECT_EQ(InfoOf(*pFrame.As<IZrFFrame>()).lAudioSamples, 100);
     props.audProps.nChannels = 1;
     EXPECT_EQ(pFrame->FrameAVPropsSet(&props), E_INVALIDARG);
+    // Only a format that leaves no rest; what a frame has can always be saved and loaded.
+    for (const uint32_t cbRoom : {1u, 3u, 401u, 402u}) {
+        ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(0, cbRoom, 0, pFrame.Out()), S_OK);
+        const auto pRoom = pFrame.As<IZrFFrame>();
+        props.audProps.nChannels = 2;
+        EXPECT_EQ(pFrame->FrameAVPropsSet(&props), E_INVALIDARG) << cbRoom;
+        EXPECT_EQ(PropsOf(*pRoom).audProps.nChannels, 0) << cbRoom;
+        uint32_t cb = 0;
+        uint8_t* p = nullptr;
+        ASSERT_EQ(pRoom->ZrFSave(&cb, &p, eZrFC_Full), S_OK);
+        EXPECT_EQ(EmptyFrame()->ZrFLoad(cb, p, eZrFC_Full), S_OK) << cbRoom;
+        CoTaskMemFree(p);
+    }
+}
+
+// A frame gets its first format and its channel order in one call, or nothing; a silent one only the order's count.
+TEST(FrameAudio, FormatAndRemapAreOneStep) {
+    std::u16string sHuge;
+    for (int i = 0; i < 128; ++i) sHuge += u"0 ";
+    struct {
+        const char* szName;
+        uint32_t cbRoom;
+        ZR_AUD_PROPS props;
+        const char16_t* szRemap;
+        HRESULT hr;
+        int32_t nChannels, nSamples;  // afterwards
+    } const arrCases[] = {
+        {"first_format", 16, {2, 48000, 16, 0}, u"1,0", S_OK, 2, 4},
+        {"first_format_one_dropped", 16, {2, 48000, 16, 0}, u"1", S_OK, 1, 4},
+        {"index_past_the_new_count", 16, {2, 48000, 16, 0}, u"2", ZR_E_BAD_INDEX, 0, 0},
+        {"no_format_yet", 16, {0, 0, 0, 0}, u"0", ZR_E_EMPTY, 0, 0},
+        {"result_too_large", 1 << 24, {1, 48000, 8, 0}, sHuge.c_str(), E_INVALIDARG, 0, 0},
+        {"silent", 0, {2, 48000, 16, 0}, u"1,0,0", S_OK, 3, 0},
+        {"silent_without_format", 0, {0, 0, 0, 0}, u"1,0", S_OK, 0, 0},
+        {"silent_index_past_the_count", 0, {2, 48000, 16, 0}, u"2", ZR_E_BAD_INDEX, 0, 0},
+    };
+    for (const auto& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        ZrPtr<IZrFrame> pFrame;
+        ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(0, c.cbRoom, 0, pFrame.Out()), S_OK);
+        const auto p = pFrame.As<IZrFFrame>();
+        ZR_AV_PROPS props;
+        props.audProps = c.props;
+        EXPECT_EQ(p->ZrFAVPropsSet(&props, c.szRemap), c.hr);
+        EXPECT_EQ(PropsOf(*p).audProps.nChannels, c.nChannels);
+        EXPECT_EQ(InfoOf(*p).lAudioSamples, c.nSamples);
+    }
+}
+
+// Rows that were written back are not written again over what has changed since, until they are asked for anew.
+TEST(FrameAudio, UpdateWritesTheRowsOfOneRequest) {
+    for (const int32_t nBits : {16, 24}) {
+        SCOPED_TRACE(nBits);
+        const ZrPtr<IZrFFrame> p = AudioFrame(nBits, 6);
+        const auto First = [&](int32_t _nChannel) { return ChannelOf<uint8_t>(*p, _nChannel).data(); };
+        const uint8_t *pRow0 = First(0), *pRow1 = First(1);
+        EXPECT_EQ(p->ZrFAudioChannelsUpdate(), S_OK);
+        EXPECT_EQ(p->ZrFAudioChannelsUpdate(), S_FALSE);
+        const std::vector<uint8_t> arrZeros(AudioOf(*p).size());
+        std::ranges::copy(arrZeros, AudioOf(*p).begin());
+        EXPECT_EQ(First(1), pRow1);  // where it was, with what is there now
+        EXPECT_EQ(pRow1[0], 0);
+        EXPECT_EQ(p->ZrFAudioChannelsUpdate(), S_OK);
+        EXPECT_TRUE(std::ranges::equal(AudioOf(*p), arrZeros));
+        EXPECT_EQ(First(0), pRow0);
+    }
 }
 
 }  // namespace
