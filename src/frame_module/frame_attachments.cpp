@@ -84,8 +84,6 @@ HRESULT CZrFrame::ZrFDataSet(const char16_t* _bsDataID, int32_t _cbANCData, int6
     return content.data.Set(_bsDataID, reinterpret_cast<const void*>(_pbANCData), static_cast<uint32_t>(_cbANCData));
 }
 
-// Planes somewhere else than behind each other, or a second view of a packed picture as plane 1. The first plane may be
-// left out; sizes are those of the format.
 HRESULT CZrFrame::PlanesSet_I(int32_t _cb, int64_t _pb) {
     Picture& picture = content.picture;
     if (_cb == 0) {
@@ -93,22 +91,10 @@ HRESULT CZrFrame::PlanesSet_I(int32_t _cb, int64_t _pb) {
         if (picture.bPart && PlaneCount(content.avProps.vidProps.fccType) > 1) return E_INVALIDARG;
         return std::exchange(picture.bHasPlanes, false) ? S_OK : S_FALSE;
     }
-    if (_cb != sizeof(ZRF_VID_PTR) || picture.Empty() || content.avProps.vidProps.nWidth == 0) return E_INVALIDARG;
+    if (_cb != sizeof(ZRF_VID_PTR)) return E_INVALIDARG;
     ZRF_VID_PTR planes;
     std::memcpy(&planes, reinterpret_cast<const void*>(_pb), sizeof(planes));
-    const ZRF_VID_PTR own = PicturePlanes(content.avProps.vidProps, picture);
-    if (planes.lpVideoPlanes[0] == 0) {
-        planes.lpVideoPlanes[0] = own.lpVideoPlanes[0];
-        planes.cbVideoRowBytes[0] = own.cbVideoRowBytes[0];
-    }
-    const int32_t nPlanes = PlaneCount(content.avProps.vidProps.fccType);
-    for (int32_t i = 0; i < nPlanes; ++i)
-        if (planes.lpVideoPlanes[i] == 0 || planes.cbVideoRowBytes[i] == 0) return E_INVALIDARG;
-    for (int32_t i = 0; i < 4; ++i)
-        if (planes.lpVideoPlanes[i] != 0) planes.szVideoPlanes[i] = own.szVideoPlanes[i < nPlanes ? i : 0];
-    picture.planes = planes;
-    picture.bHasPlanes = true;
-    return S_OK;
+    return PictureSetPlanes(content.avProps.vidProps, planes, &picture);
 }
 
 HRESULT CZrFrame::ZrFObjGetByIndex(int32_t _nIndex, BSTR* _pbsObjID, IUnknown** _ppObj, int32_t _bMakeFrameLocal) {

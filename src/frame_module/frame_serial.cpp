@@ -41,7 +41,15 @@ enum SectionKind : uint32_t {
     eSection_Audio = 4,
     eSection_Data = 5,
     eSection_Text = 6,
+    eSection_Planes = 7,
 };
+
+// Where the planes are in the block of the picture. A plane that is not there has no row bytes.
+struct PLANES {
+    int64_t arrOffsets[4];
+    int32_t arrRowBytes[4];
+};
+static_assert(sizeof(PLANES) == 48);
 
 constexpr uint32_t kMagic = 0x4D46525A;  // "ZRFM"
 constexpr uint16_t kVersion = 1;
@@ -58,21 +66,18 @@ uint64_t SectionBytes(uint64_t _cbID, uint64_t _cbContent) {
 // What of a frame is written, worked out once for the size and for the bytes.
 struct PLAN {
     PLAN(const FrameContent& _content, eZrFrameClone _eType)
-        : vidProps(_content.avProps.vidProps),
-          bPicture(TakesPicture(_eType) && !_content.picture.Empty()),
+        : bPicture(TakesPicture(_eType) && !_content.picture.Empty()),
           bAudio(TakesAudio(_eType) && !_content.audio.Empty()),
           bData(TakesData(_eType)) {
+        layout.props = _content.avProps.vidProps;
         if (!bPicture) return;
-        const Picture& picture = _content.picture;
-        bByLines = picture.bPart || picture.bHasPlanes;
-        if (bByLines) vidProps.nRowBytes = MinRowBytes(vidProps.fccType, vidProps.nWidth);
-        cbPicture = vidProps.nWidth == 0 ? picture.cbBits : PictureBytes(vidProps);
+        layout = LayoutOfCopy(layout.props, _content.picture);
+        // Room behind the picture stays here.
+        if (!layout.bHasPlanes && layout.props.nWidth != 0) layout.cb = PictureBytes(layout.props);
     }
 
-    ZR_VID_PROPS vidProps;  // as written
+    COPY_LAYOUT layout;  // of the picture as written
     bool bPicture, bAudio, bData;
-    bool bByLines = false;
-    uint64_t cbPicture = 0;
 };
 
 class SectionWriter {
@@ -105,39 +110,48 @@ private:
     size_t nPadding = 0;
 };
 
-// Line by line, in the order in which the picture stores them, padding as zeros.
-void PutLines(const PLAN& _plan, const FrameContent& _content, SectionWriter* _pWriter) {
+// Line by line, in the order of the block, padding as zeros.
+void PutLines(const COPY_LAYOUT& _layout, const ZRF_VID_PTR& _from, SectionWriter* _pWriter) {
     constexpr uint8_t arrZeros[256] = {};
-    const ZRF_VID_PTR planes = PicturePlanes(_content.avProps.vidProps, _content.picture);
-    // Where they go: the planes of the written record, if it began where the picture does.
-    Picture block = _content.picture;
-    block.bHasPlanes = false;
-    const ZRF_VID_PTR places = PicturePlanes(_plan.vidProps, block);
-    const auto lpBlock = reinterpret_cast<int64_t>(block.pBits);
     uint64_t nDone = 0;
     const auto PadTo = [&](uint64_t _nOffset) {
         for (; nDone < _nOffset; nDone += std::min<uint64_t>(sizeof(arrZeros), _nOffset - nDone))
             _pWriter->Put(arrZeros, std::min<uint64_t>(sizeof(arrZeros), _nOffset - nDone));
     };
-    // YV12 stores V in front of U.
-    const int32_t arrOrder[] = {0, _plan.vidProps.fccType == eZrFCC_YV12 ? 2 : 1,
-                                _plan.vidProps.fccType == eZrFCC_YV12 ? 1 : 2};
-    for (int32_t i = 0; i < PlaneCount(_plan.vidProps.fccType); ++i) {
-        const int32_t nPlane = arrOrder[i];
-        const auto cbRow = static_cast<size_t>(PlaneRowBytes(_plan.vidProps, nPlane));
-        const int32_t nLines = planes.szVideoPlanes[nPlane].cy;
-        const bool bUpwards = places.cbVideoRowBytes[nPlane] < 0;
+    const ZRF_VID_PTR& to = _layout.planes;
+    const auto FirstOffset = [&](int32_t _nPlane) {
+        const int64_t nLines = to.szVideoPlanes[_nPlane].cy, nStride = to.cbVideoRowBytes[_nPlane];
+        return to.lpVideoPlanes[_nPlane] + (nStride < 0 ? (nLines - 1) * nStride : 0);
+    };
+    int32_t arrOrder[] = {0, 1, 2, 3};  // YV12 stores V in front of U
+    std::ranges::sort(arrOrder, {}, FirstOffset);
+    for (const int32_t nPlane : arrOrder) {
+        const int64_t nFrom = _from.cbVideoRowBytes[nPlane], nTo = to.cbVideoRowBytes[nPlane];
+        if (nTo == 0) continue;
+        const auto cbRow = static_cast<size_t>(PlaneRowBytes(_layout.props, nPlane));
+        const int32_t nLines = to.szVideoPlanes[nPlane].cy;
         for (int32_t y = 0; y < nLines; ++y) {
-            const int64_t nLine = bUpwards ? nLines - 1 - y : y;
-            PadTo(
-                static_cast<uint64_t>(places.lpVideoPlanes[nPlane] - lpBlock + nLine * places.cbVideoRowBytes[nPlane]));
-            _pWriter->Put(
-                reinterpret_cast<const uint8_t*>(planes.lpVideoPlanes[nPlane] + nLine * planes.cbVideoRowBytes[nPlane]),
-                cbRow);
+            const int64_t nLine = nTo < 0 ? nLines - 1 - y : y;
+            PadTo(static_cast<uint64_t>(to.lpVideoPlanes[nPlane] + nLine * nTo));
+            _pWriter->Put(reinterpret_cast<const uint8_t*>(_from.lpVideoPlanes[nPlane] + nLine * nFrom), cbRow);
             nDone += cbRow;
         }
     }
-    PadTo(_plan.cbPicture);
+    PadTo(_layout.cb);
+}
+
+void WritePicture(const COPY_LAYOUT& _layout, const FrameContent& _content, SectionWriter* _pWriter) {
+    _pWriter->Begin(eSection_Picture, {}, _layout.cb);
+    if (_layout.bWhole)
+        _pWriter->Put(_content.picture.pBits, static_cast<size_t>(_layout.cb));
+    else
+        PutLines(_layout, PicturePlanes(_content.avProps.vidProps, _content.picture), _pWriter);
+    _pWriter->End();
+    if (!_layout.bHasPlanes) return;
+    PLANES planes;
+    std::ranges::copy(_layout.planes.lpVideoPlanes, planes.arrOffsets);
+    std::ranges::copy(_layout.planes.cbVideoRowBytes, planes.arrRowBytes);
+    _pWriter->Whole(eSection_Planes, {}, &planes, sizeof(planes));
 }
 
 class SectionReader {
@@ -184,7 +198,7 @@ HRESULT ReadPicture(const SECTION& _section, const uint8_t* _p, FrameContent* _p
     ZR_VID_PROPS props = _pContent->avProps.vidProps;
     if (!_pContent->picture.Empty() || _section.cbID != 0 || _section.cbContent == 0) return ZR_E_INVALID_DATA;
     if (props.nWidth != 0) {
-        if (Failed(CompleteVidProps(&props)) || PictureBytes(props) != _section.cbContent) return ZR_E_INVALID_DATA;
+        if (Failed(CompleteVidProps(&props)) || PictureBytes(props) > _section.cbContent) return ZR_E_INVALID_DATA;
     } else {
         props.nHeight = props.nRowBytes = 0;
     }
@@ -194,6 +208,26 @@ HRESULT ReadPicture(const SECTION& _section, const uint8_t* _p, FrameContent* _p
     std::memcpy(_pContent->picture.pBits, _p, _section.cbContent);
     _pContent->avProps.vidProps = props;
     return S_OK;
+}
+
+HRESULT ReadPlanes(const SECTION& _section, const uint8_t* _p, FrameContent* _pContent) {
+    const ZR_VID_PROPS& props = _pContent->avProps.vidProps;
+    Picture& picture = _pContent->picture;
+    if (picture.Empty() || picture.bHasPlanes) return ZR_E_INVALID_DATA;
+    PLANES offsets;
+    const HRESULT hr = ReadRecord(_section, _p, &offsets);
+    if (Failed(hr)) return hr;
+    const auto lpBits = reinterpret_cast<int64_t>(picture.pBits);
+    ZRF_VID_PTR planes;
+    for (size_t i = 0; i < std::size(offsets.arrOffsets); ++i) {
+        if (offsets.arrRowBytes[i] == 0) continue;
+        if (offsets.arrOffsets[i] < 0 || offsets.arrOffsets[i] >= picture.cbBits) return ZR_E_INVALID_DATA;
+        planes.lpVideoPlanes[i] = lpBits + offsets.arrOffsets[i];
+        planes.cbVideoRowBytes[i] = offsets.arrRowBytes[i];
+    }
+    const bool bGood = planes.lpVideoPlanes[0] != 0 && Succeeded(PictureSetPlanes(props, planes, &picture)) &&
+                       PlanesInBlock(props, picture.planes, lpBits, picture.cbBits);
+    return bGood ? S_OK : ZR_E_INVALID_DATA;
 }
 
 HRESULT ReadAudio(const SECTION& _section, const uint8_t* _p, FrameContent* _pContent) {
@@ -227,6 +261,7 @@ HRESULT ReadAttachment(const SECTION& _section, const uint8_t* _pID, const uint8
 HRESULT ReadSection(const SECTION& _section, const uint8_t* _pID, const uint8_t* _p, FrameContent* _pContent) {
     switch (_section.nKind) {
         case eSection_Picture: return ReadPicture(_section, _p, _pContent);
+        case eSection_Planes: return ReadPlanes(_section, _p, _pContent);
         case eSection_Audio: return ReadAudio(_section, _p, _pContent);
         case eSection_Data: return ReadAttachment(_section, _pID, _p, &_pContent->data);
         case eSection_Text: return ReadAttachment(_section, _pID, _p, &_pContent->texts);
@@ -261,6 +296,11 @@ HRESULT ReadSections(const HEAD& _head, const uint8_t* _p, FrameContent* _pConte
             hr = ReadSection(section, pID, pContent, _pContent);
         if (Failed(hr)) return hr;
     }
+    // Only planes that were named may lie outside of what the record says.
+    const Picture& picture = _pContent->picture;
+    const ZR_VID_PROPS& props = _pContent->avProps.vidProps;
+    if (!picture.Empty() && !picture.bHasPlanes && props.nWidth != 0 && PictureBytes(props) != picture.cbBits)
+        return ZR_E_INVALID_DATA;
     return reader.AtEnd() ? S_OK : ZR_E_INVALID_DATA;
 }
 
@@ -283,7 +323,8 @@ HRESULT ReadFully(IStream* _pStream, uint8_t* _p, uint32_t _cb, uint32_t* _pcbRe
 uint64_t SerialBytes(const FrameContent& _content, eZrFrameClone _eType) {
     const PLAN plan(_content, _eType);
     uint64_t cb = sizeof(HEAD) + SectionBytes(0, sizeof(ZR_AV_PROPS)) + SectionBytes(0, sizeof(ZR_TIME));
-    if (plan.bPicture) cb += SectionBytes(0, plan.cbPicture);
+    if (plan.bPicture) cb += SectionBytes(0, plan.layout.cb);
+    if (plan.layout.bHasPlanes) cb += SectionBytes(0, sizeof(PLANES));
     if (plan.bAudio) cb += SectionBytes(0, _content.audio.Size());
     if (!plan.bData) return cb;
     for (const AttachmentList* pList : {&_content.data, &_content.texts})
@@ -294,26 +335,27 @@ uint64_t SerialBytes(const FrameContent& _content, eZrFrameClone _eType) {
 
 HRESULT SerialWrite(const FrameContent& _content, eZrFrameClone _eType, ByteSink& _sink) {
     const PLAN plan(_content, _eType);
-    uint64_t nSections = uint64_t{2} + plan.bPicture + plan.bAudio;
+    uint64_t nSections = uint64_t{2} + plan.bPicture + plan.layout.bHasPlanes + plan.bAudio;
     if (plan.bData) nSections += _content.data.Count() + _content.texts.Count();
     const uint64_t cbAll = SerialBytes(_content, _eType);
-    if (nSections > kMaxSections || cbAll > std::numeric_limits<uint32_t>::max()) return ZR_E_NOT_SUPPORTED;
+    if (plan.layout.cb > BufferPool::kMaxBytes || nSections > kMaxSections ||
+        cbAll > std::numeric_limits<uint32_t>::max())
+        return ZR_E_NOT_SUPPORTED;
 
     SectionWriter writer(_sink);
     const HEAD head{kMagic, kVersion, sizeof(ZR_AV_PROPS), static_cast<uint32_t>(nSections), 0, cbAll};
     writer.Put(&head, sizeof(head));
     ZR_AV_PROPS avProps = _content.avProps;
-    avProps.vidProps = plan.vidProps;
+    avProps.vidProps = plan.layout.props;
     writer.Whole(eSection_Props, {}, &avProps, sizeof(avProps));
-    writer.Whole(eSection_Time, {}, &_content.time, sizeof(_content.time));
-    if (plan.bPicture) {
-        writer.Begin(eSection_Picture, {}, plan.cbPicture);
-        if (plan.bByLines)
-            PutLines(plan, _content, &writer);
-        else
-            writer.Put(_content.picture.pBits, plan.cbPicture);
-        writer.End();
-    }
+    // The record ends in padding, which holds what was in memory before.
+    constexpr size_t cbTime = offsetof(ZR_TIME, eFFlags) + sizeof(ZR_TIME::eFFlags);
+    constexpr uint8_t arrTimePadding[sizeof(ZR_TIME) - cbTime] = {};
+    writer.Begin(eSection_Time, {}, sizeof(ZR_TIME));
+    writer.Put(&_content.time, cbTime);
+    writer.Put(arrTimePadding, sizeof(arrTimePadding));
+    writer.End();
+    if (plan.bPicture) WritePicture(plan.layout, _content, &writer);
     if (plan.bAudio) writer.Whole(eSection_Audio, {}, _content.audio.Data(), _content.audio.Size());
     if (!plan.bData) return writer.Status();
     for (int32_t i = 0; const Attachment* p = _content.data.At(i); ++i)

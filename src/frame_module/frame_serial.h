@@ -5,7 +5,8 @@
 //   sections  kind, bytes of the id, bytes of the content; id; content; zeros up to a multiple of 8
 //
 // The record and the time come first, then the parts that were asked for. A picture is one block, lines in the order
-// and with the row bytes that the record says. Attached objects do not travel.
+// and with the row bytes that the record says; where its planes are not where the record has them, or it has further
+// views, a section behind it says so. Attached objects do not travel.
 
 #include <cstddef>
 #include <cstdint>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <numeric>
@@ -52,7 +53,9 @@ FORMAT_LAYOUT LayoutOf(eZrFCC _fccType) {
         case eZrFCC_v210: return PackedLayout(6, 16, 2);
         case eZrFCC_RGB8: return PackedLayout(1, 1, 1);
         case kFCC_RGB565:
-        case kFCC_RGB555: return PackedLayout(1, 2, 1);
+        case kFCC_RGB555:
+        case kFCC_ARGB1555:
+        case kFCC_ARGB4444: return PackedLayout(1, 2, 1);
         case eZrFCC_RGB24: return PackedLayout(1, 3, 1);
         case kFCC_IYU2: return PackedLayout(1, 3, 2);
         case kFCC_r210:
@@ -166,6 +169,34 @@ void CutPlanes(const CUT& _cut, const FORMAT_LAYOUT& _layout, const ZR_VID_PROPS
     }
 }
 
+// The planes of a record over a block at address _lp.
+ZRF_VID_PTR PlanesAt(const ZR_VID_PROPS& _props, int64_t _lp) {
+    ZRF_VID_PTR planes;
+    const FORMAT_LAYOUT layout = LayoutOf(_props.fccType);
+    const int32_t nLines = AbsHeight(_props.nHeight);
+    for (int32_t i = 0; i < layout.nPlanes; ++i) {
+        const PLANE_LAYOUT& plane = layout.arrPlanes[i];
+        const int32_t nStride = i == 0 ? _props.nRowBytes : (_props.nRowBytes >> plane.nShiftX) * plane.nGroupBytes;
+        planes.lpVideoPlanes[i] = _lp;
+        planes.szVideoPlanes[i] = {_props.nWidth >> plane.nShiftX, nLines >> plane.nShiftY};
+        planes.cbVideoRowBytes[i] = nStride;
+        _lp += int64_t{nStride} * planes.szVideoPlanes[i].cy;
+    }
+    if (_props.fccType == eZrFCC_YV12) std::swap(planes.lpVideoPlanes[1], planes.lpVideoPlanes[2]);
+    if (StoredBottomUp(_props)) {
+        planes.lpVideoPlanes[0] += int64_t{nLines - 1} * _props.nRowBytes;
+        planes.cbVideoRowBytes[0] = -_props.nRowBytes;
+    }
+    return planes;
+}
+
+// The same planes so many bytes further on.
+ZRF_VID_PTR Moved(ZRF_VID_PTR _planes, int64_t _nBytes) {
+    for (int32_t i = 0; i < kMaxPlanes; ++i)
+        if (_planes.cbVideoRowBytes[i] != 0) _planes.lpVideoPlanes[i] += _nBytes;
+    return _planes;
+}
+
 // PictureDescribe over memory that has no record yet.
 HRESULT DescribeMemory(const ZR_VID_PROPS& _new, uint32_t _cbBits, ZR_VID_PROPS* _pProps) {
     ZR_VID_PROPS props = _new;
@@ -248,30 +279,48 @@ int32_t PlaneCount(eZrFCC _fccType) { return LayoutOf(_fccType).nPlanes; }
 
 int64_t PlaneRowBytes(const ZR_VID_PROPS& _props, int32_t _nPlane) {
     const FORMAT_LAYOUT layout = LayoutOf(_props.fccType);
-    return _nPlane < layout.nPlanes ? RowBytesOf(layout.arrPlanes[_nPlane], _props.nWidth) : 0;
+    const int32_t nPlane = layout.nPlanes == 1 ? 0 : _nPlane;
+    return nPlane < layout.nPlanes ? RowBytesOf(layout.arrPlanes[nPlane], _props.nWidth) : 0;
 }
 
 ZRF_VID_PTR PicturePlanes(const ZR_VID_PROPS& _props, const Picture& _picture) {
     if (_picture.bHasPlanes) return _picture.planes;
+    if (_picture.Empty() || _props.nWidth == 0) return {};
+    return PlanesAt(_props, Address(_picture.pBits));
+}
+
+HRESULT PictureSetPlanes(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _planes, Picture* _pPicture) {
+    if (_pPicture->Empty() || _props.nWidth == 0) return E_INVALIDARG;
+    if (PlaneRowBytes(_props, 0) == 0) return ZR_E_NOT_SUPPORTED;
+    const ZRF_VID_PTR own = PicturePlanes(_props, *_pPicture);
+    const int32_t nPlanes = PlaneCount(_props.fccType);
     ZRF_VID_PTR planes;
-    if (_picture.Empty() || _props.nWidth == 0) return planes;
-    const FORMAT_LAYOUT layout = LayoutOf(_props.fccType);
-    const int32_t nLines = AbsHeight(_props.nHeight);
-    const uint8_t* p = _picture.pBits;
-    for (int32_t i = 0; i < layout.nPlanes; ++i) {
-        const PLANE_LAYOUT& plane = layout.arrPlanes[i];
-        const int32_t nStride = i == 0 ? _props.nRowBytes : (_props.nRowBytes >> plane.nShiftX) * plane.nGroupBytes;
-        planes.lpVideoPlanes[i] = Address(p);
-        planes.szVideoPlanes[i] = {_props.nWidth >> plane.nShiftX, nLines >> plane.nShiftY};
-        planes.cbVideoRowBytes[i] = nStride;
-        p += int64_t{nStride} * planes.szVideoPlanes[i].cy;
+    for (int32_t i = 0; i < kMaxPlanes; ++i) {
+        const ZRF_VID_PTR& from = i == 0 && _planes.lpVideoPlanes[0] == 0 ? own : _planes;
+        planes.lpVideoPlanes[i] = from.lpVideoPlanes[i];
+        if (planes.lpVideoPlanes[i] == 0) {
+            if (i < nPlanes) return E_INVALIDARG;
+            continue;
+        }
+        const int64_t cbRow = PlaneRowBytes(_props, i);
+        if (cbRow == 0 || std::abs(int64_t{from.cbVideoRowBytes[i]}) < cbRow) return E_INVALIDARG;
+        planes.cbVideoRowBytes[i] = from.cbVideoRowBytes[i];
+        planes.szVideoPlanes[i] = own.szVideoPlanes[i < nPlanes ? i : 0];
     }
-    if (_props.fccType == eZrFCC_YV12) std::swap(planes.lpVideoPlanes[1], planes.lpVideoPlanes[2]);
-    if (StoredBottomUp(_props)) {
-        planes.lpVideoPlanes[0] += int64_t{nLines - 1} * _props.nRowBytes;
-        planes.cbVideoRowBytes[0] = -_props.nRowBytes;
+    _pPicture->planes = planes;
+    _pPicture->bHasPlanes = true;
+    return S_OK;
+}
+
+bool PlanesInBlock(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _planes, int64_t _lp, uint64_t _cb) {
+    const auto cb = static_cast<int64_t>(_cb);
+    for (int32_t i = 0; i < kMaxPlanes; ++i) {
+        const int64_t nLines = _planes.szVideoPlanes[i].cy, nStride = _planes.cbVideoRowBytes[i];
+        if (nStride == 0 || nLines < 1) continue;
+        const int64_t nFirst = _planes.lpVideoPlanes[i] - _lp, nLast = nFirst + (nLines - 1) * nStride;
+        if (std::min(nFirst, nLast) < 0 || std::max(nFirst, nLast) > cb - PlaneRowBytes(_props, i)) return false;
     }
-    return planes;
+    return true;
 }
 
 HRESULT PictureCut(const ZR_VID_PROPS& _props, const Picture& _picture, int32_t _nField, const tagRECT* _pRect,
@@ -320,25 +369,56 @@ bool SamePixelLayout(eZrFCC _fccA, eZrFCC _fccB) {
     return Canonical(_fccA) == Canonical(_fccB);
 }
 
+COPY_LAYOUT LayoutOfCopy(const ZR_VID_PROPS& _props, const Picture& _picture) {
+    COPY_LAYOUT layout;
+    layout.props = _props;
+    const ZRF_VID_PTR from = PicturePlanes(_props, _picture);
+    const int64_t lpBits = Address(_picture.pBits);
+    if (!_picture.bPart && (!_picture.bHasPlanes || PlanesInBlock(_props, from, lpBits, _picture.cbBits))) {
+        layout.cb = _picture.cbBits;
+        layout.bWhole = true;
+        layout.bHasPlanes = _picture.bHasPlanes;
+        layout.planes = Moved(from, -lpBits);
+        return layout;
+    }
+    ZR_VID_PROPS& props = layout.props;
+    props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
+    // A format that only its layout is known of.
+    if (props.nRowBytes == 0) props.nRowBytes = static_cast<int32_t>((PlaneRowBytes(props, 0) + 3) & ~int64_t{3});
+    ZRF_VID_PTR& planes = layout.planes;
+    planes = PlanesAt(props, 0);
+    layout.cb = PictureBytes(props);
+    const int64_t cbView = static_cast<int64_t>(layout.cb);
+    for (int32_t i = PlaneCount(props.fccType), nView = 1; i < kMaxPlanes; ++i) {
+        if (from.cbVideoRowBytes[i] == 0) continue;
+        planes.lpVideoPlanes[i] = planes.lpVideoPlanes[0] + nView++ * cbView;
+        planes.cbVideoRowBytes[i] = planes.cbVideoRowBytes[0];
+        planes.szVideoPlanes[i] = planes.szVideoPlanes[0];
+        layout.cb += static_cast<uint64_t>(cbView);
+        layout.bHasPlanes = true;
+    }
+    return layout;
+}
+
 HRESULT PictureCopy(const ZR_VID_PROPS& _from, const Picture& _picture, ZR_VID_PROPS* _pProps, Picture* _pCopy) {
-    ZR_VID_PROPS props = _from;
-    const bool bInOneBlock = !_picture.bPart && !_picture.bHasPlanes;
-    if (!bInOneBlock) props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
+    const COPY_LAYOUT layout = LayoutOfCopy(_from, _picture);
     Picture copy;
-    const HRESULT hr = PictureAlloc(bInOneBlock ? _picture.cbBits : PictureBytes(props), &copy);
+    const HRESULT hr = PictureAlloc(layout.cb, &copy);
     if (Failed(hr)) return hr;
-    if (bInOneBlock)
-        std::memcpy(copy.pBits, _picture.pBits, _picture.cbBits);
+    copy.bHasPlanes = layout.bHasPlanes;
+    copy.planes = Moved(layout.planes, Address(copy.pBits));
+    if (layout.bWhole)
+        std::memcpy(copy.pBits, _picture.pBits, layout.cb);
     else
-        CopyPlanes(props, PicturePlanes(_from, _picture), PicturePlanes(props, copy));
-    *_pProps = props;
+        CopyPlanes(layout.props, PicturePlanes(_from, _picture), copy.planes);
+    *_pProps = layout.props;
     *_pCopy = std::move(copy);
     return S_OK;
 }
 
 void CopyPlanes(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _from, const ZRF_VID_PTR& _to) {
-    const int32_t nPlanes = PlaneCount(_props.fccType);
-    for (int32_t i = 0; i < nPlanes; ++i) {
+    for (int32_t i = 0; i < kMaxPlanes; ++i) {
+        if (_to.cbVideoRowBytes[i] == 0) continue;
         const auto cbRow = static_cast<size_t>(PlaneRowBytes(_props, i));
         const uint8_t* pFrom = Pointer(_from.lpVideoPlanes[i]);
         uint8_t* pTo = Pointer(_to.lpVideoPlanes[i]);

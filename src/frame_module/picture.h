@@ -54,12 +54,32 @@ HRESULT PictureCut(const ZR_VID_PROPS& _props, const Picture& _picture, int32_t 
 // True when pictures of both codes have the same bytes, so that one can be called the other.
 bool SamePixelLayout(eZrFCC _fccA, eZrFCC _fccB);
 
-// A picture with bytes of its own, in one block; _pProps is its record. A part gets the least row bytes of its width.
+// Gives a picture planes (addresses and row bytes) at other places than those that follow from its record, or further
+// views of a packed picture as planes 1 to 3. The first plane may be left out; sizes are those of the format.
+// E_INVALIDARG: a plane of the format is missing, the rows of one do not hold the width, or a planar format has planes
+// too many. ZR_E_NOT_SUPPORTED: a pixel format of unknown layout.
+HRESULT PictureSetPlanes(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _planes, Picture* _pPicture);
+// Whether all lines of all planes lie in _cb bytes from address _lp on.
+bool PlanesInBlock(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _planes, int64_t _lp, uint64_t _cb);
+
+// How the copy of a picture lies in a block of its own.
+struct COPY_LAYOUT {
+    ZR_VID_PROPS props;       // its record
+    uint64_t cb = 0;          // bytes of the block
+    bool bWhole = false;      // the block of the original, byte for byte; else line by line
+    bool bHasPlanes = false;  // as of Picture
+    ZRF_VID_PTR planes;       // offsets in the block for addresses; a plane that is not there has no row bytes
+};
+// A picture in one block keeps its layout. A part, or one whose planes lie somewhere else, gets the least row bytes of
+// its width, further views one behind the other.
+COPY_LAYOUT LayoutOfCopy(const ZR_VID_PROPS& _props, const Picture& _picture);
+// A picture with bytes of its own, laid out like that; _pProps is its record.
 HRESULT PictureCopy(const ZR_VID_PROPS& _from, const Picture& _picture, ZR_VID_PROPS* _pProps, Picture* _pCopy);
-// Copies line by line from planes (as PicturePlanes gives them) into a picture of the same format and size.
+// Copies line by line from planes (as PicturePlanes gives them) to others of the same format and size.
 void CopyPlanes(const ZR_VID_PROPS& _props, const ZRF_VID_PTR& _from, const ZRF_VID_PTR& _to);
 
-// Used bytes of a row of a plane, without padding. 0 for a plane that the format does not have.
+// Used bytes of a row of a plane, without padding; further planes of a packed format are like the first. 0 for a plane
+// that the format does not have, and for a format of unknown layout.
 int64_t PlaneRowBytes(const ZR_VID_PROPS& _props, int32_t _nPlane);
 int32_t PlaneCount(eZrFCC _fccType);
 

@@ -44,7 +44,7 @@ ZrPtr<IZrFFrame> SmallFrame() {
 void ExpectSame(IZrFFrame& _a, IZrFFrame& _b) {
     const ZRF_FRAME_INFO a = InfoOf(_a), b = InfoOf(_b);
     EXPECT_EQ(std::memcmp(&a.avProps, &b.avProps, sizeof(a.avProps)), 0);
-    EXPECT_EQ(std::memcmp(&a.mTime, &b.mTime, sizeof(a.mTime)), 0);
+    EXPECT_EQ(std::memcmp(&a.mTime, &b.mTime, offsetof(ZR_TIME, eFFlags) + sizeof(ZR_TIME::eFFlags)), 0);
     EXPECT_TRUE(std::ranges::equal(VideoOf(_a), VideoOf(_b)));
     EXPECT_TRUE(std::ranges::equal(AudioOf(_a), AudioOf(_b)));
     EXPECT_EQ(a.lAudioSamples, b.lAudioSamples);
@@ -95,6 +95,66 @@ TEST(FrameTransfer, PartsOfPicturesTravelAsTheirCopies) {
                                     static_cast<size_t>(PlaneRowBytes(props, i))),
                         0)
                         << "plane " << i << " line " << y;
+        }
+    }
+}
+
+// A picture of two views: side by side in one block of 32 x 8, or the second one in the memory of _pSecond.
+ZrPtr<IZrFFrame> TwoViews(IZrFFrame* _pSecond) {
+    ZrPtr<IZrFrame> pSized;
+    EXPECT_EQ(CZrFrameFactory::Shared().FrameCreateSized(128 * 8, 0, 0, pSized.Out()), S_OK);
+    ZR_AV_PROPS props;
+    props.vidProps = VidProps(eZrFCC_RGB32, 16, 8, 128);
+    EXPECT_EQ(pSized->FrameAVPropsSet(&props), S_OK);
+    ZrPtr<IZrFFrame> p = pSized.As<IZrFFrame>();
+    for (size_t i = 0; i < 128 * 8; ++i) VideoOf(*p)[i] = static_cast<uint8_t>(i % 253);
+    ZRF_VID_PTR views = PlanesOf(*(_pSecond ? _pSecond : p.Get()));
+    views.lpVideoPlanes[1] = views.lpVideoPlanes[0] + (_pSecond ? 0 : 64);
+    views.cbVideoRowBytes[1] = views.cbVideoRowBytes[0];
+    views.lpVideoPlanes[0] = 0;
+    EXPECT_EQ(p->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), S_OK);
+    return p;
+}
+
+TEST(FrameTransfer, SecondViewsAreCopiedAndTravel) {
+    const ZrPtr<IZrFFrame> pSecond = CountingFrame(VidProps(eZrFCC_RGB32, 16, 8));
+    const tagRECT rect{3, 1, 9, 6};
+    ZrPtr<IZrFFrame> pCut;
+    ASSERT_EQ(TwoViews(nullptr)->ZrFCut(0, &rect, pCut.Out()), S_OK);
+    for (const auto& pFrame : {TwoViews(nullptr), TwoViews(pSecond.Get()), pCut}) {
+        const ZrPtr<IZrFFrame> pLoaded = EmptyFrame(), pCopy = CloneOf(*pFrame, eZrFC_Full);
+        const std::vector<uint8_t> arrGood = SavedBytes(*pFrame, eZrFC_Full);
+        ASSERT_EQ(Load(*pLoaded, arrGood), S_OK);
+        ExpectSame(*pLoaded, *pCopy);
+        const ZRF_VID_PTR from = PlanesOf(*pFrame);
+        for (const auto& pTo : {pLoaded, pCopy}) {
+            const ZRF_VID_PTR to = PlanesOf(*pTo);
+            const auto* pBits = VideoOf(*pTo).data();
+            for (int32_t i = 0; i < 2; ++i) {
+                ASSERT_EQ(to.szVideoPlanes[i].cy, from.szVideoPlanes[i].cy);
+                for (int32_t y = 0; y < to.szVideoPlanes[i].cy; ++y) {
+                    const auto* p = reinterpret_cast<uint8_t*>(to.lpVideoPlanes[i] + y * to.cbVideoRowBytes[i]);
+                    const size_t cbRow = static_cast<size_t>(to.szVideoPlanes[i].cx) * 4;
+                    ASSERT_TRUE(p >= pBits && p + cbRow <= pBits + VideoOf(*pTo).size());
+                    ASSERT_EQ(
+                        std::memcmp(
+                            p, reinterpret_cast<uint8_t*>(from.lpVideoPlanes[i] + int64_t{y} * from.cbVideoRowBytes[i]),
+                            cbRow),
+                        0)
+                        << "view " << i << " line " << y;
+                }
+            }
+        }
+        // The section of the planes comes last: four offsets, four row bytes.
+        struct {
+            size_t nFromEnd;
+            int64_t nValue;
+            size_t cb;
+        } const arrBad[] = {{48, -1, 8}, {40, 1 << 20, 8}, {40, INT64_MAX, 8}, {16, 0, 4}, {12, INT32_MIN, 4}};
+        for (const auto& bad : arrBad) {
+            std::vector<uint8_t> arr = arrGood;
+            std::memcpy(arr.data() + arr.size() - bad.nFromEnd, &bad.nValue, bad.cb);
+            EXPECT_EQ(Load(*pLoaded, arr), ZR_E_INVALID_DATA) << bad.nFromEnd << " " << bad.nValue;
         }
     }
 }
@@ -150,6 +210,7 @@ TEST(FrameTransfer, NumbersThatContradictTheBytesAreRefused) {
         {"width_negative", nProps + 8, 0xFFFFFFF8, 4},
         {"height_lowest", nProps + 12, 0x80000000, 4},
         {"height_larger", nProps + 12, 5, 4},
+        {"height_smaller", nProps + 12, 2, 4},
         {"rows_shorter", nProps + 16, 4, 4},
         {"rows_negative", nProps + 16, 0xFFFFFFF8, 4},
         {"channels_huge", nProps + 48, 0x7FFFFFFF, 4},
