@@ -136,7 +136,9 @@ HRESULT CZrFrameFactory::FramesMakeLocal(IZrFrame* _pFrame, IZrFrame** _ppFrameL
     *_ppFrameLocal = nullptr;
     ZrPtr<IZrFFrame> pLocal;
     const HRESULT hr = MakeFrameLocal(_pFrame, false, &pLocal);
-    return Failed(hr) ? hr : pLocal.As<IZrFrame>().CopyTo(_ppFrameLocal);
+    if (Failed(hr)) return hr;
+    *_ppFrameLocal = pLocal.As<IZrFrame>().Detach();
+    return *_ppFrameLocal ? S_OK : E_NOINTERFACE;
 }
 
 HRESULT CZrFrameFactory::FramesCreate(int32_t _cbVideoSize, const char16_t* _bsProps, IZrFrame** _ppFrame) {
@@ -172,10 +174,10 @@ HRESULT CZrFrameFactory::FramesCreateFromMem(const ZR_VID_PROPS* _pVidProps, int
     return hr;
 }
 
-HRESULT CZrFrameFactory::FramesCreateFromFile(const char16_t*, IZrFrame** _ppFrame, const char16_t*) {
+HRESULT CZrFrameFactory::FramesCreateFromFile(const char16_t* _bsFileName, IZrFrame** _ppFrame, const char16_t*) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return E_NOTIMPL;
+    return _bsFileName ? E_NOTIMPL : E_POINTER;
 }
 
 HRESULT CZrFrameFactory::FramesCreateFromHBITMAP(int64_t, IZrFrame** _ppFrame, const char16_t*) {
@@ -184,10 +186,10 @@ HRESULT CZrFrameFactory::FramesCreateFromHBITMAP(int64_t, IZrFrame** _ppFrame, c
     return E_NOTIMPL;
 }
 
-HRESULT CZrFrameFactory::FramesCreateFromSurface(IUnknown*, IZrFrame** _ppFrame, const char16_t*) {
+HRESULT CZrFrameFactory::FramesCreateFromSurface(IUnknown* _pSurface, IZrFrame** _ppFrame, const char16_t*) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return E_NOTIMPL;
+    return _pSurface ? E_NOTIMPL : E_POINTER;
 }
 
 HRESULT CZrFrameFactory::FrameCreateSized(uint32_t _cbVideo, uint32_t _cbAudio, uint32_t, IZrFrame** _ppFrame) {
@@ -251,10 +253,10 @@ HRESULT CZrFrameFactory::ZrFFrameCreateFromMemEx(const ZR_AV_PROPS* _pAVProps, c
     return hr;
 }
 
-HRESULT CZrFrameFactory::ZrFFrameCreateFromFile(const char16_t*, IZrFFrame** _ppFrame, const char16_t*) {
+HRESULT CZrFrameFactory::ZrFFrameCreateFromFile(const char16_t* _bsFileName, IZrFFrame** _ppFrame, const char16_t*) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return E_NOTIMPL;
+    return _bsFileName ? E_NOTIMPL : E_POINTER;
 }
 
 HRESULT CZrFrameFactory::ZrFFrameCreateFromHBITMAP(int64_t, IZrFFrame** _ppFrame, const char16_t*) {

@@ -11,15 +11,18 @@ HRESULT CZrFrame::ZrFVideoGetHbitmap(int64_t* _pllHBitmap) {
     return E_NOTIMPL;
 }
 
-HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t*) { return E_NOTIMPL; }
+HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t* _bsFileName) { return _bsFileName ? E_NOTIMPL : E_POINTER; }
 
-HRESULT CZrFrame::ZrFAudioMixDirect(int32_t*, IZrFFrame*, int32_t*, int32_t, double, double, int32_t) {
-    return E_NOTIMPL;
+HRESULT CZrFrame::ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFrameMixFrom, int32_t* _plAudioOffsetMix,
+                                    int32_t, double, double, int32_t) {
+    return _plAudioOffsetSrc && _pFrameMixFrom && _plAudioOffsetMix ? E_NOTIMPL : E_POINTER;
 }
 
-HRESULT CZrFrame::ZrFAudioMix(IZrFFrame*, double, double, int32_t, const char16_t*) { return E_NOTIMPL; }
+HRESULT CZrFrame::ZrFAudioMix(IZrFFrame* _pFrameMixFrom, double, double, int32_t, const char16_t*) {
+    return _pFrameMixFrom ? E_NOTIMPL : E_POINTER;
+}
 
-HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame*) { return E_NOTIMPL; }
+HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame* _pFrameTo) { return _pFrameTo ? E_NOTIMPL : E_POINTER; }
 
 HRESULT CZrFrame::ZrFAudioGain(const char16_t*, double, double) { return E_NOTIMPL; }
 
@@ -47,18 +50,18 @@ HRESULT CZrFrame::ZrFResize(eZrFCC, int32_t, int32_t, int32_t, IZrFFrame** _ppFr
     return E_NOTIMPL;
 }
 
-HRESULT CZrFrame::ZrFTransition(IZrFFrame*, IZrFFrame** _ppFrameRes, double, const char16_t*, const char16_t*,
-                                const char16_t*) {
+HRESULT CZrFrame::ZrFTransition(IZrFFrame* _pFrameFrom, IZrFFrame** _ppFrameRes, double, const char16_t*,
+                                const char16_t*, const char16_t*) {
     if (!_ppFrameRes) return E_POINTER;
     *_ppFrameRes = nullptr;
-    return E_NOTIMPL;
+    return _pFrameFrom ? E_NOTIMPL : E_POINTER;
 }
 
 // Nothing runs on behind a frame's back.
 HRESULT CZrFrame::ZrFWaitAsync() { return S_OK; }
 
-HRESULT CZrFrame::ZrFPrint(const char16_t*, double, const ZRF_RECT*, eZrFTextFlags, const char16_t*) {
-    return E_NOTIMPL;
+HRESULT CZrFrame::ZrFPrint(const char16_t* _bsText, double, const ZRF_RECT*, eZrFTextFlags, const char16_t*) {
+    return _bsText ? E_NOTIMPL : E_POINTER;
 }
 
 HRESULT CZrFrame::FrameConvert(const ZR_VID_PROPS*, IZrFrame** _ppFrameRes, const char16_t*) {

@@ -64,6 +64,9 @@ HRESULT CZrFrame::FrameDataGetByIndex(int32_t _nIndex, int32_t* _pnDataFCC, int3
 }
 
 HRESULT CZrFrame::FrameDataGet(int32_t _nDataFCC, int32_t* _pcbANCData, int64_t* _ppbANCData) {
+    if (!_pcbANCData || !_ppbANCData) return E_POINTER;
+    *_pcbANCData = 0;
+    *_ppbANCData = 0;
     char16_t szID[5];
     const HRESULT hr = IDOfCode(_nDataFCC, szID);
     return Failed(hr) ? hr : ZrFDataGet(szID, _pcbANCData, _ppbANCData);

@@ -12,8 +12,8 @@ namespace zr {
 inline constexpr AttrColour kBlack{0xFF000000};
 
 // Fills a picture that its record describes, row padding too when it is no part of another: any colour into any known
-// format, YCbCr at studio level, the alpha into ARGB32. ZR_E_NOT_SUPPORTED: a format of unknown layout; the picture is
-// then all zeros.
+// format, YCbCr at studio level, the alpha where there is one. ZR_E_NOT_SUPPORTED: a format of unknown layout; the
+// picture is then all zeros.
 HRESULT PictureFill(const ZR_VID_PROPS& _props, const Picture& _picture, AttrColour _colour);
 
 }  // namespace zr

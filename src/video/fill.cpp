@@ -71,6 +71,8 @@ FILL_PATTERN RgbPattern(eZrFCC _fccType, const BGR8& _bgr, uint8_t _nAlpha) {
         case eZrFCC_ARGB32: return Repeat({_bgr.nB, _bgr.nG, _bgr.nR, _nAlpha});
         case kFCC_RGB565: return RepeatWord(nR >> 3 << 11 | nG >> 2 << 5 | nB >> 3, 2);
         case kFCC_RGB555: return RepeatWord(nR >> 3 << 10 | nG >> 3 << 5 | nB >> 3, 2);
+        case kFCC_ARGB1555: return RepeatWord(uint32_t{_nAlpha} >> 7 << 15 | nR >> 3 << 10 | nG >> 3 << 5 | nB >> 3, 2);
+        case kFCC_ARGB4444: return RepeatWord(uint32_t{_nAlpha} >> 4 << 12 | nR >> 4 << 8 | nG >> 4 << 4 | nB >> 4, 2);
         case kFCC_r210: return R210Pattern(_bgr);
         default: return {};
     }

@@ -45,8 +45,11 @@ TEST(FrameFactory, ColoursFillEveryByte) {
         {eZrFCC_ARGB32, u"color='Red(128)'", S_OK, 0, {0, 0, 255, 128}},
         {eZrFCC_ARGB32, u"color=transparent", S_OK, 4, {0, 0, 0, 0}},
         {eZrFCC_RGB24, u"COLOR=102030", S_OK, 3, {0x30, 0x20, 0x10}},
-        {kFCC_RGB565, u"color=FF8040", S_OK, 2, {0x08, 0xFC}},            // 11111 100000 01000
-        {kFCC_RGB555, u"color=FF8040", S_OK, 2, {0x08, 0x7E}},            // 0 11111 10000 01000
+        {kFCC_RGB565, u"color=FF8040", S_OK, 2, {0x08, 0xFC}},  // 11111 100000 01000
+        {kFCC_RGB555, u"color=FF8040", S_OK, 2, {0x08, 0x7E}},  // 0 11111 10000 01000
+        {kFCC_ARGB1555, nullptr, S_OK, 2, {0x00, 0x80}},
+        {kFCC_ARGB1555, u"color='8040FF(100)'", S_OK, 2, {0x1F, 0x41}},  // 0 10000 01000 11111
+        {kFCC_ARGB4444, u"color='8040FF(240)'", S_OK, 2, {0x4F, 0xF8}},
         {kFCC_r210, u"color=FF8000", S_OK, 4, {0x3F, 0xF8, 0x08, 0x00}},  // 1023 514 0
         {eZrFCC_RGB8, nullptr, S_OK, 40, {0, 0}},
         {eZrFCC_RGB8, u"color=white", S_OK, 40, {255, 255}},
@@ -64,7 +67,8 @@ TEST(FrameFactory, ColoursFillEveryByte) {
     };
     for (const auto& c : arrCases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.fccType);
-        const ZR_VID_PROPS props = VidProps(c.fccType, 12, 4);
+        ZR_VID_PROPS props = VidProps(c.fccType, 12, 4);
+        if (PixelFormatBits(c.fccType) == 0) props.nRowBytes = 24;
         ZrPtr<IZrFrame> pFrame;
         ASSERT_EQ(Factory().FramesCreateFromMem(&props, 0, pFrame.Out(), c.szList), c.hr);
         EXPECT_EQ(static_cast<bool>(pFrame), Succeeded(c.hr));
@@ -188,7 +192,7 @@ public:
     explicit ForeignFrame(const ZrPtr<IZrFFrame>& _pFrame) : pFrame(_pFrame) {}
 
     HRESULT ZrFGetProcessID(uint32_t* _p) override {
-        *_p = ProcessId() + 1;
+        *_p = bHere ? ProcessId() : ProcessId() + 1;
         return S_OK;
     }
     HRESULT ZrFSave(uint32_t* _pcb, uint8_t** _pp, eZrFrameClone _e) override { return pFrame->ZrFSave(_pcb, _pp, _e); }
@@ -252,6 +256,8 @@ public:
     HRESULT ZrFAddToStream(IStream*, eZrFrameClone) override { return E_NOTIMPL; }
     HRESULT ZrFLoadFromStream(IStream*, eZrFrameClone) override { return E_NOTIMPL; }
 
+    bool bHere = false;
+
 private:
     const ZrPtr<IZrFFrame> pFrame;
 };
@@ -287,6 +293,11 @@ TEST(FrameFactory, FramesAreMadeLocal) {
     SysFreeString(bsID);
     EXPECT_NE(pGot, pForeign.As<IUnknown>());
     EXPECT_EQ(InfoOf(*pGot.As<IZrFFrame>()).cbVideo, 128u);
+    // A frame of this process that has not the face that is wanted.
+    pForeign->bHere = true;
+    auto* pAsShort = reinterpret_cast<IZrFrame*>(static_cast<IUnknown*>(pForeign.Get()));
+    EXPECT_EQ(Factory().FramesMakeLocal(pAsShort, pShort.Out(), 0), E_NOINTERFACE);
+    EXPECT_FALSE(pShort);
 }
 
 TEST(FrameFactory, ThreeFacesAreOneObjectAndCloneAnyFrame) {

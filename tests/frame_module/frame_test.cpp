@@ -203,6 +203,10 @@ TEST(Frame, AttachmentsReplaceRemoveAndEnumerate) {
     EXPECT_EQ(pFrame->ZrFDataSet(u"C608", -1, 1), E_INVALIDARG);
     EXPECT_EQ(pFrame->ZrFDataSet(u"", 1, reinterpret_cast<int64_t>("z")), E_INVALIDARG);
     EXPECT_EQ(pShort->FrameDataSet(0x00303643, 1, reinterpret_cast<int64_t>("z")), E_INVALIDARG);
+    cb = 7;
+    EXPECT_EQ(pShort->FrameDataGet(0x00303643, &cb, &lp), E_INVALIDARG);
+    EXPECT_EQ(cb | lp, 0);
+    EXPECT_EQ(pShort->FrameDataGet(0x00303643, nullptr, &lp), E_POINTER);
 
     // The clone has kept what was there when it was made.
     EXPECT_EQ(pClone->ZrFDataGet(u"C608", &cb, &lp), S_OK);
@@ -313,6 +317,49 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
     EXPECT_EQ(pLeft->ZrFDataSet(u"__vptr_", 79, reinterpret_cast<int64_t>(&views)), E_INVALIDARG);
     EXPECT_EQ(pLeft->ZrFDataSet(u"__vptr_", 0, 0), S_OK);
     EXPECT_EQ(EmptyFrame()->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), E_INVALIDARG);
+
+    // What cannot be read line by line is not accepted.
+    struct {
+        const char* szName;
+        eZrFCC fccType;
+        int32_t nPlane, nStride;
+        HRESULT hr;
+    } const arrCases[] = {
+        {"view_without_a_stride", eZrFCC_RGB32, 1, 0, E_INVALIDARG},
+        {"view_with_short_rows", eZrFCC_RGB32, 3, -63, E_INVALIDARG},
+        {"fourth_of_three_planes", eZrFCC_I420, 3, 64, E_INVALIDARG},
+        {"unknown_layout", FourCC('A', 'B', 'C', 'D'), 1, 64, ZR_E_NOT_SUPPORTED},
+        {"third_view", eZrFCC_RGB32, 2, -64, S_OK},
+    };
+    for (const auto& c : arrCases) {
+        ZrPtr<IZrFrame> pSized;
+        ASSERT_EQ(Factory().FrameCreateSized(64 * 24, 0, 0, pSized.Out()), S_OK);
+        ZR_AV_PROPS props;
+        props.vidProps = VidProps(c.fccType, 16, 8, 64);
+        ASSERT_EQ(pSized->FrameAVPropsSet(&props), S_OK);
+        const auto pSet = pSized.As<IZrFFrame>();
+        views = PlanesOf(*pSet);
+        views.lpVideoPlanes[c.nPlane] = PlanesOf(*pRight).lpVideoPlanes[0];
+        views.cbVideoRowBytes[c.nPlane] = c.nStride;
+        EXPECT_EQ(pSet->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), c.hr) << c.szName;
+        EXPECT_EQ(InfoOf(*pSet).nDataCount, c.hr == S_OK) << c.szName;
+    }
+}
+
+TEST(Frame, OperationsWithoutAnEngineCheckTheirPointersFirst) {
+    const ZrPtr<IZrFFrame> p = EmptyFrame();
+    int32_t n = 0;
+    ZrPtr<IZrFFrame> pRes;
+    ZrPtr<IZrFrame> pShort;
+    EXPECT_EQ(p->ZrFVideoSaveToFile(nullptr), E_POINTER);
+    EXPECT_EQ(p->ZrFAudioMixDirect(&n, nullptr, &n, 1, 0, 0, 0), E_POINTER);
+    EXPECT_EQ(p->ZrFAudioMix(nullptr, 0, 0, 0, nullptr), E_POINTER);
+    EXPECT_EQ(p->ZrFAudioCopyTo(u"0", nullptr), E_POINTER);
+    EXPECT_EQ(p->ZrFTransition(nullptr, pRes.Out(), 0.5, u"fade", nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(p->ZrFPrint(nullptr, 10, nullptr, {}, nullptr), E_POINTER);
+    EXPECT_EQ(Factory().ZrFFrameCreateFromFile(nullptr, pRes.Out(), nullptr), E_POINTER);
+    EXPECT_EQ(Factory().FramesCreateFromFile(nullptr, pShort.Out(), nullptr), E_POINTER);
+    EXPECT_EQ(Factory().FramesCreateFromSurface(nullptr, pShort.Out(), nullptr), E_POINTER);
 }
 
 // Threads clone, cut and drop frames that they share; the count of the last one decides.
