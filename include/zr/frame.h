@@ -70,7 +70,12 @@ struct IZrFrame : IUnknown {
     virtual HRESULT FrameConvert(const ZR_VID_PROPS* _pVidPropsDest, IZrFrame** _ppFrameRes,
                                  const char16_t* _bsPropsList) = 0;
     // Lays _pFrameOver over this picture, its top left corner at the position in pixels, which may be negative; in
-    // 4:2:2 formats the horizontal one goes down to even. _dblAlpha: 0.0 nothing shows, 1.0 solid.
+    // 4:2:2 formats the horizontal one goes down to even. _dblAlpha: 0.0 nothing shows, 1.0 solid. ARGB32 is laid over
+    // by its alpha, its colours being multiplied by it already; other formats are converted into this frame's, which is
+    // one of UYVY, HDYC, YUY2, RGB24, RGB32, ARGB32. The change shows in all frames that share this picture.
+    // _bsPropsList (may be null): "mixing.threads=4" divides the rows between so many workers.
+    // S_FALSE: the overlay is outside. ZR_E_EMPTY: a frame without a picture. E_INVALIDARG: another format of this
+    // frame. 0x80040201: an overlay of a format that cannot be converted. This picture is unchanged then.
     virtual HRESULT FrameOverlay(IZrFrame* _pFrameOver, int32_t _nPosX, int32_t _nPosY, double _dblAlpha,
                                  const char16_t* _bsPropsList) = 0;
     // Gives the frame's hold on its memory back now, whoever still has references to the frame: for hosts whose own
@@ -152,7 +157,10 @@ struct IZrFFrame : IUnknown {
     virtual HRESULT ZrFCut(int32_t _nField, const tagRECT* _pRect, IZrFFrame** _ppFrameRes) = 0;
     // As FrameClone.
     virtual HRESULT ZrFClone(IZrFFrame** _ppCloneFrame, eZrFrameClone _eCloneType, eZrFCC _fccPixelFormat) = 0;
-    // Lays a picture over this one as FrameOverlay does. _pFrameMask (may be null): 8 bits a pixel, 255 solid.
+    // Lays a picture over this one as FrameOverlay does. _pFrameMask (may be null): RGB8, 255 solid, or the alpha of
+    // ARGB32; of the overlay's size. An overlay of ARGB32 does not look at it. RGB32 and RGB24 must be multiplied by
+    // the mask already; YCbCr is multiplied here, or is multiplied around black already with "premultiplied=true" in
+    // _bsPropsList. E_INVALIDARG also: a mask of another format, or smaller than what it lies on.
     // _bsAudioBufferID other than null: the overlay's audio is mixed in too, by ZrFAudioMix under that name.
     virtual HRESULT ZrFOverlay(IZrFFrame* _pFrameOverlay, IZrFFrame* _pFrameMask, int32_t _nPosX, int32_t _nPosY,
                                double _dblAlpha, const char16_t* _bsPropsList, const char16_t* _bsAudioBufferID) = 0;
@@ -207,7 +215,12 @@ struct IZrFFrame : IUnknown {
     // of _pRect (null: the whole picture). _bsExtraParam: attributes of colour and font, may be null.
     virtual HRESULT ZrFPrint(const char16_t* _bsText, double _dblTextSize, const ZRF_RECT* _pRect,
                              eZrFTextFlags _eZrFTextFlags, const char16_t* _bsExtraParam) = 0;
-    // As ZrFOverlay, scaled into a rectangle in the way the flags name. _pRect null: the whole picture.
+    // As ZrFOverlay, into a rectangle. _pRect null: the whole picture; its units are pixels, shares of the picture, or
+    // cells: 15 rows of 32 columns, or 14 to 40 rows of square cells. The flags say how: eZrFOF_NoScale puts it into
+    // the upper left corner and cuts what is larger than the rectangle, eZrFOF_LetterBox fits it in, eZrFOF_Crop fills
+    // the rectangle and cuts the rest, eZrFOF_NoAR stretches it. eZrFOF_FirstField or eZrFOF_SecondField: only the
+    // lines of that field change; of an interlaced overlay they show the same field. A mask is scaled with its overlay,
+    // by the "scaling_quality" of _bsPropsList (default 2). E_INVALIDARG also: flags that contradict each other.
     virtual HRESULT ZrFOverlayRect(IZrFFrame* _pFrameOverlay, IZrFFrame* _pFrameMask, const ZRF_RECT* _pRect,
                                    eZrFOverlayFlags _eZrFOverlayFlags, double _dblAlpha, const char16_t* _bsPropsList,
                                    const char16_t* _bsAudioBufferID) = 0;

@@ -7,6 +7,8 @@
 
 namespace zr {
 
+struct OVERLAY_PLACE;
+
 // IZrFFrame, IZrFrame and IZrFrame_I. Released frames wait in a pool and come back as new, so a steady show makes none.
 // The operations of IZrFrame are those of IZrFFrame under other names.
 class CZrFrame final : public UnknownImpl<IZrFFrame, IZrFrame_I> {
@@ -65,7 +67,7 @@ public:
     HRESULT ZrFAddToStream(IStream* _pStream, eZrFrameClone _eSaveType) override;
     HRESULT ZrFLoadFromStream(IStream* _pStream, eZrFrameClone _eLoadType) override;
 
-    // frame_processing.cpp
+    // frame_processing.cpp, frame_overlay.cpp
     HRESULT ZrFVideoGetHbitmap(int64_t* _pllHBitmap) override;
     HRESULT ZrFVideoSaveToFile(const char16_t* _bsFileName) override;
     HRESULT ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFrameMixFrom, int32_t* _plAudioOffsetMix,
@@ -124,6 +126,10 @@ private:
     ~CZrFrame() override = default;
     void OnLastRelease() override;
 
+    HRESULT FrameOverlay_I(IUnknown* _pOverlay, IUnknown* _pMask, int32_t _nPosX, int32_t _nPosY, double _dblAlpha,
+                           const char16_t* _szPropsList);
+    HRESULT Overlay_I(IUnknown* _pOverlay, IUnknown* _pMask, const OVERLAY_PLACE& _place, double _dblAlpha,
+                      const char16_t* _szPropsList);
     HRESULT Data_I(int32_t _nIndex, std::u16string_view* _psvID, int32_t* _pcb, int64_t* _pp);
     HRESULT PlanesSet_I(int32_t _cb, int64_t _pb);
 

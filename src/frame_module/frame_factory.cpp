@@ -6,30 +6,17 @@
 #include <utility>
 
 #include "attributes/attr_text.h"
-#include "attributes/attribute_line.h"
 #include "frame_module/frame.h"
 #include "frame_module/picture_fill.h"
+#include "frame_module/props_line.h"
 #include "media/pixel_format.h"
 #include "media/vid_props_attributes.h"
 #include "platform/class_registry.h"
-#include "platform/wide_text.h"
 #include "zr/class_ids.h"
 
 namespace zr {
 
 namespace {
-
-// The text of an attribute in a line; false when it is not there.
-bool FindInLine(const char16_t* _szLine, std::u16string_view _svName, std::u16string_view* _psvValue) {
-    if (!_szLine) return false;
-    AttributeLineScanner scanner(_szLine);
-    while (scanner.Next()) {
-        if (scanner.IsBare() || !EqualNoCase(scanner.Name(), _svName)) continue;
-        *_psvValue = scanner.Value();
-        return true;
-    }
-    return false;
-}
 
 AttrColour ColourInLine(const char16_t* _szLine) {
     std::u16string_view svColour;

@@ -26,15 +26,6 @@ HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame* _pFrameTo) { return
 
 HRESULT CZrFrame::ZrFAudioGain(const char16_t*, double, double) { return E_NOTIMPL; }
 
-HRESULT CZrFrame::ZrFOverlay(IZrFFrame*, IZrFFrame*, int32_t, int32_t, double, const char16_t*, const char16_t*) {
-    return E_NOTIMPL;
-}
-
-HRESULT CZrFrame::ZrFOverlayRect(IZrFFrame*, IZrFFrame*, const ZRF_RECT*, eZrFOverlayFlags, double, const char16_t*,
-                                 const char16_t*) {
-    return E_NOTIMPL;
-}
-
 HRESULT CZrFrame::ZrFConvert(const ZR_AV_PROPS*, IZrFFrame** _ppFrameRes, int32_t* _pnFrameRest, const char16_t*,
                              const char16_t*) {
     if (!_ppFrameRes) return E_POINTER;
@@ -69,7 +60,5 @@ HRESULT CZrFrame::FrameConvert(const ZR_VID_PROPS*, IZrFrame** _ppFrameRes, cons
     *_ppFrameRes = nullptr;
     return E_NOTIMPL;
 }
-
-HRESULT CZrFrame::FrameOverlay(IZrFrame*, int32_t, int32_t, double, const char16_t*) { return E_NOTIMPL; }
 
 }  // namespace zr

@@ -159,19 +159,25 @@ HRESULT ExtractMask(const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps, const t
     return S_OK;
 }
 
-HRESULT ScaleMask(ScalingEngine& _engine, const MaskPlane& _src, int32_t _nWidth, int32_t _nHeight,
-                  eInterpolation _eQuality, MaskPlane& _dst) {
-    HRESULT hr = _dst.Resize(_nWidth, _nHeight);
-    if (Failed(hr)) return hr;
-    hr = Img_Convert(_engine, _src.Row(0), _dst.Row(0), _src.Props(), _dst.Props(), false, nullptr, nullptr, _eQuality,
-                     0, 0);
+HRESULT ScaleMaskRect(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+                      const tagRECT* _pSrcRect, MaskPlane& _dst, const tagRECT* _pDstRect, eInterpolation _eQuality) {
+    if (_srcProps.fccType != eZrFCC_RGB8) return E_INVALIDARG;
+    const HRESULT hr =
+        Img_Convert(_engine, _pSrc, _dst.Row(0), _srcProps, _dst.Props(), false, _pSrcRect, _pDstRect, _eQuality, 0, 0);
     if (hr != S_OK) return hr;
     // The vertical pass makes 254 of 255, by which the base would shine through what is solid.
-    for (int32_t y = 0; y < _nHeight; ++y) {
+    for (int32_t y = 0; y < _dst.Height(); ++y) {
         uint8_t* pRow = _dst.Row(y);
-        for (int32_t x = 0; x < _nWidth; ++x) pRow[x] = static_cast<uint8_t>(pRow[x] + (pRow[x] == 254));
+        for (int32_t x = 0; x < _dst.Width(); ++x) pRow[x] = static_cast<uint8_t>(pRow[x] + (pRow[x] == 254));
     }
     return S_OK;
+}
+
+HRESULT ScaleMask(ScalingEngine& _engine, const MaskPlane& _src, int32_t _nWidth, int32_t _nHeight,
+                  eInterpolation _eQuality, MaskPlane& _dst) {
+    const HRESULT hr = _dst.Resize(_nWidth, _nHeight);
+    if (Failed(hr)) return hr;
+    return ScaleMaskRect(_engine, _src.Row(0), _src.Props(), nullptr, _dst, nullptr, _eQuality);
 }
 
 HRESULT MultiplyMask(MaskPlane& _plane, const MIX_MASK& _mask) {

@@ -54,7 +54,11 @@ HRESULT LoadMaskFile(const char16_t* _szFileName, MaskPlane& _plane);
 // rectangle. E_OUTOFMEMORY.
 HRESULT ExtractMask(const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps, const tagRECT* _pRect, MaskPlane& _plane);
 
-// _src at another size; what is solid stays solid. Result codes of Img_Convert.
+// Scales a rectangle of an RGB8 picture into one of a plane that has its size (null: the whole), clipped as Img_Convert
+// does, whose result codes these are; what is solid stays solid.
+HRESULT ScaleMaskRect(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+                      const tagRECT* _pSrcRect, MaskPlane& _dst, const tagRECT* _pDstRect, eInterpolation _eQuality);
+// A whole mask at another size.
 HRESULT ScaleMask(ScalingEngine& _engine, const MaskPlane& _src, int32_t _nWidth, int32_t _nHeight,
                   eInterpolation _eQuality, MaskPlane& _dst);
 

@@ -84,5 +84,31 @@ TEST(NoAllocation, FramesOfASteadyShowComeFromThePools) {
     EXPECT_EQ(BufferPool::Shared().BlockCount(), nBlocks);  // nor pages from the system
 }
 
+// Three overlays in turn, each with its own way: mixed as it is, scaled with a mask, converted out of cut planes.
+TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
+    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
+    const auto pBase = CountingFrame(VidProps(eZrFCC_HDYC, 640, 360)),
+               pLogo = CountingFrame(VidProps(eZrFCC_ARGB32, 100, -50)),
+               pBox = CountingFrame(VidProps(eZrFCC_UYVY, 320, 180)),
+               pPlanes = CountingFrame(VidProps(eZrFCC_I420, 320, 180)),
+               pMask = CountingFrame(VidProps(eZrFCC_RGB8, 320, -180));
+    ZrPtr<IZrFFrame> pCut;
+    const tagRECT part{16, 16, 200, 100};
+    ASSERT_EQ(pPlanes->ZrFCut(0, &part, pCut.Out()), S_OK);
+    const ZRF_RECT arrRects[] = {{0.1, 0.1, 0.3, 0.3, eZrFRT_Relative}, {0.5, 0.1, 0.4, 0.4, eZrFRT_Relative}};
+    const auto Frame = [&] {
+        ASSERT_EQ(pBase->ZrFOverlay(pLogo.Get(), nullptr, 20, 20, 0.8, nullptr, nullptr), S_OK);
+        ASSERT_EQ(
+            pBase->ZrFOverlayRect(pBox.Get(), pMask.Get(), &arrRects[0], eZrFOF_NoAR, 1, u"scaling_quality=6", nullptr),
+            S_OK);
+        ASSERT_EQ(pBase->ZrFOverlayRect(pCut.Get(), nullptr, &arrRects[1], eZrFOF_LetterBox, 0.5, nullptr, nullptr),
+                  S_OK);
+    };
+    for (int i = 0; i < 5; ++i) Frame();
+    const uint64_t nBefore = nAllocations;
+    for (int i = 0; i < 20; ++i) Frame();
+    EXPECT_EQ(nAllocations - nBefore, 0u);
+}
+
 }  // namespace
 }  // namespace zr
