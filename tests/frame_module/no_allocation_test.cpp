@@ -7,6 +7,9 @@
 
 #include "frame_module/address_check.h"
 #include "frame_module/frame_builders.h"
+#include "framework/deq_active.h"
+#include "framework/rate_timer.h"
+#include "platform/clock.h"
 
 // The sanitizers bring their own heap.
 #if defined(ZR_ADDRESS_CHECK) || defined(__SANITIZE_THREAD__)
@@ -108,6 +111,35 @@ TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
     const uint64_t nBefore = nAllocations;
     for (int i = 0; i < 20; ++i) Frame();
     EXPECT_EQ(nAllocations - nBefore, 0u);
+}
+
+// The way of a frame to its receivers: put, taken by the queue's thread, held until it has passed, some refused.
+TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
+    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
+    struct Sender {
+        HRESULT OnActiveDeq(ZrPtr<IZrFFrame>& _pFrame, int32_t) {
+            timer.WaitFrame(_pFrame.Get(), nullptr, 0, -1);
+            ++nSent;
+            return nSent % 7 == 0 ? ZR_E_RETRY : S_OK;
+        }
+        void OnActiveDeqOverflow(ZrPtr<IZrFFrame>&) { ++nRefused; }
+        ZrRateTimer timer;
+        int64_t nSent = 0, nRefused = 0;
+    } sender;
+    VirtualClock clock;
+    CDeqActive<Sender, ZrPtr<IZrFFrame>> deq(sender, "sender");
+    deq.Init(0, 4, false);
+    const ZrPtr<IZrFFrame> pSource = CountingFrame(VidProps(eZrFCC_UYVY, 16, 8));
+    const auto Send = [&](int64_t _nFrames) {
+        for (int64_t i = 0; i < _nFrames; ++i) deq.Put(CloneOf(*pSource, eZrFC_Reference), i % 5 == 0 ? 0 : -1);
+    };
+    Send(50);
+    const uint64_t nBefore = nAllocations;
+    Send(1000);
+    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_GT(sender.nSent, 800);
+    EXPECT_GT(sender.nRefused, 0);
+    deq.Stop();
 }
 
 }  // namespace
