@@ -38,7 +38,8 @@ struct IZrFrame : IUnknown {
     virtual HRESULT FrameVideoGetBytes(int32_t* _pcbSize, int64_t* _ppbVideo) = 0;
     // A bitmap handle of the window system. E_NOTIMPL and 0 where the system has none, as on Linux.
     virtual HRESULT FrameVideoGetHbitmap(int64_t* _pllHBitmap) = 0;
-    // Writes the picture to a file whose extension picks the type: png, jpg, bmp, tga, tiff.
+    // Writes the picture to a file whose extension picks the type: png, jpg, bmp, tga, tiff; with its alpha, but for
+    // jpg, which gets it over black.
     // ZR_E_NOT_SUPPORTED: an extension that no registered writer knows. ZR_E_EMPTY: the frame has no picture.
     virtual HRESULT FrameVideoSaveToFile(const char16_t* _bsFileName) = 0;
     // Writes the audio to a wav file. _bAppend other than 0: behind what an existing file holds, whose format is taken

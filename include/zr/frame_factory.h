@@ -26,7 +26,14 @@ struct IZrFrames : IUnknown {
     // bytes of it; address 0 makes it black. E_INVALIDARG: the format says no size or no pixel format.
     virtual HRESULT FramesCreateFromMem(const ZR_VID_PROPS* _pVidProps, int64_t _pbVideo, IZrFrame** _ppFrame,
                                         const char16_t* _bsPropsList) = 0;
-    // Reads a picture file: bmp, jpg, png, tiff. ZR_E_NOT_FOUND_FILE: no such file. ZR_E_INVALID_DATA: not a picture.
+    // Reads a picture file: bmp and tga, and what a registered reader knows: jpg, png, tiff. The frame is RGB24 or
+    // RGB32, or ARGB32 with its colours multiplied by alpha, top-down. _bsPropsList (may be null), in this order:
+    // "premultiplied=true": the colours in the file are multiplied already; "crop=10", "rotate=right", "mirror=horz";
+    // "color=red": the picture is laid over that colour, which also fills what a letter box leaves free; "width",
+    // "height", "pixel_format", "video_format" and the like, with "scaling_quality": the format to convert to, where
+    // one of width and height alone keeps the shape. An empty name with "color=..." gives one colour in that format.
+    // ZR_E_NOT_FOUND_FILE: no such file. ZR_E_NOT_SUPPORTED: a type that nobody reads. ZR_E_INVALID_DATA, E_FAIL: the
+    // file is damaged. E_INVALIDARG: the list says nothing possible.
     virtual HRESULT FramesCreateFromFile(const char16_t* _bsFileName, IZrFrame** _ppFrame,
                                          const char16_t* _bsPropsList) = 0;
     // From a bitmap handle of the window system. E_NOTIMPL where the system has none, as on Linux.

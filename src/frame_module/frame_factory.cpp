@@ -7,6 +7,7 @@
 
 #include "attributes/attr_text.h"
 #include "frame_module/frame.h"
+#include "frame_module/picture_file_frame.h"
 #include "frame_module/picture_fill.h"
 #include "frame_module/props_line.h"
 #include "media/pixel_format.h"
@@ -161,10 +162,14 @@ HRESULT CZrFrameFactory::FramesCreateFromMem(const ZR_VID_PROPS* _pVidProps, int
     return hr;
 }
 
-HRESULT CZrFrameFactory::FramesCreateFromFile(const char16_t* _bsFileName, IZrFrame** _ppFrame, const char16_t*) {
+HRESULT CZrFrameFactory::FramesCreateFromFile(const char16_t* _bsFileName, IZrFrame** _ppFrame,
+                                              const char16_t* _bsPropsList) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return _bsFileName ? E_NOTIMPL : E_POINTER;
+    ZrPtr<IZrFFrame> pFrame;
+    const HRESULT hr = LoadPictureFrame(_bsFileName, _bsPropsList, &pFrame);
+    if (Succeeded(hr)) *_ppFrame = pFrame.As<IZrFrame>().Detach();
+    return hr;
 }
 
 HRESULT CZrFrameFactory::FramesCreateFromHBITMAP(int64_t, IZrFrame** _ppFrame, const char16_t*) {
@@ -240,10 +245,14 @@ HRESULT CZrFrameFactory::ZrFFrameCreateFromMemEx(const ZR_AV_PROPS* _pAVProps, c
     return hr;
 }
 
-HRESULT CZrFrameFactory::ZrFFrameCreateFromFile(const char16_t* _bsFileName, IZrFFrame** _ppFrame, const char16_t*) {
+HRESULT CZrFrameFactory::ZrFFrameCreateFromFile(const char16_t* _bsFileName, IZrFFrame** _ppFrame,
+                                                const char16_t* _bsPropsList) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return _bsFileName ? E_NOTIMPL : E_POINTER;
+    ZrPtr<IZrFFrame> pFrame;
+    const HRESULT hr = LoadPictureFrame(_bsFileName, _bsPropsList, &pFrame);
+    *_ppFrame = pFrame.Detach();
+    return hr;
 }
 
 HRESULT CZrFrameFactory::ZrFFrameCreateFromHBITMAP(int64_t, IZrFFrame** _ppFrame, const char16_t*) {

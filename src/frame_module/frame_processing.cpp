@@ -2,6 +2,7 @@
 // so do those whose engine is not connected yet.
 
 #include "frame_module/frame.h"
+#include "frame_module/picture_file_frame.h"
 
 namespace zr {
 
@@ -11,7 +12,7 @@ HRESULT CZrFrame::ZrFVideoGetHbitmap(int64_t* _pllHBitmap) {
     return E_NOTIMPL;
 }
 
-HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t* _bsFileName) { return _bsFileName ? E_NOTIMPL : E_POINTER; }
+HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t* _bsFileName) { return SavePictureFrame(*this, _bsFileName); }
 
 HRESULT CZrFrame::ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFrameMixFrom, int32_t* _plAudioOffsetMix,
                                     int32_t, double, double, int32_t) {
