@@ -53,6 +53,11 @@ HRESULT CHANNEL_RECEIVER::Init(IUnknown* _pReceiver) {
     return S_OK;
 }
 
+COutputChannel::~COutputChannel() {
+    Close();
+    if (thread.IsJoinable()) thread.Abandon();  // it is the thread itself, on its way out
+}
+
 ZrPtr<IZrReceiver_I> COutputChannel::Connect(CHANNEL_RECEIVER _receiver, std::u16string_view _param) {
     const CHANNEL_KEYS newKeys(_param);
     std::u16string newParam(_param);

@@ -47,7 +47,7 @@ struct CHANNEL_RECEIVER {
 class COutputChannel final : public AutoObjBase<COutputChannel> {
 public:
     explicit COutputChannel(std::u16string_view _id) : id(_id) {}
-    ~COutputChannel() override { Close(); }
+    ~COutputChannel() override;
 
     const std::u16string& Id() const { return id; }
     bool IsPreview() const { return id == kPreviewChannel; }
