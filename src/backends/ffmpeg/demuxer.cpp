@@ -104,9 +104,7 @@ HRESULT Demuxer::Open(const std::string& _strUrl, const TRACK_CHOICE& _choice) {
 void Demuxer::Close() {
     avformat_close_input(&pFormat);
     pVideo = pAudio = nullptr;
-    nOffset = 0;
-    nLastTime = AV_NOPTS_VALUE;
-    nDamaged = 0;
+    ForgetBreaks();
 }
 
 AVStream* Demuxer::Choose(AVMediaType _eType, int _nWanted, AVStream* _pRelated) const {
@@ -183,16 +181,32 @@ int Demuxer::Seek(double _dblSeconds) {
     const auto nTo = static_cast<int64_t>(std::clamp(dblTicks, -4e18, 4e18));
     if (!interrupt.BeginRead()) return AVERROR_EXIT;
     int nResult = avformat_seek_file(pFormat, stream.index, INT64_MIN, nTo, nTo, 0);
-    // Before the first key frame, or without an index: what the format finds backwards, then its start.
+    // Before the first key frame, or without an index: what the format finds backwards.
     if (nResult < 0) nResult = av_seek_frame(pFormat, stream.index, nTo, AVSEEK_FLAG_BACKWARD);
-    if (nResult < 0 && nTo <= std::max<int64_t>(stream.start_time, 0))
-        nResult = avformat_seek_file(pFormat, -1, INT64_MIN, INT64_MIN, INT64_MAX, 0);
     interrupt.EndRead();
-    if (nResult < 0) return nResult;
+    if (nResult >= 0) ForgetBreaks();
+    return nResult;
+}
+
+int Demuxer::Rewind() {
+    if (!interrupt.BeginRead()) return AVERROR_EXIT;
+    // Where packets are found by their times, the first ones, which are not in order, would be passed over.
+    const bool bByTimes = (pFormat->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    int nResult = -1;
+    if (bByTimes && (pFormat->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0)
+        nResult = av_seek_frame(pFormat, -1, 0, AVSEEK_FLAG_BYTE);
+    const int64_t nStart = pFormat->start_time == AV_NOPTS_VALUE ? 0 : pFormat->start_time;
+    if (nResult < 0) nResult = av_seek_frame(pFormat, -1, nStart, AVSEEK_FLAG_BACKWARD);
+    if (nResult < 0) nResult = avformat_seek_file(pFormat, -1, INT64_MIN, nStart, INT64_MAX, 0);
+    interrupt.EndRead();
+    if (nResult >= 0) ForgetBreaks();
+    return nResult;
+}
+
+void Demuxer::ForgetBreaks() {
     nOffset = 0;
     nLastTime = AV_NOPTS_VALUE;
     nDamaged = 0;
-    return 0;
 }
 
 }  // namespace zr

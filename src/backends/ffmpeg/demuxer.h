@@ -55,6 +55,8 @@ public:
     int Read(AVPacket* _pPacket);
     // To the key frame at or before _dblSeconds (on the file's own line) of the video, or of the audio.
     int Seek(double _dblSeconds);
+    // To the first packet.
+    int Rewind();
 
     AVFormatContext* Format() const { return pFormat; }
     AVStream* Video() const { return pVideo; }  // null: none
@@ -72,6 +74,7 @@ private:
     HRESULT Fail(HRESULT _hr, const std::string& _strReason);
     HRESULT CheckFile(const std::string& _strPath);
     AVStream* Choose(AVMediaType _eType, int _nWanted, AVStream* _pRelated) const;
+    void ForgetBreaks();
     void FollowBreaks(AVPacket* _pPacket, const AVStream& _stream);
 
     Interrupt& interrupt;

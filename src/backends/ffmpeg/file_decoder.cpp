@@ -259,6 +259,7 @@ void FileDecoder::Restart() {
     bSoundDone = !bHasSound;
     hrRead = S_OK;
     bFirst = bFirstPicture = true;
+    bSeekCheck = false;
     nPart = 0;
     rtPart = demuxer.Video() ? 0 : rtWanted / kSoundPart * kSoundPart;
 }
@@ -274,23 +275,36 @@ HRESULT FileDecoder::Seek(int64_t _rtPos, int64_t _rtPreroll) {
     const int64_t rtEarlier = std::max<int64_t>(_rtPreroll, 0) + (demuxer.Video() ? 0 : kTicksPerSecond / 10);
     dblSeekTo = static_cast<double>(rtWanted - rtEarlier) / kTicksPerSecond;
     nSeekTries = 0;
-    const int nResult = demuxer.Seek(dblOrigin + dblSeekTo);
+    const int nResult = dblSeekTo > 0 ? demuxer.Seek(dblOrigin + dblSeekTo) : demuxer.Rewind();
     if (nResult < 0) {
         strError = "Cannot go to another position: " + AvReason(nResult) + ".";
         return StatusFromAv(nResult);
     }
     Restart();
+    bSeekCheck = demuxer.Video() && dblSeekTo > 0;
     return S_OK;
 }
 
-// Some formats find a key frame behind the wanted time: another try from earlier on.
+// Where packets stand by their times only, a seek finds one in the midst of pictures that build on each other.
+bool FileDecoder::KeyFrameInTime(const AVPacket& _packet) const {
+    return (_packet.flags & AV_PKT_FLAG_KEY) != 0 && PacketTime(_packet) <= rtWanted + kTicksPerMs / 10;
+}
+
+int64_t FileDecoder::PacketTime(const AVPacket& _packet) const {
+    const int64_t nStamp = _packet.pts != AV_NOPTS_VALUE ? _packet.pts : _packet.dts;
+    if (nStamp == AV_NOPTS_VALUE) return 0;
+    const double dblTime = static_cast<double>(nStamp) * av_q2d(demuxer.Video()->time_base);
+    return std::llround((dblTime - dblOrigin) * kTicksPerSecond);
+}
+
+// There was no key frame before the wanted time: another try from earlier on.
 HRESULT FileDecoder::StepBackFurther() {
     ++nSeekTries;
     dblSeekTo = nSeekTries < kMostSeekTries ? dblSeekTo - (1 << (nSeekTries - 1)) : 0;
-    dblSeekTo = std::max(dblSeekTo, 0.0);
-    const int nResult = demuxer.Seek(dblOrigin + dblSeekTo);
+    const int nResult = dblSeekTo > 0 ? demuxer.Seek(dblOrigin + dblSeekTo) : demuxer.Rewind();
     if (nResult < 0) return StatusFromAv(nResult);
     Restart();
+    bSeekCheck = demuxer.Video() && dblSeekTo > 0;
     return S_OK;
 }
 
@@ -335,6 +349,7 @@ HRESULT FileDecoder::Step() {
 HRESULT FileDecoder::ReadPacket() {
     const int nResult = demuxer.Read(pPacket.get());
     if (nResult == AVERROR_EXIT) return E_ABORT;
+    if (nResult == AVERROR_EOF && bSeekCheck) return StepBackFurther();
     if (nResult < 0) {
         bReadAll = true;
         if (nResult != AVERROR_EOF) {
@@ -345,6 +360,12 @@ HRESULT FileDecoder::ReadPacket() {
     }
     HRESULT hr = S_OK;
     if (demuxer.Video() && pPacket->stream_index == demuxer.Video()->index) {
+        if (bSeekCheck && !KeyFrameInTime(*pPacket)) {
+            const bool bLate = PacketTime(*pPacket) > rtWanted;
+            av_packet_unref(pPacket.get());
+            return bLate ? StepBackFurther() : S_OK;
+        }
+        bSeekCheck = false;
         PacketPtr pWaiting(av_packet_alloc());
         if (!pWaiting) return E_OUTOFMEMORY;
         av_packet_move_ref(pWaiting.get(), pPacket.get());

@@ -61,6 +61,8 @@ private:
     bool FindPart(PART* _pPart);
     bool FindSoundPart(PART* _pPart);
     bool SoundReady(int64_t _rtEnd) const;
+    bool KeyFrameInTime(const AVPacket& _packet) const;
+    int64_t PacketTime(const AVPacket& _packet) const;
     HRESULT StepBackFurther();
     HRESULT MakeFrame(const PART& _part, ZrPtr<IZrFFrame>* _ppFrame);
     void FinishPart(const PART& _part);
@@ -89,6 +91,8 @@ private:
     HRESULT hrRead = S_OK;      // why reading ended, when not for the end of the file
     bool bFirst = true;         // the next frame is the first one since Open or Seek
     bool bFirstPicture = true;  // the next decoded picture likewise
+
+    bool bSeekCheck = false;  // the first key frame since the seek is still to come
 
     double dblOrigin = 0;  // of the time line, in the file's seconds
     bool bOriginKnown = false;
