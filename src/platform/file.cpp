@@ -93,4 +93,20 @@ HRESULT File::WriteAt(uint64_t _nPosition, const void* _pv, size_t _cb) {
     return S_OK;
 }
 
+HRESULT File::Reserve(uint64_t _nPosition, uint64_t _cb) {
+    if (!PositionFits(_nPosition, _cb)) return E_INVALIDARG;
+    int nResult = 0;
+    do nResult = fallocate(nDescriptor, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(_nPosition), static_cast<off_t>(_cb));
+    while (nResult != 0 && errno == EINTR);
+    if (nResult == 0) return S_OK;
+    return errno == EOPNOTSUPP || errno == ENOSYS ? ZR_E_NOT_SUPPORTED : StatusFromErrno(errno);
+}
+
+HRESULT File::Trim() {
+    uint64_t cb = 0;
+    const HRESULT hr = Size(&cb);
+    if (Failed(hr)) return hr;
+    return ftruncate(nDescriptor, static_cast<off_t>(cb)) == 0 ? S_OK : StatusFromErrno(errno);
+}
+
 }  // namespace zr

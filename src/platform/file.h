@@ -32,6 +32,11 @@ public:
     HRESULT ReadAt(uint64_t _nPosition, void* _pv, size_t _cb, size_t* _pcbRead) const;
     // Writes all _cb bytes at _nPosition, growing the file; a gap reads as zeros.
     HRESULT WriteAt(uint64_t _nPosition, const void* _pv, size_t _cb);
+    // Takes the disk's room for _cb bytes at _nPosition, so that a later write there finds it; the size stays as it is.
+    // Win32Error(112): there is not as much. ZR_E_NOT_SUPPORTED: not on this file system.
+    HRESULT Reserve(uint64_t _nPosition, uint64_t _cb);
+    // Gives the room behind the end of the file back.
+    HRESULT Trim();
 
 private:
     int nDescriptor = -1;

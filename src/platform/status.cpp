@@ -15,7 +15,9 @@ HRESULT StatusFromErrno(int _nErrno) {
         case EEXIST:
         case EADDRINUSE: return ZR_E_EXISTS;
         case ETIMEDOUT: return ZR_E_TIMEOUT;
-        case ENOSPC: return Win32Error(112);
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG: return Win32Error(112);  // full, as far as this user or this file goes
         default: return E_FAIL;
     }
 }

@@ -1,9 +1,13 @@
 #include "backends/ffmpeg/link_ffmpeg.h"
 
 #include "backends/ffmpeg/file_worker.h"
+#include "backends/ffmpeg/writer.h"
 
 namespace zr {
 
-void LinkFFmpegBackend() { LinkFFmpegFileWorker(); }
+void LinkFFmpegBackend() {
+    LinkFFmpegFileWorker();
+    LinkFFmpegWriter();
+}
 
 }  // namespace zr

@@ -1,0 +1,206 @@
+#pragma once
+// Clips for the tests of this folder: numbered pictures with a known row of samples, written and read back.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "backends/ffmpeg/link_ffmpeg.h"
+#include "frame_module/frame_factory.h"
+#include "media/file_worker.h"
+#include "media/pixel_format.h"
+#include "media/transport_interfaces.h"
+#include "platform/class_registry.h"
+#include "platform/clock.h"
+#include "zr/module.h"
+#include "zr/utf8.h"
+#include "zr/writer.h"
+
+namespace zr {
+
+inline constexpr HRESULT kMediaEnded = Win32Error(1100);
+
+struct RATE {
+    int64_t nNum;
+    int64_t nDen;
+};
+
+// Start of frame n, in ticks, rounded to the nearest.
+inline int64_t FrameStart(RATE _rate, int64_t _n) {
+    return (_n * 2 * kTicksPerSecond * _rate.nDen + _rate.nNum) / (2 * _rate.nNum);
+}
+// First sample of frame n at 48 kHz.
+inline int64_t FrameSample(RATE _rate, int64_t _n) {
+    return (_n * 2 * 48000 * _rate.nDen + _rate.nNum) / (2 * _rate.nNum);
+}
+// Sample n of a channel: no two stretches of the row are alike.
+inline int16_t SampleValue(int64_t _n, int _nChannel) {
+    return static_cast<int16_t>((_n * 7919 + _n * _n / 31 + _nChannel * 12345) % 20011 - 10000);
+}
+
+struct CLIP_FORMAT {
+    eZrFCC fccType = eZrFCC_I420;
+    int32_t nWidth = 320;
+    int32_t nHeight = 192;
+    RATE rate = {25, 1};
+    int32_t nChannels = 2;
+    eZrInterlace eInterlace = eZrI_Progressive;
+};
+
+inline constexpr int kNumberBits = 8;
+
+// Calls _f with the value (0 or 255) that the picture has at each pixel: bits of the number as upright bars, the first
+// field of it in the upper half, its complement in the lower, so that a picture upside down is another number.
+template <class F>
+void ForEachBar(int32_t _nWidth, int32_t _nHeight, int _nNumber, F&& _f) {
+    for (int32_t y = 0; y < _nHeight; ++y)
+        for (int32_t x = 0; x < _nWidth; ++x) {
+            const bool bSet = (_nNumber >> (x * kNumberBits / _nWidth) & 1) != 0;
+            _f(x, y, bSet == (y < _nHeight / 2));
+        }
+}
+
+// Where one luma or grey sample of any of the formats used here stands: a byte of its own, or 10 bits of a word.
+struct BRIGHT_SAMPLE {
+    uint8_t* p;
+    int nShift;  // below 0: a byte
+};
+inline BRIGHT_SAMPLE BrightSample(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y) {
+    auto* p = reinterpret_cast<uint8_t*>(_planes.lpVideoPlanes[0]) + int64_t{_y} * _planes.cbVideoRowBytes[0];
+    constexpr int arrV210[6][2] = {{0, 10}, {4, 0}, {4, 20}, {8, 10}, {12, 0}, {12, 20}};
+    switch (static_cast<uint32_t>(_fcc)) {
+        case eZrFCC_UYVY:
+        case eZrFCC_HDYC: return {p + 2 * _x + 1, -1};
+        case eZrFCC_YUY2: return {p + 2 * _x, -1};
+        case eZrFCC_RGB32:
+        case eZrFCC_ARGB32: return {p + 4 * _x + 1, -1};
+        case eZrFCC_v210: return {p + _x / 6 * 16 + arrV210[_x % 6][0], arrV210[_x % 6][1]};
+        default: return {p + _x, -1};
+    }
+}
+inline bool IsBright(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y) {
+    const BRIGHT_SAMPLE sample = BrightSample(_fcc, _planes, _x, _y);
+    if (sample.nShift < 0) return *sample.p > 120;
+    uint32_t nWord = 0;
+    std::memcpy(&nWord, sample.p, 4);
+    return (nWord >> sample.nShift & 1023) > 480;
+}
+inline void SetBright(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y, bool _bBright) {
+    const BRIGHT_SAMPLE sample = BrightSample(_fcc, _planes, _x, _y);
+    const uint8_t nValue = _bBright ? 200 : 40;
+    if (sample.nShift < 0) {
+        *sample.p = nValue;
+        if (PixelFormatBottomUp(_fcc)) sample.p[-1] = sample.p[1] = nValue;
+        return;
+    }
+    uint32_t nWord = 0;
+    std::memcpy(&nWord, sample.p, 4);
+    nWord = (nWord & ~(1023u << sample.nShift)) | uint32_t{nValue} << 2 << sample.nShift;
+    std::memcpy(sample.p, &nWord, 4);
+}
+
+inline ZrPtr<IZrFFrame> MakeClipFrame(const CLIP_FORMAT& _format, int _nNumber) {
+    LinkFrameModule();
+    ZR_AV_PROPS props;
+    props.vidProps.fccType = _format.fccType;
+    props.vidProps.nWidth = _format.nWidth;
+    props.vidProps.nHeight = _format.nHeight;
+    props.vidProps.eInterlace = _format.eInterlace;
+    props.vidProps.dblRate = static_cast<double>(_format.rate.nNum) / static_cast<double>(_format.rate.nDen);
+    props.audProps = {_format.nChannels, 48000, 16, 0};
+    const int64_t nFirst = FrameSample(_format.rate, _nNumber);
+    const int64_t nSamples = FrameSample(_format.rate, _nNumber + 1) - nFirst;
+    std::vector<int16_t> arrSamples;
+    for (int64_t i = 0; i < nSamples; ++i)
+        for (int n = 0; n < _format.nChannels; ++n) arrSamples.push_back(SampleValue(nFirst + i, n));
+    ZrPtr<IZrFFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(
+                  &props, 0, static_cast<int32_t>(_format.nChannels > 0 ? nSamples : 0),
+                  reinterpret_cast<int64_t>(arrSamples.data()), pFrame.Out(), u"color=gray"),
+              S_OK);
+    if (!pFrame) return pFrame;
+    ZRF_VID_PTR planes;
+    pFrame->ZrFVideoGetBytesEx(&planes);
+    ForEachBar(_format.nWidth, _format.nHeight, _nNumber,
+               [&](int32_t _x, int32_t _y, bool _bBright) { SetBright(_format.fccType, planes, _x, _y, _bBright); });
+    ZR_TIME time;
+    time.rtStartTime = FrameStart(_format.rate, _nNumber);
+    time.rtEndTime = FrameStart(_format.rate, _nNumber + 1);
+    pFrame->ZrFTimeSet(&time);
+    return pFrame;
+}
+
+// The number in a picture, -1 when the halves do not belong together.
+inline int NumberOf(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    ZRF_VID_PTR planes;
+    if (Failed(_frame.ZrFAllGet(&info)) || Failed(_frame.ZrFVideoGetBytesEx(&planes))) return -1;
+    const ZR_VID_PROPS& props = info.avProps.vidProps;
+    if (props.nWidth == 0) return -1;
+    const int32_t nHeight = AbsHeight(props.nHeight);
+    int nUpper = 0, nLower = 0;
+    for (int nBit = 0; nBit < kNumberBits; ++nBit) {
+        const int32_t x = (2 * nBit + 1) * props.nWidth / (2 * kNumberBits);
+        nUpper |= int{IsBright(props.fccType, planes, x, nHeight / 4)} << nBit;
+        nLower |= int{IsBright(props.fccType, planes, x, nHeight * 3 / 4)} << nBit;
+    }
+    return nUpper == (~nLower & ((1 << kNumberBits) - 1)) ? nUpper : -1;
+}
+
+// A folder that is gone with the test.
+class ClipTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        LinkFFmpegBackend();
+        LinkFrameModule();
+        const auto* pInfo = ::testing::UnitTest::GetInstance()->current_test_info();
+        folder = std::filesystem::temp_directory_path() /
+                 ("zr_" + std::string(pInfo->name()) + "_" + std::to_string(ClockNow()));
+        std::filesystem::create_directories(folder);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    std::string Path(const std::string& _strName) const { return (folder / _strName).string(); }
+
+    static ZrPtr<IZrWriter> NewWriter() {
+        ZrPtr<IZrWriter> pWriter;
+        EXPECT_EQ(ZrCreateInstance(kClsidZrWriter, pWriter), S_OK);
+        return pWriter;
+    }
+    static ZrPtr<IZrFileWorker_I> NewWorker() {
+        ZrPtr<IZrFileWorker_I> pWorker;
+        EXPECT_EQ(ZrCreateInstance(kClsidFileWorkerFFmpeg, pWorker), S_OK);
+        return pWorker;
+    }
+    static HRESULT Open(IZrFileWorker_I& _worker, const std::string& _strPath, const char16_t* _szParam = nullptr) {
+        return _worker.WorkerOpen(ToUtf16(_strPath).c_str(), _szParam, 10 * kTicksPerSecond);
+    }
+    template <class Object>
+    static std::string ErrorOf(Object& _object, HRESULT (Object::*_pGet)(BSTR*)) {
+        std::string strError;
+        GetText([&](BSTR* _pbs) { return (_object.*_pGet)(_pbs); }, strError);
+        return strError;
+    }
+    // Writes frames 0 to _nFrames - 1.
+    static ZR_WRITER_STATE WriteClip(const std::string& _strPath, const CLIP_FORMAT& _format, int _nFrames,
+                                     const char16_t* _szParam = nullptr) {
+        const ZrPtr<IZrWriter> pWriter = NewWriter();
+        ZR_WRITER_STATE state;
+        EXPECT_EQ(pWriter->WriterOpen(ToUtf16(_strPath).c_str(), _szParam), S_OK);
+        const ZrPtr<IZrReceiver_I> pReceiver = pWriter.As<IZrReceiver_I>();
+        for (int i = 0; i < _nFrames; ++i)
+            EXPECT_EQ(pReceiver->MediaReceive(u"c", nullptr, MakeClipFrame(_format, i).Get()), S_OK);
+        EXPECT_EQ(pWriter->WriterStop(), S_OK) << ErrorOf(*pWriter, &IZrWriter::WriterErrorGet);
+        EXPECT_EQ(pWriter->WriterStateGet(&state), S_OK);
+        return state;
+    }
+
+    std::filesystem::path folder;
+};
+
+}  // namespace zr
