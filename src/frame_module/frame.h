@@ -67,6 +67,12 @@ public:
     HRESULT ZrFAddToStream(IStream* _pStream, eZrFrameClone _eSaveType) override;
     HRESULT ZrFLoadFromStream(IStream* _pStream, eZrFrameClone _eLoadType) override;
 
+    // frame_convert.cpp, FrameConvert too
+    HRESULT ZrFConvert(const ZR_AV_PROPS* _pPropsDest, IZrFFrame** _ppFrameRes, int32_t* _pnFrameRest,
+                       const char16_t* _bsPropsList, const char16_t* _bsConverterID) override;
+    HRESULT ZrFResize(eZrFCC _fccOutput, int32_t _nWidth, int32_t _nHeight, int32_t _nResizeField,
+                      IZrFFrame** _ppFrameRes, const char16_t* _bsPropsList, const char16_t* _bsConverterID) override;
+
     // frame_processing.cpp, frame_overlay.cpp
     HRESULT ZrFVideoGetHbitmap(int64_t* _pllHBitmap) override;
     HRESULT ZrFVideoSaveToFile(const char16_t* _bsFileName) override;
@@ -79,10 +85,6 @@ public:
     HRESULT ZrFAudioGain(const char16_t* _bsChannelsList, double _dblGainStartDb, double _dblGainEndDb) override;
     HRESULT ZrFOverlay(IZrFFrame* _pFrameOverlay, IZrFFrame* _pFrameMask, int32_t _nPosX, int32_t _nPosY,
                        double _dblAlpha, const char16_t* _bsPropsList, const char16_t* _bsAudioBufferID) override;
-    HRESULT ZrFConvert(const ZR_AV_PROPS* _pPropsDest, IZrFFrame** _ppFrameRes, int32_t* _pnFrameRest,
-                       const char16_t* _bsPropsList, const char16_t* _bsConverterID) override;
-    HRESULT ZrFResize(eZrFCC _fccOutput, int32_t _nWidth, int32_t _nHeight, int32_t _nResizeField,
-                      IZrFFrame** _ppFrameRes, const char16_t* _bsPropsList, const char16_t* _bsConverterID) override;
     HRESULT ZrFTransition(IZrFFrame* _pFrameFrom, IZrFFrame** _ppFrameRes, double _dblPos,
                           const char16_t* _bsTransition, const char16_t* _bsPropsList,
                           const char16_t* _bsConverterID) override;

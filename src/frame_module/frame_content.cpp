@@ -1,5 +1,7 @@
 #include "frame_module/frame_content.h"
 
+#include "frame_module/picture_convert.h"
+
 namespace zr {
 
 void FrameContent::DropParts() {
@@ -22,12 +24,15 @@ HRESULT FrameContent::CloneTo(eZrFrameClone _eType, eZrFCC _fccPixelFormat, Fram
     HRESULT hr = S_OK;
     if (TakesPicture(_eType) && !picture.Empty()) {
         const bool bConvert = _fccPixelFormat != eZrFCC_Default && _fccPixelFormat != avProps.vidProps.fccType;
-        if (bConvert && !SamePixelLayout(_fccPixelFormat, avProps.vidProps.fccType)) return E_NOTIMPL;
-        if (bConvert || (_eType & eZrFC_Video) != 0)
+        const bool bSameBytes = SamePixelLayout(_fccPixelFormat, avProps.vidProps.fccType);
+        if (bConvert && !bSameBytes)
+            hr = PictureConvert(avProps.vidProps, picture, _fccPixelFormat, &_pClone->avProps.vidProps,
+                                &_pClone->picture);
+        else if (bConvert || (_eType & eZrFC_Video) != 0)
             hr = PictureCopy(avProps.vidProps, picture, &_pClone->avProps.vidProps, &_pClone->picture);
         else
             _pClone->picture = picture;
-        if (bConvert) _pClone->avProps.vidProps.fccType = _fccPixelFormat;
+        if (bConvert && bSameBytes) _pClone->avProps.vidProps.fccType = _fccPixelFormat;
     }
     // Never shared: whoever was given the address of the samples may write there, and no other frame must show that.
     if (Succeeded(hr) && TakesAudio(_eType)) hr = _pClone->audio.Copy(audio);

@@ -24,7 +24,7 @@ struct FrameContent {
     void DropParts();
     // Takes the named parts into _pClone, which is as new: the picture by reference or as a copy, the audio as a copy,
     // attachments shared (texts go with the data). Properties and time always go along. _fccPixelFormat: 0 or the
-    // format of the clone's picture. E_NOTIMPL: that needs a conversion of pixels.
+    // format of the clone's picture, which is converted to it. Codes of PictureConvert.
     HRESULT CloneTo(eZrFrameClone _eType, eZrFCC _fccPixelFormat, FrameContent* _pClone) const;
 };
 

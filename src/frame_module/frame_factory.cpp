@@ -7,6 +7,7 @@
 
 #include "attributes/attr_text.h"
 #include "frame_module/frame.h"
+#include "frame_module/frame_convert.h"
 #include "frame_module/picture_file_frame.h"
 #include "frame_module/picture_fill.h"
 #include "frame_module/props_line.h"
@@ -200,11 +201,12 @@ HRESULT CZrFrameFactory::FrameCloneEx(IUnknown* _pFrame, IZrFrame** _ppClone, eZ
     return pFrame ? pFrame->FrameClone(_ppClone, _eCloneType, _fccPixelFormat) : E_NOINTERFACE;
 }
 
-HRESULT CZrFrameFactory::FrameConvertEx(IZrFrame*, uint32_t, const ZR_VID_PROPS*, IZrFrame** _ppFrame,
-                                        const char16_t*) {
+HRESULT CZrFrameFactory::FrameConvertEx(IZrFrame* _pFrame, uint32_t, const ZR_VID_PROPS* _pVidProps,
+                                        IZrFrame** _ppFrame, const char16_t* _bsPropsList) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
-    return E_NOTIMPL;
+    if (!_pFrame || !_pVidProps) return E_POINTER;
+    return ConvertFrameTo(*_pFrame, *_pVidProps, _bsPropsList, nullptr, _ppFrame);
 }
 
 HRESULT CZrFrameFactory::ZrFFrameMakeLocal(IUnknown* _pZrFFrame, IZrFFrame** _ppFrameLocal, int32_t _bAlwaysClone) {

@@ -27,21 +27,6 @@ HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame* _pFrameTo) { return
 
 HRESULT CZrFrame::ZrFAudioGain(const char16_t*, double, double) { return E_NOTIMPL; }
 
-HRESULT CZrFrame::ZrFConvert(const ZR_AV_PROPS*, IZrFFrame** _ppFrameRes, int32_t* _pnFrameRest, const char16_t*,
-                             const char16_t*) {
-    if (!_ppFrameRes) return E_POINTER;
-    *_ppFrameRes = nullptr;
-    if (_pnFrameRest) *_pnFrameRest = 0;
-    return E_NOTIMPL;
-}
-
-HRESULT CZrFrame::ZrFResize(eZrFCC, int32_t, int32_t, int32_t, IZrFFrame** _ppFrameRes, const char16_t*,
-                            const char16_t*) {
-    if (!_ppFrameRes) return E_POINTER;
-    *_ppFrameRes = nullptr;
-    return E_NOTIMPL;
-}
-
 HRESULT CZrFrame::ZrFTransition(IZrFFrame* _pFrameFrom, IZrFFrame** _ppFrameRes, double, const char16_t*,
                                 const char16_t*, const char16_t*) {
     if (!_ppFrameRes) return E_POINTER;
@@ -54,12 +39,6 @@ HRESULT CZrFrame::ZrFWaitAsync() { return S_OK; }
 
 HRESULT CZrFrame::ZrFPrint(const char16_t* _bsText, double, const ZRF_RECT*, eZrFTextFlags, const char16_t*) {
     return _bsText ? E_NOTIMPL : E_POINTER;
-}
-
-HRESULT CZrFrame::FrameConvert(const ZR_VID_PROPS*, IZrFrame** _ppFrameRes, const char16_t*) {
-    if (!_ppFrameRes) return E_POINTER;
-    *_ppFrameRes = nullptr;
-    return E_NOTIMPL;
 }
 
 }  // namespace zr

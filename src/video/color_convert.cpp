@@ -150,8 +150,11 @@ int32_t PictureConverter::Groups(const PICTURE& _dst) {
 }
 
 void PictureConverter::Run(const PICTURE& _src, const PICTURE& _dst, int32_t _nFirstGroup, int32_t _nEndGroup) const {
-    if (way == eWay::Copy) return CopyPlanes(_src, _dst, _nFirstGroup, _nEndGroup);
-    if (way == eWay::ToPlanes) {
+    // 4:2:0 lines that do not share their chroma with the same lines in both pictures cannot be copied by planes.
+    const int32_t nPhases = bInterlaced ? 4 : 2;
+    const bool bSamePhase = (_src.nFirstLine - _dst.nFirstLine) % nPhases == 0 || !Is420(_dst.fccType);
+    if (way == eWay::Copy && bSamePhase) return CopyPlanes(_src, _dst, _nFirstGroup, _nEndGroup);
+    if (way == eWay::ToPlanes || way == eWay::Copy) {
         for (int32_t n = _nFirstGroup; n < _nEndGroup; ++n) FillPlanes(_src, _dst, n);
         return;
     }

@@ -5,7 +5,7 @@
 
 #include "media/vid_props.h"
 #include "platform/thread_pool.h"
-#include "video/picture.h"
+#include "video/color_convert.h"
 #include "video/row_converter.h"
 
 namespace zr {
@@ -13,13 +13,55 @@ namespace zr {
 namespace {
 
 // How far the picture moves down when its field order changes: 1, 0 or -1 lines.
-int32_t LinesDown(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps) {
-    const int32_t nSrc = InterlaceClass(&_srcProps), nDst = InterlaceClass(&_dstProps);
-    if (nSrc == 0 || nDst == 0 || nSrc == nDst) return 0;
-    return nSrc < nDst ? 1 : -1;
+int32_t LinesDown(int32_t _nSrcClass, int32_t _nDstClass) {
+    if (_nSrcClass == 0 || _nDstClass == 0 || _nSrcClass == _nDstClass) return 0;
+    return _nSrcClass < _nDstClass ? 1 : -1;
+}
+
+void CopyLine(const PICTURE& _picture, int32_t _nFrom, int32_t _nTo) {
+    for (int32_t n = 0; n < _picture.nPlanes; ++n) {
+        const PLANE& plane = _picture.arrPlanes[n];
+        if (plane.nHeight != _picture.Height()) continue;  // a chroma line of 4:2:0 is two lines' own
+        std::memcpy(plane.Row(_nTo), plane.Row(_nFrom), SampleBytes(_picture, n));
+    }
+}
+
+// Every worker takes each _nWorkers-th row, so that all touch both fields evenly.
+void CopyRows(const PICTURE& _src, const PICTURE& _dst, const RowConverter& _converter, int32_t _nWorkers) {
+    const PLANE &from = _src.Packed(), &to = _dst.Packed();
+    ParallelRows(_nWorkers, 1, [&](int32_t _nFirstWorker, int32_t _nEndWorker) {
+        for (int32_t nWorker = _nFirstWorker; nWorker < _nEndWorker; ++nWorker)
+            for (int32_t y = nWorker; y < to.nHeight; y += _nWorkers)
+                _converter(from.Row(y), to.Row(y), static_cast<size_t>(to.nWidth));
+    });
 }
 
 }  // namespace
+
+HRESULT CopyPictureCC(const PICTURE& _src, const PICTURE& _dst, int32_t _nSrcClass, int32_t _nDstClass,
+                      int32_t _nThreads) {
+    RowConverter converter;
+    const bool bPlanes = _src.IsPlanar() || _dst.IsPlanar();
+    HRESULT hr = bPlanes ? S_OK : RowConverter::Make(_src.fccType, _dst.fccType, converter);
+    if (Failed(hr)) return hr;
+    const int32_t nDown = LinesDown(_nSrcClass, _nDstClass), nWidth = _dst.Width(),
+                  nRows = _dst.Height() - (nDown != 0 ? 1 : 0);
+    const int32_t nSrcFirst = nDown < 0 ? 1 : 0, nDstFirst = nDown > 0 ? 1 : 0;
+    if (nRows < 1) return S_OK;
+    const PICTURE src = CutPicture(_src, {0, nSrcFirst, nWidth, nSrcFirst + nRows});
+    const PICTURE dst = CutPicture(_dst, {0, nDstFirst, nWidth, nDstFirst + nRows});
+    const bool bSplit = _nThreads >= 2 && nDown == 0;
+    if (bPlanes) {
+        hr = ConvertPicture(src, dst, _nDstClass != 0, bSplit);
+        if (Failed(hr)) return hr;
+    } else {
+        const bool bThreads = bSplit && !SameFamily(src.fccType, dst.fccType);
+        CopyRows(src, dst, converter, bThreads ? std::min(_nThreads, nRows) : 1);
+    }
+    if (nDown > 0) CopyLine(_dst, 1, 0);
+    if (nDown < 0) CopyLine(_dst, nRows - 1, nRows);
+    return S_OK;
+}
 
 HRESULT CopyFrameCC(const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps,
                     int32_t _nThreads) {
@@ -27,29 +69,10 @@ HRESULT CopyFrameCC(const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _s
     HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), _srcProps, src);
     if (Succeeded(hr)) hr = PictureOf(_pDst, _dstProps, dst);
     if (Failed(hr)) return hr;
-    RowConverter converter;
-    hr = RowConverter::Make(src.fccType, dst.fccType, converter);
-    if (Failed(hr)) return hr;
-
-    const int32_t nDown = LinesDown(_srcProps, _dstProps);
-    const int32_t nSrcFirst = nDown < 0 ? 1 : 0, nDstFirst = nDown > 0 ? 1 : 0;
-    const int32_t nRows = std::min(src.Height(), dst.Height()) - (nDown != 0 ? 1 : 0);
-    const auto nPixels = static_cast<size_t>(std::min(src.Width(), dst.Width()));
-    const PLANE &from = src.Packed(), &to = dst.Packed();
-
-    const bool bSplit = _nThreads >= 2 && nDown == 0 && !SameFamily(src.fccType, dst.fccType);
-    const int32_t nWorkers = bSplit ? std::min(_nThreads, std::max(nRows, 1)) : 1;
-    // Every worker takes each nWorkers-th row, so that all touch both fields evenly.
-    ParallelRows(nWorkers, 1, [&](int32_t _nFirstWorker, int32_t _nEndWorker) {
-        for (int32_t nWorker = _nFirstWorker; nWorker < _nEndWorker; ++nWorker)
-            for (int32_t y = nWorker; y < nRows; y += nWorkers)
-                converter(from.Row(y + nSrcFirst), to.Row(y + nDstFirst), nPixels);
-    });
-
-    const size_t cbRow = static_cast<size_t>(std::abs(to.nStride));
-    if (nDown > 0 && nRows > 0) std::memcpy(to.Row(0), to.Row(1), std::min(cbRow, PlaneRowBytes(dst, 0)));
-    if (nDown < 0 && nRows > 0) std::memcpy(to.Row(nRows), to.Row(nRows - 1), std::min(cbRow, PlaneRowBytes(dst, 0)));
-    return S_OK;
+    if (src.IsPlanar() || dst.IsPlanar()) return kTypeNotAccepted;
+    const tagRECT both = {0, 0, std::min(src.Width(), dst.Width()), std::min(src.Height(), dst.Height())};
+    return CopyPictureCC(CutPicture(src, both), CutPicture(dst, both), InterlaceClass(&_srcProps),
+                         InterlaceClass(&_dstProps), _nThreads);
 }
 
 HRESULT CopyFrameCC_Thread(const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps,

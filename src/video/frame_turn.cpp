@@ -5,31 +5,10 @@
 #include "platform/trace.h"
 #include "video/copy_frame.h"
 #include "video/picture.h"
+#include "video/picture_frame.h"
 #include "zr/ptr.h"
 
 namespace zr {
-
-namespace {
-
-// A frame of a format, with its bytes.
-HRESULT MakeFrame(ZrFrameFactory_I& _factory, const ZR_AV_PROPS& _avProps, const ZR_TIME& _time,
-                  ZrPtr<IZrFrame>* _ppFrame, uint8_t** _ppBits) {
-    const uint64_t cb = PictureBytes(_avProps.vidProps);
-    if (cb > INT32_MAX) return E_INVALIDARG;
-    ZrPtr<IZrFrame> pFrame;
-    HRESULT hr = _factory.FrameCreateSized(static_cast<uint32_t>(cb), 0, 0, pFrame.Out());
-    if (Succeeded(hr)) hr = pFrame->FrameAVPropsSet(&_avProps);
-    if (Succeeded(hr)) hr = pFrame->FrameTimeSet(&_time);
-    int32_t cbBits = 0;
-    int64_t lpBits = 0;
-    if (Succeeded(hr)) hr = pFrame->FrameVideoGetBytes(&cbBits, &lpBits);
-    if (Failed(hr)) return hr;
-    *_ppBits = reinterpret_cast<uint8_t*>(lpBits);
-    *_ppFrame = std::move(pFrame);
-    return S_OK;
-}
-
-}  // namespace
 
 HRESULT Rotate90(ZrFrameFactory_I* _pFactory, bool _bRight, IZrFrame* _pSource, IZrFrame** _ppFrameRes,
                  const ZR_VID_PROPS* _pWantedProps) {
@@ -55,7 +34,7 @@ HRESULT Rotate90(ZrFrameFactory_I* _pFactory, bool _bRight, IZrFrame* _pSource, 
     avProps.vidProps = bConvert ? RotatedProps(srcProps, nullptr) : wantedProps;
     ZrPtr<IZrFrame> pTurned, pResult;
     uint8_t *pTurnedBits = nullptr, *pResultBits = nullptr;
-    hr = MakeFrame(*_pFactory, avProps, time, &pTurned, &pTurnedBits);
+    hr = MakePictureFrame(*_pFactory, avProps, time, &pTurned, &pTurnedBits);
     if (Succeeded(hr))
         hr = RotatePicture(reinterpret_cast<const uint8_t*>(lpSrc), srcProps, pTurnedBits, avProps.vidProps,
                            _bRight ? eRotate::Right : eRotate::Left);
@@ -63,7 +42,7 @@ HRESULT Rotate90(ZrFrameFactory_I* _pFactory, bool _bRight, IZrFrame* _pSource, 
     if (!bConvert) return pTurned.CopyTo(_ppFrameRes);
     const ZR_VID_PROPS turnedProps = avProps.vidProps;
     avProps.vidProps = wantedProps;
-    hr = MakeFrame(*_pFactory, avProps, time, &pResult, &pResultBits);
+    hr = MakePictureFrame(*_pFactory, avProps, time, &pResult, &pResultBits);
     if (Succeeded(hr)) hr = CopyFrameCC_Thread(pTurnedBits, pResultBits, turnedProps, wantedProps);
     return Failed(hr) ? hr : pResult.CopyTo(_ppFrameRes);
 }

@@ -141,6 +141,23 @@ HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PIC
 
 }  // namespace
 
+HRESULT Img_Convert_I(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const ZR_VID_PROPS& _srcProps,
+                      const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
+                      const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags) {
+    tagRECT srcRect, dstRect;
+    HRESULT hr = ClipRects(_srcProps, _dstProps, srcRect, dstRect, true, _pSrcRect, _pDstRect);
+    if (hr != S_OK) return hr;
+    RESIZE_PARAMS params;
+    params.eMode = _eQuality;
+    params.nFlags = _nFlags;
+    params.nSharpness = std::clamp(_nSharpness, -kMaxSharpness, kMaxSharpness);
+    params.bFillBorder = true;
+    _engine.mtx.Lock();
+    hr = ConvertRects(_engine, _src, _dst, srcRect, dstRect, _bInterlaced, params);
+    _engine.mtx.Unlock();
+    return hr;
+}
+
 HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps,
                     const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
                     const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags) {
@@ -148,19 +165,8 @@ HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst
     HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), _srcProps, src);
     if (Succeeded(hr)) hr = PictureOf(_pDst, _dstProps, dst);
     if (Failed(hr)) return hr;
-    tagRECT srcRect, dstRect;
-    hr = ClipRects(_srcProps, _dstProps, srcRect, dstRect, true, _pSrcRect, _pDstRect);
-    if (hr != S_OK) return hr;
-
-    RESIZE_PARAMS params;
-    params.eMode = _eQuality;
-    params.nFlags = _nFlags;
-    params.nSharpness = std::clamp(_nSharpness, -kMaxSharpness, kMaxSharpness);
-    params.bFillBorder = true;
-    _engine.mtx.Lock();
-    hr = ConvertRects(_engine, src, dst, srcRect, dstRect, _bInterlaced, params);
-    _engine.mtx.Unlock();
-    return hr;
+    return Img_Convert_I(_engine, src, dst, _srcProps, _dstProps, _bInterlaced, _pSrcRect, _pDstRect, _eQuality,
+                         _nSharpness, _nFlags);
 }
 
 }  // namespace zr

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "video/picture.h"
 #include "video/scaling_engine.h"
 #include "zr/records.h"
 
@@ -23,5 +24,10 @@ namespace zr {
 HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps,
                     const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
                     const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags);
+
+// The same between pictures whose records are _srcProps and _dstProps.
+HRESULT Img_Convert_I(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const ZR_VID_PROPS& _srcProps,
+                      const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
+                      const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags);
 
 }  // namespace zr

@@ -86,6 +86,20 @@ HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _pictu
     return S_OK;
 }
 
+HRESULT PictureOfPlanes(const ZRF_VID_PTR& _planes, const ZR_VID_PROPS& _props, PICTURE& _picture) {
+    const HRESULT hr = PictureOf(reinterpret_cast<uint8_t*>(_planes.lpVideoPlanes[0]), _props, _picture);
+    if (Failed(hr)) return hr;
+    for (int32_t n = 0; n < _picture.nPlanes; ++n) {
+        PLANE& plane = _picture.arrPlanes[n];
+        plane.pTop = reinterpret_cast<uint8_t*>(_planes.lpVideoPlanes[n]);
+        plane.nStride = _planes.cbVideoRowBytes[n];
+        if (!plane.pTop) return E_POINTER;
+        const auto cbStride = static_cast<size_t>(plane.nStride < 0 ? -plane.nStride : plane.nStride);
+        if (cbStride < SampleBytes(_picture, n)) return E_INVALIDARG;
+    }
+    return S_OK;
+}
+
 size_t PlaneRowBytes(const PICTURE& _picture, int32_t _nPlane) {
     const auto nWidth = static_cast<size_t>(_picture.arrPlanes[_nPlane].nWidth);
     if (_picture.IsPlanar()) return nWidth;

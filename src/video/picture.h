@@ -42,6 +42,10 @@ struct PICTURE {
 // width of a format with shared chroma, an odd height of one that shares it between lines, or an unknown pixel format.
 HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _picture);
 
+// The picture whose planes are where _planes says (see IZrFFrame::ZrFVideoGetBytesEx). E_POINTER: a plane is missing.
+// E_INVALIDARG: as above, or a stride that does not hold a row.
+HRESULT PictureOfPlanes(const ZRF_VID_PTR& _planes, const ZR_VID_PROPS& _props, PICTURE& _picture);
+
 // Bytes of a row of samples without padding: the packed width of a plane 0, or the samples of another plane.
 size_t PlaneRowBytes(const PICTURE& _picture, int32_t _nPlane);
 // Of these, those that hold samples: v210 pads its rows to more.

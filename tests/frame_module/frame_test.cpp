@@ -108,8 +108,9 @@ TEST(Frame, CloneToAnotherPixelFormat) {
     EXPECT_TRUE(std::ranges::equal(VideoOf(*pClone), VideoOf(*pFrame)));
     ASSERT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_VideoRef, eZrFCC_UYVY), S_OK);
     EXPECT_EQ(InfoOf(*pClone).lpVideo, InfoOf(*pFrame).lpVideo);
-    EXPECT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_Reference, eZrFCC_RGB32), E_NOTIMPL);
-    EXPECT_FALSE(pClone);
+    EXPECT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_Reference, eZrFCC_RGB32), S_OK);
+    EXPECT_EQ(PropsOf(*pClone).vidProps.nHeight, -16);
+    EXPECT_EQ(VideoOf(*pClone)[3], 255);
     EXPECT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_Audio, eZrFCC_RGB32), S_OK);  // no picture to convert
 }
 

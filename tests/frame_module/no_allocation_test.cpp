@@ -142,5 +142,30 @@ TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
     deq.Stop();
 }
 
+// Each size and format has a converter with its filters and scratch by then.
+TEST(NoAllocation, ConversionsOfASteadyShowAllocateNothing) {
+    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
+    ZR_VID_PROPS source = VidProps(eZrFCC_UYVY, 1920, 1080), argb = VidProps(eZrFCC_ARGB32, 1280, -720),
+                 planar = VidProps(eZrFCC_I420, 1920, 1080), letterBox = VidProps(eZrFCC_v210, 1280, 960);
+    source.eInterlace = planar.eInterlace = eZrI_Field1First;
+    const ZrPtr<IZrFFrame> pFrame = CountingFrame(source);
+    const ZrPtr<IZrFrame> pShort = pFrame.As<IZrFrame>();
+    const auto ConvertAll = [&] {
+        ZrPtr<IZrFrame> pResult;
+        ZrPtr<IZrFFrame> pFull;
+        ASSERT_EQ(pShort->FrameConvert(&argb, pResult.Out(), u"scaling_quality=9 crop='8,8' mirror=horz"), S_OK);
+        ASSERT_EQ(pShort->FrameConvert(&planar, pResult.Out(), nullptr), S_OK);
+        ASSERT_EQ(pShort->FrameConvert(&letterBox, pResult.Out(), u"scaling_quality=auto"), S_OK);
+        ASSERT_EQ(pFrame->ZrFResize(eZrFCC_NV12, 640, 360, 1, pFull.Out(), nullptr, u"stream-000"), S_OK);
+        ASSERT_EQ(pFrame->ZrFClone(pFull.Out(), eZrFC_Video, eZrFCC_RGB24), S_OK);
+    };
+    for (int32_t i = 0; i < 5; ++i) ConvertAll();
+    const uint64_t nBefore = nAllocations;
+    const size_t nBlocks = BufferPool::Shared().BlockCount();
+    for (int32_t i = 0; i < 20; ++i) ConvertAll();
+    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(BufferPool::Shared().BlockCount(), nBlocks);
+}
+
 }  // namespace
 }  // namespace zr
