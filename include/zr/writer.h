@@ -29,8 +29,9 @@ struct IZrWriter : IUnknown {
     // Where to: a path or a URL. The kind of file follows from its ending (mp4, mkv, mov, ts, nut, ...), from the
     // protocol of the URL, or from "format" of _bsParam (may be null), an attribute line: "format", "video.codec"
     // (h264), "video.bitrate", "video.options", "audio.codec" (aac), "audio.bitrate", "audio.options", "live" (true for
-    // a URL). The output is made and opened here; encoders are, with the first frame.
-    // Results: the system's error for what cannot be made; E_INVALIDARG: no such kind of file, codec or key.
+    // a URL), "frames" (how many are taken; then the writer has ended and leaves its sender). The output is made and
+    // opened here; encoders are, with the first frame. Results: the system's error for what cannot be made;
+    // E_INVALIDARG: no such kind of file, codec or key.
     virtual HRESULT WriterOpen(const char16_t* _bsPath, const char16_t* _bsParam) = 0;
     // Connects to an object of the family, whose frames are written from now on. _bsParam (may be null): the parameters
     // of the channel, such as "rate_control=1".

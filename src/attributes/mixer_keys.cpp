@@ -38,6 +38,9 @@ constexpr PROP_KEY arrMixerKeys[] = {
     BoolKey(u"auto_start", true, "Start playing as soon as the object is started."),
     BoolKey(u"sync_mode", true, "Synchronous mixing: every cycle asks each source for one frame."),
     BoolKey(u"sync_mode.async_get", true, "Sources are asked in parallel."),
+    OpenKey(u"sync_mode.get_max_wait", eZrKeyType::Int,
+            "Longest wait for a frame of a source, in ms (250); negative waits without limit, so that no frame is ever "
+            "left out."),
     BoolKey(u"sync_mode.direct_hv_links", true,
             "A path that names an object of the family connects to that object directly."),
     IntKey(u"sync_mode.fixed_buffers", 0,

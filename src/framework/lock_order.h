@@ -13,6 +13,8 @@
 
 namespace zr::lock_order {
 
+// The same as the next, of an object that makes and runs others: a mixer starts and stops its own sources under it.
+inline constexpr LockRank kHostState{90, "state lock of a mixer"};
 // Start, stop, play and close of an object, one at a time; held while its threads are joined.
 inline constexpr LockRank kState{100, "state lock"};
 // The tree of an object's keys; held by a set through the change hook, which may rebuild the background.

@@ -1,9 +1,9 @@
 #include "framework/object_format.h"
 
 #include <iterator>
-#include <new>
 #include <string>
 
+#include "attributes/interface_call.h"
 #include "media/aud_props.h"
 #include "media/format_table.h"
 #include "media/vid_props.h"
@@ -28,15 +28,8 @@ std::u16string AudioName(const ZR_AUD_PROPS& _props) {
     return name + (_props.nBitsPerSample == -32 ? u"32 bits float" : Number(_props.nBitsPerSample) + u" bits");
 }
 
-HRESULT GiveText(const char16_t* _sz, BSTR* _pbs) {
-    *_pbs = SysAllocString(_sz);
-    return *_pbs ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT GiveAudioName(const ZR_AUD_PROPS& _props, BSTR* _pbs) try {
-    return GiveText(AudUsable(_props) ? AudioName(_props).c_str() : u"", _pbs);
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
+HRESULT GiveAudioName(const ZR_AUD_PROPS& _props, BSTR* _pbs) {
+    return InterfaceCall([&] { return GiveText(AudUsable(_props) ? AudioName(_props) : std::u16string(), _pbs); });
 }
 
 bool SameAudio(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {

@@ -53,4 +53,28 @@ private:
     using First = typename FirstOf<Interfaces...>::Type;
 };
 
+// The face look-up of an object that is put together from interfaces and interface templates and counts its references
+// itself; First answers for IUnknown.
+template <class First, class... Rest, class T>
+HRESULT QueryFaces(T* _pObject, const GUID& _iid, void** _ppv) {
+    if (!_ppv) return E_POINTER;
+    *_ppv = nullptr;
+    if (_iid == IUnknown::kIid || _iid == First::kIid) *_ppv = static_cast<First*>(_pObject);
+    ((_iid == Rest::kIid ? static_cast<void>(*_ppv = static_cast<Rest*>(_pObject)) : void()), ...);
+    if (!*_ppv) return E_NOINTERFACE;
+    _pObject->AddRef();
+    return S_OK;
+}
+
+// The count of such an object, which is made with one reference.
+class ReferenceCount {
+public:
+    uint32_t Add() { return nReferences.fetch_add(1, std::memory_order_relaxed) + 1; }
+    // 0: that was the last.
+    uint32_t Drop() { return nReferences.fetch_sub(1, std::memory_order_acq_rel) - 1; }
+
+private:
+    std::atomic<uint32_t> nReferences{1};
+};
+
 }  // namespace zr

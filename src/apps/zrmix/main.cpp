@@ -1,0 +1,32 @@
+// zrmix, the mixer on the command line.
+
+#include <cstdio>
+#include <new>
+
+#include "apps/zrmix/commands.h"
+#include "apps/zrmix/run_error.h"
+
+int main(int argc, char** argv) {
+    CLI::App app{"Mixes files, pictures and test signals into a file or a stream.", "zrmix"};
+    app.require_subcommand(1);
+    app.failure_message(CLI::FailureMessage::simple);
+    zrmix::AddPlay(app);
+    zrmix::AddProbe(app);
+    zrmix::AddFormats(app);
+    zrmix::AddKeys(app);
+    try {
+        app.parse(argc, argv);
+        return zrmix::kDone;
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? zrmix::kDone : zrmix::kUsage;  // help is no error
+    } catch (const zrmix::UsageError& error) {
+        std::fprintf(stderr, "zrmix: %s\n", error.what());
+        return zrmix::kUsage;
+    } catch (const zrmix::RunError& error) {
+        std::fprintf(stderr, "zrmix: %s\n", error.what());
+        return zrmix::kRunFailed;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "zrmix: memory is out\n");
+        return zrmix::kRunFailed;
+    }
+}

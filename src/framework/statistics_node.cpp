@@ -1,0 +1,45 @@
+#include "framework/statistics_node.h"
+
+#include <algorithm>
+#include <new>
+
+namespace zr {
+
+IStatisticsSink::Handle StatisticsNode::Resolve(const char16_t* _szName) try {
+    MutexLock lock(mtx);
+    const auto it = std::find(arrNames.begin(), arrNames.end(), _szName);
+    const auto handle = static_cast<Handle>(it - arrNames.begin());
+    if (it == arrNames.end()) arrNames.emplace_back(_szName);
+    return handle;
+} catch (const std::bad_alloc&) {
+    return kNone;
+}
+
+template <class T>
+void StatisticsNode::Set(Handle _handle, T _value) try {
+    if (_handle == kNone) return;
+    MutexLock lock(mtx);
+    pNode->SetAttribute(arrNames[static_cast<size_t>(_handle)], _value);
+} catch (const std::bad_alloc&) {
+    // The number is lost, the show goes on.
+}
+
+void StatisticsNode::SetCount(Handle _handle, int64_t _nValue) { Set(_handle, _nValue); }
+
+void StatisticsNode::SetValue(Handle _handle, double _dblValue) { Set(_handle, _dblValue); }
+
+void StatisticsNode::AddCount(Handle _handle, int64_t _nAdd) try {
+    if (_handle == kNone) return;
+    MutexLock lock(mtx);
+    const std::u16string& name = arrNames[static_cast<size_t>(_handle)];
+    pNode->SetAttribute(name, pNode->AttributeOr(name, int64_t{0}) + _nAdd);
+} catch (const std::bad_alloc&) {
+    // As above.
+}
+
+void StatisticsNode::Clear() {
+    MutexLock lock(mtx);
+    pNode->RemoveAttributes();
+}
+
+}  // namespace zr

@@ -1,0 +1,209 @@
+#include "mixer/co_zr_mixer.h"
+
+#include "attributes/interface_call.h"
+#include "attributes/mixer_keys.h"
+#include "framework/object_commands.h"
+#include "platform/class_registry.h"
+#include "zr/class_ids.h"
+
+namespace zr {
+namespace {
+
+const ClassRegistrar registrarMixer(kClsidZrMixer, &MakeObject<CCoZrMixer>);
+
+}  // namespace
+
+CCoZrMixer::CCoZrMixer()
+    : IZrPropsImpl<CCoZrMixer>(MixerProfile(), *this, lock_order::kProperties),
+      readers(props.Object(), *this),
+      sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
+      core(props, format, readers, sender, events) {
+    props.Start_I();
+}
+
+HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
+    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrProps, IZrFormat, IZrSource, IZrSource_I, IZrSender_I>(
+        this, _iid, _ppv);
+}
+
+uint32_t CCoZrMixer::Release() {
+    const uint32_t nLeft = references.Drop();
+    if (nLeft == 0) {
+        references.Add();  // whoever is told of the end may take a reference and give it back
+        core.control.ObjectClose();
+        delete this;
+    }
+    return nLeft;
+}
+
+void CCoZrMixer::OnName(std::u16string_view _name, std::u16string_view) { core.state.SetName(_name); }
+
+void CCoZrMixer::OnOutputBuffers(int32_t _nMin, int32_t _nMax) {
+    core.output.SetBounds(_nMin, _nMax, props.IsSynchronous());
+}
+
+HRESULT CCoZrMixer::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {
+    if (!_pVidProps && !_pAudProps) return E_POINTER;
+    HRESULT hr = _pVidProps ? format.VideoGet(eZrFT_Output, _pVidProps, nullptr, nullptr) : S_OK;
+    if (Succeeded(hr) && _pAudProps) hr = format.AudioGet(eZrFT_Output, _pAudProps, nullptr, nullptr);
+    return hr;
+}
+
+// A mixer that its readers paced goes on by itself when the last one has left.
+void CCoZrMixer::OnReaderCount(size_t _nReaders) {
+    constexpr int32_t kByReaders = 4;
+    if (_nReaders == 0 && props.Object()->AttributeOr(u"rate_control", 3) == kByReaders) {
+        props.Object()->SetAttribute(u"rate_control", int32_t{3});
+    }
+}
+
+// --- IZrObject
+
+HRESULT CCoZrMixer::ObjectNameSet(const char16_t* _bsName) {
+    return InterfaceCall([&] {
+        core.state.SetName(TextArgument(_bsName));
+        return S_OK;
+    });
+}
+
+HRESULT CCoZrMixer::ObjectNameGet(BSTR* _pbsName) {
+    return InterfaceCall([&] { return GiveText(*core.state.Name(), _pbsName); });
+}
+
+HRESULT CCoZrMixer::ObjectStart(IUnknown*) {
+    return InterfaceCall([&] { return core.control.ObjectStart(); });
+}
+
+HRESULT CCoZrMixer::ObjectClose() {
+    return InterfaceCall([&] { return core.control.ObjectClose(); });
+}
+
+HRESULT CCoZrMixer::ObjectStateGet(eZrState* _peState) {
+    if (!_peState) return E_POINTER;
+    *_peState = core.state.Get();
+    return S_OK;
+}
+
+HRESULT CCoZrMixer::ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) {
+    events.SetCallback(_pCallback, _llCallbackUserData);
+    return S_OK;
+}
+
+HRESULT CCoZrMixer::ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) {
+    events.SetFunctions(reinterpret_cast<PFOnEvent>(_lpPFOnEvent), reinterpret_cast<PFOnFrame>(_lpPFOnFrame),
+                        _llCallbackUserData);
+    return S_OK;
+}
+
+HRESULT CCoZrMixer::ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown*,
+                                         BSTR* _pbsReturn) {
+    if (_pbsReturn) *_pbsReturn = nullptr;
+    if (TextArgument(_bsCommand).empty()) return E_INVALIDARG;
+    events.RaiseEvent(u"command-execute", _bsCommand, _bsParam, nullptr);
+    return ExecuteObjectCommand(static_cast<IZrObject*>(this), _bsCommand, _bsParam, _pbsReturn);
+}
+
+HRESULT CCoZrMixer::ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) {
+    return core.lastFrame.Get(_ppFrame, _bsParam);
+}
+
+HRESULT CCoZrMixer::ObjectGetInternal(const char16_t*, IUnknown** _ppObject) {
+    if (!_ppObject) return E_POINTER;
+    *_ppObject = nullptr;
+    return E_NOTIMPL;
+}
+
+// --- IZrFile
+
+HRESULT CCoZrMixer::FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) {
+    const auto p = Background();
+    return p ? p->FileNameSet(_bsFile, _bsParam) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileNameGet(BSTR* _pbsFile) {
+    if (_pbsFile) *_pbsFile = nullptr;
+    const auto p = Background();
+    return p ? p->FileNameGet(_pbsFile) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileInOutSet(double _dblIn, double _dblOut) {
+    const auto p = Background();
+    return p ? p->FileInOutSet(_dblIn, _dblOut) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) {
+    const auto p = Background();
+    return p ? p->FileInOutGet(_pdblIn, _pdblOut, _pdblDuration) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FilePosSet(double _dblPos, double _dblPreroll) {
+    const auto p = Background();
+    return p ? p->FilePosSet(_dblPos, _dblPreroll) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FilePosGet(double* _pdblFilePos) {
+    const auto p = Background();
+    return p ? p->FilePosGet(_pdblFilePos) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FilePlayPause(double _dblSeconds) {
+    return core.control.FilePlay(_dblSeconds < 0.0 ? 0.0 : _dblSeconds);
+}
+HRESULT CCoZrMixer::FileRateSet(double _dblRate) {
+    const auto p = Background();
+    return p ? p->FileRateSet(_dblRate) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileRateGet(double* _pdblRate) {
+    const auto p = Background();
+    return p ? p->FileRateGet(_pdblRate) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) {
+    const auto p = Background();
+    return p ? p->FileFrameGet(_dblPos, _dblPreroll, _ppFrame) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) {
+    const auto p = Background();
+    return p ? p->FileInOutSetTC(_pTCIn, _pTCOut) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) {
+    const auto p = Background();
+    return p ? p->FileInOutGetTC(_pTCIn, _pTCOut, _pbOutSpecified) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FilePosSetTC(const ZR_TIMECODE* _pTC) {
+    const auto p = Background();
+    return p ? p->FilePosSetTC(_pTC) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FilePosGetTC(ZR_TIMECODE* _pTC) {
+    const auto p = Background();
+    return p ? p->FilePosGetTC(_pTC) : ZR_E_EMPTY;
+}
+HRESULT CCoZrMixer::FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) {
+    const auto p = Background();
+    return p ? p->FileFrameGetByTC(_pTC, _ppFrame) : ZR_E_EMPTY;
+}
+
+// --- IZrStreams: the table is empty; streams are not added yet
+
+HRESULT CCoZrMixer::StreamsGetCount(int32_t* _pnCount) {
+    if (!_pnCount) return E_POINTER;
+    *_pnCount = 0;
+    return S_OK;
+}
+HRESULT CCoZrMixer::StreamsGetByIndex(int32_t, BSTR* _pbsStreamID, IZrItem** _ppStream) {
+    if (_pbsStreamID) *_pbsStreamID = nullptr;
+    if (_ppStream) *_ppStream = nullptr;
+    return ZR_E_BAD_INDEX;
+}
+HRESULT CCoZrMixer::StreamsGet(const char16_t*, int32_t* _pnIndex, IZrItem** _ppStream) {
+    if (_pnIndex) *_pnIndex = -1;
+    if (_ppStream) *_ppStream = nullptr;
+    return ZR_E_NOT_FOUND_FILE;
+}
+HRESULT CCoZrMixer::StreamsAdd(const char16_t*, IUnknown*, const char16_t*, const char16_t*, IZrItem** _ppItem,
+                               double) {
+    if (_ppItem) *_ppItem = nullptr;
+    return E_NOTIMPL;
+}
+HRESULT CCoZrMixer::StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
+                                         IZrItem** _ppItem, double) {
+    return core.background.Set(_pExternOrRef, TextArgument(_bsPath), TextArgument(_bsParam), _ppItem);
+}
+HRESULT CCoZrMixer::StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) {
+    return core.background.Get(_pbsPath, _ppItem);
+}
+
+}  // namespace zr

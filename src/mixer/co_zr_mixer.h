@@ -1,0 +1,110 @@
+#pragma once
+// The mixer as its hosts know it: the faces around the parts.
+
+#include "attributes/props_impl.h"
+#include "framework/callback_sink.h"
+#include "framework/object_format.h"
+#include "mixer/mixer_core.h"
+#include "platform/unknown.h"
+#include "transport/sender_impl.h"
+#include "transport/source_impl.h"
+#include "zr/file.h"
+#include "zr/object.h"
+#include "zr/streams.h"
+
+namespace zr {
+
+class CCoZrMixer final : public IZrObject,
+                         public IZrFile,
+                         public IZrStreams,
+                         public IZrPropsImpl<CCoZrMixer>,
+                         public IZrFormatImpl<CCoZrMixer>,
+                         public IZrSourceImpl<CCoZrMixer>,
+                         public IZrSource_IImpl<CCoZrMixer>,
+                         public IZrSenderImpl<CCoZrMixer>,
+                         private IPropsHost,
+                         private ISenderHost,
+                         private ISourceHost {
+public:
+    CCoZrMixer();
+
+    HRESULT QueryInterface(const GUID& _iid, void** _ppv) override;
+    uint32_t AddRef() override { return references.Add(); }
+    uint32_t Release() override;
+
+    // For the templates of its faces.
+    SourceReaders& Readers_I() { return readers; }
+    Sender& Sender_I() { return sender; }
+    bool SenderStandsBefore(IUnknown*) const { return false; }
+
+    // --- IZrObject
+
+    HRESULT ObjectNameSet(const char16_t* _bsName) override;
+    HRESULT ObjectNameGet(BSTR* _pbsName) override;
+    HRESULT ObjectStart(IUnknown* _pSource) override;
+    HRESULT ObjectClose() override;
+    HRESULT ObjectStateGet(eZrState* _peState) override;
+    HRESULT ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) override;
+    HRESULT ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) override;
+    HRESULT ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown* _pParamUnk,
+                                 BSTR* _pbsReturn) override;
+    HRESULT ObjectVirtualSourceCreate(int32_t, const char16_t*, const char16_t*) override { return E_NOTIMPL; }
+    HRESULT ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) override;
+    HRESULT ObjectGetInternal(const char16_t*, IUnknown** _ppObject) override;
+
+    // --- IZrFile: playing is the mixer's own, the file is the background's
+
+    HRESULT FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) override;
+    HRESULT FileNameGet(BSTR* _pbsFile) override;
+    HRESULT FileInOutSet(double _dblIn, double _dblOut) override;
+    HRESULT FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) override;
+    HRESULT FilePosSet(double _dblPos, double _dblPreroll) override;
+    HRESULT FilePosGet(double* _pdblFilePos) override;
+    HRESULT FilePlayStart() override { return core.control.FilePlay(-1.0); }
+    HRESULT FilePlayPause(double _dblSeconds) override;
+    HRESULT FilePlayStop(double _dblSeconds) override { return core.control.FilePlayStop(_dblSeconds); }
+    HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain) override {
+        return core.control.FileStateGet(_peState, _pdblTimeRemain);
+    }
+    HRESULT FileRateSet(double _dblRate) override;
+    HRESULT FileRateGet(double* _pdblRate) override;
+    HRESULT FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) override;
+    HRESULT FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) override;
+    HRESULT FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) override;
+    HRESULT FilePosSetTC(const ZR_TIMECODE* _pTC) override;
+    HRESULT FilePosGetTC(ZR_TIMECODE* _pTC) override;
+    HRESULT FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) override;
+
+    // --- IZrStreams
+
+    HRESULT StreamsGetCount(int32_t* _pnCount) override;
+    HRESULT StreamsGetByIndex(int32_t _nIndex, BSTR* _pbsStreamID, IZrItem** _ppStream) override;
+    HRESULT StreamsGet(const char16_t* _bsStreamID, int32_t* _pnIndex, IZrItem** _ppStream) override;
+    HRESULT StreamsAdd(const char16_t*, IUnknown*, const char16_t*, const char16_t*, IZrItem** _ppItem,
+                       double) override;
+    HRESULT StreamsRemove(IZrItem*, double) override { return ZR_E_EMPTY; }
+    HRESULT StreamsRemoveByIndex(int32_t, int32_t, double) override { return ZR_E_EMPTY; }
+    HRESULT StreamsReorder(IZrItem*, int32_t, double) override { return E_INVALIDARG; }
+    HRESULT StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
+                                 IZrItem** _ppItem, double _dblTimeForChange) override;
+    HRESULT StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) override;
+
+private:
+    ~CCoZrMixer() = default;
+    ZrPtr<CCoZrItem> Background() const { return core.streams.Background(); }
+
+    void OnName(std::u16string_view _name, std::u16string_view _configFile) override;
+    void OnOutputBuffers(int32_t _nMin, int32_t _nMax) override;
+
+    HRESULT OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) override;
+    Waitable* SenderStopEvent() override { return &core.cycle.StopEvent(); }
+    void OnReaderCount(size_t _nReaders) override;
+
+    ReferenceCount references;
+    CallbackSink events;
+    SourceReaders readers;
+    Sender sender;
+    MixerCore core;
+};
+
+}  // namespace zr

@@ -1,0 +1,292 @@
+#include "mixer/mix_cycle.h"
+
+#include "framework/frame_factory_access.h"
+#include "media/aud_props.h"
+#include "media/frame_time.h"
+#include "media/vid_props.h"
+#include "platform/trace.h"
+
+namespace zr {
+namespace {
+
+constexpr int64_t kNoSourcesPause = 10 * kTicksPerMs;
+constexpr int64_t kAudioGapLimit = 100'000;  // ticks
+constexpr double kDefaultDuration = 333666.66666;
+
+double ExactDuration(const ZR_VID_PROPS& _props) {
+    return _props.dblRate > 0 ? FrameDurationOfRate(_props.dblRate).dblExact : kDefaultDuration;
+}
+
+bool HasVideo(const ZR_AV_PROPS& _props) {
+    return _props.vidProps.eVideoFormat != eZrVF_Disabled && PropsValid(&_props.vidProps, true);
+}
+
+}  // namespace
+
+MixCycle::MixCycle(const MIX_PARTS& _parts)
+    : parts(_parts),
+      sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
+      nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
+      nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),
+      nSyncFrames(_parts.statistics.Resolve(u"sync.mix_frames")),
+      nMixAudio(_parts.statistics.Resolve(u"mix_audio")),
+      nMixOutput(_parts.statistics.Resolve(u"mix_output")),
+      nFpsMix(_parts.statistics.Resolve(u"fps_mix")) {}
+
+bool MixCycle::IsSynchronous(int32_t _nKind) const {
+    if (!parts.props.IsSynchronous()) return false;
+    const XMLNodePtr& pObject = parts.props.Object();
+    switch (_nKind) {
+        case 1: return pObject->AttributeOr(u"sync_mode.async_get", true);
+        case 2: return pObject->AttributeOr(u"sync_mode.async_put", true);
+        case 3: return pObject->AttributeOr(u"sync_mode.fixed_buffers", 0) >= 2;
+        default: return true;
+    }
+}
+
+HRESULT MixCycle::Start() {
+    evStop.Reset();
+    if (thread.IsRunning() == CBaseThread::kStopped) {
+        if (const HRESULT hr = thread.Start(this, &MixCycle::Run); Failed(hr)) return hr;
+    }
+    bFirstFrame.store(true, std::memory_order_relaxed);
+    thread.Wake();
+    return S_OK;
+}
+
+void MixCycle::Stop(IEventSink& _events) {
+    evStop.Set();
+    thread.Stop(-1);
+    clock.Reset();
+    sampleClock.Reset();
+    rateMeter.Reset();
+    sync.RemoveSources(_events);
+}
+
+void MixCycle::Run(void* _pCycle, ThreadRun& _run) { static_cast<MixCycle*>(_pCycle)->RunThread(_run); }
+
+void MixCycle::RunThread(ThreadRun& _run) {
+    int64_t nCycle = 0;
+    while (_run.WaitWake()) {
+        HRESULT hr = E_OUTOFMEMORY;
+        try {
+            hr = DoMixing_I({}, bFirstFrame.load(std::memory_order_relaxed), nCycle);
+        } catch (const std::bad_alloc&) {
+        }
+        if (hr == ZR_E_RETRY) {
+            _run.Wake();
+            continue;
+        }
+        ++nCycle;
+        bFirstFrame.store(false, std::memory_order_relaxed);
+        // The cycle goes on by itself: the pace comes from the output. (A background that is pushed in drives it from
+        // its own thread instead.)
+        if (hr == S_OK) _run.Wake();
+    }
+}
+
+HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
+    ApplyPriority();
+    Elapsed syncTimer;
+    PASS pass;
+    pass.bFirst = _bFirst;
+    pass.nCycle = _nCycle;
+    const bool bSync = IsSynchronous(0);
+    FramePtr pBase = _pFrameIn;
+    pass.bMustCopy = true;
+    if (bSync) {
+        const bool bHold = parts.state.Get() == eZrS_Paused;
+        HRESULT hr = sync.Sync_Request(evStop, bHold, &pass.pRequest);
+        if (hr == S_FALSE) {
+            WaitOne(evStop, kNoSourcesPause);
+            return S_OK;
+        }
+        hr = sync.Sync_Put(*pass.pRequest, &pBase, &pass.bMustCopy);
+        if (Failed(hr)) return hr;
+        pass.bHasInputs = true;
+    }
+    if (const HRESULT hr = TakeBaseFrame(pass, pBase); Failed(hr)) return hr;
+    PrepareFrame(pass);
+    cycleTimer.Restart();
+    if (const HRESULT hr = Compose(pass); Failed(hr)) return hr;
+    if (pass.bSkipped || (!HasVideo(pass.props) && !AudUsable(pass.props.audProps))) return S_FALSE;
+    if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
+    if (bSync) {
+        parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
+        parts.statistics.SetValue(nSyncCycle, syncTimer.Ms());
+    } else {
+        parts.statistics.SetValue(nMixCycle, cycleTimer.Ms());
+    }
+    cycleTimer.Restart();
+    parts.output.Output(std::move(pass.pFrame));
+    parts.statistics.SetValue(nMixOutput, cycleTimer.Ms());
+    EndTimedPause(pass.time);
+    parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
+    return S_OK;
+}
+
+void MixCycle::ApplyPriority() {
+    const XMLNodePtr& pObject = parts.props.Object();
+    if (!pObject->AttributeOr(u"threads.priority_on", false)) return;
+    const int32_t nWanted = pObject->AttributeOr(u"threads.priority_max", 15);
+    if (nWanted == nPriority) return;
+    nPriority = nWanted;
+    thread.SetPriority(nWanted);
+    parts.output.SetPriority(nWanted);
+}
+
+// The frame that the pass works on: the background's, or one of its own.
+HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
+    if (_pass.pRequest) _pass.props = _pass.pRequest->props;
+    if (!_pFrameIn) return MakeOwnFrame(_pass);
+    const ZrPtr<CCoZrItem> pBackground = parts.streams.Background();
+    const bool bVideo = !pBackground || pBackground->Node()->AttributeOr(u"video", true);
+    const bool bAudio = !pBackground || pBackground->Node()->AttributeOr(u"audio", true);
+    // Nothing draws on a frame that only passes through, so its picture is shared even where it must not be changed.
+    const uint32_t nParts = eZrFC_Reference & ~(bAudio ? 0u : uint32_t{eZrFC_Audio});
+    HRESULT hr = _pFrameIn->ZrFClone(_pass.pFrame.Out(), static_cast<eZrFrameClone>(nParts), eZrFCC_Default);
+    if (Succeeded(hr)) hr = _pass.pFrame->ZrFTimeGet(&_pass.time);
+    ZR_AV_PROPS propsFrame;
+    if (Succeeded(hr)) hr = _pass.pFrame->ZrFAVPropsGet(&propsFrame, nullptr);
+    if (Failed(hr)) return hr;
+    if (!bVideo && PropsValid(&_pass.props.vidProps, true)) {
+        const FramePtr pSound = std::move(_pass.pFrame);
+        hr = MakeOwnFrame(_pass);
+        if (Failed(hr)) return hr;
+        int32_t cbAudio = 0;
+        int64_t pbAudio = 0;
+        pSound->ZrFAudioGetBytes(&cbAudio, &pbAudio);
+        if (cbAudio > 0) _pass.pFrame->ZrFAudioSet(&propsFrame.audProps, cbAudio, pbAudio);
+        pSound->ZrFTimeGet(&_pass.time);
+        _pass.bOwn = false;
+    } else {
+        _pass.props.vidProps = propsFrame.vidProps;  // a background may be of another size
+    }
+    if (AudUsable(propsFrame.audProps)) _pass.props.audProps = propsFrame.audProps;
+    return S_OK;
+}
+
+HRESULT MixCycle::MakeOwnFrame(PASS& _pass) {
+    if (!_pass.pRequest) {
+        _pass.props = parts.format.Wanted();
+        if (_pass.props.vidProps.eVideoFormat != eZrVF_Disabled && !PropsValid(&_pass.props.vidProps, true)) {
+            _pass.props.vidProps = PropsFromFormat(eZrVF_HD1080_5994i, eZrFCC_Default);
+        }
+    }
+    IZrFFactory* pFactory = nullptr;
+    HRESULT hr = FrameFactory(&pFactory);
+    ZR_AV_PROPS propsPicture;
+    propsPicture.vidProps = _pass.props.vidProps;
+    if (Succeeded(hr)) {
+        hr = HasVideo(_pass.props)
+                 ? pFactory->ZrFFrameCreateFromMem(&propsPicture, 0, 0, 0, _pass.pFrame.Out(), nullptr)
+                 : pFactory->ZrFFrameCreatePlain(0, _pass.pFrame.Out());
+    }
+    if (Failed(hr)) return hr;
+    _pass.pFrame->ZrFTimeGet(&_pass.time);
+    StampByCycle(_pass.nCycle, ExactDuration(_pass.props.vidProps), _pass.time);
+    MarkFirst(_pass);
+    _pass.bOwn = true;
+    return S_OK;
+}
+
+void MixCycle::MarkFirst(PASS& _pass) {
+    if (_pass.bFirst) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
+}
+
+// The flags of the source say nothing about the output: its line is the mixer's own.
+void MixCycle::PrepareFrame(PASS& _pass) {
+    if (_pass.bOwn) return;
+    _pass.time.eFFlags = static_cast<eZrFrameFlags>(_pass.time.eFFlags & ~uint32_t{eZrFF_Pause | eZrFF_Last});
+    int32_t cbAudio = 0;
+    int64_t pbAudio = 0;
+    _pass.pFrame->ZrFAudioGetBytes(&cbAudio, &pbAudio);
+    if (cbAudio > 0 || (_pass.time.eFFlags & eZrFF_Live)) return;
+    StampByCycle(_pass.nCycle, ExactDuration(_pass.props.vidProps), _pass.time);
+    MarkFirst(_pass);
+}
+
+// From collection to the end of the audio step, under the cycle lock.
+HRESULT MixCycle::Compose(PASS& _pass) {
+    MutexLock lock(mtxCycle);
+    if (parts.state.Get() < eZrS_Paused || !_pass.bHasInputs) {
+        MarkFirst(_pass);
+        clock.SetBreakPending();
+        return S_OK;
+    }
+    if (evStop.IsSet()) return ZR_E_NOT_RUNNING;
+    Stamp(_pass);
+    if (HasVideo(_pass.props)) DrawScene(_pass);
+    if (!_pass.bSkipped) {
+        Elapsed elapsed;
+        MixAudio(_pass);
+        parts.statistics.SetValue(nMixAudio, elapsed.Ms());
+    }
+    return S_OK;
+}
+
+void MixCycle::Stamp(PASS& _pass) {
+    const int32_t nPauseChanges = parts.props.Root()->AttributeOr(u"pause_changes", 1);
+    const MIX_STAMP stamp = clock.Stamp(parts.state.Get(), nPauseChanges, ExactDuration(_pass.props.vidProps));
+    _pass.time.rtStartTime = stamp.rtStartTime;
+    _pass.time.rtEndTime = stamp.rtEndTime;
+    if (stamp.bBreak) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
+    if (_pass.bLocked) _pass.time.eFFlags = static_cast<eZrFrameFlags>(_pass.time.eFFlags | eZrFF_Live);
+}
+
+// Scenes and blocks are not on this mixer yet: what is drawn is the base frame.
+void MixCycle::DrawScene(PASS&) { const TraceScope trace("DoMixing_I(Draw)"); }
+
+// The sound of the background is the output's; without it there is silence, to the sample.
+void MixCycle::MixAudio(PASS& _pass) {
+    const ZR_AUD_PROPS& audProps = _pass.props.audProps;
+    if (!AudUsable(audProps)) return;
+    const int32_t nSamples = sampleClock.SamplesByTime(_pass.time, audProps.nSamplesPerSec, kAudioGapLimit);
+    int32_t cbAudio = 0;
+    int64_t pbAudio = 0;
+    _pass.pFrame->ZrFAudioGetBytes(&cbAudio, &pbAudio);
+    if (cbAudio == 0) _pass.pFrame->ZrFAudioAlloc(&audProps, nSamples);
+}
+
+HRESULT MixCycle::FinishFrame(PASS& _pass) {
+    _pass.props.bLocked = _pass.bLocked;
+    _pass.props.ancData = {};
+    ZR_AV_PROPS propsFrame;
+    HRESULT hr = _pass.pFrame->ZrFAVPropsGet(&propsFrame, nullptr);
+    if (Failed(hr)) return hr;
+    _pass.props.audProps = propsFrame.audProps;  // as it is: a frame without sound says so
+    hr = _pass.pFrame->ZrFAVPropsSet(&_pass.props, nullptr);
+    if (Succeeded(hr)) hr = _pass.pFrame->ZrFTimeSet(&_pass.time);
+    if (Failed(hr)) return hr;
+    parts.format.Note(eZrFT_Output, _pass.props);
+    ApplyAudioKeys(_pass);
+    return S_OK;
+}
+
+// The keys "audio_channels" and "audio_gain", of which a form with the frame's channel id in front comes first.
+void MixCycle::ApplyAudioKeys(PASS& _pass) {
+    const XMLNodePtr& pObject = parts.props.Object();
+    const std::u16string channels = pObject->AttributeOr(u"audio_channels", u"");
+    if (!channels.empty()) _pass.pFrame->ZrFAVPropsSet(nullptr, channels.c_str());
+}
+
+// A timed pause is counted in frames. Two events go out: the streams have been resumed, and the mixer runs.
+void MixCycle::EndTimedPause(const ZR_TIME& _time) {
+    bool bEnded = false;
+    if (!parts.state.lock.TryEnterWrite("EndTimedPause")) return;
+    if (parts.state.rtPauseRemainder > 0 && parts.state.Get() == eZrS_Paused) {
+        parts.state.rtPauseRemainder -= _time.rtEndTime - _time.rtStartTime;
+        if (parts.state.rtPauseRemainder < 1) {
+            parts.state.rtPauseRemainder = 0;
+            parts.state.Set(eZrS_Running);
+            bEnded = true;
+        }
+    }
+    parts.state.lock.LeaveWrite();
+    if (!bEnded) return;
+    const auto pName = parts.state.Name();
+    parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
+    parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
+}
+
+}  // namespace zr

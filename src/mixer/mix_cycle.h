@@ -1,0 +1,107 @@
+#pragma once
+// The heart of the mixer: one pass makes one output frame from all that is on the mixer, and a thread repeats it.
+
+#include <atomic>
+#include <cstdint>
+
+#include "framework/base_thread.h"
+#include "framework/event_sink.h"
+#include "framework/object_format.h"
+#include "framework/statistics_sink.h"
+#include "mixer/audio_sample_clock.h"
+#include "mixer/elapsed.h"
+#include "mixer/frame_output.h"
+#include "mixer/mix_clock.h"
+#include "mixer/mixer_state.h"
+#include "mixer/rate_meter.h"
+#include "mixer/stream_table.h"
+#include "mixer/sync_mixer.h"
+#include "platform/event.h"
+
+namespace zr {
+
+// What the cycle works with; all outlive it.
+struct MIX_PARTS {
+    const ZrPropsHW& props;
+    MixerState& state;
+    ObjectFormat& format;
+    StreamTable& streams;
+    IStatisticsSink& statistics;
+    IEventSink& events;
+    IFrameOutput& output;
+};
+
+class MixCycle {
+public:
+    explicit MixCycle(const MIX_PARTS& _parts);
+
+    // Starts the mix thread unless it runs, and has it begin with a first frame.
+    HRESULT Start();
+    // Stops the thread, waiting without limit, and forgets clocks and sources. _events: for what that raises.
+    void Stop(IEventSink& _events);
+    // The next pass of a running thread begins at once. Any thread.
+    void Wake() { thread.Wake(); }
+    // Set from Stop until the next Start: ends the waits of whoever works for the cycle.
+    ManualEvent& StopEvent() { return evStop; }
+    // Whether sources are asked for frames, by the keys at this moment. _nKind: 1 in parallel, 2 prepared in parallel,
+    // 3 with frames in flight; 0 the plain question.
+    bool IsSynchronous(int32_t _nKind) const;
+
+    // Held through a pass; whoever changes what is on the mixer takes it.
+    Mutex mtxCycle{lock_order::kCycle};
+
+private:
+    // What a pass works on. Mix thread only.
+    struct PASS {
+        FramePtr pFrame;
+        ZR_AV_PROPS props;
+        ZR_TIME time;
+        int64_t nCycle = 0;
+        bool bFirst = false;
+        bool bOwn = false;       // the cycle made the frame
+        bool bMustCopy = false;  // the frame's picture is somebody else's as well
+        bool bSkipped = false;
+        bool bLocked = false;
+        bool bHasInputs = false;
+        SyncRequest* pRequest = nullptr;
+    };
+
+    static void Run(void* _pCycle, ThreadRun& _run);
+    void RunThread(ThreadRun& _run);
+    HRESULT DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle);
+
+    void ApplyPriority();
+    HRESULT TakeFrames(PASS& _pass);
+    HRESULT TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn);
+    HRESULT MakeOwnFrame(PASS& _pass);
+    void PrepareFrame(PASS& _pass);
+    HRESULT Compose(PASS& _pass);
+    void Stamp(PASS& _pass);
+    void DrawScene(PASS& _pass);
+    void MixAudio(PASS& _pass);
+    void ApplyAudioKeys(PASS& _pass);
+    HRESULT FinishFrame(PASS& _pass);
+    void EndTimedPause(const ZR_TIME& _time);
+    void MarkFirst(PASS& _pass);
+
+    MIX_PARTS parts;
+    SyncMixer sync;
+    MixClock clock;
+    AudioSampleClock sampleClock;
+    RateMeter rateMeter;
+    Elapsed cycleTimer;
+    int32_t nPriority = 0;  // that the mix thread has
+    std::atomic<bool> bFirstFrame{false};
+    ManualEvent evStop{true};
+
+    const IStatisticsSink::Handle nMixCycle;
+    const IStatisticsSink::Handle nSyncCycle;
+    const IStatisticsSink::Handle nSyncFrames;
+    const IStatisticsSink::Handle nMixAudio;
+    const IStatisticsSink::Handle nMixOutput;
+    const IStatisticsSink::Handle nFpsMix;
+
+    CBaseThread thread{"zr-mix"};  // last: it goes first
+};
+
+}  // namespace zr

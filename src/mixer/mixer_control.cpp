@@ -1,0 +1,168 @@
+#include "mixer/mixer_control.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <string>
+
+#include "platform/clock.h"
+
+namespace zr {
+namespace {
+
+// "2.500"
+std::u16string SecondsText(double _dblSeconds) {
+    char sz[352];  // of the largest double
+    std::snprintf(sz, sizeof(sz), "%.3f", _dblSeconds);
+    const std::string_view str(sz);
+    return {str.begin(), str.end()};
+}
+
+int64_t TicksOf(double _dblSeconds) {
+    const double dblTicks = _dblSeconds * static_cast<double>(kTicksPerSecond);
+    constexpr double kMost = 9e18;
+    return static_cast<int64_t>(std::round(std::fmin(dblTicks, kMost)));
+}
+
+}  // namespace
+
+void MixerControl::Raise(DeferredEvents& _events, const char16_t* _szEvent, const char16_t* _szParam) {
+    _events.RaiseEvent(parts.state.Name()->c_str(), _szEvent, _szParam, nullptr);
+}
+
+HRESULT MixerControl::ObjectStart() {
+    DeferredEvents events(parts.events);
+    CRWWriteScope scope(parts.state.lock, "ObjectStart");
+    return Start_I(events);
+}
+
+HRESULT MixerControl::ObjectClose() {
+    DeferredEvents events(parts.events);
+    CRWWriteScope scope(parts.state.lock, "ObjectClose");
+    Close_I(events);
+    return S_OK;
+}
+
+HRESULT MixerControl::FilePlay(double _dblSeconds) {
+    if (std::isnan(_dblSeconds)) return E_INVALIDARG;
+    DeferredEvents events(parts.events);
+    CRWWriteScope scope(parts.state.lock, "FilePlay");
+    return Play_I(_dblSeconds, events);
+}
+
+HRESULT MixerControl::FilePlayStop(double _dblSeconds) {
+    DeferredEvents events(parts.events);
+    CRWWriteScope scope(parts.state.lock, "FilePlayStop");
+    if (parts.state.Get() == eZrS_Closed) return S_FALSE;  // else it could not be started any more
+    Mixer_Stop(events);
+    parts.output.ResetPosition();
+    parts.state.rtPauseRemainder = 0;
+    parts.state.Set(eZrS_Stopped);
+    Raise(events, u"stop", SecondsText(_dblSeconds).c_str());
+    return S_OK;
+}
+
+HRESULT MixerControl::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) {
+    if (!_peState && !_pdblTimeRemain) return E_POINTER;
+    CRWReadScope scope(parts.state.lock);
+    const eZrState eState = parts.state.Get();
+    if (_peState) *_peState = eState;
+    if (_pdblTimeRemain) {
+        *_pdblTimeRemain = eState == eZrS_Paused ? static_cast<double>(parts.state.rtPauseRemainder) /
+                                                       static_cast<double>(kTicksPerSecond)
+                                                 : 0.0;
+    }
+    return S_OK;
+}
+
+HRESULT MixerControl::Start_I(DeferredEvents& _events) {
+    if (parts.state.Get() >= eZrS_Stopped) return S_FALSE;
+    parts.statistics.Clear();
+    const HRESULT hr = OnObjectStart(_events);
+    if (Failed(hr)) {
+        Close_I(_events);
+        parts.state.Set(eZrS_Error);
+        return hr;
+    }
+    if (parts.state.Get() < eZrS_Stopped) parts.state.Set(eZrS_Running);
+    return S_OK;
+}
+
+HRESULT MixerControl::OnObjectStart(DeferredEvents& _events) {
+    // A background that is there already was put there by the host and stays.
+    const std::u16string colour = parts.props.Object()->AttributeOr(u"background", u"black");
+    if (!colour.empty() && !parts.streams.Background()) {
+        if (const HRESULT hr = parts.background.Set(nullptr, colour, {}, nullptr); Failed(hr)) return hr;
+    }
+    parts.output.Open(parts.props.IsSynchronous());
+    parts.state.Set(eZrS_Stopped);
+    if (!parts.props.Root()->AttributeOr(u"auto_start", true)) return S_OK;
+    return Play_I(-1.0, _events);
+}
+
+void MixerControl::Close_I(DeferredEvents& _events) {
+    Mixer_Stop(_events);
+    parts.background.Close();
+    parts.output.Close();
+    parts.statistics.Clear();
+    parts.format.Close();
+    parts.state.rtPauseRemainder = 0;
+    if (parts.state.Get() != eZrS_Error) parts.state.Set(eZrS_Closed);
+}
+
+HRESULT MixerControl::Play_I(double _dblSeconds, DeferredEvents& _events) {
+    const eZrState eTarget = _dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running;
+    const eZrState eBefore = parts.state.Get();
+    if (eBefore < eZrS_Stopped || eBefore > eZrS_Running) return PlayOpen_I(_dblSeconds, _events);
+
+    if (eBefore != eTarget || eTarget == eZrS_Paused) {
+        if (const HRESULT hr = Mixer_Start(_events); Failed(hr)) return hr;
+        if (eBefore != eTarget) {
+            Raise(_events, eTarget == eZrS_Running ? u"start" : u"pause", SecondsText(_dblSeconds).c_str());
+        }
+    }
+    parts.state.rtPauseRemainder = _dblSeconds > 0.0 ? TicksOf(_dblSeconds) : 0;
+    parts.state.Set(eTarget);
+    return S_OK;
+}
+
+// Play of an object that is closed, or in a state from which nothing goes on.
+HRESULT MixerControl::PlayOpen_I(double _dblSeconds, DeferredEvents& _events) {
+    if (parts.state.Get() == eZrS_Closed) {
+        if (const HRESULT hr = Start_I(_events); Failed(hr)) return hr;
+    }
+    parts.state.Set(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running);
+    if (const HRESULT hr = Mixer_Start(_events); Failed(hr)) {
+        parts.state.Set(eZrS_Stopped);
+        Mixer_Stop(_events);
+        return hr;
+    }
+    Raise(_events, u"start", nullptr);
+    return S_OK;
+}
+
+HRESULT MixerControl::Mixer_Start(DeferredEvents& _events) {
+    // A background that pushes its frames drives the cycle from its own thread, which comes with the streams.
+    if (!parts.cycle.IsSynchronous(0) && parts.streams.Background()) return E_NOTIMPL;
+    if (!bConnected) {
+        bConnected = true;
+        if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
+            _events.RaiseEvent(parts.state.Name()->c_str(), u"connect", pItem->Name().c_str(),
+                               static_cast<IZrItem*>(pItem.Get()));
+        }
+    }
+    return parts.cycle.Start();
+}
+
+void MixerControl::Mixer_Stop(DeferredEvents& _events) {
+    if (bConnected) {
+        bConnected = false;
+        if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
+            _events.RaiseEvent(parts.state.Name()->c_str(), u"disconnect", pItem->Name().c_str(),
+                               static_cast<IZrItem*>(pItem.Get()));
+        }
+    }
+    parts.cycle.Stop(_events);
+}
+
+}  // namespace zr

@@ -1,0 +1,53 @@
+#pragma once
+// Start, play, pause, stop and close of a mixer.
+
+#include "framework/event_sink.h"
+#include "framework/statistics_node.h"
+#include "mixer/deferred_events.h"
+#include "mixer/mix_cycle.h"
+#include "mixer/mixer_background.h"
+#include "mixer/mixer_output.h"
+#include "mixer/mixer_state.h"
+
+namespace zr {
+
+// Any thread but the mix thread and the thread that sends; the calls wait for each other. Results as of IZrObject and
+// IZrFile.
+class MixerControl {
+public:
+    struct PARTS {
+        const ZrPropsHW& props;
+        MixerState& state;
+        ObjectFormat& format;
+        StreamTable& streams;
+        MixCycle& cycle;
+        MixerBackground& background;
+        MixerOutput& output;
+        StatisticsNode& statistics;
+        IEventSink& events;
+    };
+    explicit MixerControl(const PARTS& _parts) : parts(_parts) {}
+
+    HRESULT ObjectStart();
+    HRESULT ObjectClose();
+    // _dblSeconds: below 0 runs, else pauses for so long; 0 has no end.
+    HRESULT FilePlay(double _dblSeconds);
+    HRESULT FilePlayStop(double _dblSeconds);
+    HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain);
+
+private:
+    HRESULT Start_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT OnObjectStart(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    void Close_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT Play_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT PlayOpen_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    // Connects what is on the mixer and has the cycle run.
+    HRESULT Mixer_Start(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    void Mixer_Stop(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    void Raise(DeferredEvents& _events, const char16_t* _szEvent, const char16_t* _szParam);
+
+    const PARTS parts;
+    bool bConnected ZR_GUARDED_BY(parts.state.lock) = false;  // "connect" went out for what is on the mixer
+};
+
+}  // namespace zr

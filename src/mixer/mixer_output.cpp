@@ -1,0 +1,56 @@
+#include "mixer/mixer_output.h"
+
+#include <algorithm>
+
+#include "platform/trace.h"
+
+namespace zr {
+
+MixerOutput::MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
+                         LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics)
+    : pObject(_pObject), state(_state), readers(_readers), sender(_sender), lastFrame(_lastFrame), events(_events) {
+    queue.SetStatistics(&_statistics);
+}
+
+void MixerOutput::SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue) {
+    queue.SetBounds(_nMin, std::max(_nMax, _bQueue ? 1 : 0));
+}
+
+void MixerOutput::Open(bool _bQueue) {
+    const int32_t nMax = std::max(pObject->AttributeOr(u"output.max_buffers", 0), _bQueue ? 1 : 0);
+    queue.Init(pObject->AttributeOr(u"output.min_buffers", 0), nMax, false);
+}
+
+void MixerOutput::Close() {
+    queue.Stop();
+    sender.SenderSendEnd(1, false);
+    readers.Flush();
+    readers.ForgetLastFrame();
+    lastFrame.Clear();
+}
+
+void MixerOutput::ResetPosition() { sender.ResetRate(); }
+
+void MixerOutput::Output(FramePtr _pFrame) {
+    if (queue.MaxSize() < 1) {
+        const TraceScope trace("DoMixing_I(MediaSend_I)");
+        MediaSend_I(_pFrame);
+        return;
+    }
+    const TraceScope trace("DoMixing_I(DeqPut)");
+    queue.Put(std::move(_pFrame), -1);
+}
+
+HRESULT MixerOutput::OnActiveDeq(FramePtr& _pFrame, int32_t) {
+    MediaSend_I(_pFrame);
+    if (queue.MaxSize() > 0 && queue.Count() == 0) sender.ResetRate();
+    return S_OK;
+}
+
+void MixerOutput::MediaSend_I(const FramePtr& _pFrame) {
+    lastFrame.Keep(_pFrame.Get());
+    events.RaiseFrame(state.Name()->c_str(), _pFrame.Get());
+    sender.Sender_SendMedia(_pFrame.Get(), 1, 0);
+}
+
+}  // namespace zr

@@ -1,0 +1,50 @@
+#pragma once
+// The way of a finished frame out of the mixer: the queue, then listeners, channels and readers.
+
+#include <atomic>
+
+#include "attributes/props.h"
+#include "framework/deq_active.h"
+#include "framework/event_sink.h"
+#include "framework/last_frame.h"
+#include "framework/statistics_sink.h"
+#include "mixer/frame_output.h"
+#include "mixer/mixer_state.h"
+#include "transport/sender.h"
+
+namespace zr {
+
+class MixerOutput final : public IFrameOutput {
+public:
+    // All outlive the output. _pObject: the node with the mixer's keys. _pIdentity: the object that sends, not counted.
+    MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
+                LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics);
+
+    // From now on frames are taken. _bQueue: at least one may wait while the one before it is sent.
+    void Open(bool _bQueue);
+    // Ends the output: what is queued is let go, receivers and readers are told.
+    void Close();
+    // The next frame begins a new line of time.
+    void ResetPosition();
+    // Bounds of the queue; 0 at most means none. Any thread.
+    void SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue);
+
+    void Output(FramePtr _pFrame) override;
+    void SetPriority(int32_t _nPriority) override { queue.SetPriority(_nPriority); }
+
+    HRESULT OnActiveDeq(FramePtr& _pFrame, int32_t _nLeft);
+    void OnActiveDeqOverflow(FramePtr&) {}
+
+private:
+    void MediaSend_I(const FramePtr& _pFrame);
+
+    const XMLNodePtr pObject;
+    MixerState& state;
+    SourceReaders& readers;
+    Sender& sender;
+    LastFrame& lastFrame;
+    IEventSink& events;
+    CDeqActive<MixerOutput, FramePtr> queue{*this, "zr-output"};
+};
+
+}  // namespace zr

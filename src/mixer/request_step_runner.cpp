@@ -1,0 +1,64 @@
+#include "mixer/request_step_runner.h"
+
+#include "attributes/interface_call.h"
+#include "media/vid_props.h"
+#include "mixer/elapsed.h"
+
+namespace zr {
+namespace {
+
+// The data that a source leaves when it has converted a frame: the frame's own time.
+constexpr const char16_t* kOriginalTime = u"ORGT";
+
+void TakeOriginalTime(const CCoZrItem& _item, IZrFFrame* _pFrame) {
+    int32_t cbData = 0;
+    int64_t pbData = 0;
+    if (Failed(_pFrame->ZrFDataGet(kOriginalTime, &cbData, &pbData)) || cbData != sizeof(ZR_TIME)) return;
+    BSTR bs = nullptr;
+    if (_item.SourceProps()) _item.SourceProps()->PropsGet(u"object::internal.convert_frame", &bs);
+    const std::u16string_view text = TextArgument(bs);
+    if (text == u"1" || text == u"true") _pFrame->ZrFTimeSet(reinterpret_cast<const ZR_TIME*>(pbData));
+    SysFreeString(bs);
+}
+
+}  // namespace
+
+RequestStepRunner::RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink& _statistics)
+    : pObject(_pObject), statistics(_statistics), nPutBackground(_statistics.Resolve(u"put_frame.bg")) {}
+
+HRESULT RequestStepRunner::Run(RequestStep& _step) const {
+    if (!_step.pSourceFrame) return E_UNEXPECTED;
+    Elapsed elapsed;
+    TakeOriginalTime(*_step.pItem, _step.pSourceFrame.Get());
+    _step.pResult = std::move(_step.pSourceFrame);
+    if (!_step.IsBackground()) return S_OK;
+    const HRESULT hr = FitToOutput(_step);
+    statistics.SetValue(nPutBackground, elapsed.Ms());
+    return hr;
+}
+
+// A background of another size or pixel format becomes one of the output's, unless the item's key says to leave it.
+HRESULT RequestStepRunner::FitToOutput(RequestStep& _step) const {
+    const ZR_VID_PROPS& wanted = _step.propsOutput.vidProps;
+    ZR_AV_PROPS props;
+    if (const HRESULT hr = _step.pResult->ZrFAVPropsGet(&props, nullptr); Failed(hr)) return hr;
+    if (!PropsValid(&wanted, true) || !PropsValid(&props.vidProps, true) || SameProps(&props.vidProps, &wanted, 2) ||
+        !_step.pItem->Node()->AttributeOr(u"_mix_bg_convert_", true)) {
+        return S_OK;
+    }
+    ZR_VID_PROPS target = wanted;
+    target.dblRate = props.vidProps.dblRate;  // a frame stays one frame
+    ZR_AV_PROPS propsTarget = props;
+    propsTarget.vidProps = target;
+    FramePtr pConverted;
+    int32_t nRest = 0;
+    const HRESULT hr = _step.pResult->ZrFConvert(&propsTarget, pConverted.Out(), &nRest, nullptr, kBackgroundName);
+    if (Failed(hr)) return hr;
+    if (pConverted) {
+        _step.pResult = std::move(pConverted);
+        _step.bMustCopy = false;
+    }
+    return S_OK;
+}
+
+}  // namespace zr

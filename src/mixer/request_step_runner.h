@@ -1,0 +1,26 @@
+#pragma once
+// What happens to one input's frame between its source and the composition.
+
+#include "attributes/co_xml_node.h"
+#include "framework/statistics_sink.h"
+#include "mixer/sync_request.h"
+
+namespace zr {
+
+// Any thread, one for each step.
+class RequestStepRunner {
+public:
+    RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink& _statistics);
+
+    // From step.pSourceFrame to step.pResult. E_UNEXPECTED: there is no frame.
+    HRESULT Run(RequestStep& _step) const;
+
+private:
+    HRESULT FitToOutput(RequestStep& _step) const;
+
+    const XMLNodePtr pObject;
+    IStatisticsSink& statistics;
+    const IStatisticsSink::Handle nPutBackground;
+};
+
+}  // namespace zr

@@ -1,0 +1,61 @@
+#pragma once
+// Synchronous mixing: each cycle asks every source for one frame and prepares it, before anything is composed.
+
+#include <memory>
+#include <vector>
+
+#include "framework/event_sink.h"
+#include "framework/object_format.h"
+#include "framework/statistics_sink.h"
+#include "mixer/request_step_runner.h"
+#include "mixer/stream_table.h"
+#include "mixer/sync_request.h"
+#include "platform/event.h"
+#include "platform/thread_pool.h"
+
+namespace zr {
+
+// Mix thread only, but where it says otherwise.
+class SyncMixer {
+public:
+    // All outlive the mixer. _pObject: the node with its keys.
+    SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTable& _streams, IStatisticsSink& _statistics,
+              IEventSink& _events);
+
+    // Asks every source that is on the mixer. *_ppRequest is good until the next call. S_FALSE: there are no sources.
+    // _bHold: the mixer is paused, and sources are shown as they last were.
+    HRESULT Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest** _ppRequest);
+    // Prepares the frames of a request. *_ppBackground: the frame to compose on, null without a background.
+    // *_pbMustCopy: it is not to be drawn on.
+    HRESULT Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool* _pbMustCopy);
+    // Lets go of all sources. While the mix thread does not run.
+    void RemoveSources(IEventSink& _events);
+
+private:
+    SyncSource* FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem);
+    void AddStep(const MIX_INPUT& _input, SyncSource& _source);
+    void AskForRate(SyncSource& _source);
+    void StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync);
+    void Get(SyncSource& _source, ManualEvent& _evStop);
+    void RemoveUnused();
+    void RemoveSource(SyncSource& _source, IEventSink& _events);
+    void CompleteFormat();
+    bool PrepareStep(RequestStep& _step);
+
+    const XMLNodePtr pObject;
+    ObjectFormat& format;
+    StreamTable& streams;
+    IStatisticsSink& statistics;
+    IEventSink& events;
+    RequestStepRunner runner;
+
+    const IStatisticsSink::Handle nTakeFrames;
+    const IStatisticsSink::Handle nPutFrames;
+
+    std::vector<std::unique_ptr<SyncSource>> arrSources;
+    std::vector<MIX_INPUT> arrInputs;
+    SyncRequest request;
+    TaskGroup group;
+};
+
+}  // namespace zr

@@ -1,0 +1,74 @@
+#pragma once
+// One frame's work of a synchronous mixer: which sources were asked, and what is to be done with what they gave.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "media/transport_interfaces.h"
+#include "sources/co_zr_item.h"
+
+namespace zr {
+
+using FramePtr = ZrPtr<IZrFFrame>;
+
+inline constexpr const char16_t* kBackgroundName = u"_mixer_background_";
+
+// One input's share of a cycle: from the frame that its source gave to the frame that is composed.
+struct RequestStep {
+    ZrPtr<CCoZrItem> pItem;
+    std::u16string name;      // the item's place: a stream's id, or kBackgroundName
+    int32_t nIndex = -1;      // place in the stream table; -1 the background
+    ZR_AV_PROPS propsOutput;  // of the cycle; without video or audio where the input gives none
+    FramePtr pSourceFrame;    // its own reference to what the source gave
+    FramePtr pResult;
+    bool bMustCopy = false;  // somebody else holds the result's picture: it is not to be drawn on
+
+    bool IsBackground() const { return nIndex < 0; }
+};
+
+// A source that inputs of the mixer use. Mix thread only, but for the get, which one thread at a time does.
+struct SyncSource {
+    ZrPtr<CCoZrItem> pItem;     // any of those that use it
+    ZrPtr<IUnknown> pIdentity;  // what tells one source from another
+    uint64_t llReaderID = 0;    // at the source
+    std::u16string name;
+    std::u16string rateControl;          // of the source before it was connected
+    int32_t nTimeouts = 0;               // see SyncMixer::Get
+    double dblRateAsked = 0;             // frames a second that the source was asked for
+    bool bMaster = false;                // a stream that uses it has the key `master`
+    FramePtr pFrame;                     // of this cycle
+    FramePtr pLastFrame;                 // the last one that came
+    std::vector<RequestStep*> arrSteps;  // who wants this cycle's frame
+};
+
+// What Sync_Request found. Kept and used again: nothing is allocated in a steady show.
+class SyncRequest {
+public:
+    ZR_AV_PROPS props;  // the output of the cycle
+
+    void Clear() { nSteps = 0; }
+    RequestStep& Add() {
+        if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());
+        return *arrSteps[nSteps++];
+    }
+    size_t Count() const { return nSteps; }
+    RequestStep& operator[](size_t _i) const { return *arrSteps[_i]; }
+    // Lets go of frames and items; the memory of the steps stays.
+    void Release() {
+        for (size_t i = 0; i < nSteps; ++i) {
+            RequestStep& step = *arrSteps[i];
+            step.pItem.Reset();
+            step.pSourceFrame.Reset();
+            step.pResult.Reset();
+        }
+        nSteps = 0;
+    }
+
+private:
+    std::vector<std::unique_ptr<RequestStep>> arrSteps;
+    size_t nSteps = 0;
+};
+
+}  // namespace zr

@@ -1,0 +1,168 @@
+#include "sources/co_zr_item.h"
+
+#include <new>
+
+#include "attributes/interface_call.h"
+#include "platform/class_registry.h"
+#include "zr/class_ids.h"
+
+namespace zr {
+namespace {
+
+// The nodes of a source that are reached through its item.
+bool IsSourceKey(std::u16string_view _name) {
+    for (std::u16string_view node : {u"object::", u"file::", u"info::", u"audio::", u"device::"}) {
+        if (_name.starts_with(node)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource)
+    : IZrPropsImpl<CCoZrItem>(std::move(_pNode), *this),
+      path(_path),
+      pSource(_pSource),
+      pPulled(QueryAs<IZrSource_I>(_pSource)),
+      pSourceProps(QueryAs<IZrProps>(_pSource)),
+      pObject(QueryAs<IZrObject>(_pSource)),
+      pFile(QueryAs<IZrFile>(_pSource)),
+      bOwnsSource(_bOwnsSource) {}
+
+ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource) try {
+    XMLNodePtr pNode = CoXMLNode::Create(u"item");
+    pNode->SetAttribute(u"video", true);
+    pNode->SetAttribute(u"audio", true);
+    pNode->SetAttribute(u"drop_frames", false);
+    pNode->SetAttribute(u"master", false);
+    return ZrPtr<CCoZrItem>::Attach(new CCoZrItem(std::move(pNode), _pSource, _path, _bOwnsSource));
+} catch (const std::bad_alloc&) {
+    return {};
+}
+
+ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path) {
+    return Make(_pSource, _path.empty() ? u"External" : _path, false);
+}
+
+HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem) {
+    _pItem.Reset();
+    ZrPtr<IZrObject> pFileObject;
+    void* pv = nullptr;
+    if (const HRESULT hr = CreateInstance(kClsidZrFile, IZrObject::kIid, &pv); Failed(hr)) return hr;
+    pFileObject = ZrPtr<IZrObject>::Attach(static_cast<IZrObject*>(pv));
+    const ZrPtr<IZrFile> pFile = pFileObject.As<IZrFile>();
+    if (!pFile) return E_NOINTERFACE;
+    return InterfaceCall([&] {
+        const ZrPtr<IZrProps> pProps = pFileObject.As<IZrProps>();
+        if (pProps) pProps->PropsSet(u"object::auto_start", u"false");
+        HRESULT hr = pFile->FileNameSet(std::u16string(_path).c_str(), std::u16string(_line).c_str());
+        if (Succeeded(hr)) hr = pFileObject->ObjectStart(nullptr);
+        if (Succeeded(hr)) {
+            _pItem = Make(pFileObject.Get(), _path, true);
+            if (!_pItem) hr = E_OUTOFMEMORY;
+        }
+        if (Failed(hr)) pFileObject->ObjectClose();
+        return Failed(hr) ? hr : S_OK;
+    });
+}
+
+uint32_t CCoZrItem::Release() {
+    const uint32_t nLeft = references.Drop();
+    if (nLeft == 0) {
+        Close();
+        delete this;
+    }
+    return nLeft;
+}
+
+void CCoZrItem::StartSource() {
+    eZrState eState = eZrS_Running;
+    double dblRemain = 0;
+    if (pFile && Succeeded(pFile->FileStateGet(&eState, &dblRemain)) && eState <= eZrS_Stopped) pFile->FilePlayStart();
+}
+
+void CCoZrItem::Close() {
+    if (bOwnsSource && pObject) pObject->ObjectClose();
+}
+
+std::u16string CCoZrItem::Name() const {
+    BSTR bs = nullptr;
+    std::u16string name;
+    if (!bOwnsSource && pObject && Succeeded(pObject->ObjectNameGet(&bs)) && bs) name = bs;
+    SysFreeString(bs);
+    return name.empty() ? path : name;
+}
+
+HRESULT CCoZrItem::OnHostedSet(std::u16string_view _name, std::u16string_view _value) {
+    if (!pSourceProps || !IsSourceKey(_name)) return ZR_E_RETRY;
+    return pSourceProps->PropsSet(std::u16string(_name).c_str(), std::u16string(_value).c_str());
+}
+
+HRESULT CCoZrItem::OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) {
+    if (!pSourceProps || !IsSourceKey(_name)) return ZR_E_RETRY;
+    return pSourceProps->PropsGet(std::u16string(_name).c_str(), _pbsValue);
+}
+
+HRESULT CCoZrItem::ItemTypeGet(eZrItemType* _peType) {
+    if (!_peType) return E_POINTER;
+    *_peType = pFile && bOwnsSource ? eZrPIT_File : eZrPIT_Live;
+    return S_OK;
+}
+
+HRESULT CCoZrItem::ItemPlayTimeGet(double* _pdblPlayTime) {
+    if (!_pdblPlayTime) return E_POINTER;
+    double dblIn = 0, dblOut = 0, dblDuration = 0;
+    const HRESULT hr = FileInOutGet(&dblIn, &dblOut, &dblDuration);
+    *_pdblPlayTime = Failed(hr) ? 0 : (dblOut > dblIn ? dblOut : dblDuration) - dblIn;
+    return hr;
+}
+
+HRESULT CCoZrItem::ItemInnerGet(IUnknown** _ppInnerObject) { return pSource.CopyTo(_ppInnerObject); }
+
+HRESULT CCoZrItem::ItemPosGet(double* _pdblPlayPos, int32_t* _pnPlaylistIndex) {
+    if (_pnPlaylistIndex) *_pnPlaylistIndex = 0;
+    if (!_pdblPlayPos) return _pnPlaylistIndex ? S_OK : E_POINTER;
+    *_pdblPlayPos = 0;
+    return FilePosGet(_pdblPlayPos);
+}
+
+HRESULT CCoZrItem::FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) {
+    return pFile ? pFile->FileNameSet(_bsFile, _bsParam) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FileNameGet(BSTR* _pbsFile) { return pFile ? pFile->FileNameGet(_pbsFile) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FileInOutSet(double _dblIn, double _dblOut) {
+    return pFile ? pFile->FileInOutSet(_dblIn, _dblOut) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) {
+    return pFile ? pFile->FileInOutGet(_pdblIn, _pdblOut, _pdblDuration) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FilePosSet(double _dblPos, double _dblPreroll) {
+    return pFile ? pFile->FilePosSet(_dblPos, _dblPreroll) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FilePosGet(double* _pdblFilePos) { return pFile ? pFile->FilePosGet(_pdblFilePos) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FilePlayStart() { return pFile ? pFile->FilePlayStart() : E_NOINTERFACE; }
+HRESULT CCoZrItem::FilePlayPause(double _dblSeconds) {
+    return pFile ? pFile->FilePlayPause(_dblSeconds) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FilePlayStop(double _dblSeconds) { return pFile ? pFile->FilePlayStop(_dblSeconds) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) {
+    return pFile ? pFile->FileStateGet(_peState, _pdblTimeRemain) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FileRateSet(double _dblRate) { return pFile ? pFile->FileRateSet(_dblRate) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FileRateGet(double* _pdblRate) { return pFile ? pFile->FileRateGet(_pdblRate) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) {
+    return pFile ? pFile->FileFrameGet(_dblPos, _dblPreroll, _ppFrame) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) {
+    return pFile ? pFile->FileInOutSetTC(_pTCIn, _pTCOut) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) {
+    return pFile ? pFile->FileInOutGetTC(_pTCIn, _pTCOut, _pbOutSpecified) : E_NOINTERFACE;
+}
+HRESULT CCoZrItem::FilePosSetTC(const ZR_TIMECODE* _pTC) { return pFile ? pFile->FilePosSetTC(_pTC) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FilePosGetTC(ZR_TIMECODE* _pTC) { return pFile ? pFile->FilePosGetTC(_pTC) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) {
+    return pFile ? pFile->FileFrameGetByTC(_pTC, _ppFrame) : E_NOINTERFACE;
+}
+
+}  // namespace zr

@@ -1,0 +1,138 @@
+#include "mixer/mix_clock.h"
+
+#include <gtest/gtest.h>
+
+#include "media/frame_time.h"
+#include "mixer/audio_sample_clock.h"
+#include "support/stress.h"
+
+namespace zr {
+namespace {
+
+// The nearest tick to n frames of _nNum / _nDen seconds, in whole numbers.
+int64_t ExactTicks(int64_t _n, int64_t _nRateNum, int64_t _nRateDen) {
+    const __int128 n2 = static_cast<__int128>(_n) * 10'000'000 * _nRateDen * 2;
+    return static_cast<int64_t>((n2 + _nRateNum) / (_nRateNum * 2));
+}
+
+struct RATE_CASE {
+    const char* szName;
+    int64_t nNum, nDen;
+};
+constexpr RATE_CASE arrRates[] = {
+    {"23.976", 24000, 1001}, {"25", 25, 1},          {"29.97", 30000, 1001},
+    {"50", 50, 1},           {"59.94", 60000, 1001}, {"60", 60, 1},
+};
+
+TEST(MixClock, ADayOfFramesIsExactToTheTick) {
+    for (const RATE_CASE& rate : arrRates) {
+        SCOPED_TRACE(rate.szName);
+        const double dblDuration =
+            FrameDurationOfRate(static_cast<double>(rate.nNum) / static_cast<double>(rate.nDen)).dblExact;
+        MixClock clock;
+        const int64_t nFrames = StressRounds(86'400) * rate.nNum / rate.nDen;  // a day
+        for (int64_t n = 0; n < nFrames; ++n) {
+            const MIX_STAMP stamp = clock.Stamp(eZrS_Running, 1, dblDuration);
+            ASSERT_EQ(stamp.rtStartTime, ExactTicks(n, rate.nNum, rate.nDen)) << n;
+            ASSERT_EQ(stamp.rtEndTime, ExactTicks(n + 1, rate.nNum, rate.nDen)) << n;
+            ASSERT_EQ(stamp.bBreak, n == 0) << n;
+        }
+    }
+}
+
+TEST(MixClock, APauseHoldsTheLineAndTheScene) {
+    constexpr double d = 400000;
+    struct CASE {
+        int32_t nPauseChanges;
+        double dblRunning, dblPaused;  // what the scene moves in a frame
+    };
+    for (const CASE& c : {CASE{0, d, d}, CASE{1, d, 0}, CASE{2, 0, 0}, CASE{7, 0, 0}}) {
+        SCOPED_TRACE(c.nPauseChanges);
+        MixClock clock;
+        const MIX_STAMP first = clock.Stamp(eZrS_Running, c.nPauseChanges, d);
+        EXPECT_EQ(first.dblCollectTime - first.dblDrawTime, c.dblRunning);
+        for (int i = 0; i < 3; ++i) {
+            const MIX_STAMP held = clock.Stamp(eZrS_Paused, c.nPauseChanges, d);
+            EXPECT_EQ(held.rtStartTime, 400000);
+            EXPECT_EQ(held.rtEndTime, 800000);
+            EXPECT_TRUE(held.bBreak);
+            EXPECT_EQ(held.dblCollectTime - held.dblDrawTime, c.dblPaused);
+        }
+        const MIX_STAMP next = clock.Stamp(eZrS_Running, c.nPauseChanges, d);
+        EXPECT_EQ(next.rtStartTime, 400000);
+        EXPECT_FALSE(next.bBreak);
+    }
+}
+
+TEST(MixClock, ABreakThatIsPendingWaitsForARunningFrame) {
+    MixClock clock;
+    clock.Stamp(eZrS_Running, 1, 200000);
+    clock.SetBreakPending();
+    EXPECT_TRUE(clock.Stamp(eZrS_Paused, 1, 200000).bBreak);
+    EXPECT_TRUE(clock.Stamp(eZrS_Running, 1, 200000).bBreak);
+    EXPECT_FALSE(clock.Stamp(eZrS_Running, 1, 200000).bBreak);
+}
+
+TEST(MixClock, ANewRateGoesOnFromWhereTheLineIs) {
+    MixClock clock;
+    for (int i = 0; i < 3; ++i) clock.Stamp(eZrS_Running, 1, 400000);
+    const MIX_STAMP stamp = clock.Stamp(eZrS_Running, 1, 200000);
+    EXPECT_EQ(stamp.rtStartTime, 1200000);
+    EXPECT_EQ(stamp.rtEndTime, 1400000);
+}
+
+TEST(AudioSampleClock, ADayHasTheSamplesOfTheRate) {
+    for (const RATE_CASE& rate : arrRates) {
+        for (const int32_t nAudioRate : {44100, 48000, 96000}) {
+            SCOPED_TRACE(rate.szName);
+            AudioSampleClock clock;
+            ZR_TIME time;
+            int64_t nTotal = 0;
+            const int64_t nFrames = StressRounds(86'400) * rate.nNum / rate.nDen;  // a day
+            for (int64_t n = 0; n < nFrames; ++n) {
+                time.rtStartTime = ExactTicks(n, rate.nNum, rate.nDen);
+                time.rtEndTime = ExactTicks(n + 1, rate.nNum, rate.nDen);
+                time.eFFlags = n == 0 ? eZrFF_Break : eZrFF_None;
+                nTotal += clock.SamplesByTime(time, nAudioRate, 100'000);
+                const auto dblIdeal = static_cast<double>(time.rtEndTime) * nAudioRate / 1e7;
+                // One sample, and the tick that a time is cut to.
+                ASSERT_LT(std::abs(static_cast<double>(nTotal) - dblIdeal), 1.0 + nAudioRate / 1e7) << n;
+            }
+        }
+    }
+}
+
+TEST(AudioSampleClock, GapsAndStepsBackStartAgain) {
+    struct CASE {
+        const char* szName;
+        int64_t rtStart, rtEnd;
+        eZrFrameFlags eFlags;
+        int64_t rtGapLimit;
+        int32_t nSamples;
+    };
+    // The frame before ends at 400000; 40 ms are 1920 samples.
+    const CASE arrCases[] = {
+        {"goes on", 400000, 800000, eZrFF_None, 100000, 1920},
+        {"a small gap is filled", 450000, 850000, eZrFF_None, 100000, 2160},
+        {"a large one is not", 600000, 1000000, eZrFF_None, 100000, 1920},
+        {"without a limit it is", 600000, 1000000, eZrFF_None, 0, 2880},
+        {"a step back", 0, 400000, eZrFF_None, 100000, 1920},
+        {"a break", 450000, 850000, eZrFF_Break, 100000, 1920},
+        {"no usable end lasts a frame of 29.97", 400000, 450000, eZrFF_None, 100000, 1601},
+    };
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        AudioSampleClock clock;
+        ZR_TIME time;
+        time.rtEndTime = 400000;
+        EXPECT_EQ(clock.SamplesByTime(time, 48000, 100'000), 1920);
+        time = {};
+        time.rtStartTime = c.rtStart;
+        time.rtEndTime = c.rtEnd;
+        time.eFFlags = c.eFlags;
+        EXPECT_EQ(clock.SamplesByTime(time, 48000, c.rtGapLimit), c.nSamples);
+    }
+}
+
+}  // namespace
+}  // namespace zr

@@ -1,0 +1,207 @@
+// The mixer as a whole, on the virtual clock, with sources and receivers that a test decides.
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "mixer/co_zr_mixer.h"
+#include "platform/class_registry.h"
+#include "platform/thread.h"
+#include "support/allocation_count.h"
+#include "support/frame_collector.h"
+#include "support/scripted_source.h"
+#include "support/stress.h"
+#include "zr/class_ids.h"
+
+namespace zr {
+namespace {
+
+ZR_VID_PROPS SmallPicture(double _dblRate) {
+    ZR_VID_PROPS props;
+    props.fccType = eZrFCC_UYVY;
+    props.nWidth = 64;
+    props.nHeight = 36;
+    props.nRowBytes = 128;
+    props.eInterlace = eZrI_Progressive;
+    props.dblRate = _dblRate;
+    return props;
+}
+
+// A mixer of small pictures with a scripted background, a collector on its output, and its events by name.
+class MixerTest : public ::testing::Test {
+protected:
+    void Make(double _dblRate, bool _bKeepFrames = false) {
+        ASSERT_EQ(CreateInstance(kClsidZrMixer, IZrObject::kIid, reinterpret_cast<void**>(pMixer.Out())), S_OK);
+        pFile = pMixer.As<IZrFile>();
+        pProps = pMixer.As<IZrProps>();
+        const ZR_VID_PROPS props = SmallPicture(_dblRate);
+        ASSERT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props), S_OK);
+        pSource = ScriptedSource::Make(props, 0);
+        ASSERT_EQ(pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0), S_OK);
+        pCollector = ZrPtr<FrameCollector>::Attach(new FrameCollector(_bKeepFrames));
+        ASSERT_EQ(pMixer.As<IZrSender_I>()->SenderConnect(pCollector.Get(), u"test", u"rate_control=0", nullptr), S_OK);
+        pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&OnEvent), 0, reinterpret_cast<int64_t>(this));
+    }
+    void TearDown() override {
+        if (pMixer) pMixer->ObjectClose();
+    }
+    static HRESULT OnEvent(int64_t _llUser, const char16_t*, const char16_t* _szEvent, const char16_t* _szParam,
+                           IUnknown*) {
+        auto& test = *reinterpret_cast<MixerTest*>(_llUser);
+        MutexLock lock(test.mtx);
+        test.arrEvents.push_back(std::u16string(_szEvent) + u"/" + (_szParam ? _szParam : u""));
+        return S_OK;
+    }
+    int CountEvents(const std::u16string& _event) {
+        MutexLock lock(mtx);
+        return static_cast<int>(std::count(arrEvents.begin(), arrEvents.end(), _event));
+    }
+    eZrState State() {
+        eZrState eState = eZrS_Error;
+        pMixer->ObjectStateGet(&eState);
+        return eState;
+    }
+
+    VirtualClock clock;
+    Mutex mtx;
+    std::vector<std::u16string> arrEvents ZR_GUARDED_BY(mtx);
+    ZrPtr<IZrObject> pMixer;
+    ZrPtr<IZrFile> pFile;
+    ZrPtr<IZrProps> pProps;
+    ZrPtr<ScriptedSource> pSource;
+    ZrPtr<FrameCollector> pCollector;
+};
+
+TEST_F(MixerTest, OneFrameLeavesEveryPeriodOnAnExactLine) {
+    Make(30000.0 / 1001);
+    ASSERT_EQ(pMixer->ObjectStart(nullptr), S_OK);
+    EXPECT_EQ(pMixer->ObjectStart(nullptr), S_FALSE);
+    EXPECT_EQ(State(), eZrS_Running);
+    SleepFor(60 * kTicksPerSecond);
+    const int64_t rtClose = ClockNow();  // what is still on its way then goes out at once
+    pMixer->ObjectClose();
+    EXPECT_EQ(State(), eZrS_Closed);
+
+    const auto arrFrames = pCollector->Frames();
+    EXPECT_NEAR(static_cast<double>(arrFrames.size()), 1798.2, 2.0);
+    int64_t nSamples = 0;
+    for (size_t i = 0; i < arrFrames.size(); ++i) {
+        const auto n = static_cast<int64_t>(i);
+        ASSERT_EQ(arrFrames[i].time.rtStartTime, (2 * n * 1'001'000 + 3) / 6) << i;
+        ASSERT_EQ((arrFrames[i].time.eFFlags & eZrFF_Break) != 0, i == 0) << i;
+        nSamples += arrFrames[i].nSamples;
+        if (i > 1 && arrFrames[i].rtArrived < rtClose) {
+            const int64_t rtGap = arrFrames[i].rtArrived - arrFrames[i - 1].rtArrived;
+            ASSERT_NEAR(static_cast<double>(rtGap), 333666.67, 2.0) << i;
+        }
+    }
+    EXPECT_NEAR(static_cast<double>(nSamples), static_cast<double>(arrFrames.back().time.rtEndTime) * 48000 / 1e7, 1.0);
+}
+
+TEST_F(MixerTest, ATimedPauseHoldsTheLineThenRunsByItself) {
+    Make(25.0, true);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    ASSERT_EQ(pFile->FilePlayPause(2.5), S_OK);
+    EXPECT_EQ(State(), eZrS_Paused);
+    SleepFor(kTicksPerSecond);
+    double dblRemain = 0;
+    eZrState eState = eZrS_Error;
+    pFile->FileStateGet(&eState, &dblRemain);
+    EXPECT_NEAR(dblRemain, 1.5, 0.1);
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_EQ(State(), eZrS_Running);
+    SleepFor(kTicksPerSecond);
+    pMixer->ObjectClose();
+    EXPECT_EQ(CountEvents(u"pause/pause-done"), 2);
+    EXPECT_EQ(CountEvents(u"pause/2.500"), 1);
+
+    int nHeld = 0;
+    int32_t nLastNumber = -1;
+    int64_t rtEnd = 0;
+    for (const auto& received : pCollector->Frames()) {
+        const int32_t nNumber = ScriptedSource::NumberOf(received.pFrame.Get());
+        if (nNumber >= 0) {  // the source went on where it was: no picture was lost in the pause
+            ASSERT_EQ(nNumber, nLastNumber + 1);
+            nLastNumber = nNumber;
+            ASSERT_EQ(received.time.rtStartTime, rtEnd);
+            rtEnd = received.time.rtEndTime;
+        } else {
+            ++nHeld;
+            ASSERT_TRUE(received.time.eFFlags & eZrFF_Break);
+        }
+    }
+    EXPECT_NEAR(nHeld, 62.5, 1.5);
+}
+
+TEST_F(MixerTest, AStalledSourceCostsItsLimitOnceAndIsUsedAgain) {
+    Make(25.0, true);
+    pProps->PropsSet(u"object::rate_control", u"1");
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    pSource->bStalls = true;
+    SleepFor(3 * kTicksPerSecond);
+    EXPECT_EQ(pSource->rtWaited.load(), 250 * kTicksPerMs);
+    const size_t nStalled = pCollector->Count();
+    pSource->bStalls = false;
+    SleepFor(kTicksPerSecond);
+    pMixer->ObjectClose();
+    const auto arrFrames = pCollector->Frames();
+    EXPECT_GE(nStalled, 25u + 65u);  // 3 s less the 250 ms
+    EXPECT_GE(ScriptedSource::NumberOf(arrFrames.back().pFrame.Get()), 0);
+    for (size_t i = 1; i < arrFrames.size(); ++i) ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * int64_t(i)) << i;
+}
+
+TEST_F(MixerTest, ControlCallsInAnyOrderLeaveACleanMixer) {
+    Make(50.0);
+    std::vector<std::unique_ptr<Thread>> arrThreads;
+    static const int nRounds = StressRounds(10'000);
+    for (unsigned i = 0; i < 3; ++i) {
+        arrThreads.push_back(std::make_unique<Thread>());
+        arrThreads.back()->Start("control", [this, i](ManualEvent&) {
+            std::mt19937 random(i);
+            for (int n = 0; n < nRounds; ++n) {
+                switch (random() % 8) {
+                    case 0: pMixer->ObjectStart(nullptr); break;
+                    case 1: pMixer->ObjectClose(); break;
+                    case 2: pFile->FilePlayStart(); break;
+                    case 3: pFile->FilePlayPause(random() % 2 ? 0.0 : 0.1); break;
+                    case 4: pFile->FilePlayStop(0); break;
+                    case 5: pMixer->ObjectCommandExecute(u"pause", u"time=0.05", nullptr, nullptr); break;
+                    case 6: SleepFor(static_cast<int64_t>(random() % 100'000)); break;
+                    default: {
+                        ZrPtr<IZrFrame> pFrame;
+                        pMixer->ObjectFrameGet(pFrame.Out(), u"max_wait=0 pixel_format=0");
+                        break;
+                    }
+                }
+            }
+        });
+    }
+    for (auto& pThread : arrThreads) pThread->Join();
+    pMixer->ObjectClose();
+    EXPECT_EQ(State(), eZrS_Closed);
+    // It still works.
+    pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+    ASSERT_EQ(pFile->FilePlayStart(), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(State(), eZrS_Running);
+}
+
+TEST_F(MixerTest, ASteadyShowTakesNothingFromTheHeap) {
+    Make(25.0);
+    pSource->bNumbered = false;
+    pCollector->Reserve(10'000);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(5 * kTicksPerSecond);
+    const int64_t nBefore = AllocationCount();
+    const size_t nFrames = pCollector->Count();
+    SleepFor(20 * kTicksPerSecond);
+    EXPECT_GE(pCollector->Count(), nFrames + 499);
+    EXPECT_EQ(AllocationCount(), nBefore);
+    pMixer->ObjectClose();
+}
+
+}  // namespace
+}  // namespace zr

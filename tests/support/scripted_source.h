@@ -1,0 +1,79 @@
+#pragma once
+// A source whose frames and silences a test decides.
+
+#include <atomic>
+#include <functional>
+
+#include "attributes/props_impl.h"
+#include "framework/frame_factory_access.h"
+#include "media/transport_interfaces.h"
+#include "media/vid_props.h"
+#include "platform/clock.h"
+#include "platform/event.h"
+#include "platform/unknown.h"
+
+namespace zr {
+
+// Gives a frame at every get, numbered by its data "NUMB", unless it is told to stall. Has no pace of its own.
+class ScriptedSource final : public UnknownImpl<IZrSource_I> {
+public:
+    static ZrPtr<ScriptedSource> Make(const ZR_VID_PROPS& _vidProps, int32_t _nSamples) {
+        auto p = ZrPtr<ScriptedSource>::Attach(new ScriptedSource);
+        p->props.vidProps = _vidProps;
+        if (_nSamples > 0) p->props.audProps = {2, 48000, 16, 0};
+        IZrFFactory* pFactory = nullptr;
+        FrameFactory(&pFactory);
+        pFactory->ZrFFrameCreateFromMem(&p->props, 0, _nSamples, 0, p->pFrame.Out(), nullptr);
+        return p;
+    }
+    // The number of a frame that came from here, -1 for any other.
+    static int32_t NumberOf(IZrFFrame* _pFrame) {
+        int32_t cb = 0;
+        int64_t pb = 0;
+        if (Failed(_pFrame->ZrFDataGet(u"NUMB", &cb, &pb)) || cb != sizeof(int32_t)) return -1;
+        return *reinterpret_cast<const int32_t*>(pb);
+    }
+
+    std::atomic<bool> bStalls{false};
+    std::atomic<bool> bNumbered{true};  // numbers are attached, which allocates
+    std::atomic<int32_t> nGets{0};
+    std::atomic<int32_t> nNext{0};
+    std::atomic<int64_t> rtWaited{0};  // in all gets
+
+    HRESULT SourceFrameGet_I(int64_t _rtMaxWait, IZrFFrame** _ppFrame, const char16_t*) override {
+        uint64_t llReader = 1;
+        return SourceFrameGetEx_I(&llReader, _rtMaxWait, _ppFrame, nullptr);
+    }
+    HRESULT SourceFrameGetEx_I(uint64_t* _pllReaderID, int64_t _rtMaxWait, IZrFFrame** _ppFrame,
+                               const char16_t*) override {
+        if (*_pllReaderID == 0) *_pllReaderID = 77;
+        if (!_ppFrame) return S_OK;
+        *_ppFrame = nullptr;
+        nGets.fetch_add(1);
+        if (bStalls.load()) {
+            const int64_t rtBegin = ClockNow();
+            WaitOne(evNever, _rtMaxWait);
+            rtWaited.fetch_add(ClockNow() - rtBegin);
+            return ZR_E_TIMEOUT;
+        }
+        const HRESULT hr = pFrame->ZrFClone(_ppFrame, eZrFC_Reference, eZrFCC_Default);
+        if (Succeeded(hr) && bNumbered.load()) {
+            const int32_t n = nNext.fetch_add(1);
+            (*_ppFrame)->ZrFDataSet(u"NUMB", sizeof(n), reinterpret_cast<int64_t>(&n));
+        }
+        return hr;
+    }
+    HRESULT ReaderKeep(uint64_t) override { return S_OK; }
+    HRESULT ReaderRemove(uint64_t) override { return S_OK; }
+    HRESULT ProcessAdd(uint32_t) override { return E_NOTIMPL; }
+    HRESULT ProcessRemove(uint32_t) override { return E_NOTIMPL; }
+    HRESULT ProcessCheck(Waitable**) override { return E_NOTIMPL; }
+    HRESULT LastFrameGet(IZrFFrame** _ppFrame) override { return pFrame.CopyTo(_ppFrame); }
+
+private:
+    ZR_AV_PROPS props;
+    ZrPtr<IZrFFrame> pFrame;
+    ManualEvent evNever;
+};
+
+}  // namespace zr
