@@ -3,12 +3,11 @@
 #include <string_view>
 #include <utility>
 
-#include "attributes/attribute_line.h"
 #include "frame_module/converter_pool.h"
 #include "frame_module/frame.h"
+#include "frame_module/props_line.h"
 #include "media/vid_props.h"
 #include "platform/unknown.h"
-#include "platform/wide_text.h"
 
 namespace zr {
 
@@ -18,20 +17,12 @@ namespace {
 constexpr int32_t kSingleFrameQuality = 14;
 
 FRAME_CONVERT_OPTIONS OptionsInLine(const char16_t* _szLine) {
-    bool bQuality = false;
     FRAME_CONVERT_OPTIONS options =
         FRAME_CONVERT_OPTIONS::Read([&](const char16_t* _szName, std::u16string_view& _svValue) {
-            if (!_szLine) return false;
-            AttributeLineScanner scanner(_szLine);
-            while (scanner.Next()) {
-                if (scanner.IsBare() || !EqualNoCase(scanner.Name(), _szName)) continue;
-                _svValue = scanner.Value();
-                bQuality = bQuality || std::u16string_view(_szName) == u"scaling_quality";
-                return true;
-            }
-            return false;
+            return FindInLine(_szLine, _szName, &_svValue);
         });
-    if (!bQuality) options.nQuality = kSingleFrameQuality;
+    std::u16string_view svQuality;
+    if (!FindInLine(_szLine, u"scaling_quality", &svQuality)) options.nQuality = kSingleFrameQuality;
     return options;
 }
 

@@ -134,7 +134,8 @@ HRESULT VerticalFilter::Init_Dyn(int32_t _nSrcRows, int32_t _nDstRows, uint32_t 
     const int32_t nRows = _nDstRows / nDstStep;
     const double dblRatio = static_cast<double>(_nSrcRows) / _nDstRows;
     const int32_t nLast = _nSrcRows - 1;
-    const CANDIDATES even{0, nLast & ~1, nSrcStep}, odd{1, nLast, nSrcStep};
+    // The last even line is the bound of the even field only: a progressive picture shows its last line too.
+    const CANDIDATES even{0, nSrcStep == 2 ? nLast & ~1 : nLast, nSrcStep}, odd{1, nLast, nSrcStep};
     const double dblUnit = nDstStep == 1 && nSrcStep == 2 ? 2 : 1;
     const SHAPE shape = ShapeOf(dblRatio, _dblWidth, nDstStep == 1 || nSrcStep == 1, nSrcStep);
     nSrcRows = 0;  // not built

@@ -48,7 +48,7 @@ inline std::vector<PlainTap> PlainTaps(int32_t _hs, int32_t _hd, int32_t _fm, in
         if (k % 2 == 0) nAway = -nAway;
         if (dblCentre < dblNearest) nAway = -nAway;
         const int32_t nRow = int32_t(dblNearest) + nAway;
-        const int32_t nLast = _nParity == 0 ? (_hs - 1) / 2 * 2 : _hs - 1;
+        const int32_t nLast = _nParity == 0 && b == 2 ? (_hs - 1) / 2 * 2 : _hs - 1;
         if (nRow < _nParity || nRow > nLast || nRow % b != (b > 1 ? _nParity : 0)) continue;
         const double x = (nRow - dblCentre) * c;
         found.emplace_back(nRow, q != 0 ? p * std::exp(-x * x * q) : std::max(p - std::abs(x), 0.0));
