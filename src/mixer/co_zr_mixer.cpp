@@ -15,6 +15,7 @@ const ClassRegistrar registrarMixer(kClsidZrMixer, &MakeObject<CCoZrMixer>);
 
 CCoZrMixer::CCoZrMixer()
     : IZrPropsImpl<CCoZrMixer>(MixerProfile(), *this, lock_order::kProperties),
+      events(props.Object()),
       readers(props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
       core(props, format, readers, sender, events) {
@@ -22,7 +23,9 @@ CCoZrMixer::CCoZrMixer()
 }
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
-    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrProps, IZrFormat, IZrSource, IZrSource_I, IZrSender_I>(
+    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrProps, IZrFormat, IZrSource, IZrSource_I, IZrSender_I,
+                      IZrEventsAdvise>(
+
         this, _iid, _ppv);
 }
 
@@ -30,7 +33,7 @@ uint32_t CCoZrMixer::Release() {
     const uint32_t nLeft = references.Drop();
     if (nLeft == 0) {
         references.Add();  // whoever is told of the end may take a reference and give it back
-        core.control.ObjectClose();
+        ObjectClose();
         delete this;
     }
     return nLeft;
@@ -75,7 +78,11 @@ HRESULT CCoZrMixer::ObjectStart(IUnknown*) {
 }
 
 HRESULT CCoZrMixer::ObjectClose() {
-    return InterfaceCall([&] { return core.control.ObjectClose(); });
+    return InterfaceCall([&] {
+        const HRESULT hr = core.control.ObjectClose();
+        events.Close();
+        return hr;
+    });
 }
 
 HRESULT CCoZrMixer::ObjectStateGet(eZrState* _peState) {
@@ -85,14 +92,12 @@ HRESULT CCoZrMixer::ObjectStateGet(eZrState* _peState) {
 }
 
 HRESULT CCoZrMixer::ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) {
-    events.SetCallback(_pCallback, _llCallbackUserData);
-    return S_OK;
+    return events.SetCallback(_pCallback, _llCallbackUserData);
 }
 
 HRESULT CCoZrMixer::ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) {
-    events.SetFunctions(reinterpret_cast<PFOnEvent>(_lpPFOnEvent), reinterpret_cast<PFOnFrame>(_lpPFOnFrame),
-                        _llCallbackUserData);
-    return S_OK;
+    return events.SetFunctions(reinterpret_cast<PFOnEvent>(_lpPFOnEvent), reinterpret_cast<PFOnFrame>(_lpPFOnFrame),
+                               _llCallbackUserData);
 }
 
 HRESULT CCoZrMixer::ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown*,

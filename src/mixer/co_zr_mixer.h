@@ -2,7 +2,7 @@
 // The mixer as its hosts know it: the faces around the parts.
 
 #include "attributes/props_impl.h"
-#include "framework/callback_sink.h"
+#include "framework/events.h"
 #include "framework/object_format.h"
 #include "mixer/mixer_core.h"
 #include "platform/unknown.h"
@@ -22,6 +22,7 @@ class CCoZrMixer final : public IZrObject,
                          public IZrSourceImpl<CCoZrMixer>,
                          public IZrSource_IImpl<CCoZrMixer>,
                          public IZrSenderImpl<CCoZrMixer>,
+                         public IZrEventsImpl<CCoZrMixer>,
                          private IPropsHost,
                          private ISenderHost,
                          private ISourceHost {
@@ -35,6 +36,7 @@ public:
     // For the templates of its faces.
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
+    ObjectEvents& Events_I() { return events; }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
     // --- IZrObject
@@ -101,7 +103,7 @@ private:
     void OnReaderCount(size_t _nReaders) override;
 
     ReferenceCount references;
-    CallbackSink events;
+    ObjectEvents events;
     SourceReaders readers;
     Sender sender;
     MixerCore core;

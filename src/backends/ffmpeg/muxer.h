@@ -22,6 +22,7 @@ struct OUTPUT_OPTIONS {
     std::string strAudioOptions;
     int64_t nAudioBitrate = 0;
     bool bLive = false;
+    int64_t nMostFrames = 0;  // 0: as many as come
 };
 
 // Sets the options of a text "name=value:name=value", blanks or colons between, on top of what is there.

@@ -65,6 +65,8 @@ HRESULT FFmpegWriter::ReadOptions_I(const char16_t* _bsParam, bool _bUrl, OUTPUT
             _pOptions->nAudioBitrate = ReadBitrate(svValue);
         else if (EqualNoCase(svName, u"live"))
             _pOptions->bLive = ReadBool(svValue);
+        else if (EqualNoCase(svName, u"frames"))
+            _pOptions->nMostFrames = static_cast<int64_t>(std::clamp(ParseDouble(svValue, nullptr), 0.0, 1e15));
         else {
             MutexLock lock(mtx);
             strError = "There is no parameter \"" + ToUtf8(svName) + "\" of the writer.";
@@ -103,6 +105,7 @@ HRESULT FFmpegWriter::WriterOpen(const char16_t* _bsPath, const char16_t* _bsPar
         {
             MutexLock lockState(mtx);
             bLive = options.bLive;
+            nFramesLeft = options.nMostFrames > 0 ? options.nMostFrames : -1;
             bTaking = true;
         }
         hr = thread.Start("zr writer", [this](ManualEvent& _evStop) { RunThread(_evStop); });
@@ -184,7 +187,7 @@ HRESULT FFmpegWriter::MediaReceive(const char16_t*, IUnknown*, IZrFFrame* _pFram
     for (;;) {
         {
             MutexLock lock(mtx);
-            if (!bTaking || Failed(state.hrResult)) return kReceiverEnded;
+            if (!bTaking || Failed(state.hrResult) || nFramesLeft == 0) return kReceiverEnded;
             const bool bFull = arrItems.size() >= (bLive ? kMostWaitingLive : kMostWaiting);
             if (!bFull || bLive) {
                 try {
@@ -193,6 +196,7 @@ HRESULT FFmpegWriter::MediaReceive(const char16_t*, IUnknown*, IZrFFrame* _pFram
                     return E_OUTOFMEMORY;
                 }
                 state.nDropped += bFull;
+                if (nFramesLeft > 0) --nFramesLeft;
                 break;
             }
             evRoom.Reset();

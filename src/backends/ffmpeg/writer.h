@@ -72,6 +72,7 @@ private:
     std::deque<ITEM> arrItems ZR_GUARDED_BY(mtx);
     bool bTaking ZR_GUARDED_BY(mtx) = false;
     bool bLive ZR_GUARDED_BY(mtx) = false;
+    int64_t nFramesLeft ZR_GUARDED_BY(mtx) = -1;  // to take before the end; negative: no limit
     ZR_VID_PROPS vidExpected ZR_GUARDED_BY(mtx);  // what the sender said
     ZR_AUD_PROPS audExpected ZR_GUARDED_BY(mtx);
     ZR_WRITER_STATE state ZR_GUARDED_BY(mtx);
