@@ -261,6 +261,27 @@ TEST(SourceReaders, APutWaitsForTheFirstReaderAndForItsFetch) {
     EXPECT_EQ(arrResults.back(), ZR_E_WRONG_STATE);
 }
 
+// A frame that was on its way when the flush came does not show after it.
+TEST(SourceReaders, AFlushEndsThePutThatWaits) {
+    VirtualClock clock;
+    Door door;
+    const uint64_t llID = door.NewReader();
+    ASSERT_EQ(door.Put(0), S_OK);
+    for (const uint32_t nFlags : {0u, uint32_t{eZrFF_Break}}) {
+        Thread producer;
+        HRESULT hr = S_OK;
+        producer.Start("producer", [&](ManualEvent&) { hr = door.Put(1, nFlags, kPutWaitForReaders); });
+        SleepFor(5 * kMs);
+        const int64_t rtFlush = ClockNow();
+        door.readers.Flush();
+        producer.Join();
+        EXPECT_EQ(ClockNow(), rtFlush);
+        EXPECT_EQ(hr, ZR_E_WRONG_STATE);
+        EXPECT_EQ(door.Get(llID, -1), E_ABORT);
+        ASSERT_EQ(door.Put(2, eZrFF_Break), S_OK);
+    }
+}
+
 // Any order of calls from three threads: every get ends, with a frame or a known status, and nothing is left over.
 TEST(SourceReaders, RandomCallsFromThreeThreads) {
     Door door;
