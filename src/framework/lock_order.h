@@ -17,6 +17,8 @@ namespace zr::lock_order {
 inline constexpr LockRank kHostState{90, "state lock of a mixer"};
 // Start, stop, play and close of an object, one at a time; held while its threads are joined.
 inline constexpr LockRank kState{100, "state lock"};
+// How a file source plays, and its worker.
+inline constexpr LockRank kFilePlay{150, "play lock of a file"};
 // The tree of an object's keys; held by a set through the change hook, which may rebuild the background.
 inline constexpr LockRank kProperties{200, "property lock"};
 // Edits of the stream table, and the collection of sources for a synchronous cycle.

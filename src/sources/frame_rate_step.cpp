@@ -282,7 +282,7 @@ HRESULT FrameRateStep::Stamp(IZrFFrame& _frame, const SHOWN& _picture, bool _bLa
     time.eFFlags = _picture.eFlags & ~(eRepeatOrBreak | eZrFF_Last);
     if (_picture.bGiven) time.eFFlags |= eZrFF_Dup;
     if (bFirst) time.eFFlags |= eZrFF_Break;
-    if (_bLast) time.eFFlags |= eZrFF_Last;
+    if (_bLast && bMarkLast) time.eFFlags |= eZrFF_Last;
     hr = _frame.ZrFTimeSet(&time);
     if (Failed(hr) || std::abs(_picture.dblRate - dblRate) <= kSameRate) return hr;
     ZR_AV_PROPS props;

@@ -44,8 +44,11 @@ public:
     // Takes a frame of a worker: a picture, its time, and the sound of that time. A frame with a break of its own
     // begins a new run. The frame belongs to the step from here on. The frame's failure, or E_OUTOFMEMORY.
     HRESULT Put(IZrFFrame* _pFrame, const INPUT& _input);
-    // There is no frame after those that were put.
-    void PutEnd() { bEnded = true; }
+    // There is no frame after those that were put. _bMarkLast: the last output frame has the last flag.
+    void PutEnd(bool _bMarkLast = true) {
+        bEnded = true;
+        bMarkLast = _bMarkLast;
+    }
     bool IsEnded() const { return bEnded; }
 
     // The next frame of the output. S_FALSE: another input frame is needed first. Win32Error(1100): all were given.
@@ -94,6 +97,7 @@ private:
 
     bool bStarted = false;
     bool bEnded = false;
+    bool bMarkLast = true;
     bool bLastGiven = false;
     bool bFirst = false;  // the next frame is the first of a run
     int64_t nSlot = 0;    // the next one, counted from the bases

@@ -217,6 +217,12 @@ int32_t SourceReaders::WaitForReaders(IZrFFrame& _frame, bool _bLive, int32_t _n
     return 1;
 }
 
+HRESULT SourceReaders::WaitFetched(int64_t _rtMaxWait, Waitable* _pStop) {
+    ReaderPtr pReader;
+    if (FindAwaited(INT32_MAX, pReader) != Awaited::Reader) return S_OK;
+    return WaitAny({_pStop, &evStop, &pReader->evTaken}, _rtMaxWait) == 2 ? S_OK : S_FALSE;
+}
+
 // The first reader in order that still holds a frame; the rest need not be looked at.
 SourceReaders::Awaited SourceReaders::FindAwaited(int32_t _nCycles, ReaderPtr& _pReader) const {
     CRWReadScope lock(lockReaders);

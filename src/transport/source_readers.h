@@ -67,6 +67,9 @@ public:
     // was stopped during the wait. The frame is not kept then.
     HRESULT PutFrame(IZrFFrame* _pFrame, int32_t _nPutWait, int64_t _rtMaxWait, Waitable* _pStop = nullptr,
                      int32_t* _pnReaders = nullptr, int32_t* _pnWaited = nullptr);
+    // Waits until the first reader that has not fetched its frame does, at most _rtMaxWait ticks. _pStop (may be null)
+    // ends the wait. S_OK: no reader is waited for any more. S_FALSE: the wait ended before.
+    HRESULT WaitFetched(int64_t _rtMaxWait, Waitable* _pStop);
     // The time line breaks off, or the object stops: what nobody has fetched is dropped, gets and puts under way end.
     // The next break opens the source again.
     void Flush();

@@ -66,10 +66,12 @@ void CheckAll(const MEDIA_SCRIPT& _script, RATE _out) {
         if (_script.nSampleRate > 0) {
             const int64_t nEnd = SamplesOf(nSlot + 1, _out, _script.nSampleRate), nMedia = _script.SampleAt(rtEnd);
             ASSERT_EQ(static_cast<int64_t>(frame.arrSamples.size()), nEnd - nSample) << nSlot;
+            bool bSame = true;
             for (const int32_t n : frame.arrSamples) {
-                ASSERT_EQ(n, nSample < nMedia ? static_cast<int32_t>(nSample) : 0) << nSlot;
+                bSame &= n == (nSample < nMedia ? static_cast<int32_t>(nSample) : 0);
                 ++nSample;
             }
+            ASSERT_TRUE(bSame) << nSlot;
         } else {
             ASSERT_TRUE(frame.arrSamples.empty());
         }

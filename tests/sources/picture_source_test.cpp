@@ -100,14 +100,40 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
     EXPECT_EQ(source.WorkerFrameGet(0, pFrame.Out()), E_ABORT);
 }
 
-TEST(PictureSource, SaysWhyAPictureFileCannotBeOpened) {
+TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
+    const std::string strFile = testing::TempDir() + "zr_picture_source.bmp";
+    const std::u16string strName(strFile.begin(), strFile.end());
+    ZR_AV_PROPS props;
+    props.vidProps.fccType = eZrFCC_RGB32;
+    props.vidProps.nWidth = 20;
+    props.vidProps.nHeight = -10;
+    ZrPtr<IZrFFrame> pFrame;
+    CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), u"color=red");
+    ASSERT_EQ(pFrame->ZrFVideoSaveToFile(strName.c_str()), S_OK);
+
     const auto pSource = ZrPtr<PictureSource>::Attach(new PictureSource);
+    props = {};
+    props.vidProps.dblRate = 50;
+    pSource->FormatSet(props);
+    ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"img.default_duration=1", 0), S_OK);
+    int nFrames = 0;
+    while (pSource->WorkerFrameGet(0, pFrame.Out()) == S_OK) {
+        ZRF_FRAME_INFO info;
+        pFrame->ZrFAllGet(&info);
+        EXPECT_EQ(info.avProps.vidProps.nWidth, 20);
+        EXPECT_EQ(info.avProps.vidProps.dblRate, 50);
+        EXPECT_EQ(reinterpret_cast<const uint8_t*>(info.lpVideo)[2], 255);
+        EXPECT_EQ(info.mTime.rtStartTime, 200'000 * nFrames++);
+    }
+    EXPECT_EQ(nFrames, 50);
+    remove(strFile.c_str());
+
     EXPECT_TRUE(IsPictureName(u"/nowhere/logo.PNG"));
     EXPECT_FALSE(IsPictureName(u"/nowhere/clip.mp4"));
-    EXPECT_LT(pSource->WorkerOpen(u"/nowhere/logo.png", nullptr, 0), 0);
+    EXPECT_EQ(pSource->WorkerOpen(strName.c_str(), nullptr, 0), ZR_E_NOT_FOUND_FILE);
     BSTR bs = nullptr;
     ASSERT_EQ(pSource->WorkerErrorGet(&bs), S_OK);
-    EXPECT_GT(SysStringLen(bs), 10u);
+    EXPECT_EQ(std::u16string(bs), u"There is no such file.");
     SysFreeString(bs);
 }
 

@@ -24,7 +24,11 @@ struct MEDIA_SCRIPT {
     std::vector<int64_t> arrStarts;  // not empty: times of frames without a rate; one more than frames
     int32_t nSampleRate = 48000;     // one channel of 32 bits; 0: no sound
     int64_t rtFrameTime = 0;         // what decoding a frame takes
-    int64_t nStallAt = -1;           // this frame does not come until the worker is released
+    int64_t nStallAt = -1;           // this frame does not come
+    int64_t nFailAt = -1;            // this one cannot be read
+    HRESULT hrOpen = S_OK;
+    bool bOpenHangs = false;  // opening waits until it is released
+    bool bSeekable = true;
     bool bLive = false;
 
     int64_t StartOf(int64_t _n) const {
@@ -120,11 +124,17 @@ public:
         evRelease.Set();
         return S_OK;
     }
-    HRESULT WorkerOpen(const char16_t* _bsFile, const char16_t* _bsParam, int64_t) override {
+    HRESULT WorkerOpen(const char16_t* _bsFile, const char16_t* _bsParam, int64_t _rtMaxWait) override {
         strFile = _bsFile;
         strParam = _bsParam ? _bsParam : u"";
-        bOpen = true;
-        return hrOpen;
+        nNext = 0;
+        bBreak = true;
+        bClosed = false;
+        evRelease.Reset();
+        if (script.bOpenHangs && WaitOne(evRelease, _rtMaxWait)) return E_ABORT;
+        if (script.bOpenHangs) return ZR_E_TIMEOUT;
+        bOpen = Succeeded(script.hrOpen);
+        return script.hrOpen;
     }
     HRESULT WorkerInfoGet(ZR_FILE_INFO* _pInfo, BSTR* _pbsInfo) override {
         if (!bOpen) return ZR_E_NOT_RUNNING;
@@ -134,7 +144,7 @@ public:
         _pInfo->audProps = script.AudProps();
         _pInfo->nVideoTracks = 1;
         _pInfo->nAudioTracks = script.nSampleRate > 0 ? 1 : 0;
-        _pInfo->bSeekable = script.bLive ? 0 : 1;
+        _pInfo->bSeekable = !script.bLive && script.bSeekable ? 1 : 0;
         _pInfo->bLive = script.bLive ? 1 : 0;
         if (_pbsInfo) *_pbsInfo = SysAllocString(u"<info format='script'/>");
         return S_OK;
@@ -145,6 +155,7 @@ public:
         nGets.fetch_add(1);
         if (nNext >= script.Frames()) return Win32Error(1100);
         if (nNext == script.nStallAt) return WaitOne(evRelease, _rtMaxWait) ? E_ABORT : ZR_E_TIMEOUT;
+        if (nNext == script.nFailAt) return ZR_E_INVALID_DATA;
         if (script.rtFrameTime > 0) SleepFor(script.rtFrameTime);
         eZrFrameFlags eFlags = bBreak ? eZrFF_Break : eZrFF_None;
         if (nNext + 1 == script.Frames()) eFlags |= eZrFF_Last;
@@ -154,7 +165,7 @@ public:
         return S_OK;
     }
     HRESULT WorkerSeek(double _dblPos, double) override {
-        if (script.bLive) return ZR_E_NOT_SUPPORTED;
+        if (script.bLive || !script.bSeekable) return ZR_E_NOT_SUPPORTED;
         const auto rt = static_cast<int64_t>(std::llround(_dblPos * 1e7));
         for (nNext = 0; nNext < script.Frames() && script.StartOf(nNext + 1) <= rt;) ++nNext;
         bBreak = true;
@@ -167,7 +178,6 @@ public:
     }
 
     MEDIA_SCRIPT script;
-    HRESULT hrOpen = S_OK;
     std::u16string strFile, strParam;
     std::atomic<int32_t> nGets{0}, nSeeks{0};
 
