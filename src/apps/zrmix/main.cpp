@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.failure_message(CLI::FailureMessage::simple);
     zrmix::AddPlay(app);
+    zrmix::AddConvert(app);
     zrmix::AddProbe(app);
     zrmix::AddFormats(app);
     zrmix::AddKeys(app);
