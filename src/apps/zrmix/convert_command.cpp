@@ -29,6 +29,8 @@ struct CONVERT_OPTIONS {
     std::string strProps;
 };
 
+constexpr HRESULT kNoConversion = static_cast<HRESULT>(0x80040201u);
+
 const std::map<std::string, eZrFCC> mapPixelFormats = {
     {"v210", eZrFCC_v210},   {"i420", eZrFCC_I420},   {"yv12", eZrFCC_YV12},     {"nv12", eZrFCC_NV12},
     {"yuy2", eZrFCC_YUY2},   {"hdyc", eZrFCC_HDYC},   {"yvyu", eZrFCC_YVYU},     {"uyvy", eZrFCC_UYVY},
@@ -80,6 +82,21 @@ void CheckFile(HRESULT _hr, const std::string& _strWhat) {
     Check(_hr, _strWhat);
 }
 
+// Some pairs of formats have no way from one to the other but over 4:2:2.
+HRESULT ConvertFrame(ZrPtr<IZrFrame>* _ppFrame, const ZR_VID_PROPS& _wanted, const std::string& _strLine) {
+    ZrPtr<IZrFrame> pConverted;
+    HRESULT hr = (*_ppFrame)->FrameConvert(&_wanted, pConverted.Out(), Text(_strLine).Get());
+    if (hr == E_FAIL || hr == kNoConversion) {
+        ZR_VID_PROPS between = _wanted;
+        between.fccType = _wanted.nHeight >= 720 ? eZrFCC_HDYC : eZrFCC_UYVY;
+        ZrPtr<IZrFrame> pBetween;
+        hr = (*_ppFrame)->FrameConvert(&between, pBetween.Out(), Text(_strLine).Get());
+        if (Succeeded(hr)) hr = pBetween->FrameConvert(&_wanted, pConverted.Out(), nullptr);
+    }
+    if (Succeeded(hr)) *_ppFrame = pConverted;
+    return hr;
+}
+
 void Convert(const CONVERT_OPTIONS& _options) {
     ZrPtr<IZrFrames> pFrames;
     Check(ZrCreateInstance(kClsidZrFrameFactory, pFrames), "maker of frames");
@@ -97,9 +114,7 @@ void Convert(const CONVERT_OPTIONS& _options) {
         wanted.fccType =
             _options.strPixelFormat.empty() ? props.vidProps.fccType : mapPixelFormats.at(_options.strPixelFormat);
         if (!_options.strScaleType.empty()) wanted.eScaleType = mapScaleTypes.at(_options.strScaleType);
-        ZrPtr<IZrFrame> pConverted;
-        Check(pFrame->FrameConvert(&wanted, pConverted.Out(), Text(strLine).Get()), _options.strIn);
-        pFrame = pConverted;
+        Check(ConvertFrame(&pFrame, wanted, strLine), _options.strIn);
     }
     CheckFile(pFrame->FrameVideoSaveToFile(Text(_options.strOut).Get()), _options.strOut);
 }
