@@ -88,7 +88,7 @@ HRESULT ConvertFrame(ZrPtr<IZrFrame>* _ppFrame, const ZR_VID_PROPS& _wanted, con
     HRESULT hr = (*_ppFrame)->FrameConvert(&_wanted, pConverted.Out(), Text(_strLine).Get());
     if (hr == E_FAIL || hr == kNoConversion) {
         ZR_VID_PROPS between = _wanted;
-        between.fccType = _wanted.nHeight >= 720 ? eZrFCC_HDYC : eZrFCC_UYVY;
+        between.fccType = eZrFCC_UYVY;
         ZrPtr<IZrFrame> pBetween;
         hr = (*_ppFrame)->FrameConvert(&between, pBetween.Out(), Text(_strLine).Get());
         if (Succeeded(hr)) hr = pBetween->FrameConvert(&_wanted, pConverted.Out(), nullptr);
