@@ -111,7 +111,7 @@ private:
 
 #ifdef ZR_LOCK_ORDER
     const LockRank& Rank() const { return rank; }
-    const LockRank rank;
+    const LockRank rank{};
 #else
     static constexpr LockRank Rank() { return {}; }
 #endif

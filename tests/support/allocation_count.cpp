@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "frame_module/address_check.h"
+
 namespace {
 
 std::atomic<int64_t> nAllocations{0};
@@ -13,7 +15,7 @@ std::atomic<int64_t> nAllocations{0};
 
 int64_t zr::AllocationCount() { return nAllocations.load(std::memory_order_relaxed); }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(ZR_ADDRESS_CHECK) && !defined(__SANITIZE_THREAD__)
 
 namespace {
 
