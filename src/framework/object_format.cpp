@@ -6,6 +6,7 @@
 #include "attributes/interface_call.h"
 #include "media/aud_props.h"
 #include "media/format_table.h"
+#include "media/pixel_format.h"
 #include "media/vid_props.h"
 
 namespace zr {
@@ -67,7 +68,8 @@ HRESULT ObjectFormat::VideoSet(eZrFormatType _eFormatType, const ZR_VID_PROPS* _
     } else if (!bRateOnly) {
         NormalizeProps(&props, false);
         NormalizeProps(&props, true);  // completes what the first run recognised
-        if (!PropsValid(&props, true)) return E_INVALIDARG;
+        if (props.nRowBytes <= 0) props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
+        if (!PropsValid(&props, true) || props.nRowBytes <= 0) return E_INVALIDARG;
     }
     MutexLock lock(mtx);
     arrFormats[_eFormatType].vidProps = props;

@@ -9,7 +9,6 @@
 int main(int argc, char** argv) {
     CLI::App app{"Mixes files, pictures and test signals into a file or a stream.", "zrmix"};
     app.require_subcommand(1);
-    app.failure_message(CLI::FailureMessage::simple);
     zrmix::AddPlay(app);
     zrmix::AddConvert(app);
     zrmix::AddProbe(app);
@@ -19,7 +18,9 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
         return zrmix::kDone;
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? zrmix::kDone : zrmix::kUsage;  // help is no error
+        if (error.get_exit_code() == 0) return app.exit(error);  // help
+        std::fprintf(stderr, "zrmix: %s; \"zrmix --help\" tells more\n", error.what());
+        return zrmix::kUsage;
     } catch (const zrmix::UsageError& error) {
         std::fprintf(stderr, "zrmix: %s\n", error.what());
         return zrmix::kUsage;

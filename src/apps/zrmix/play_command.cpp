@@ -1,12 +1,14 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "apps/zrmix/commands.h"
+#include "apps/zrmix/frame_watch.h"
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
 
@@ -45,6 +47,10 @@ public:
         MakeMixer();
         SetBackground();
         SetFormat();
+        if (options.output == "null") {
+            Watch();
+            return;
+        }
         OpenWriter();
         Check(pMixer->ObjectStart(nullptr), "mixer");
         WaitForEnd();
@@ -52,7 +58,9 @@ public:
     }
 
 private:
-    bool Fast() const { return options.bFast || (!options.bRealtime && !IsUrl(options.output)); }
+    bool Fast() const {
+        return options.bFast || (!options.bRealtime && options.output != "null" && !IsUrl(options.output));
+    }
 
     void MakeMixer() {
         Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
@@ -110,7 +118,7 @@ private:
         const auto pStreams = pMixer.As<zr::IZrStreams>();
         zr::ZrPtr<zr::IZrItem> pItem;
         const zr::HRESULT hr = pStreams->StreamsBackgroundSet(nullptr, zr::Text(std::string_view(options.file)).Get(),
-                                                              u"loop='false'", pItem.Out(), 0);
+                                                              u"loop='false' eof_stop='true'", pItem.Out(), 0);
         if (zr::Failed(hr)) throw RunError(options.file, hr);
     }
 
@@ -124,6 +132,27 @@ private:
             if (props.nWidth > 0 && name.Utf8() == options.format) return props;
         }
         throw UsageError("--format " + options.format + ": no such format; \"zrmix formats\" lists them");
+    }
+
+    // Frames go nowhere; what is shown is when they came.
+    void Watch() {
+        const int64_t nMost = dblTotal > 0 ? std::llround(dblTotal * propsOutput.dblRate) : 0;
+        FrameWatch watch(pMixer.As<zr::IZrSource>().Get(), propsOutput.dblRate);
+        Check(pMixer->ObjectStart(nullptr), "mixer");
+        RUN_FIGURES figures{0, 0, 0, propsOutput.dblRate};
+        while (!bInterrupted && (nMost == 0 || figures.nFrames < nMost)) {
+            if (!watch.Next()) throw RunError(options.file + ": no frame came for a second");
+            figures.nFrames = watch.Figures().nFrames;
+            figures.nDropped = watch.Figures().nBreaks;
+            figures.dblMediaSeconds = static_cast<double>(figures.nFrames) / propsOutput.dblRate;
+            progress.Show(figures, dblTotal);
+        }
+        pMixer->ObjectClose();
+        progress.Summary(figures, options.output);
+        if (!options.style.bQuiet) {
+            std::fprintf(stderr, "mean rate %.6f frames/s, latest %.3f ms; %s\n", watch.Figures().dblMeanRate,
+                         watch.Figures().dblWorstMs, watch.Figures().Text().c_str());
+        }
     }
 
     void OpenWriter() {
@@ -150,7 +179,7 @@ private:
         if (zr::Succeeded(_hr)) return;
         std::string reason;
         zr::GetText([&](zr::BSTR* _pbs) { return pWriter->WriterErrorGet(_pbs); }, reason);
-        throw RunError(options.output + ": " + (reason.empty() ? zr::StatusText(_hr) : reason));
+        throw RunError(reason.empty() ? options.output + ": " + zr::StatusText(_hr) : reason);
     }
 
     void WaitForEnd() {
@@ -171,7 +200,9 @@ private:
         double dblRemain = 0;
         if (zr::Failed(pStreams->StreamsBackgroundGet(nullptr, pItem.Out())) || !pItem) return true;
         const auto pFile = pItem.As<zr::IZrFile>();
-        return !pFile || zr::Failed(pFile->FileStateGet(&eState, &dblRemain)) || eState < zr::eZrS_Paused;
+        if (!pFile || zr::Failed(pFile->FileStateGet(&eState, &dblRemain))) return true;
+        if (eState >= zr::eZrS_Paused) bSourcePlayed = true;  // it starts with the first frame that is asked for
+        return bSourcePlayed && eState < zr::eZrS_Paused;
     }
 
     zr::ZR_WRITER_STATE State() {
@@ -202,6 +233,7 @@ private:
     zr::ZR_VID_PROPS propsOutput;
     double dblTotal = 0;  // seconds; 0 not known
     int64_t nWanted = 0;  // frames; 0 as many as come
+    bool bSourcePlayed = false;
 };
 
 }  // namespace
@@ -211,7 +243,10 @@ void AddPlay(CLI::App& _app) {
     const auto pOptions = std::make_shared<PLAY_OPTIONS>();
     PLAY_OPTIONS& o = *pOptions;
     pCommand->add_option("FILE", o.file, "A file, a URL, a picture, or a colour such as \"black\".")->required();
-    pCommand->add_option("-o,--output", o.output, "Where to: a file (mp4, mkv, mov, ts, nut) or a URL.")->required();
+    pCommand
+        ->add_option("-o,--output", o.output,
+                     "Where to: a file (mp4, mkv, mov, ts, nut), a URL, or \"null\" to measure only.")
+        ->required();
     pCommand->add_option("--format", o.format, "Output format by name; without it that of the file.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it all of the file.")
         ->check(CLI::PositiveNumber);

@@ -70,7 +70,11 @@ HRESULT Muxer::Open(const std::string& _strPath, const OUTPUT_OPTIONS& _options)
     const AVOutputFormat* const pKind = FormatOf(_strPath, _options.strFormat);
     if (!pKind && !_options.strFormat.empty())
         return Fail(E_INVALIDARG, "there is no kind of file called \"" + _options.strFormat + "\"");
-    if (!pKind) return Fail(E_INVALIDARG, "its ending does not name a kind of media file");
+    if (!pKind) {
+        std::error_code error;
+        if (std::filesystem::is_directory(_strPath, error)) return Check(AVERROR(EISDIR));
+        return Fail(E_INVALIDARG, "its ending does not name a kind of media file");
+    }
     if (avformat_alloc_output_context2(&pFormat, pKind, nullptr, _strPath.c_str()) < 0) return E_OUTOFMEMORY;
     pFormat->interrupt_callback = interrupt.Callback();
     if (_options.bLive) pFormat->flags |= AVFMT_FLAG_FLUSH_PACKETS;
