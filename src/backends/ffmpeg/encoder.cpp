@@ -277,27 +277,52 @@ HRESULT VideoEncoder::NextBuffer() {
     return S_OK;
 }
 
+// The frame in the pixel format that the encoder takes, by the library's own converter, which keeps fields apart.
+// Empty: it has that format already, or there is no such way, and the other converter goes it.
+ZrPtr<IZrFFrame> VideoEncoder::InEncoderFormat(IZrFFrame& _frame, const ZR_AV_PROPS& _props) const {
+    bool bFullRange = false;
+    const AVPixelFormat eWanted = PlainFormat(pContext->pix_fmt, &bFullRange);
+    const eZrFCC fccWanted = FamilyFormatOf(eWanted, pContext->colorspace, pContext->height);
+    const eZrFCC fccHas = _props.vidProps.fccType;
+    if (bFullRange || LayoutOfFamily(fccWanted) != eWanted || LayoutOfFamily(fccHas) == eWanted) return {};
+    const auto Convert = [&](IZrFFrame& _from, eZrFCC _fccType) {
+        ZR_AV_PROPS wanted;
+        wanted.vidProps = _props.vidProps;
+        wanted.vidProps.fccType = _fccType;
+        wanted.vidProps.nHeight = AbsHeight(wanted.vidProps.nHeight);
+        wanted.vidProps.nRowBytes = 0;
+        ZrPtr<IZrFFrame> pConverted;
+        const HRESULT hr = _from.ZrFConvert(&wanted, pConverted.Out(), nullptr, nullptr, nullptr);
+        return hr == S_OK ? pConverted : ZrPtr<IZrFFrame>();
+    };
+    // Planar formats are made of RGB with the matrix of BT.601; the other one comes by way of HDYC.
+    const bool bOver709 = PixelFormatBottomUp(fccHas) && pContext->colorspace == AVCOL_SPC_BT709;
+    if (!bOver709 || fccWanted == eZrFCC_HDYC) return Convert(_frame, fccWanted);
+    const ZrPtr<IZrFFrame> pBetween = Convert(_frame, eZrFCC_HDYC);
+    return pBetween ? Convert(*pBetween, fccWanted) : pBetween;
+}
+
 // The frame's picture in the encoder's size and format, as pCurrent.
 HRESULT VideoEncoder::ToEncoder(IZrFFrame& _frame) {
     ZR_AV_PROPS props;
     ZRF_VID_PTR planes;
     HRESULT hr = _frame.ZrFAVPropsGet(&props, nullptr);
-    if (Succeeded(hr)) hr = _frame.ZrFVideoGetBytesEx(&planes);
     if (Succeeded(hr)) hr = NextBuffer();
+    if (Failed(hr)) return muxer.Fail(hr, StatusReason(hr));
+    const ZrPtr<IZrFFrame> pConverted = InEncoderFormat(_frame, props);
+    IZrFFrame& frame = pConverted ? *pConverted : _frame;
+    hr = frame.ZrFAVPropsGet(&props, nullptr);
+    if (Succeeded(hr)) hr = frame.ZrFVideoGetBytesEx(&planes);
     if (Failed(hr)) return muxer.Fail(hr, StatusReason(hr));
     RAW_PICTURE from;
     if (!PlanesOfFrame(props.vidProps, planes, &from))
         return muxer.Fail(ZR_E_NOT_SUPPORTED, "the pixel format of a frame cannot be encoded");
     RAW_PICTURE to = PlanesOfAvFrame(*pCurrent);
     if (props.vidProps.fccType == eZrFCC_v210) {
-        if (from.eFormat == to.eFormat && from.nWidth == to.nWidth && from.nHeight == to.nHeight) {
-            UnpackV210(from.arrPlanes[0], from.arrStrides[0], to);
-            return S_OK;
-        }
+        const AVColorSpace eSpace = from.eSpace;
         hr = scratch.Make(from.eFormat, from.nWidth, from.nHeight);
         if (Failed(hr)) return muxer.Fail(hr, StatusReason(hr));
         UnpackV210(from.arrPlanes[0], from.arrStrides[0], scratch.Planes());
-        const AVColorSpace eSpace = from.eSpace;
         from = scratch.Planes();
         from.eSpace = eSpace;
     }
@@ -509,6 +534,7 @@ HRESULT AudioEncoder::Finish(int64_t _nLength) {
         PointPlanes(static_cast<size_t>(nKeep) * kWidestSample);
         av_audio_fifo_read(pFifo.get(), reinterpret_cast<void**>(arrOutPlanes.data()), static_cast<int>(nKeep));
         av_audio_fifo_write(pShort.get(), reinterpret_cast<void**>(arrOutPlanes.data()), static_cast<int>(nKeep));
+        nTaken = nSent + nKeep;
         pFifo = std::move(pShort);
     }
     if (Succeeded(hr)) hr = Drain(true);

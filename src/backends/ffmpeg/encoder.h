@@ -13,6 +13,7 @@ extern "C" {
 #include "backends/ffmpeg/muxer.h"
 #include "backends/ffmpeg/pixel_map.h"
 #include "zr/frame.h"
+#include "zr/ptr.h"
 #include "zr/records.h"
 
 namespace zr {
@@ -71,6 +72,7 @@ public:
 
 private:
     HRESULT OpenWith(const AVCodec& _codec, const ZR_VID_PROPS& _props, const OUTPUT_OPTIONS& _options);
+    ZrPtr<IZrFFrame> InEncoderFormat(IZrFFrame& _frame, const ZR_AV_PROPS& _props) const;
     HRESULT ToEncoder(IZrFFrame& _frame);
     HRESULT NextBuffer();
 
