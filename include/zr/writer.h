@@ -26,12 +26,17 @@ struct ZR_WRITER_STATE {
 struct IZrWriter : IUnknown {
     static constexpr GUID kIid = GuidOf("5D94E1B2-0C7F-4A68-93E5-7A1F60B8D42C");
 
-    // Where to: a path or a URL. The kind of file follows from its ending (mp4, mkv, mov, ts, nut, ...), from the
-    // protocol of the URL, or from "format" of _bsParam (may be null), an attribute line: "format", "video.codec"
-    // (h264), "video.bitrate", "video.options", "audio.codec" (aac), "audio.bitrate", "audio.options", "live" (true for
-    // a URL), "frames" (how many are taken; then the writer has ended and leaves its sender). The output is made and
-    // opened here; encoders are, with the first frame. Results: the system's error for what cannot be made;
-    // E_INVALIDARG: no such kind of file, codec or key.
+    // Where to: a path or a URL. The kind of file follows from its ending (mp4, mkv, mov, ts, nut, m3u8, raw, ...),
+    // from the protocol of the URL, or from "format". _bsParam (may be null), an attribute line:
+    //   "format", "video.codec" (h264 where the kind takes it), "audio.codec" (aac likewise): names of the libraries,
+    //     of a codec or of one encoder;
+    //   "video.bitrate", "audio.bitrate": bits a second, as in "8M" or "192k";
+    //   "format.options", "video.options", "audio.options": options of muxer and encoders as in
+    //     video.options='preset=slow:crf=18:pix_fmt=yuv422p';
+    //   "live" (true for a URL): frames are left out rather than the sender held back;
+    //   "frames": how many are taken; then the writer has ended and leaves its sender.
+    // The output is made and opened here; encoders are, with the first frame, which names the size and the rate.
+    // Results: the system's error for what cannot be made. E_INVALIDARG: no such kind of file, codec, option or key.
     virtual HRESULT WriterOpen(const char16_t* _bsPath, const char16_t* _bsParam) = 0;
     // Connects to an object of the family, whose frames are written from now on. _bsParam (may be null): the parameters
     // of the channel, such as "rate_control=1".

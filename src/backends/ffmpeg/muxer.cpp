@@ -57,6 +57,7 @@ HRESULT Muxer::Check(int _nResult) {
     if (bOwnFile && file.Failure() < 0) nResult = file.Failure();
     if (nResult >= 0 && pFormat && pFormat->pb && pFormat->pb->error < 0) nResult = pFormat->pb->error;
     if (nResult >= 0 && bOwnFile && file.IsFull()) nResult = AVERROR(ENOSPC);
+    if (nResult == AVERROR_EXIT) nResult = AVERROR(ETIMEDOUT);  // nobody took what was still to be sent at the stop
     return nResult < 0 ? Fail(StatusFromAv(nResult), AvReason(nResult)) : S_OK;
 }
 
