@@ -17,44 +17,17 @@ namespace {
 // Lines are worked on in runs that stay in the first-level cache: whole groups of v210.
 constexpr int32_t kRun = 1920;
 
-// ---- 4:2:0: which chroma lines a line of the picture has its chroma from
+// ---- 4:2:0
 
-struct CHROMA_LINE {
-    int32_t nNear, nFar;  // lines of the chroma planes
-    int32_t nEighths;     // of the far one
-};
-
-// Brings a chroma line or a line into 0.._nLines - 1, in steps of _nStep so that it stays in its field; a picture that
-// has no line of the field gives its nearest.
-int32_t IntoPicture(int32_t _n, int32_t _nLines, int32_t _nStep) {
-    while (_n < 0) _n += _nStep;
-    while (_n >= _nLines) _n -= _nStep;
-    return std::clamp(_n, 0, _nLines - 1);
-}
-
-CHROMA_LINE ChromaLine(const PICTURE& _picture, int32_t _y, bool _bInterlaced) {
-    const int32_t nLine = _picture.nFirstLine + _y, nBase = _picture.nFirstLine / 2;
-    const int32_t nLines = _picture.arrPlanes[1].nHeight, nStep = _bInterlaced ? 2 : 1;
-    int32_t nNear, nEighths, nField = 0, nOfField = nLine;
-    if (_bInterlaced) {
-        nField = nLine & 1;
-        nOfField = nLine >> 1;
-    }
-    // A frame's chroma line stands midway between its two lines. A field's stands at a quarter of the way from one line
-    // of the first field to the next, at three quarters in the second.
-    const bool bLower = (nOfField & 1) != 0;
-    nNear = nOfField / 2 * nStep + nField;
-    nEighths = !_bInterlaced ? 2 : bLower == (nField == 0) ? 3 : 1;
-    const int32_t nFar = nNear + (bLower ? nStep : -nStep);
-    return {IntoPicture(nNear - nBase, nLines, nStep), IntoPicture(nFar - nBase, nLines, nStep), nEighths};
-}
-
-// A line of a chroma plane between two, _n samples; in _pScratch unless it stands in the plane.
-const uint8_t* BlendLine(const PLANE& _plane, const CHROMA_LINE& _line, int32_t _x, int32_t _n, uint8_t* _pScratch) {
-    const uint8_t *pNear = _plane.Row(_line.nNear) + _x, *pFar = _plane.Row(_line.nFar) + _x;
-    if (pNear == pFar) return pNear;
-    EighthsRow(pNear, pFar, _pScratch, static_cast<size_t>(_n), _line.nEighths);
-    return _pScratch;
+// The line of the chroma planes that a line of the picture has its chroma from: that of two lines of the frame, or of
+// two lines of its field. A cut picture without a chroma line of the field gives its nearest.
+int32_t ChromaLine(const PICTURE& _picture, int32_t _y, bool _bInterlaced) {
+    const int32_t nLine = _picture.nFirstLine + _y, nLines = _picture.arrPlanes[1].nHeight;
+    const int32_t nStep = _bInterlaced ? 2 : 1;
+    int32_t n = (_bInterlaced ? nLine / 4 * 2 + nLine % 2 : nLine / 2) - _picture.nFirstLine / 2;
+    while (n < 0) n += nStep;
+    while (n >= nLines) n -= nStep;
+    return std::clamp(n, 0, nLines - 1);
 }
 
 // ---- Reading any format as samples of 4:2:2
@@ -75,15 +48,10 @@ SAMPLES HalfChroma(const PICTURE& _src, bool _bInterlaced, int32_t _y, int32_t _
         HalveSamplesRow(pCr->Row(_y) + _x, _scratch.arrCr, nPairs);
         return {nullptr, _scratch.arrCb, _scratch.arrCr};
     }
-    const CHROMA_LINE line = ChromaLine(_src, _y, _bInterlaced);
-    if (_src.nPlanes == 2) {
-        alignas(64) uint8_t arrPairs[kRun];
-        const uint8_t* pPairs = BlendLine(*pCb, line, _x, _n, arrPairs);
-        SplitPairsRow(pPairs, _scratch.arrCb, _scratch.arrCr, nPairs);
-        return {nullptr, _scratch.arrCb, _scratch.arrCr};
-    }
-    return {nullptr, BlendLine(*pCb, line, _x / 2, _n / 2, _scratch.arrCb),
-            BlendLine(*pCr, line, _x / 2, _n / 2, _scratch.arrCr)};
+    const int32_t nLine = ChromaLine(_src, _y, _bInterlaced);
+    if (_src.nPlanes == 3) return {nullptr, pCb->Row(nLine) + _x / 2, pCr->Row(nLine) + _x / 2};
+    SplitPairsRow(pCb->Row(nLine) + _x, _scratch.arrCb, _scratch.arrCr, nPairs);
+    return {nullptr, _scratch.arrCb, _scratch.arrCr};
 }
 
 // Where pixel _x of a packed row stands; v210: at the start of a group.
@@ -193,34 +161,19 @@ void PictureConverter::CopyPlanes(const PICTURE& _src, const PICTURE& _dst, int3
 
 namespace {
 
-// Chroma as it stands in the planes, or between two lines of them, joined with luma in one pass. False: not that
-// simple.
+// Chroma as it stands in the planes joined with luma in one pass. False: not that simple.
 bool JoinLine(const PICTURE& _src, bool _bInterlaced, const PICTURE& _dst, int32_t _y) {
     if (!IsPacked422(_dst.fccType) || _src.fccType == kFCC_Y444) return false;
     const auto nPairs = static_cast<size_t>(_dst.Width() / 2);
-    const uint8_t* pLuma = _src.arrPlanes[0].Row(_y);
+    const int32_t nLine = Is420(_src.fccType) ? ChromaLine(_src, _y, _bInterlaced) : _y;
+    const uint8_t *pLuma = _src.arrPlanes[0].Row(_y), *pCb = _src.arrPlanes[1].Row(nLine);
     uint8_t* pDst = _dst.Packed().Row(_y);
-    const PLANE *pCb = &_src.arrPlanes[1], *pCr = &_src.arrPlanes[2];
-    if (_dst.fccType == eZrFCC_YVYU) std::swap(pCb, pCr);
-    const CHROMA_LINE line = Is420(_src.fccType) ? ChromaLine(_src, _y, _bInterlaced) : CHROMA_LINE{_y, _y, 0};
-    const bool bNear = line.nNear != line.nFar, bLumaFirst = LumaFirst(_dst.fccType);
-    if (bNear && line.nEighths != 2) return false;
     if (_src.nPlanes == 3) {
-        const uint8_t *cb = pCb->Row(line.nNear), *cr = pCr->Row(line.nNear);
-        if (bNear)
-            (bLumaFirst ? JoinYuy2RowNear : JoinUyvyRowNear)(pLuma, cb, cr, pCb->Row(line.nFar), pCr->Row(line.nFar),
-                                                             pDst, nPairs);
-        else
-            (bLumaFirst ? JoinYuy2Row : JoinUyvyRow)(pLuma, cb, cr, pDst, nPairs);
+        JoinPacked(_dst.fccType, {pLuma, pCb, _src.arrPlanes[2].Row(nLine)}, pDst, nPairs);
         return true;
     }
     if (_dst.fccType == eZrFCC_YVYU) return false;
-    const uint8_t* pPairs = _src.arrPlanes[1].Row(line.nNear);
-    if (bNear)
-        (bLumaFirst ? JoinYuy2RowNv12Near : JoinUyvyRowNv12Near)(pLuma, pPairs, _src.arrPlanes[1].Row(line.nFar), pDst,
-                                                                 nPairs);
-    else
-        (bLumaFirst ? JoinYuy2RowNv12 : JoinUyvyRowNv12)(pLuma, pPairs, pDst, nPairs);
+    (LumaFirst(_dst.fccType) ? JoinYuy2RowNv12 : JoinUyvyRowNv12)(pLuma, pCb, pDst, nPairs);
     return true;
 }
 
@@ -258,18 +211,17 @@ struct GROUP_CHROMA {
     }
 };
 
-// Two lines' chroma as one line of a 4:2:0 picture. _nEighths: of the second.
-void StoreChromaLine(const PICTURE& _dst, int32_t _nRow, int32_t _x, int32_t _n, const SAMPLES& _a, const SAMPLES& _b,
-                     int32_t _nEighths) {
+// Two lines' chroma as one line of a 4:2:0 picture.
+void StoreChromaLine(const PICTURE& _dst, int32_t _nRow, int32_t _x, int32_t _n, const SAMPLES& _a, const SAMPLES& _b) {
     const auto nPairs = static_cast<size_t>(_n / 2);
     if (_dst.nPlanes == 3) {
-        EighthsRow(_a.pCb, _b.pCb, _dst.arrPlanes[1].Row(_nRow) + _x / 2, nPairs, _nEighths);
-        EighthsRow(_a.pCr, _b.pCr, _dst.arrPlanes[2].Row(_nRow) + _x / 2, nPairs, _nEighths);
+        MeanRow(_a.pCb, _b.pCb, _dst.arrPlanes[1].Row(_nRow) + _x / 2, nPairs);
+        MeanRow(_a.pCr, _b.pCr, _dst.arrPlanes[2].Row(_nRow) + _x / 2, nPairs);
         return;
     }
     LINE_SCRATCH scratch;
-    EighthsRow(_a.pCb, _b.pCb, scratch.arrCb, nPairs, _nEighths);
-    EighthsRow(_a.pCr, _b.pCr, scratch.arrCr, nPairs, _nEighths);
+    MeanRow(_a.pCb, _b.pCb, scratch.arrCb, nPairs);
+    MeanRow(_a.pCr, _b.pCr, scratch.arrCr, nPairs);
     JoinPairsRow(scratch.arrCb, scratch.arrCr, _dst.arrPlanes[1].Row(_nRow) + _x, nPairs);
 }
 
@@ -281,9 +233,7 @@ void StoreGroup420(const PICTURE& _dst, bool _bInterlaced, int32_t _nGroup, int3
         const int32_t nRow = nFirstRow + n;
         if (nRow < 0 || nRow >= _dst.arrPlanes[1].nHeight) continue;
         const int32_t nLine = _bInterlaced ? n : 2 * n, nOther = nLine + (_bInterlaced ? 2 : 1);
-        const int32_t nEighths = !_bInterlaced ? 4 : n == 0 ? 2 : 6;
-        StoreChromaLine(_dst, nRow, _x, _n, _chroma.At(nLine, _bInterlaced), _chroma.At(nOther, _bInterlaced),
-                        nEighths);
+        StoreChromaLine(_dst, nRow, _x, _n, _chroma.At(nLine, _bInterlaced), _chroma.At(nOther, _bInterlaced));
     }
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 // A picture in another pixel format at the same size, packed or planar, from any to any.
 //
-// Between YCbCr formats samples are copied; 4:2:2 chroma becomes 4:2:0 and back by what each line has of it, within a
-// field where pictures are interlaced (chroma lines stand a quarter of a frame line from those they belong to);
-// 4:4:4 chroma is the mean of two, and is doubled on the way back. To and from RGB the matrix is that of the packed
-// 4:2:2 format that is nearest: BT.709 where it is HDYC, else BT.601.
+// Between YCbCr formats samples are copied. A line of 4:2:0 chroma goes to both lines that share it and comes back as
+// their mean, two lines of a field where pictures are interlaced: 4:2:0 through 4:2:2 and back loses nothing. 4:4:4
+// chroma is the mean of two, and is doubled on the way back. To and from RGB the matrix is that of the packed 4:2:2
+// format that is nearest: BT.709 where it is HDYC, else BT.601.
 
 #include <cstdint>
 

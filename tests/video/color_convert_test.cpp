@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <utility>
 
 #include "media/vid_props.h"
 #include "plain_picture.h"
@@ -23,37 +23,25 @@ using test::RandomRect;
 constexpr eZrFCC arrYuv[] = {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_YUY2, eZrFCC_YVYU, eZrFCC_I420,
                              eZrFCC_YV12, eZrFCC_NV12, kFCC_Y422,   kFCC_Y444};
 
-int Round(double _dbl) { return static_cast<int>(std::floor(_dbl + 0.5)); }
-
-// Heights in frame lines. A chroma line of 4:2:0 stands half a line below the first of its two lines: in the frame when
-// it is progressive, in the frame's plane of chroma lines when fields are apart, a line of a field then belonging to
-// two lines of its field.
-double ChromaHeight(int32_t _nRow) { return 2 * _nRow + 0.5; }
-
-// Chroma of a line at half width, from planes or bytes; lines of 4:2:0 by their distances.
-double HalfWidthChroma(Picture& _p, const tagRECT& _rect, bool _bInterlaced, int32_t _n, int32_t _x, int32_t _y) {
-    if (_p.Across(_n) == 1) return Round((_p.At(_n, 2 * _x, _y) + _p.At(_n, 2 * _x + 1, _y)) / 2.0);
-    if (_p.Down(_n) == 1) return _p.At(_n, _x, _y);
-    // The nearest chroma line above and the nearest below, of the line's field.
-    int32_t nAbove = -10000, nBelow = 10000;
-    const int32_t nFirst = _rect.top / 2, nEnd = (_rect.bottom + 1) / 2;
-    for (int32_t r = -4; r < _rect.bottom + 4; ++r) {
-        if (_bInterlaced && ((r ^ _y) & 1)) continue;
-        if (ChromaHeight(r) <= _y) nAbove = std::max(nAbove, r);
-        if (ChromaHeight(r) > _y) nBelow = std::min(nBelow, r);
-    }
-    const double dblPart = (_y - ChromaHeight(nAbove)) / (ChromaHeight(nBelow) - ChromaHeight(nAbove));
-    const int32_t nStep = _bInterlaced ? 2 : 1;
-    const auto Inside = [&](int32_t r) {
-        while (r < nFirst) r += nStep;
-        while (r >= nEnd) r -= nStep;
-        return std::clamp(r, nFirst, nEnd - 1);
-    };
-    const double a = _p.At(_n, _x, Inside(nAbove)), b = _p.At(_n, _x, Inside(nBelow));
-    return Round(a + (b - a) * dblPart);
+// The two lines of a frame that share chroma line _nRow: neighbours, or neighbours in a field.
+std::pair<int32_t, int32_t> LinesOf(int32_t _nRow, bool _bInterlaced) {
+    if (!_bInterlaced) return {2 * _nRow, 2 * _nRow + 1};
+    const int32_t nField = _nRow % 2, nFirst = _nRow - nField;  // of the field: lines nFirst and nFirst + 1
+    return {2 * nFirst + nField, 2 * (nFirst + 1) + nField};
 }
 
-// The lines that a chroma line of 4:2:0 is made of, and the part of the second.
+// Chroma of a line at half width, from planes or bytes.
+int32_t HalfWidthChroma(Picture& _p, const tagRECT& _rect, bool _bInterlaced, int32_t _n, int32_t _x, int32_t _y) {
+    if (_p.Across(_n) == 1) return (_p.At(_n, 2 * _x, _y) + _p.At(_n, 2 * _x + 1, _y) + 1) / 2;
+    if (_p.Down(_n) == 1) return _p.At(_n, _x, _y);
+    const int32_t nFirst = _rect.top / 2, nEnd = (_rect.bottom + 1) / 2, nStep = _bInterlaced ? 2 : 1;
+    int32_t nRow = 0;
+    while (LinesOf(nRow, _bInterlaced).first != _y && LinesOf(nRow, _bInterlaced).second != _y) ++nRow;
+    while (nRow < nFirst) nRow += nStep;
+    while (nRow >= nEnd) nRow -= nStep;
+    return _p.At(_n, _x, std::clamp(nRow, nFirst, nEnd - 1));
+}
+
 void PlainConvert(Picture& _src, Picture& _dst, const tagRECT& _from, const tagRECT& _to, bool _bInterlaced) {
     const int32_t nWidth = _to.right - _to.left, dx = _from.left - _to.left, dy = _from.top - _to.top;
     const auto Chroma = [&](int32_t n, int32_t x, int32_t y) {
@@ -65,11 +53,9 @@ void PlainConvert(Picture& _src, Picture& _dst, const tagRECT& _from, const tagR
         const bool b420 = _dst.Down(n) == 2;
         for (int32_t r = _to.top / (b420 ? 2 : 1); r < (b420 ? (_to.bottom + 1) / 2 : _to.bottom); ++r)
             for (int32_t x = _to.left / 2; x < (_to.left + nWidth) / 2; ++x) {
-                double dblValue;
+                int32_t nValue;
                 if (b420) {
-                    const int32_t nStep = _bInterlaced ? 2 : 1;
-                    int32_t nLine = _bInterlaced ? r / 2 * 4 + r % 2 : 2 * r, nNext = nLine + nStep;
-                    const double dblPart = (ChromaHeight(r) - nLine) / nStep;
+                    auto [nLine, nNext] = LinesOf(r, _bInterlaced);
                     const auto Has = [&](int32_t y) { return y >= _to.top && y < _to.bottom; };
                     if (!Has(nLine) && !Has(nNext)) {  // the field has no line here: the other one's
                         nLine ^= 1;
@@ -77,13 +63,12 @@ void PlainConvert(Picture& _src, Picture& _dst, const tagRECT& _from, const tagR
                     }
                     if (!Has(nLine)) nLine = nNext;
                     if (!Has(nNext)) nNext = nLine;
-                    const double a = Chroma(n, x, nLine), b = Chroma(n, x, nNext);
-                    dblValue = Round(a + (b - a) * dblPart);
+                    nValue = (Chroma(n, x, nLine) + Chroma(n, x, nNext) + 1) / 2;
                 } else {
-                    dblValue = Chroma(n, x, r);
+                    nValue = Chroma(n, x, r);
                 }
                 const int32_t nAcross = 3 - _dst.Across(n);  // samples of the destination for one at half width
-                for (int32_t i = 0; i < nAcross; ++i) _dst.At(n, x * nAcross + i, r) = static_cast<uint8_t>(dblValue);
+                for (int32_t i = 0; i < nAcross; ++i) _dst.At(n, x * nAcross + i, r) = static_cast<uint8_t>(nValue);
             }
     }
 }
@@ -160,6 +145,25 @@ TEST(ColorConvert, OtherFormatsGoByWayOfUyvy) {
     const tagRECT within{2, 0, 26, 4};
     EXPECT_EQ(ColorConvert(engine, v210.bytes.data(), v210.bytes.data(), v210.props, v210.props, &within, &within),
               E_INVALIDARG);
+}
+
+// What a show does to a file of 4:2:0: through 4:2:2 and back nothing is lost.
+TEST(ColorConvert, PlanarPicturesComeBackFromPackedOnesAsTheyWere) {
+    std::mt19937 rng(8);
+    ScalingEngine engine;
+    for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_YV12, eZrFCC_NV12, kFCC_Y422})
+        for (const eZrInterlace eInterlace : {eZrI_Progressive, eZrI_Field1First}) {
+            Picture src(Props(fcc, 96, 22), rng), packed(Props(eZrFCC_v210, 96, 22), rng), back = src;
+            packed.props.eInterlace = back.props.eInterlace = eInterlace;
+            std::fill(back.bytes.begin(), back.bytes.end(), uint8_t{0});
+            EXPECT_EQ(
+                ColorConvert(engine, src.bytes.data(), packed.bytes.data(), src.props, packed.props, nullptr, nullptr),
+                S_OK);
+            EXPECT_EQ(ColorConvert(engine, packed.bytes.data(), back.bytes.data(), packed.props, back.props, nullptr,
+                                   nullptr),
+                      S_OK);
+            EXPECT_EQ(back.bytes == src.bytes, true) << std::hex << fcc;
+        }
 }
 
 TEST(ImagePlanes, AnyPictureGivesPlanesAndTakesThem) {

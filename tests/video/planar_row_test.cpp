@@ -44,41 +44,18 @@ TEST(PlanarRow, MeansRoundToNearest) {
     OnEveryTarget(130, [](std::mt19937& rng, size_t n, size_t nSkew) {
         const Bytes a = test::HarshBytes(rng, n), b = test::HarshBytes(rng, n);
         const SourceRow rowA(a, nSkew), rowB(b, nSkew + 1);
-        GuardedRow mean(n, nSkew), near(n, nSkew), twice(2 * n, nSkew), half(n / 2, nSkew);
+        GuardedRow mean(n, nSkew), twice(2 * n, nSkew), half(n / 2, nSkew);
         MeanRow(rowA.Get(), rowB.Get(), mean.Get(), n);
-        const auto nEighths = static_cast<int32_t>(n % 9);
-        EighthsRow(rowA.Get(), rowB.Get(), near.Get(), n, nEighths);
         DoubleSamplesRow(rowA.Get(), twice.Get(), n);
         HalveSamplesRow(rowA.Get(), half.Get(), n / 2);
-        const Bytes means = mean.Take(), nears = near.Take(), twices = twice.Take(), halves = half.Take();
+        const Bytes means = mean.Take(), twices = twice.Take(), halves = half.Take();
         for (size_t i = 0; i < n; ++i) {
             ASSERT_EQ(means[i], static_cast<int>((a[i] + b[i]) / 2.0 + 0.5));
-            ASSERT_EQ(nears[i], static_cast<int>(a[i] + (b[i] - a[i]) * nEighths / 8.0 + 0.5));
             ASSERT_EQ(twices[2 * i], a[i]);
             ASSERT_EQ(twices[2 * i + 1], a[i]);
         }
         for (size_t i = 0; i < n / 2; ++i)
             ASSERT_EQ(halves[i], static_cast<int>((a[2 * i] + a[2 * i + 1]) / 2.0 + 0.5));
-    });
-}
-
-TEST(PlanarRow, JoinsBetweenTwoRowsOfChroma) {
-    OnEveryTarget(130, [](std::mt19937& rng, size_t nPairs, size_t nSkew) {
-        const Bytes y = test::HarshBytes(rng, 2 * nPairs), near = test::HarshBytes(rng, 2 * nPairs),
-                    far = test::HarshBytes(rng, 2 * nPairs);
-        GuardedRow mixed(2 * nPairs), nearCb(nPairs), nearCr(nPairs), farCb(nPairs), farCr(nPairs);
-        EighthsRow(near.data(), far.data(), mixed.Get(), 2 * nPairs, 2);
-        SplitPairsRow(near.data(), nearCb.Get(), nearCr.Get(), nPairs);
-        SplitPairsRow(far.data(), farCb.Get(), farCr.Get(), nPairs);
-        for (const bool bYuy2 : {false, true}) {
-            GuardedRow expected(4 * nPairs), planar(4 * nPairs, nSkew), pairs(4 * nPairs, nSkew);
-            (bYuy2 ? JoinYuy2RowNv12 : JoinUyvyRowNv12)(y.data(), mixed.Get(), expected.Get(), nPairs);
-            (bYuy2 ? JoinYuy2RowNear : JoinUyvyRowNear)(y.data(), nearCb.Get(), nearCr.Get(), farCb.Get(), farCr.Get(),
-                                                        planar.Get(), nPairs);
-            (bYuy2 ? JoinYuy2RowNv12Near : JoinUyvyRowNv12Near)(y.data(), near.data(), far.data(), pairs.Get(), nPairs);
-            ASSERT_EQ(planar.Take(), expected.Take());
-            ASSERT_EQ(pairs.Take(), expected.Take());
-        }
     });
 }
 

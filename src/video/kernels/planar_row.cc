@@ -80,37 +80,14 @@ HWY_INLINE void SplitRow(const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* c
     }
 }
 
-#if HWY_TARGET != HWY_SCALAR
-// (3 a + b + 2) / 4, exactly: the mean of a and of the mean of both that is rounded down.
-HWY_INLINE V8 NearMean(V8 a, V8 b) {
-    const V8 odd = vec::And(vec::Xor(a, b), vec::Set(D8(), 1));
-    return vec::AverageRound(a, vec::Sub(vec::AverageRound(a, b), odd));
-}
-template <bool kNear>
-HWY_INLINE V8 LoadChroma(const uint8_t* p, const uint8_t* pFar, size_t x) {
-    if constexpr (kNear) return NearMean(Load(p + x), Load(pFar + x));
-    return Load(p + x);
-}
-#endif
-template <bool kNear>
-HWY_INLINE uint8_t ChromaAt(const uint8_t* p, const uint8_t* pFar, size_t x) {
-    if constexpr (kNear) return static_cast<uint8_t>((3 * p[x] + pFar[x] + 2) >> 2);
-    return p[x];
-}
-
-// Chroma rows; with kNear far ones too.
-struct CHROMA_ROWS {
-    const uint8_t *pCb, *pCr, *pFarCb, *pFarCr;
-};
-
-template <bool kLumaFirst, bool kNear>
-HWY_INLINE void JoinRow(const uint8_t* y, const CHROMA_ROWS& c, uint8_t* dst, size_t nPairs) {
+template <bool kLumaFirst>
+HWY_INLINE void JoinRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, size_t nPairs) {
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const size_t n = vec::Lanes(D8());
     for (; nPairs - x >= n; x += n) {
         V8 chroma0, chroma1;
-        JoinBytes(LoadChroma<kNear>(c.pCb, c.pFarCb, x), LoadChroma<kNear>(c.pCr, c.pFarCr, x), chroma0, chroma1);
+        JoinBytes(Load(cb + x), Load(cr + x), chroma0, chroma1);
         JoinLuma<kLumaFirst>(Load(y + 2 * x), chroma0, dst + 4 * x);
         JoinLuma<kLumaFirst>(Load(y + 2 * x + n), chroma1, dst + 4 * x + 2 * n);
     }
@@ -119,25 +96,23 @@ HWY_INLINE void JoinRow(const uint8_t* y, const CHROMA_ROWS& c, uint8_t* dst, si
     for (; x < nPairs; ++x) {
         dst[4 * x + nLumaAt] = y[2 * x];
         dst[4 * x + nLumaAt + 2] = y[2 * x + 1];
-        dst[4 * x + 1 - nLumaAt] = ChromaAt<kNear>(c.pCb, c.pFarCb, x);
-        dst[4 * x + 3 - nLumaAt] = ChromaAt<kNear>(c.pCr, c.pFarCr, x);
+        dst[4 * x + 1 - nLumaAt] = cb[x];
+        dst[4 * x + 3 - nLumaAt] = cr[x];
     }
 }
 
-template <bool kLumaFirst, bool kNear>
-HWY_INLINE void JoinRowNv12(const uint8_t* y, const uint8_t* cbcr, const uint8_t* farCbCr, uint8_t* dst,
-                            size_t nPairs) {
+template <bool kLumaFirst>
+HWY_INLINE void JoinRowNv12(const uint8_t* y, const uint8_t* cbcr, uint8_t* dst, size_t nPairs) {
     const size_t nSamples = 2 * nPairs;
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const size_t n = vec::Lanes(D8());
-    for (; nSamples - x >= n; x += n)
-        JoinLuma<kLumaFirst>(Load(y + x), LoadChroma<kNear>(cbcr, farCbCr, x), dst + 2 * x);
+    for (; nSamples - x >= n; x += n) JoinLuma<kLumaFirst>(Load(y + x), Load(cbcr + x), dst + 2 * x);
 #endif
     constexpr size_t nLumaAt = kLumaFirst ? 0 : 1;
     for (; x < nSamples; ++x) {
         dst[2 * x + nLumaAt] = y[x];
-        dst[2 * x + 1 - nLumaAt] = ChromaAt<kNear>(cbcr, farCbCr, x);
+        dst[2 * x + 1 - nLumaAt] = cbcr[x];
     }
 }
 
@@ -148,33 +123,16 @@ void SplitYuy2RowImpl(const uint8_t* src, uint8_t* y, uint8_t* cb, uint8_t* cr, 
     SplitRow<true>(src, y, cb, cr, nPairs);
 }
 void JoinUyvyRowImpl(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, size_t nPairs) {
-    JoinRow<false, false>(y, {cb, cr, nullptr, nullptr}, dst, nPairs);
+    JoinRow<false>(y, cb, cr, dst, nPairs);
 }
 void JoinYuy2RowImpl(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, size_t nPairs) {
-    JoinRow<true, false>(y, {cb, cr, nullptr, nullptr}, dst, nPairs);
+    JoinRow<true>(y, cb, cr, dst, nPairs);
 }
 void JoinUyvyRowNv12Impl(const uint8_t* y, const uint8_t* cbcr, uint8_t* dst, size_t nPairs) {
-    JoinRowNv12<false, false>(y, cbcr, nullptr, dst, nPairs);
+    JoinRowNv12<false>(y, cbcr, dst, nPairs);
 }
 void JoinYuy2RowNv12Impl(const uint8_t* y, const uint8_t* cbcr, uint8_t* dst, size_t nPairs) {
-    JoinRowNv12<true, false>(y, cbcr, nullptr, dst, nPairs);
-}
-
-void JoinUyvyRowNearImpl(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, const uint8_t* farCb,
-                         const uint8_t* farCr, uint8_t* dst, size_t nPairs) {
-    JoinRow<false, true>(y, {cb, cr, farCb, farCr}, dst, nPairs);
-}
-void JoinYuy2RowNearImpl(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, const uint8_t* farCb,
-                         const uint8_t* farCr, uint8_t* dst, size_t nPairs) {
-    JoinRow<true, true>(y, {cb, cr, farCb, farCr}, dst, nPairs);
-}
-void JoinUyvyRowNv12NearImpl(const uint8_t* y, const uint8_t* cbcr, const uint8_t* farCbCr, uint8_t* dst,
-                             size_t nPairs) {
-    JoinRowNv12<false, true>(y, cbcr, farCbCr, dst, nPairs);
-}
-void JoinYuy2RowNv12NearImpl(const uint8_t* y, const uint8_t* cbcr, const uint8_t* farCbCr, uint8_t* dst,
-                             size_t nPairs) {
-    JoinRowNv12<true, true>(y, cbcr, farCbCr, dst, nPairs);
+    JoinRowNv12<true>(y, cbcr, dst, nPairs);
 }
 
 void SplitPairsRowImpl(const uint8_t* cbcr, uint8_t* cb, uint8_t* cr, size_t nPairs) {
@@ -220,24 +178,6 @@ void MeanRowImpl(const uint8_t* a, const uint8_t* b, uint8_t* dst, size_t nSampl
     for (; x < nSamples; ++x) dst[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
 }
 
-void EighthsRowImpl(const uint8_t* a, const uint8_t* b, uint8_t* dst, size_t nSamples, int32_t nEighths) {
-    size_t x = 0;
-#if HWY_TARGET != HWY_SCALAR
-    const D8 d8;
-    const D16 d16;
-    const V8 factors = vec::BitCast(d8, vec::Set(d16, static_cast<int16_t>(nEighths << 8 | (8 - nEighths))));
-    const auto Blend = [&](V8 pairs) HWY_ATTR {
-        return vec::ShiftRight<3>(vec::Add(MulAddBytePairs(pairs, factors), vec::Set(d16, 4)));
-    };
-    const size_t n = vec::Lanes(d8);
-    for (; nSamples - x >= n; x += n) {
-        const V8 va = Load(a + x), vb = Load(b + x);
-        Store(PackBlocks(Blend(vec::InterleaveLower(d8, va, vb)), Blend(vec::InterleaveUpper(d8, va, vb))), dst + x);
-    }
-#endif
-    for (; x < nSamples; ++x) dst[x] = static_cast<uint8_t>(((8 - nEighths) * a[x] + nEighths * b[x] + 4) >> 3);
-}
-
 void DoubleSamplesRowImpl(const uint8_t* src, uint8_t* dst, size_t nSamples) {
     JoinPairsRowImpl(src, src, dst, nSamples);
 }
@@ -270,11 +210,6 @@ HWY_EXPORT(JoinYuy2RowNv12Impl);
 HWY_EXPORT(SplitPairsRowImpl);
 HWY_EXPORT(JoinPairsRowImpl);
 HWY_EXPORT(MeanRowImpl);
-HWY_EXPORT(EighthsRowImpl);
-HWY_EXPORT(JoinUyvyRowNearImpl);
-HWY_EXPORT(JoinYuy2RowNearImpl);
-HWY_EXPORT(JoinUyvyRowNv12NearImpl);
-HWY_EXPORT(JoinYuy2RowNv12NearImpl);
 HWY_EXPORT(DoubleSamplesRowImpl);
 HWY_EXPORT(HalveSamplesRowImpl);
 
@@ -304,25 +239,6 @@ void JoinPairsRow(const uint8_t* _pCb, const uint8_t* _pCr, uint8_t* _pCbCr, siz
 }
 void MeanRow(const uint8_t* _pA, const uint8_t* _pB, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(MeanRowImpl)(_pA, _pB, _pDst, _nSamples);
-}
-void EighthsRow(const uint8_t* _pA, const uint8_t* _pB, uint8_t* _pDst, size_t _nSamples, int32_t _nEighthsOfB) {
-    HWY_DYNAMIC_DISPATCH(EighthsRowImpl)(_pA, _pB, _pDst, _nSamples, _nEighthsOfB);
-}
-void JoinUyvyRowNear(const uint8_t* _pY, const uint8_t* _pCb, const uint8_t* _pCr, const uint8_t* _pFarCb,
-                     const uint8_t* _pFarCr, uint8_t* _pDst, size_t _nPairs) {
-    HWY_DYNAMIC_DISPATCH(JoinUyvyRowNearImpl)(_pY, _pCb, _pCr, _pFarCb, _pFarCr, _pDst, _nPairs);
-}
-void JoinYuy2RowNear(const uint8_t* _pY, const uint8_t* _pCb, const uint8_t* _pCr, const uint8_t* _pFarCb,
-                     const uint8_t* _pFarCr, uint8_t* _pDst, size_t _nPairs) {
-    HWY_DYNAMIC_DISPATCH(JoinYuy2RowNearImpl)(_pY, _pCb, _pCr, _pFarCb, _pFarCr, _pDst, _nPairs);
-}
-void JoinUyvyRowNv12Near(const uint8_t* _pY, const uint8_t* _pCbCr, const uint8_t* _pFarCbCr, uint8_t* _pDst,
-                         size_t _nPairs) {
-    HWY_DYNAMIC_DISPATCH(JoinUyvyRowNv12NearImpl)(_pY, _pCbCr, _pFarCbCr, _pDst, _nPairs);
-}
-void JoinYuy2RowNv12Near(const uint8_t* _pY, const uint8_t* _pCbCr, const uint8_t* _pFarCbCr, uint8_t* _pDst,
-                         size_t _nPairs) {
-    HWY_DYNAMIC_DISPATCH(JoinYuy2RowNv12NearImpl)(_pY, _pCbCr, _pFarCbCr, _pDst, _nPairs);
 }
 void DoubleSamplesRow(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(DoubleSamplesRowImpl)(_pSrc, _pDst, _nSamples);
