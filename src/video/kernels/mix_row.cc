@@ -131,10 +131,26 @@ HWY_INLINE size_t OverVectors(const uint8_t* over, uint8_t* base, size_t nPixels
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
+#if HWY_TARGET != HWY_SCALAR
+// Equal weights: the mean of both bytes, rounded down.
+HWY_INLINE size_t HalfVectors(const uint8_t* over, uint8_t* base, size_t n) {
+    const D8 d8;
+    const V8 one = vec::Set(d8, 1);
+    const size_t nStep = vec::Lanes(d8);
+    size_t x = 0;
+    for (; n - x >= nStep; x += nStep) {
+        const V8 s = vec::LoadU(d8, over + x), d = vec::LoadU(d8, base + x);
+        const V8 odd = vec::And(vec::Xor(s, d), one);
+        vec::StoreU(vec::Sub(vec::AverageRound(s, d), odd), d8, base + x);
+    }
+    return x;
+}
+#endif
+
 void MixPlainRowImpl(const uint8_t* over, uint8_t* base, size_t n, uint32_t nA) {
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    x = MixPlainVectors(over, base, n, nA);
+    x = nA == 128 ? HalfVectors(over, base, n) : MixPlainVectors(over, base, n, nA);
 #endif
     for (; x < n; ++x) base[x] = MixPlain(over[x], base[x], static_cast<int>(nA));
 }
