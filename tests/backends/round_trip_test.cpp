@@ -143,7 +143,7 @@ TEST_F(RoundTrip, SeekGivesTheFrameShownThen) {
         {"mp4", "a.mp4", nullptr, k25},
         {"mov", "a.mov", u"audio.codec=pcm_s16le video.options='g=250:bf=3'", k2997},
         {"ts_without_index", "a.ts", u"video.options='g=250:bf=3'", k25},
-        {"mkv", "a.mkv", nullptr, k2398},
+        {"mkv_with_stamps_in_ms", "a.mkv", u"audio.codec=pcm_s16le", k2398},
     };
     for (const SEEK_CASE& seek : arrCases) {
         SCOPED_TRACE(seek.szName);

@@ -208,6 +208,8 @@ void FileDecoder::DescribeTracks() {
     if (timecode.bKnown) info.tcStart = timecode.At(0);
     if (bHasSound) {
         const AVCodecParameters& par = *demuxer.Audio()->codecpar;
+        grid.Init(av_q2d(demuxer.Audio()->time_base) * par.sample_rate);
+        bFirstRun = true;
         sound.Init(par.ch_layout.nb_channels, DeeperThan16(par) ? 32 : 16);
         info.audProps = sound.Props();
     }
@@ -258,7 +260,7 @@ void FileDecoder::Restart() {
     bVideoDone = !demuxer.Video();
     bSoundDone = !bHasSound;
     hrRead = S_OK;
-    bFirst = bFirstPicture = true;
+    bFirst = bFirstPicture = bFirstSound = true;
     bSeekCheck = false;
     nPart = 0;
     rtPart = demuxer.Video() ? 0 : rtWanted / kSoundPart * kSoundPart;
@@ -270,11 +272,16 @@ int64_t FileDecoder::FrameLength() const {
 
 HRESULT FileDecoder::Seek(int64_t _rtPos, int64_t _rtPreroll) {
     if (!info.bSeekable) return ZR_E_NOT_SUPPORTED;
+    // A file that is left at once has shown too little of its sound.
+    constexpr int kMostSteps = 64;
+    for (int i = 0; i < kMostSteps && bHasSound && bFirstRun && grid.Learning() && !bReadAll; ++i)
+        if (Failed(Step())) break;
     rtWanted = std::max<int64_t>(_rtPos, 0);
     // A packet of sound needs the one before it to sound right.
     const int64_t rtEarlier = std::max<int64_t>(_rtPreroll, 0) + (demuxer.Video() ? 0 : kTicksPerSecond / 10);
     dblSeekTo = static_cast<double>(rtWanted - rtEarlier) / kTicksPerSecond;
     nSeekTries = 0;
+    bFirstRun = false;
     const int nResult = dblSeekTo > 0 ? demuxer.Seek(dblOrigin + dblSeekTo) : demuxer.Rewind();
     if (nResult < 0) {
         strError = "Cannot go to another position: " + AvReason(nResult) + ".";
@@ -430,7 +437,13 @@ void FileDecoder::TakeAudio(const AVFrame& _frame) {
             dblOrigin = dblTime;
             bOriginKnown = true;
         }
+        const double dblRateOfSound = _frame.sample_rate;
         dblStart = dblTime - dblOrigin;
+        if (bFirstRun)
+            grid.Learn(dblStart * dblRateOfSound, _frame.nb_samples);
+        else if (bFirstSound)
+            dblStart = grid.Place(dblStart * dblRateOfSound) / dblRateOfSound;
+        bFirstSound = false;
     } else if (sound.Empty()) {
         dblStart = static_cast<double>(rtPart) / kTicksPerSecond;
     }

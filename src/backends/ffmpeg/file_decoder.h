@@ -8,6 +8,7 @@
 #include "backends/ffmpeg/audio_line.h"
 #include "backends/ffmpeg/demuxer.h"
 #include "backends/ffmpeg/frame_maker.h"
+#include "backends/ffmpeg/packet_grid.h"
 #include "media/file_worker.h"
 #include "zr/ptr.h"
 
@@ -72,6 +73,7 @@ private:
     CodecPtr pVideoCodec;
     CodecPtr pAudioCodec;
     AudioLine sound;
+    PacketGrid grid;  // of the sound's packets
     FrameMaker maker;
     ZR_FILE_INFO info;
     std::string strError;
@@ -87,6 +89,8 @@ private:
     bool bReadAll = false;      // the demuxer is at its end
     bool bVideoDone = false;    // the last picture is in arrPictures
     bool bFlushed = false;      // the video decoder was told of the end
+    bool bFirstRun = true;      // nothing was sought since Open
+    bool bFirstSound = true;    // the next piece of sound is the first one since Open or Seek
     bool bSoundDone = false;    // all sound is in the line
     HRESULT hrRead = S_OK;      // why reading ended, when not for the end of the file
     bool bFirst = true;         // the next frame is the first one since Open or Seek
