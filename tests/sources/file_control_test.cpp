@@ -483,8 +483,7 @@ TEST_F(FileControlTest, IsAnObjectWithAllItsFaces) {
 }
 
 // Three threads that do anything at any time, a fourth that fetches: no deadlock, nothing torn, nothing leaked.
-void RunRandomControl(uint32_t _nSeed) {
-    VirtualClock clock(_nSeed);
+void RunRandomControl(uint32_t _nSeed, int _nRounds, int32_t _nMostSleepMs) {
     ScriptedFiles files;
     files.mapScripts[u"clip"] = {};
     files.mapScripts[u"film"].nRateNum = 60;
@@ -494,14 +493,13 @@ void RunRandomControl(uint32_t _nSeed) {
     files.mapScripts[u"pipe"].bSeekable = false;
     files.mapScripts[u"slow"].rtFrameTime = 30 * kMs;
     files.mapScripts[u"stall"].nStallAt = 10;
-    const int nRounds = StressRounds(1000);
     std::atomic<bool> bDone{false};
     const auto Act = [&](uint32_t _nActSeed) {
         std::mt19937 engine(_nActSeed);
         const auto random = [&engine] { return static_cast<int32_t>(engine() >> 1); };
         constexpr const char16_t* arrNames[] = {u"clip", u"film",  u"live",  u"pipe",
                                                 u"slow", u"stall", u"black", u"missing"};
-        for (int i = 0; i < nRounds; ++i) {
+        for (int i = 0; i < _nRounds; ++i) {
             double dbl = 0;
             ZrPtr<IZrFFrame> pFrame;
             switch (random() % 14) {
@@ -518,7 +516,7 @@ void RunRandomControl(uint32_t _nSeed) {
                 case 8: rig.Set(u"object::rate_control", random() % 2 ? u"0" : u"3"); break;
                 case 9: rig.control.FileFrameGet(random() % 4, 0, &pFrame); break;
                 case 10: rig.Set(u"file::loop", random() % 2 ? u"1" : u"0"); break;
-                case 11: SleepFor(random() % 100 * kMs); break;
+                case 11: SleepFor(random() % _nMostSleepMs * kMs); break;
                 default: rig.control.FilePlayStart(); break;
             }
         }
@@ -550,9 +548,13 @@ void RunRandomControl(uint32_t _nSeed) {
 TEST(FileControlStress, StandsRandomControlFromThreeThreads) {
     for (uint32_t nSeed = 10; nSeed <= 40 && !testing::Test::HasFailure(); nSeed += 10) {
         SCOPED_TRACE(nSeed);
-        RunRandomControl(nSeed);
+        VirtualClock clock(nSeed);
+        RunRandomControl(nSeed, StressRounds(1000), 100);
     }
 }
+
+// On the virtual clock threads take turns, which hides some races.
+TEST(FileControlStress, StandsItInRealTimeToo) { RunRandomControl(50, 100, 5); }
 
 TEST(FileTimecode, CountsAsTheClockDoes) {
     constexpr struct {

@@ -173,35 +173,42 @@ TEST(FrameRateStep, LetsFramesOfTheRateThroughUntouched) {
 }
 
 TEST(FrameRateStep, JoinsTheEndToTheStart) {
-    MEDIA_SCRIPT script;
-    script.nRateNum = 24000;
-    script.nRateDen = 1001;
-    script.nFrames = 50;
-    const int64_t rtOut = 15'000'000;  // in the middle of a frame
-    const int64_t nPass = script.SampleAt(rtOut);
-    FrameRateStep step;
-    step.SetRate(25, 1.0);
-    int64_t nSlot = 0, nSample = 0;
-    for (int nLoop = 0; nLoop < 700; ++nLoop) {
-        for (int64_t n = 0; script.StartOf(n) < rtOut; ++n) {
-            ASSERT_EQ(step.Put(script.Make(n, n == 0 ? eZrFF_Break : eZrFF_None).Get(), {nLoop > 0 && n == 0, rtOut}),
-                      S_OK);
-            ZrPtr<IZrFFrame> pFrame;
-            while (step.Get(&pFrame) == S_OK) {
-                const SCRIPT_FRAME frame(*pFrame);
-                ASSERT_EQ(frame.rtStart, 400'000 * nSlot);
-                ASSERT_EQ(frame.eFlags & 0xF, nSlot == 0 ? 1 : (frame.eFlags & 0x10) ? 1 : 0);
-                const int64_t rtMedia = 400'000 * nSlot % rtOut;
-                const int64_t nPicture = frame.nPicture;
-                ASSERT_LE(std::abs(step.MediaTime() - rtMedia), 10'000) << nSlot;
-                ASSERT_LE(script.StartOf(nPicture), rtMedia + 10'000);
-                ASSERT_GT(std::min(script.StartOf(nPicture + 1), rtOut), rtMedia - 10'000) << nSlot;
-                for (const int32_t nValue : frame.arrSamples) ASSERT_EQ(nValue, nSample++ % nPass);
-                ++nSlot;
+    // Out points in the middle of a frame, and a file of 7 frames to its end; the last two have a part of a sample in
+    // each pass, which must not add up.
+    for (const int64_t rtOut : {15'000'000, 15'000'100, 2'335'667}) {
+        MEDIA_SCRIPT script;
+        script.nRateNum = rtOut < 10'000'000 ? 30000 : 24000;
+        script.nRateDen = 1001;
+        script.nFrames = rtOut < 10'000'000 ? 7 : 50;
+        const int64_t nPass = script.SampleAt(rtOut);
+        FrameRateStep step;
+        step.SetRate(25, 1.0);
+        int64_t nSlot = 0, nSample = 0, nOff = 0;
+        for (int nLoop = 0; nLoop < 700; ++nLoop) {
+            for (int64_t n = 0; n < script.nFrames && script.StartOf(n) < rtOut; ++n) {
+                const ZrPtr<IZrFFrame> pIn = script.Make(n, n == 0 ? eZrFF_Break : eZrFF_None);
+                ASSERT_EQ(step.Put(pIn.Get(), {nLoop > 0 && n == 0, rtOut}), S_OK);
+                ZrPtr<IZrFFrame> pFrame;
+                while (step.Get(&pFrame) == S_OK) {
+                    const SCRIPT_FRAME frame(*pFrame);
+                    const bool bBreak = nSlot == 0 || (frame.eFlags & 0x10) != 0;
+                    ASSERT_EQ(frame.rtStart, 400'000 * nSlot);
+                    ASSERT_EQ(frame.eFlags & 0xF, bBreak ? 1 : 0);
+                    int64_t rtMedia = 400'000 * nSlot % rtOut;
+                    if (rtOut - rtMedia <= 10'000) rtMedia -= rtOut;  // as good as the next pass
+                    ASSERT_LE(std::abs(step.MediaTime() - rtMedia), 10'000) << nSlot;
+                    ASSERT_LE(script.StartOf(frame.nPicture), rtMedia + 10'000);
+                    ASSERT_GT(std::min(script.StartOf(frame.nPicture + 1), rtOut), rtMedia - 10'000) << nSlot;
+                    for (const int32_t nValue : frame.arrSamples) nOff += nValue != nSample++ % nPass;
+                    const int64_t nOfPass = frame.arrSamples[0] - script.SampleAt(rtMedia);
+                    ASSERT_LE(std::min(std::abs(nOfPass), nPass - std::abs(nOfPass)), 1) << nSlot;
+                    ++nSlot;
+                }
             }
         }
+        EXPECT_GE(nSlot, 700 * (rtOut / 400'000));
+        EXPECT_TRUE(nOff == 0 || rtOut != 15'000'000);
     }
-    EXPECT_GE(nSlot, 700 * 37);
 }
 
 TEST(FrameRateStep, ChangesRateAndSpeedWithoutATear) {
