@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "apps/zrmix/commands.h"
@@ -110,6 +111,7 @@ void Convert(const CONVERT_OPTIONS& _options) {
         ZR_VID_PROPS wanted;
         wanted.nWidth = props.vidProps.nWidth;
         wanted.nHeight = props.vidProps.nHeight;
+        if (!_options.strRotate.empty()) std::swap(wanted.nWidth, wanted.nHeight);
         if (!_options.strSize.empty()) ReadSize(_options.strSize, &wanted.nWidth, &wanted.nHeight);
         wanted.fccType =
             _options.strPixelFormat.empty() ? props.vidProps.fccType : mapPixelFormats.at(_options.strPixelFormat);
