@@ -25,6 +25,13 @@ bool ChromaLayout(eZrFCC _fccType, CHROMA_LAYOUT& _layout) {
     }
 }
 
+// What a row holds, without the padding that makes rows a multiple of some bytes; v210 is copied with its padding.
+int32_t UsedRowBytes(const ZR_VID_PROPS& _props, bool _bPlanar) {
+    if (_bPlanar) return _props.nWidth;
+    if (_props.fccType == eZrFCC_v210) return MinRowBytes(_props.fccType, _props.nWidth);
+    return (_props.nWidth * PixelFormatBits(_props.fccType) + 7) / 8;
+}
+
 void AddChroma(uint8_t* _pBehindLuma, ptrdiff_t _nLumaStride, const CHROMA_LAYOUT& _layout, PICTURE& _picture) {
     const PLANE& luma = _picture.arrPlanes[0];
     PLANE chroma;
@@ -72,7 +79,9 @@ HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _pictu
     if (HasChromaPairs(_props.fccType) && _props.nWidth % 2 != 0) return E_INVALIDARG;
     if (bPlanar && layout.nHeightShift > 0 && nHeight % 2 != 0) return E_INVALIDARG;
 
-    const ptrdiff_t nStride = _props.nRowBytes > nLeastRow ? _props.nRowBytes : nLeastRow;
+    if (_props.nRowBytes != 0 && _props.nRowBytes < UsedRowBytes(_props, bPlanar)) return E_INVALIDARG;
+
+    const ptrdiff_t nStride = _props.nRowBytes != 0 ? _props.nRowBytes : nLeastRow;
     _picture.fccType = _props.fccType;
     _picture.nPlanes = 1;
     _picture.bBottomUp = PixelFormatBottomUp(_props.fccType) && _props.nHeight > 0;

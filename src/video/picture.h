@@ -36,10 +36,10 @@ struct PICTURE {
     bool IsPlanar() const { return nPlanes > 1; }
 };
 
-// The picture at _pBuffer, its first byte in memory. Row bytes that are absent or too small for the width (but not
-// negative) become the least ones.
-// E_POINTER: no buffer. E_INVALIDARG: width or height below 1 or above kMaxPictureSide, negative row bytes, an odd
-// width of a format with shared chroma, an odd height of one that shares it between lines, or an unknown pixel format.
+// The picture at _pBuffer, its first byte in memory. Row bytes that are absent (0) become the least ones.
+// E_POINTER: no buffer. E_INVALIDARG: width or height below 1 or above kMaxPictureSide, row bytes that are negative or
+// too small for the width, an odd width of a format with shared chroma, an odd height of one that shares it between
+// lines, or an unknown pixel format.
 HRESULT PictureOf(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, PICTURE& _picture);
 
 // The picture whose planes are where _planes says (see IZrFFrame::ZrFVideoGetBytesEx). E_POINTER: a plane is missing.
