@@ -1,5 +1,8 @@
 #include "mixer/mix_cycle.h"
 
+#include <algorithm>
+#include <limits>
+
 #include "framework/frame_factory_access.h"
 #include "media/aud_props.h"
 #include "media/frame_time.h"
@@ -58,7 +61,7 @@ void MixCycle::Stop(IEventSink& _events) {
     evStop.Set();
     thread.Stop(-1);
     clock.Reset();
-    sampleClock.Reset();
+    audioCalc.Reset();
     rateMeter.Reset();
     sync.RemoveSources(_events);
 }
@@ -241,11 +244,13 @@ void MixCycle::DrawScene(PASS&) { const TraceScope trace("DoMixing_I(Draw)"); }
 void MixCycle::MixAudio(PASS& _pass) {
     const ZR_AUD_PROPS& audProps = _pass.props.audProps;
     if (!AudUsable(audProps)) return;
-    const int32_t nSamples = sampleClock.SamplesByTime(_pass.time, audProps.nSamplesPerSec, kAudioGapLimit);
+    int64_t nSamples = 0;
+    audioCalc.SamplesByTime(audProps, _pass.time, eZrFF_None, kAudioGapLimit, &nSamples);
     int32_t cbAudio = 0;
     int64_t pbAudio = 0;
     _pass.pFrame->ZrFAudioGetBytes(&cbAudio, &pbAudio);
-    if (cbAudio == 0) _pass.pFrame->ZrFAudioAlloc(&audProps, nSamples);
+    constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
+    if (cbAudio == 0) _pass.pFrame->ZrFAudioAlloc(&audProps, static_cast<int32_t>(std::min(nSamples, kMost)));
 }
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {

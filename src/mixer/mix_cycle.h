@@ -4,11 +4,11 @@
 #include <atomic>
 #include <cstdint>
 
+#include "audio/audio_calc.h"
 #include "framework/base_thread.h"
 #include "framework/event_sink.h"
 #include "framework/object_format.h"
 #include "framework/statistics_sink.h"
-#include "mixer/audio_sample_clock.h"
 #include "mixer/elapsed.h"
 #include "mixer/frame_output.h"
 #include "mixer/mix_clock.h"
@@ -87,7 +87,7 @@ private:
     MIX_PARTS parts;
     SyncMixer sync;
     MixClock clock;
-    AudioSampleClock sampleClock;
+    ZrAudioCalc audioCalc;
     RateMeter rateMeter;
     Elapsed cycleTimer;
     int32_t nPriority = 0;  // that the mix thread has

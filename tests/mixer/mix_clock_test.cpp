@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "media/frame_time.h"
-#include "mixer/audio_sample_clock.h"
 #include "support/stress.h"
 
 namespace zr {
@@ -79,59 +78,6 @@ TEST(MixClock, ANewRateGoesOnFromWhereTheLineIs) {
     const MIX_STAMP stamp = clock.Stamp(eZrS_Running, 1, 200000);
     EXPECT_EQ(stamp.rtStartTime, 1200000);
     EXPECT_EQ(stamp.rtEndTime, 1400000);
-}
-
-TEST(AudioSampleClock, ADayHasTheSamplesOfTheRate) {
-    for (const RATE_CASE& rate : arrRates) {
-        for (const int32_t nAudioRate : {44100, 48000, 96000}) {
-            SCOPED_TRACE(rate.szName);
-            AudioSampleClock clock;
-            ZR_TIME time;
-            int64_t nTotal = 0;
-            const int64_t nFrames = StressRounds(86'400) * rate.nNum / rate.nDen;  // a day
-            for (int64_t n = 0; n < nFrames; ++n) {
-                time.rtStartTime = ExactTicks(n, rate.nNum, rate.nDen);
-                time.rtEndTime = ExactTicks(n + 1, rate.nNum, rate.nDen);
-                time.eFFlags = n == 0 ? eZrFF_Break : eZrFF_None;
-                nTotal += clock.SamplesByTime(time, nAudioRate, 100'000);
-                const auto dblIdeal = static_cast<double>(time.rtEndTime) * nAudioRate / 1e7;
-                // One sample, and the tick that a time is cut to.
-                ASSERT_LT(std::abs(static_cast<double>(nTotal) - dblIdeal), 1.0 + nAudioRate / 1e7) << n;
-            }
-        }
-    }
-}
-
-TEST(AudioSampleClock, GapsAndStepsBackStartAgain) {
-    struct CASE {
-        const char* szName;
-        int64_t rtStart, rtEnd;
-        eZrFrameFlags eFlags;
-        int64_t rtGapLimit;
-        int32_t nSamples;
-    };
-    // The frame before ends at 400000; 40 ms are 1920 samples.
-    const CASE arrCases[] = {
-        {"goes on", 400000, 800000, eZrFF_None, 100000, 1920},
-        {"a small gap is filled", 450000, 850000, eZrFF_None, 100000, 2160},
-        {"a large one is not", 600000, 1000000, eZrFF_None, 100000, 1920},
-        {"without a limit it is", 600000, 1000000, eZrFF_None, 0, 2880},
-        {"a step back", 0, 400000, eZrFF_None, 100000, 1920},
-        {"a break", 450000, 850000, eZrFF_Break, 100000, 1920},
-        {"no usable end lasts a frame of 29.97", 400000, 450000, eZrFF_None, 100000, 1601},
-    };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        AudioSampleClock clock;
-        ZR_TIME time;
-        time.rtEndTime = 400000;
-        EXPECT_EQ(clock.SamplesByTime(time, 48000, 100'000), 1920);
-        time = {};
-        time.rtStartTime = c.rtStart;
-        time.rtEndTime = c.rtEnd;
-        time.eFFlags = c.eFlags;
-        EXPECT_EQ(clock.SamplesByTime(time, 48000, c.rtGapLimit), c.nSamples);
-    }
 }
 
 }  // namespace
