@@ -30,16 +30,39 @@ namespace {
 
 constexpr int kW = 1920, kH = 1080;
 
+// Bytes that start at a cache line, as those of frames do.
+class AlignedBytes {
+public:
+    explicit AlignedBytes(size_t _cb, uint32_t _nSeed)
+        : cb(_cb), p(static_cast<uint8_t*>(std::aligned_alloc(4096, (_cb + 8191) & ~size_t{4095}))) {
+        const std::vector<uint8_t> noise = Noise(_cb, _nSeed);
+        std::memcpy(p, noise.data(), _cb);
+    }
+    AlignedBytes(const AlignedBytes&) = delete;
+    AlignedBytes& operator=(const AlignedBytes&) = delete;
+    ~AlignedBytes() { std::free(p); }
+    uint8_t* data() { return p; }
+    size_t size() const { return cb; }
+    uint8_t& operator[](size_t _n) { return p[_n]; }
+
+private:
+    size_t cb;
+    uint8_t* p;
+};
+
 struct Frame {
     ZR_VID_PROPS props;
-    std::vector<uint8_t> bytes;
+    AlignedBytes bytes;
 
-    Frame(eZrFCC _fcc, int32_t _nWidth = kW, int32_t _nHeight = kH, uint32_t _nSeed = 1) {
+    Frame(eZrFCC _fcc, int32_t _nWidth = kW, int32_t _nHeight = kH, uint32_t _nSeed = 1)
+        : props(PropsOf(_fcc, _nWidth, _nHeight)), bytes(PictureBytes(props), _nSeed) {}
+    static ZR_VID_PROPS PropsOf(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight) {
+        ZR_VID_PROPS props;
         props.fccType = _fcc;
         props.nWidth = _nWidth;
         props.nHeight = PixelFormatBottomUp(_fcc) ? -_nHeight : _nHeight;
         props.nRowBytes = MinRowBytes(_fcc, _nWidth);
-        bytes = Noise(PictureBytes(props) + 64, _nSeed);
+        return props;
     }
     PICTURE Picture() {
         PICTURE picture;
@@ -76,7 +99,7 @@ void Add(const std::string& _strName, size_t _cbMoved, std::function<Work()> _ma
         ->UseRealTime();
 }
 
-size_t Moved(const Frame& _a, const Frame& _b) { return _a.bytes.size() + _b.bytes.size() - 128; }
+size_t Moved(const Frame& _a, const Frame& _b) { return _a.bytes.size() + _b.bytes.size(); }
 
 // ---- Conversions
 
