@@ -22,7 +22,6 @@
 #include "video/mirror.h"
 #include "video/mix_image.h"
 #include "video/overlay_picture.h"
-#include "video/resize_sharpen.h"
 #include "video/rotate.h"
 
 namespace zr {
