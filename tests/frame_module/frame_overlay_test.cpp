@@ -174,7 +174,7 @@ TEST(FrameOverlayRect, ScalesTheMaskWithTheOverlay) {
     const auto pMask = OneColour(VidProps(eZrFCC_RGB8, 32, -32), nullptr);
     const std::span<uint8_t> mask = VideoOf(*pMask);
     for (size_t i = 0; i < mask.size(); ++i) mask[i] = i % 32 >= 16 ? 255 : 0;  // the right half
-    const ZRF_RECT rect{-64, 0, 192, 64, eZrFRT_Absolute};  // its left half ends at column 32
+    const ZRF_RECT rect{-64, 0, 192, 64, eZrFRT_Absolute};                      // its left half ends at column 32
     ASSERT_EQ(pBase->ZrFOverlayRect(pOver.Get(), pMask.Get(), &rect, eZrFOF_NoAR, 1, nullptr, nullptr), S_OK);
     const Bytes bytes = BytesOf(*pBase);
     for (int32_t x = 0; x < 128; ++x) {
