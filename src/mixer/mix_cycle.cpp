@@ -49,7 +49,8 @@ bool MixCycle::IsSynchronous(int32_t _nKind) const {
 
 HRESULT MixCycle::Start() {
     evStop.Reset();
-    if (thread.IsRunning() == CBaseThread::kStopped) {
+    // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
+    if (thread.IsRunning() != CBaseThread::kRunning) {
         if (const HRESULT hr = thread.Start(this, &MixCycle::Run); Failed(hr)) return hr;
     }
     bFirstFrame.store(true, std::memory_order_relaxed);

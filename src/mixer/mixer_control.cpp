@@ -94,7 +94,6 @@ HRESULT MixerControl::OnObjectStart(DeferredEvents& _events) {
     if (!colour.empty() && !parts.streams.Background()) {
         if (const HRESULT hr = parts.background.Set(nullptr, colour, {}, nullptr); Failed(hr)) return hr;
     }
-    parts.output.Open(parts.props.IsSynchronous());
     parts.state.Set(eZrS_Stopped);
     if (!parts.props.Root()->AttributeOr(u"auto_start", true)) return S_OK;
     return Play_I(-1.0, _events);
@@ -116,13 +115,12 @@ HRESULT MixerControl::Play_I(double _dblSeconds, DeferredEvents& _events) {
     if (eBefore < eZrS_Stopped || eBefore > eZrS_Running) return PlayOpen_I(_dblSeconds, _events);
 
     if (eBefore != eTarget || eTarget == eZrS_Paused) {
-        if (const HRESULT hr = Mixer_Start(_events); Failed(hr)) return hr;
+        if (const HRESULT hr = StartAs_I(eTarget, _events); Failed(hr)) return hr;
         if (eBefore != eTarget) {
             Raise(_events, eTarget == eZrS_Running ? u"start" : u"pause", SecondsText(_dblSeconds).c_str());
         }
     }
     parts.state.rtPauseRemainder = _dblSeconds > 0.0 ? TicksOf(_dblSeconds) : 0;
-    parts.state.Set(eTarget);
     return S_OK;
 }
 
@@ -131,19 +129,30 @@ HRESULT MixerControl::PlayOpen_I(double _dblSeconds, DeferredEvents& _events) {
     if (parts.state.Get() == eZrS_Closed) {
         if (const HRESULT hr = Start_I(_events); Failed(hr)) return hr;
     }
-    parts.state.Set(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running);
-    if (const HRESULT hr = Mixer_Start(_events); Failed(hr)) {
-        parts.state.Set(eZrS_Stopped);
-        Mixer_Stop(_events);
-        return hr;
-    }
+    const HRESULT hr = StartAs_I(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running, _events);
+    if (Failed(hr)) return hr;
     Raise(_events, u"start", nullptr);
     return S_OK;
+}
+
+// The state first: the first pass is of a mixer that plays or is paused already.
+HRESULT MixerControl::StartAs_I(eZrState _eState, DeferredEvents& _events) {
+    // What was on its way when the mixer stopped has set the pace again: frames would hurry to catch up with it.
+    if (parts.state.Get() < eZrS_Paused) parts.output.ResetPosition();
+    parts.state.Set(_eState);
+    const HRESULT hr = Mixer_Start(_events);
+    if (Failed(hr)) {
+        parts.state.Set(eZrS_Stopped);
+        Mixer_Stop(_events);
+    }
+    return hr;
 }
 
 HRESULT MixerControl::Mixer_Start(DeferredEvents& _events) {
     // A background that pushes its frames drives the cycle from its own thread, which comes with the streams.
     if (!parts.cycle.IsSynchronous(0) && parts.streams.Background()) return E_NOTIMPL;
+    // Here and not at the start of the object: one in error plays without such a start.
+    if (const HRESULT hr = parts.output.Open(parts.props.IsSynchronous()); Failed(hr)) return hr;
     if (!bConnected) {
         bConnected = true;
         if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {

@@ -41,6 +41,8 @@ private:
     void Close_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT Play_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT PlayOpen_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    // Has the mixer run in that state; on failure it is stopped.
+    HRESULT StartAs_I(eZrState _eState, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     // Connects what is on the mixer and has the cycle run.
     HRESULT Mixer_Start(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Mixer_Stop(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);

@@ -16,12 +16,16 @@ void MixerOutput::SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue) {
     queue.SetBounds(_nMin, std::max(_nMax, _bQueue ? 1 : 0));
 }
 
-void MixerOutput::Open(bool _bQueue) {
+HRESULT MixerOutput::Open(bool _bQueue) {
+    if (bOpen) return S_FALSE;
     const int32_t nMax = std::max(pObject->AttributeOr(u"output.max_buffers", 0), _bQueue ? 1 : 0);
-    queue.Init(pObject->AttributeOr(u"output.min_buffers", 0), nMax, false);
+    const HRESULT hr = queue.Init(pObject->AttributeOr(u"output.min_buffers", 0), nMax, false);
+    bOpen = Succeeded(hr);
+    return hr;
 }
 
 void MixerOutput::Close() {
+    bOpen = false;
     queue.Stop();
     sender.SenderSendEnd(1, false);
     readers.Flush();

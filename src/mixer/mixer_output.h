@@ -20,8 +20,9 @@ public:
     MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
                 LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics);
 
-    // From now on frames are taken. _bQueue: at least one may wait while the one before it is sent.
-    void Open(bool _bQueue);
+    // From now on frames are taken. _bQueue: at least one may wait while the one before it is sent. S_FALSE: they are
+    // taken already. Under the state lock, as Close.
+    HRESULT Open(bool _bQueue);
     // Ends the output: what is queued is let go, receivers and readers are told.
     void Close();
     // The next frame begins a new line of time.
@@ -44,6 +45,7 @@ private:
     Sender& sender;
     LastFrame& lastFrame;
     IEventSink& events;
+    bool bOpen = false;  // under the state lock
     CDeqActive<MixerOutput, FramePtr> queue{*this, "zr-output"};
 };
 

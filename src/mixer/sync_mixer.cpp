@@ -246,10 +246,14 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
 }
 
 void SyncMixer::RemoveUnused() {
-    for (size_t i = arrSources.size(); i-- > 0;) {
-        if (!arrSources[i]->arrSteps.empty()) continue;
-        RemoveSource(*arrSources[i], events);
-        arrSources.erase(arrSources.begin() + static_cast<ptrdiff_t>(i));
+    const auto IsUnused = [](const auto& _pSource) { return _pSource->arrSteps.empty(); };
+    for (;;) {
+        const auto it = std::find_if(arrSources.begin(), arrSources.end(), IsUnused);
+        if (it == arrSources.end()) return;
+        // Off the list before anybody hears of it: a listener may stop the mixer, which empties the list.
+        const std::unique_ptr<SyncSource> pSource = std::move(*it);
+        arrSources.erase(it);
+        RemoveSource(*pSource, events);
     }
 }
 

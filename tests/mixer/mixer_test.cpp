@@ -49,8 +49,14 @@ protected:
     static HRESULT OnEvent(int64_t _llUser, const char16_t*, const char16_t* _szEvent, const char16_t* _szParam,
                            IUnknown*) {
         auto& test = *reinterpret_cast<MixerTest*>(_llUser);
-        MutexLock lock(test.mtx);
-        test.arrEvents.push_back(std::u16string(_szEvent) + u"/" + (_szParam ? _szParam : u""));
+        {
+            MutexLock lock(test.mtx);
+            test.arrEvents.push_back(std::u16string(_szEvent) + u"/" + (_szParam ? _szParam : u""));
+        }
+        if (test.stopAt == _szEvent) {
+            test.stopAt.clear();
+            test.pFile->FilePlayStop(0);
+        }
         return S_OK;
     }
     int CountEvents(const std::u16string& _event) {
@@ -66,6 +72,7 @@ protected:
     VirtualClock clock;
     Mutex mtx;
     std::vector<std::u16string> arrEvents ZR_GUARDED_BY(mtx);
+    std::u16string stopAt;  // the next event of that name stops the mixer, on the thread that tells it
     ZrPtr<IZrObject> pMixer;
     ZrPtr<IZrFile> pFile;
     ZrPtr<IZrProps> pProps;
@@ -151,6 +158,44 @@ TEST_F(MixerTest, AStalledSourceCostsItsLimitOnceAndIsUsedAgain) {
     EXPECT_GE(nStalled, 25u + 65u);  // 3 s less the 250 ms
     EXPECT_GE(ScriptedSource::NumberOf(arrFrames.back().pFrame.Get()), 0);
     for (size_t i = 1; i < arrFrames.size(); ++i) ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * int64_t(i)) << i;
+}
+
+TEST_F(MixerTest, AListenerOnTheMixThreadMayStopTheMixer) {
+    for (const char16_t* szEvent : {u"source_connected", u"source_disconnected", u"pause"}) {
+        Make(25.0);
+        pProps->PropsSet(u"object::on_event.sync", u"true");
+        stopAt = szEvent == std::u16string(u"source_connected") ? szEvent : u"";
+        pMixer->ObjectStart(nullptr);
+        SleepFor(kTicksPerSecond);
+        stopAt = szEvent;
+        pSource = ScriptedSource::Make(SmallPicture(25.0), 0);
+        pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+        pFile->FilePlayPause(0.5);
+        SleepFor(kTicksPerSecond);
+        stopAt.clear();
+        EXPECT_EQ(pFile->FilePlayStart(), S_OK);
+        const size_t nBefore = pCollector->Count();
+        SleepFor(kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 25, 3);
+        pMixer->ObjectClose();
+    }
+}
+
+TEST_F(MixerTest, AMixerInErrorPlaysAtItsRateAllTheSame) {
+    Make(25.0);
+    for (bool bStopFirst : {false, true}) {
+        pMixer.As<IZrStreams>()->StreamsBackgroundSet(nullptr, u"", u"", nullptr, 0);
+        pProps->PropsSet(u"object::background", u"/nowhere/at-all.mp4");
+        EXPECT_LT(pMixer->ObjectStart(nullptr), 0);
+        EXPECT_EQ(State(), eZrS_Error);
+        pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+        if (bStopFirst) pFile->FilePlayStop(0);
+        const int nBefore = pSource->nGets;
+        ASSERT_EQ(pFile->FilePlayStart(), S_OK);
+        SleepFor(kTicksPerSecond);
+        EXPECT_NEAR(pSource->nGets - nBefore, 25, 3);
+        pMixer->ObjectClose();
+    }
 }
 
 TEST_F(MixerTest, ControlCallsInAnyOrderLeaveACleanMixer) {
