@@ -31,9 +31,9 @@ int64_t LongestStep(const AVFormatContext& _format) {
 
 }  // namespace
 
-bool Interrupt::BeginRead() {
+bool Interrupt::BeginRead(bool _bBreakable) {
     bBreak.store(false);
-    bReading.store(true);
+    bReading.store(_bBreakable);
     return !Stopped();
 }
 
@@ -133,7 +133,7 @@ bool Demuxer::Seekable() const {
 
 int Demuxer::Read(AVPacket* _pPacket) {
     for (;;) {
-        if (!interrupt.BeginRead()) return AVERROR_EXIT;
+        if (!interrupt.BeginRead(bUrl)) return AVERROR_EXIT;
         int nResult = 0;
         if (bUrl) {
             ClockBlockingCall blocking;
@@ -179,7 +179,7 @@ int Demuxer::Seek(double _dblSeconds) {
     const AVStream& stream = pVideo ? *pVideo : *pAudio;
     const double dblTicks = _dblSeconds / av_q2d(stream.time_base);
     const auto nTo = static_cast<int64_t>(std::clamp(dblTicks, -4e18, 4e18));
-    if (!interrupt.BeginRead()) return AVERROR_EXIT;
+    if (!interrupt.BeginRead(bUrl)) return AVERROR_EXIT;
     int nResult = avformat_seek_file(pFormat, stream.index, INT64_MIN, nTo, nTo, 0);
     // Before the first key frame, or without an index: what the format finds backwards.
     if (nResult < 0) nResult = av_seek_frame(pFormat, stream.index, nTo, AVSEEK_FLAG_BACKWARD);
@@ -189,7 +189,7 @@ int Demuxer::Seek(double _dblSeconds) {
 }
 
 int Demuxer::Rewind() {
-    if (!interrupt.BeginRead()) return AVERROR_EXIT;
+    if (!interrupt.BeginRead(bUrl)) return AVERROR_EXIT;
     // Where packets are found by their times, the first ones, which are not in order, would be passed over.
     const bool bByTimes = (pFormat->iformat->flags & AVFMT_TS_DISCONT) != 0;
     int nResult = -1;

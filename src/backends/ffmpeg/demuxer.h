@@ -21,7 +21,8 @@ public:
     // Of the calls from here on, in ticks of ClockNow.
     void SetDeadline(int64_t _rtDeadline) { rtDeadline.store(_rtDeadline, std::memory_order_release); }
 
-    bool BeginRead();  // false: stopped
+    // _bBreakable: BreakRead may end it; of a file it would only lose a part. False: stopped.
+    bool BeginRead(bool _bBreakable);
     void EndRead();
     AVIOInterruptCB Callback() { return {Check, this}; }
 

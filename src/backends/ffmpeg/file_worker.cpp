@@ -133,10 +133,11 @@ HRESULT FFmpegFileWorker::Open_I(const PARAMETERS& _parameters, int64_t _rtPos) 
     HRESULT hr = S_OK;
     if (Demuxer::NamesProtocol(_parameters.strFile)) {
         ClockBlockingCall blocking;
-        interrupt.BeginRead();
+        interrupt.BeginRead(true);
         hr = decoder.Open(_parameters.strFile, _parameters.choice);
         interrupt.EndRead();
     } else {
+        interrupt.BeginRead(false);
         hr = decoder.Open(_parameters.strFile, _parameters.choice);
     }
     interrupt.SetDeadline(kNever);
