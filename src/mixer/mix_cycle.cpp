@@ -153,7 +153,11 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
     ZR_AV_PROPS propsFrame;
     if (Succeeded(hr)) hr = _pass.pFrame->ZrFAVPropsGet(&propsFrame, nullptr);
     if (Failed(hr)) return hr;
-    if (!bVideo && PropsValid(&_pass.props.vidProps, true)) {
+    // A background of sound alone stands on black where the output is to have a picture.
+    const ZR_VID_PROPS wanted = parts.format.Wanted().vidProps;
+    const bool bSoundAlone =
+        !PropsValid(&propsFrame.vidProps, true) && wanted.eVideoFormat != eZrVF_Disabled && PropsValid(&wanted, true);
+    if (bSoundAlone || (!bVideo && PropsValid(&_pass.props.vidProps, true))) {
         const FramePtr pSound = std::move(_pass.pFrame);
         hr = MakeOwnFrame(_pass);
         if (Failed(hr)) return hr;

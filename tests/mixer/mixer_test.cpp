@@ -198,6 +198,26 @@ TEST_F(MixerTest, AMixerInErrorPlaysAtItsRateAllTheSame) {
     }
 }
 
+TEST_F(MixerTest, ABackgroundOfSoundAloneStandsOnBlack) {
+    Make(25.0, true);
+    ZR_VID_PROPS none;
+    none.eVideoFormat = eZrVF_Disabled;
+    pMixer.As<IZrStreams>()->StreamsBackgroundSet(ScriptedSource::Make(none, 1920).Get(), u"", u"", nullptr, 0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    pMixer->ObjectClose();
+    const auto arrFrames = pCollector->Frames();
+    ASSERT_GT(arrFrames.size(), 20u);
+    for (size_t i = 0; i < arrFrames.size(); ++i) {
+        ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * static_cast<int64_t>(i));
+        ASSERT_EQ(arrFrames[i].nSamples, 1920);
+        int32_t cbVideo = 0;
+        int64_t pbVideo = 0;
+        arrFrames[i].pFrame->ZrFVideoGetBytes(&cbVideo, &pbVideo);
+        ASSERT_EQ(cbVideo, 128 * 36);
+    }
+}
+
 TEST_F(MixerTest, ControlCallsInAnyOrderLeaveACleanMixer) {
     Make(50.0);
     std::vector<std::unique_ptr<Thread>> arrThreads;
