@@ -202,7 +202,9 @@ HRESULT Masks(Input& _input, ARENAS& _arenas, const LAYER& _src, const tagRECT* 
     MaskPlane alpha, scaled;
     HRESULT hr = ExtractMask(_src.pBits, _src.props, _pRect, alpha);
     if (Failed(hr)) return hr;
-    hr = ScaleMask(_arenas.engine, alpha, _input.Size(), _input.Size(), eInterpolation::Linear, scaled);
+    const int32_t nWidth = _input.Size(), nHeight = _input.Size();
+    if (int64_t{nWidth} * nHeight > int64_t{Arena::kBytes}) return S_FALSE;  // a gigabyte of mask is right, but slow
+    hr = ScaleMask(_arenas.engine, alpha, nWidth, nHeight, eInterpolation::Linear, scaled);
     if (hr == S_OK) hr = MultiplyMask(scaled, alpha.Mask(_input.Edge(), _input.Edge()));
     if (scaled.Width() > 0) DrawMaskShape(static_cast<eMaskShape>(_input.Byte() % 4), scaled, _arenas.engine.rows);
     return S_FALSE;  // the destination is not concerned
