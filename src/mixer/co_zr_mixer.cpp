@@ -145,9 +145,6 @@ HRESULT CCoZrMixer::FilePosGet(double* _pdblFilePos) {
     const auto p = Background();
     return p ? p->FilePosGet(_pdblFilePos) : ZR_E_EMPTY;
 }
-HRESULT CCoZrMixer::FilePlayPause(double _dblSeconds) {
-    return core.control.FilePlay(_dblSeconds < 0.0 ? 0.0 : _dblSeconds);
-}
 HRESULT CCoZrMixer::FileRateSet(double _dblRate) {
     const auto p = Background();
     return p ? p->FileRateSet(_dblRate) : ZR_E_EMPTY;

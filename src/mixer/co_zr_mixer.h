@@ -63,7 +63,8 @@ public:
     HRESULT FilePosSet(double _dblPos, double _dblPreroll) override;
     HRESULT FilePosGet(double* _pdblFilePos) override;
     HRESULT FilePlayStart() override { return core.control.FilePlay(-1.0); }
-    HRESULT FilePlayPause(double _dblSeconds) override;
+    // Below 0: as FilePlayStart.
+    HRESULT FilePlayPause(double _dblSeconds) override { return core.control.FilePlay(_dblSeconds); }
     HRESULT FilePlayStop(double _dblSeconds) override { return core.control.FilePlayStop(_dblSeconds); }
     HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain) override {
         return core.control.FileStateGet(_peState, _pdblTimeRemain);
