@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "backends/clip_support.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -94,7 +95,10 @@ protected:
 };
 
 TEST_F(RoundTrip, FramesComeBack) {
+    // Threads meet in the same way whatever is written; a slow build draws and compares the least.
+    const bool bSlow = StressRounds(10) == 1;
     for (const ROUND_TRIP& trip : arrTrips) {
+        if (bSlow && trip.format.fccType != eZrFCC_I420) continue;
         SCOPED_TRACE(trip.szName);
         const RATE rate = trip.format.rate;
         const std::string strPath = Path(trip.szFile);
