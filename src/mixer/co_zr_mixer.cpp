@@ -39,7 +39,7 @@ uint32_t CCoZrMixer::Release() {
     return nLeft;
 }
 
-void CCoZrMixer::OnName(std::u16string_view _name, std::u16string_view) { core.state.SetName(_name); }
+void CCoZrMixer::OnName(std::u16string_view _name, std::u16string_view) { core.state.name.Set(_name); }
 
 void CCoZrMixer::OnOutputBuffers(int32_t _nMin, int32_t _nMax) {
     core.output.SetBounds(_nMin, _nMax, props.IsSynchronous());
@@ -64,13 +64,13 @@ void CCoZrMixer::OnReaderCount(size_t _nReaders) {
 
 HRESULT CCoZrMixer::ObjectNameSet(const char16_t* _bsName) {
     return InterfaceCall([&] {
-        core.state.SetName(TextArgument(_bsName));
+        core.state.name.Set(TextArgument(_bsName));
         return S_OK;
     });
 }
 
 HRESULT CCoZrMixer::ObjectNameGet(BSTR* _pbsName) {
-    return InterfaceCall([&] { return GiveText(*core.state.Name(), _pbsName); });
+    return InterfaceCall([&] { return GiveText(*core.state.name.Get(), _pbsName); });
 }
 
 HRESULT CCoZrMixer::ObjectStart(IUnknown*) {

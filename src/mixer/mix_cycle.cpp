@@ -294,7 +294,7 @@ void MixCycle::EndTimedPause(const ZR_TIME& _time) {
     }
     parts.state.lock.LeaveWrite();
     if (!bEnded) return;
-    const auto pName = parts.state.Name();
+    const auto pName = parts.state.name.Get();
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
 }

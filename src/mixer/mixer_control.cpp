@@ -27,7 +27,7 @@ int64_t TicksOf(double _dblSeconds) {
 }  // namespace
 
 void MixerControl::Raise(DeferredEvents& _events, const char16_t* _szEvent, const char16_t* _szParam) {
-    _events.RaiseEvent(parts.state.Name()->c_str(), _szEvent, _szParam, nullptr);
+    _events.RaiseEvent(parts.state.name.Get()->c_str(), _szEvent, _szParam, nullptr);
 }
 
 HRESULT MixerControl::ObjectStart() {
@@ -156,7 +156,7 @@ HRESULT MixerControl::Mixer_Start(DeferredEvents& _events) {
     if (!bConnected) {
         bConnected = true;
         if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
-            _events.RaiseEvent(parts.state.Name()->c_str(), u"connect", pItem->Name().c_str(),
+            _events.RaiseEvent(parts.state.name.Get()->c_str(), u"connect", pItem->Name().c_str(),
                                static_cast<IZrItem*>(pItem.Get()));
         }
     }
@@ -167,7 +167,7 @@ void MixerControl::Mixer_Stop(DeferredEvents& _events) {
     if (bConnected) {
         bConnected = false;
         if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
-            _events.RaiseEvent(parts.state.Name()->c_str(), u"disconnect", pItem->Name().c_str(),
+            _events.RaiseEvent(parts.state.name.Get()->c_str(), u"disconnect", pItem->Name().c_str(),
                                static_cast<IZrItem*>(pItem.Get()));
         }
     }

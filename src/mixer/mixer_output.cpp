@@ -53,7 +53,7 @@ HRESULT MixerOutput::OnActiveDeq(FramePtr& _pFrame, int32_t) {
 
 void MixerOutput::MediaSend_I(const FramePtr& _pFrame) {
     lastFrame.Keep(_pFrame.Get());
-    events.RaiseFrame(state.Name()->c_str(), _pFrame.Get());
+    events.RaiseFrame(state.name.Get()->c_str(), _pFrame.Get());
     sender.Sender_SendMedia(_pFrame.Get(), 1, 0);
 }
 

@@ -3,12 +3,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
-#include <string>
-#include <string_view>
 
 #include "framework/lock_order.h"
-#include "platform/lock.h"
+#include "framework/object_name.h"
 #include "platform/rw_lock.h"
 #include "zr/enums.h"
 
@@ -26,21 +23,9 @@ public:
 
     int64_t rtPauseRemainder ZR_GUARDED_BY(lock) = 0;  // ticks; 0: the pause has no end of its own
 
-    // The name that the object's events carry. Never null; taking it allocates nothing.
-    std::shared_ptr<const std::u16string> Name() const {
-        MutexLock lockName(mtxName);
-        return pName;
-    }
-    // Throws std::bad_alloc.
-    void SetName(std::u16string_view _name) {
-        auto pNew = std::make_shared<const std::u16string>(_name);
-        MutexLock lockName(mtxName);
-        pName.swap(pNew);
-    }
+    ObjectName name;  // that the mixer's events carry
 
 private:
-    mutable Mutex mtxName;
-    std::shared_ptr<const std::u16string> pName ZR_GUARDED_BY(mtxName) = std::make_shared<const std::u16string>();
     std::atomic<eZrState> eState{eZrS_Closed};
 };
 

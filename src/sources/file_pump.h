@@ -13,8 +13,8 @@
 #include "framework/last_frame.h"
 #include "framework/lock_order.h"
 #include "framework/object_format.h"
+#include "framework/object_name.h"
 #include "sources/file_player.h"
-#include "sources/object_name.h"
 #include "transport/sender.h"
 #include "transport/source_readers.h"
 
