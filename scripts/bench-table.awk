@@ -12,11 +12,12 @@ $1 ~ /BM_Peers_/ && $1 !~ /_(mean|median|stddev|cv)"?$/ {
     }
     if (NF < 4) next  # of the list
     if (!((operation, who) in best) || time < best[operation, who]) best[operation, who] = time
-    if (psnr_column && $psnr_column > 0) psnr[operation] = $psnr_column
+    gsub(/"/, "", $label)
+    if (label && $label > 0) psnr[operation] = $label
 }
 $1 == "name" {
     for (i = 1; i <= NF; ++i)
-        if ($i ~ /psnr_db/) psnr_column = i
+        if ($i == "label") label = i  # the scaling rows have decibels there
 }
 END {
     print "| operation | ours, ms | peer, ms | peer | ours / peer | luma beside zimg |"
