@@ -31,7 +31,10 @@ inline constexpr LockRank kStreams{500, "streams lock"};
 inline constexpr LockRank kScenes{600, "scenes lock"};
 // What a stream remembers of its last frame.
 inline constexpr LockRank kStreamFrame{700, "frame lock of a stream"};
-// The blocks of a stream and their scaled pictures: where producer and mix thread meet.
+// The list of blocks that the scene shows.
+inline constexpr LockRank kBlockSet{780, "lock of the block set"};
+// One block while its picture is made, then what producer and mix thread know of it; the latter for moments only.
+inline constexpr LockRank kBlockMake{790, "picture lock of a block"};
 inline constexpr LockRank kBlock{800, "block lock"};
 
 // The list of audio tracks, reader/writer: read through the whole audio step.

@@ -1,0 +1,59 @@
+#pragma once
+// What a block shows of its stream: the frame itself where it fits as it is, else a copy of the block's size.
+
+#include <cstdint>
+
+#include "platform/ref_object.h"
+#include "scenes/placing.h"
+#include "video/block_mask.h"
+#include "video/masks.h"
+#include "video/scaling_engine.h"
+#include "zr/frame.h"
+
+namespace zr {
+
+// Ready to be laid over the output. Whoever makes it is alone with it; afterwards any thread may read.
+class BlockPicture final : public AutoObjBase<BlockPicture> {
+public:
+    const uint8_t* pBits = nullptr;  // null: there is nothing to lay
+    ZR_VID_PROPS props;
+    tagRECT srcRect{};     // the part of the picture that is laid
+    tagRECT dstRect{};     // where, in output pixels, of the same size; may reach over the edges of the output
+    tagRECT blockRect{};   // of the whole block, which borders go around
+    bool bMasked = false;  // by the plane below
+    MaskPlane mask;        // of the size of both rectangles
+
+    ZrPtr<IZrFFrame> pFrame;  // where pBits is, unless it is the copy
+    ScratchBuffer copy;
+
+    bool HasAlpha() const { return props.fccType == eZrFCC_ARGB32; }
+    // It hides what is under it.
+    bool IsOpaque() const { return pBits && !bMasked && !HasAlpha(); }
+};
+
+// All that a picture hangs on but the frame.
+struct PICTURE_PLAN {
+    RECT_F dst;               // output pixels
+    RECT_F crop{0, 0, 1, 1};  // fractions of the source
+    ZR_VID_PROPS output;
+    int32_t nQuality = 2;  // scaling_quality
+    int32_t nMasks = 0;    // changes with the names of the masks
+    bool bHasMask = false;
+    bool bCut = true;  // what lies outside of the output is not made
+
+    bool SamePicture(const PICTURE_PLAN& _other) const;
+};
+
+// What a maker keeps between pictures; one picture at a time.
+struct PICTURE_MAKER {
+    ScalingEngine engine;
+    ScratchBuffer planes;  // of a frame whose planes do not stand one behind the other
+    MaskPlane partMask;
+    ScalingEngine maskEngine;
+};
+
+// Makes _picture of a frame. S_FALSE: nothing of it is to be seen. Codes of Img_Convert and PictureBlockOf.
+HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
+                         PICTURE_MAKER& _maker, BlockPicture& _picture);
+
+}  // namespace zr

@@ -1,0 +1,258 @@
+#include "mixer/video_block.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "media/vid_props.h"
+
+namespace zr {
+
+namespace {
+
+constexpr double kOpaque = 1.0;
+constexpr double kOpaqueUncut = 0.99;
+constexpr double kSeenThrough = 0.3;
+
+bool SameRecord(const ZR_VID_PROPS& _a, const ZR_VID_PROPS& _b) {
+    return _a.eVideoFormat == _b.eVideoFormat && _a.fccType == _b.fccType && _a.nWidth == _b.nWidth &&
+           _a.nHeight == _b.nHeight && _a.nRowBytes == _b.nRowBytes && _a.eInterlace == _b.eInterlace &&
+           _a.nAspectX == _b.nAspectX && _a.nAspectY == _b.nAspectY;
+}
+
+// Nobody but the list holds it.
+bool IsFree(const CAutoObj<BlockPicture>& _p) {
+    const uint32_t nHolders = _p->AddRef() - 1;
+    _p->Release();
+    return nHolders == 1;
+}
+
+}  // namespace
+
+// ---- The stream
+
+void ZrVideoBlock::Bind(const void* _pStream, std::u16string_view _id) {
+    MutexLock lock(mtx);
+    if (streamID != _id) streamID = _id;
+    const void* const pOld = pShown.exchange(_pStream, std::memory_order_acq_rel);
+    if (pOld == _pStream || !pOld) return;
+    // What the stream before has left stays on the screen until a frame of this one comes.
+    bHasTime = false;
+}
+
+std::u16string ZrVideoBlock::StreamID() const {
+    MutexLock lock(mtx);
+    return streamID;
+}
+
+// ---- The producer
+
+bool ZrVideoBlock::NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const {
+    _pPlan->dst = rect;
+    _pPlan->crop = layout.crop;
+    _pPlan->output = layout.output;
+    _pPlan->nQuality = nQuality;
+    _pPlan->nMasks = nMasks;
+    _pPlan->bHasMask = !arrMaskNames[0].empty() || !arrMaskNames[1].empty();
+    _pPlan->bCut = layout.bCutOffscreen;
+    return !pPicture || _llVideoID == 0 || _llVideoID != llPictureID || !plan.SamePicture(*_pPlan);
+}
+
+HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
+    ZRF_FRAME_INFO info;
+    if (const HRESULT hr = _frame.ZrFAllGet(&info); Failed(hr)) return hr;
+    MutexLock lockMake(mtxMake);
+    PICTURE_PLAN planNew;
+    ZrPtr<IZrFFrame> pOldLatest;  // goes outside of the lock
+    {
+        MutexLock lock(mtx);
+        nQuality = _nQuality;
+        if (!SameRecord(sourceProps, info.avProps.vidProps)) {
+            sourceProps = info.avProps.vidProps;
+            if (layout.place.bMaintainAr) LayOut_I();
+        }
+        if (!map.IsVisible()) {
+            pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
+            return S_FALSE;
+        }
+        pOldLatest = std::move(pLatest);
+        if (!NeedsPicture_I(info.llVideoID, &planNew)) return S_OK;
+    }
+    return Make_I(_frame, info, planNew);
+}
+
+// The one before stays where it is for whoever draws it: a third is found or made.
+CAutoObj<BlockPicture> ZrVideoBlock::FreePicture_I() {
+    for (CAutoObj<BlockPicture>& p : arrPictures) {
+        if (!p) p = BlockPicture::Make();
+        if (!p || IsFree(p)) return p;
+    }
+    arrPictures[0] = BlockPicture::Make();
+    return arrPictures[0];
+}
+
+HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) {
+    CAutoObj<BlockPicture> pNew = FreePicture_I();
+    if (!pNew) return E_OUTOFMEMORY;
+    const HRESULT hr = MakeBlockPicture(_frame, _info, _plan, masks, maker, *pNew);
+    if (Failed(hr)) return hr;
+    {
+        MutexLock lock(mtx);
+        std::swap(pPicture, pNew);
+        plan = _plan;
+        llPictureID = _info.llVideoID;
+    }
+    // The source gets back what nobody shows any more.
+    pNew.Reset();
+    for (const CAutoObj<BlockPicture>& p : arrPictures)
+        if (p && IsFree(p)) p->pFrame.Reset();
+    return S_OK;
+}
+
+void ZrVideoBlock::SetLastTime(const ZR_TIME& _time) {
+    MutexLock lock(mtx);
+    lastTime = _time;
+    bHasTime = true;
+}
+
+void ZrVideoBlock::ClearLastTime() {
+    MutexLock lock(mtx);
+    bHasTime = false;
+}
+
+bool ZrVideoBlock::LastTime(ZR_TIME* _pTime) const {
+    MutexLock lock(mtx);
+    if (bHasTime) *_pTime = lastTime;
+    return bHasTime;
+}
+
+void ZrVideoBlock::DropPicture() {
+    CAutoObj<BlockPicture> pOld;
+    ZrPtr<IZrFFrame> pOldLatest;
+    MutexLock lock(mtx);
+    pOld = std::move(pPicture);
+    pOldLatest = std::move(pLatest);
+    llPictureID = 0;
+}
+
+BLOCK_STATE ZrVideoBlock::State() const {
+    MutexLock lock(mtx);
+    const double dblShare = dblFullSum > 0 ? layout.dblAlpha * map.Sum() / dblFullSum : 0;
+    return {map.IsVisible(), layout.bForceCaptions, layout.dblAudioGain, map.IsVisible() ? dblShare : 0};
+}
+
+ZR_VID_PROPS ZrVideoBlock::SourceProps() const {
+    MutexLock lock(mtx);
+    return sourceProps;
+}
+
+// ---- The collect pass
+
+void ZrVideoBlock::LayOut_I() {
+    rect = PlaceElement(layout.place, &sourceProps, layout.output, layout.parent, layout.previous);
+}
+
+RECT_F ZrVideoBlock::Layout(const BLOCK_LAYOUT& _layout) {
+    MutexLock lock(mtx);
+    layout = _layout;
+    layout.dblAlpha = std::isnan(_layout.dblAlpha) ? 0 : std::clamp(_layout.dblAlpha, 0.0, 1.0);
+    LayOut_I();
+    return rect;
+}
+
+void ZrVideoBlock::SetMasks(std::u16string_view _mask, std::u16string_view _screenMask) {
+    const std::u16string_view arrNames[2] = {_mask, _screenMask};
+    for (int i = 0; i < 2; ++i) {
+        const std::u16string_view svName = arrNames[i] == u"none" ? std::u16string_view() : arrNames[i];
+        std::u16string name;
+        {
+            MutexLock lock(mtx);
+            if (arrMaskNames[i] == svName) continue;
+            name = arrMaskNames[i] = svName;
+        }
+        masks.SetMask(name.c_str(), i == 1);
+        MutexLock lock(mtx);
+        ++nMasks;
+    }
+}
+
+// ---- What is seen
+
+void ZrVideoBlock::UpdateCoverage(GLRectAuto& _cover, bool _bFirst, bool _bCutOverlapped) {
+    MutexLock lock(mtx);
+    const bool bMasks = !arrMaskNames[0].empty() || !arrMaskNames[1].empty();
+    const bool bOpaque = !bMasks && PropsValid(&sourceProps, true) && sourceProps.fccType != eZrFCC_ARGB32;
+    const double dblFactor = !bOpaque ? kSeenThrough : _bCutOverlapped ? kOpaque : kOpaqueUncut;
+    map.Fill(rect, layout.output.nWidth, layout.output.nHeight, layout.dblAlpha * dblFactor);
+    dblFullSum = map.Sum();
+    if (_bFirst)
+        map.PutOnTop(_cover);
+    else
+        map.PutUnder(_cover);
+}
+
+void UpdateBlocks(const ZR_VID_PROPS& _output, const std::vector<BlockPtr>& _arrBlocks, bool _bCutOverlapped) {
+    if (!PropsValid(&_output, true)) return;
+    GLRectAuto cover;
+    for (size_t i = _arrBlocks.size(); i-- > 0;)
+        _arrBlocks[i]->UpdateCoverage(cover, i + 1 == _arrBlocks.size(), _bCutOverlapped);
+}
+
+// ---- The draw pass
+
+CAutoObj<BlockPicture> ZrVideoBlock::PictureToDraw(RECT_F* _pRect) {
+    ZrPtr<IZrFFrame> pFrame;
+    {
+        MutexLock lock(mtx);
+        *_pRect = rect;
+        if (!map.IsVisible()) return {};
+        if (!pLatest) return pPicture;
+        pFrame = std::move(pLatest);
+    }
+    MutexLock lockMake(mtxMake);
+    ZRF_FRAME_INFO info;
+    PICTURE_PLAN planNew;
+    bool bMake = Succeeded(pFrame->ZrFAllGet(&info));
+    if (bMake) {
+        MutexLock lock(mtx);
+        bMake = NeedsPicture_I(info.llVideoID, &planNew);
+    }
+    if (bMake) Make_I(*pFrame, info, planNew);
+    MutexLock lock(mtx);
+    return pPicture;
+}
+
+// ---- The set
+
+void BlockSet::Exchange(std::vector<BlockPtr>& _arrBlocks) {
+    MutexLock lock(mtx);
+    std::swap(arrAll, _arrBlocks);
+}
+
+void BlockSet::Of(const void* _pStream, std::vector<BlockPtr>& _arrBlocks) const {
+    _arrBlocks.clear();
+    MutexLock lock(mtx);
+    for (const BlockPtr& p : arrAll)
+        if (p->Shows(_pStream)) _arrBlocks.push_back(p);
+}
+
+bool BlockSet::IsWanted(const void* _pStream) const {
+    MutexLock lock(mtx);
+    return std::any_of(arrAll.begin(), arrAll.end(), [&](const BlockPtr& _p) {
+        if (!_p->Shows(_pStream)) return false;
+        const BLOCK_STATE state = _p->State();
+        return state.bVisible || state.dblAudioGain >= 0;
+    });
+}
+
+void BlockSet::Clear(const void* _pStream, bool _bDrop) const {
+    MutexLock lock(mtx);
+    for (const BlockPtr& p : arrAll) {
+        if (!p->Shows(_pStream)) continue;
+        p->ClearLastTime();
+        if (_bDrop) p->DropPicture();
+    }
+}
+
+}  // namespace zr

@@ -1,0 +1,140 @@
+#pragma once
+// The place where a stream meets the scene: a video element's rectangle, its masks, and its own ready picture of what
+// the stream shows. The stream's producer puts frames in; the mix thread lays out, asks what is seen, and draws.
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/lock_order.h"
+#include "mixer/block_picture.h"
+#include "mixer/coverage.h"
+#include "platform/lock.h"
+#include "scenes/placing.h"
+#include "video/borders.h"
+#include "zr/frame.h"
+
+namespace zr {
+
+// What the collect pass finds out about a block.
+struct BLOCK_LAYOUT {
+    PLACE_INPUT place;
+    RECT_F parent, previous;  // output pixels; see PlaceElement
+    RECT_F crop{0, 0, 1, 1};  // PlaceCrop
+    ZR_VID_PROPS output;
+    double dblAlpha = 1;       // with that of all parents
+    double dblAudioGain = -1;  // linear; below 0: the element gives none
+    bool bCutOffscreen = true;
+    bool bForceCaptions = false;
+};
+
+// What a producer and the audio mix look at.
+struct BLOCK_STATE {
+    bool bVisible = false;
+    bool bForceCaptions = false;
+    double dblAudioGain = -1;    // linear, 0 and above; below 0 none
+    double dblVisibleShare = 0;  // its alpha times the share of it that others leave to be seen, 0 to 1
+};
+
+// Made by the collect pass and kept with its element as the object "video_block". Any thread.
+class ZrVideoBlock final : public AutoObjBase<ZrVideoBlock> {
+public:
+    // --- The stream that it shows
+
+    // _pStream: stands for the stream by its address alone. _id: the stream's. Another stream takes the picture away.
+    void Bind(const void* _pStream, std::u16string_view _id);
+    bool Shows(const void* _pStream) const { return pShown.load(std::memory_order_acquire) == _pStream; }
+    std::u16string StreamID() const;
+
+    // --- The producer, for each frame of the stream
+
+    // Takes the frame: makes the block's picture of it, unless nobody sees the block or it has that very picture
+    // already. The frame is referenced, not copied, and must not be written to afterwards. _nQuality:
+    // scaling_quality.blocks. S_FALSE: nobody sees the block. Else as MakeBlockPicture; the old picture stays then.
+    HRESULT Put(IZrFFrame& _frame, int32_t _nQuality);
+    void SetLastTime(const ZR_TIME& _time);
+    // The stream has ended, or shows nothing here any more.
+    void ClearLastTime();
+    // False: there is none.
+    bool LastTime(ZR_TIME* _pTime) const;
+    // Takes the picture away: the block shows nothing until the next frame.
+    void DropPicture();
+    BLOCK_STATE State() const;
+    // The record of the last frame; all zero before the first.
+    ZR_VID_PROPS SourceProps() const;
+
+    // --- The collect pass
+
+    // Returns the rectangle in output pixels.
+    RECT_F Layout(const BLOCK_LAYOUT& _layout);
+    // Empty: none. A name that is neither a file nor a shape leaves the old mask. Files are read once, here.
+    void SetMasks(std::u16string_view _mask, std::u16string_view _screenMask);
+
+    // --- What is seen; see UpdateBlocks
+
+    // _bFirst: it is the top-most. _bCutOverlapped: an opaque block hides what is under it all the way.
+    void UpdateCoverage(GLRectAuto& _cover, bool _bFirst, bool _bCutOverlapped);
+
+    // --- The draw pass
+
+    // The picture to lay, empty when there is none or nobody sees it. *_pRect: of the whole block, in output pixels.
+    CAutoObj<BlockPicture> PictureToDraw(RECT_F* _pRect);
+
+private:
+    bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
+    HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtxMake);
+    CAutoObj<BlockPicture> FreePicture_I() ZR_REQUIRES(mtxMake);
+    void LayOut_I() ZR_REQUIRES(mtx);
+
+    std::atomic<const void*> pShown{nullptr};
+    BlockMask masks;  // has its own lock
+
+    Mutex mtxMake{lock_order::kBlockMake};  // held while a picture is made
+    PICTURE_MAKER maker ZR_GUARDED_BY(mtxMake);
+    CAutoObj<BlockPicture> arrPictures[3] ZR_GUARDED_BY(mtxMake);  // shown, in the draw's hands, next
+
+    mutable Mutex mtx{lock_order::kBlock};  // held for moments only
+    BLOCK_LAYOUT layout ZR_GUARDED_BY(mtx);
+    RECT_F rect ZR_GUARDED_BY(mtx);
+    GLRectAuto map ZR_GUARDED_BY(mtx);
+    double dblFullSum ZR_GUARDED_BY(mtx) = 0;  // of the map before others were taken away
+    ZR_VID_PROPS sourceProps ZR_GUARDED_BY(mtx);
+    std::u16string streamID ZR_GUARDED_BY(mtx);
+    std::u16string arrMaskNames[2] ZR_GUARDED_BY(mtx);
+    int32_t nMasks ZR_GUARDED_BY(mtx) = 0;
+    int32_t nQuality ZR_GUARDED_BY(mtx) = 2;
+    ZR_TIME lastTime ZR_GUARDED_BY(mtx);
+    bool bHasTime ZR_GUARDED_BY(mtx) = false;
+    CAutoObj<BlockPicture> pPicture ZR_GUARDED_BY(mtx);
+    PICTURE_PLAN plan ZR_GUARDED_BY(mtx);         // of pPicture
+    int64_t llPictureID ZR_GUARDED_BY(mtx) = 0;   // of the frame that pPicture shows; 0: of none
+    ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // came while nobody saw the block: made when it is drawn after all
+};
+
+using BlockPtr = CAutoObj<ZrVideoBlock>;
+
+// Works out what of each block is seen; _arrBlocks in the order in which they are drawn, so the last is on top. Each
+// gets a map of the screen: opaque blocks weigh 1.0 with _bCutOverlapped, else 0.99, those with alpha or masks and
+// those without a picture 0.3, times their alpha. Nothing is done without an output picture. Mix thread.
+void UpdateBlocks(const ZR_VID_PROPS& _output, const std::vector<BlockPtr>& _arrBlocks, bool _bCutOverlapped);
+
+// The blocks of the foreground as the last collect pass found them. Any thread.
+class BlockSet {
+public:
+    // Mix thread. Takes the list over and hands the old one back, so that its memory is used again.
+    void Exchange(std::vector<BlockPtr>& _arrBlocks);
+    // Those that show a stream, into a list that keeps its memory.
+    void Of(const void* _pStream, std::vector<BlockPtr>& _arrBlocks) const;
+    // Whether a block of the stream is visible or has an audio gain of its own: its frames are worth waiting for.
+    bool IsWanted(const void* _pStream) const;
+    // The stream's blocks forget the time of their last frame; _bDrop: and their picture.
+    void Clear(const void* _pStream, bool _bDrop) const;
+
+private:
+    mutable Mutex mtx{lock_order::kBlockSet};
+    std::vector<BlockPtr> arrAll ZR_GUARDED_BY(mtx);
+};
+
+}  // namespace zr
