@@ -199,6 +199,17 @@ XMLNodeRef XMLNodeBase::FindChildNode(const NameKey& _key, size_t _nOccurrence) 
     return i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
 }
 
+bool XMLNodeBase::FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const {
+    CRWReadScope lock(lockChildren);
+    bool bAny = false;
+    for (const NameKey& key : _arrKeys) {
+        const size_t i = arrChildren.Find(key.nHash);
+        *_pFound++ = i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
+        bAny |= i != arrChildren.kNone;
+    }
+    return bAny;
+}
+
 std::vector<XMLNodeRef> XMLNodeBase::ChildNodes() const {
     CRWReadScope lock(lockChildren);
     std::vector<XMLNodeRef> arr;

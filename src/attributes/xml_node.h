@@ -112,6 +112,13 @@ public:
     // Either out may be null. False: no such position.
     bool AttributeAt(size_t _i, std::u16string* _pName, std::u16string* _pText) const;
     bool HasOwnAttribute(const NameKey& _key) const;
+    // Calls _f(hash of the name, AttrValue&) for each own attribute in order, with the attribute lock held: to read
+    // many at the cost of one.
+    template <class F>
+    void VisitOwnAttributes(F&& _f) const {
+        CRWReadScope lock(lockAttributes);
+        for (auto& entry : arrAttributes) _f(entry.nHash, entry.value);
+    }
     // False: it is there and _bOverwrite is not set.
     bool SetOwnAttribute(const NameKey& _key, std::u16string_view _text, bool _bOverwrite = true);
     void RemoveAttributes();
@@ -128,6 +135,9 @@ public:
     XMLNodeRef ChildNodeAt(size_t _i) const;
     XMLNodeRef FindChildNode(const NameKey& _key, size_t _nOccurrence = 0) const;
     std::vector<XMLNodeRef> ChildNodes() const;
+    // Puts the first child of each name into _pFound, as many as there are keys, empty where there is none. Returns
+    // whether there is any.
+    bool FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const;
     // Children that are neither texts nor hidden.
     size_t ElementCount() const;
     XMLNodeRef ElementNodeAt(size_t _i) const;
