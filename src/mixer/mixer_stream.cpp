@@ -1,0 +1,153 @@
+#include "mixer/mixer_stream.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/clock.h"
+
+namespace zr {
+namespace {
+
+int64_t TicksOfSeconds(double _dblSeconds) {
+    constexpr double kMost = 9e18;
+    return static_cast<int64_t>(std::round(std::fmin(_dblSeconds * static_cast<double>(kTicksPerSecond), kMost)));
+}
+
+}  // namespace
+
+ZrMixerStream::ZrMixerStream(std::u16string_view _id, IStatisticsSink& _statistics, BlockSet& _blocks)
+    : id(_id),
+      statistics(_statistics),
+      blocks(_blocks),
+      counters([&] {
+          const auto Counter = [&](std::u16string_view _prefix) {
+              return _statistics.Resolve((std::u16string(_prefix) + id).c_str());
+          };
+          return COUNTERS{Counter(u"dups."), Counter(u"pauses."), Counter(u"breaks."), Counter(u"user_breaks.")};
+      }()),
+      audio(id, _statistics) {}
+
+// --- Mix thread
+
+void ZrMixerStream::ResetGains() {
+    dblVisibleGain.store(0, std::memory_order_relaxed);
+    dblAudioGain.store(0, std::memory_order_relaxed);
+}
+
+void ZrMixerStream::AddGains(double _dblVisible, double _dblAudio) {
+    dblVisibleGain.store(VisibleGain() + _dblVisible, std::memory_order_relaxed);
+    dblAudioGain.store(AudioGain() + _dblAudio, std::memory_order_relaxed);
+}
+
+void ZrMixerStream::MarkConsumed(int32_t _nWaitState, ZR_TIME* _pTime) {
+    MutexLock lock(mtxFrame);
+    if (IsPaused()) {
+        if (rtPauseRemainder < 1) {
+            evReady.Set();
+        } else {
+            rtPauseRemainder -= std::max<int64_t>(lastTime.rtEndTime - lastTime.rtStartTime, 1);
+            if (rtPauseRemainder > 0) {
+                evReady.Set();
+            } else {
+                evReady.Reset();
+                evRunning.Set();
+                rtPauseRemainder = 0;
+            }
+        }
+    } else if (bWaitBreak) {
+        evReady.Set();
+    } else {
+        evReady.Reset();
+    }
+    evTake.Set();
+    if (_nWaitState >= kUnknown) nWaitState.store(_nWaitState, std::memory_order_relaxed);
+    if (_pTime) *_pTime = lastTime;
+}
+
+bool ZrMixerStream::TakeCaptions(IZrFFrame* _pFrame) {
+    MutexLock lock(mtxFrame);
+    size_t cb = 0;
+    const uint8_t* const pb = captions.First(&cb);
+    if (cb == 0) return false;
+    _pFrame->ZrFDataSet(kCaptionsId, static_cast<int32_t>(cb), reinterpret_cast<int64_t>(pb));
+    captions.Drop();
+    return true;
+}
+
+// --- Blocks
+
+void ZrMixerStream::ClearBlocks() {
+    blocks.Clear(this, false);
+    MutexLock lock(mtxFrame);
+    bOpen.store(false, std::memory_order_release);
+    bWaitBreak = true;
+    evStop.Set();
+    evReady.Set();
+}
+
+ZR_VID_PROPS ZrMixerStream::LastVideoProps() const {
+    MutexLock lock(mtxFrame);
+    return vidProps;
+}
+
+CAutoObj<IZrFFrame> ZrMixerStream::LastFrame() const {
+    MutexLock lock(mtxFrame);
+    return pLastFrame;
+}
+
+double ZrMixerStream::Rate() const {
+    MutexLock lock(mtxFrame);
+    return dblRate;
+}
+
+// --- Control
+
+void ZrMixerStream::Connect() {
+    MutexLock lock(mtxFrame);
+    evStop.Reset();
+    bOpen.store(true, std::memory_order_release);
+}
+
+void ZrMixerStream::Pause(double _dblSeconds) {
+    {
+        MutexLock lock(mtxFrame);
+        if (_dblSeconds < 0) {
+            evRunning.Set();
+            rtPauseRemainder = 0;
+            return;
+        }
+        if (IsPaused()) {
+            evRunning.Pulse();
+        } else {
+            evRunning.Reset();
+            evReady.Set();
+        }
+        rtPauseRemainder = TicksOfSeconds(_dblSeconds);
+    }
+    audio.MarkResumed();
+}
+
+void ZrMixerStream::Close(bool _bClose) {
+    CAutoObj<IZrFFrame> pGone;
+    MutexLock lock(mtxFrame);
+    if (_bClose) {
+        if (bTransitionHold) return;
+        captions.Clear();
+        bWaitBreak = true;
+        evStop.Set();
+        audio.Clear();
+        std::swap(pGone, pLastFrame);
+    } else {
+        if (!evStop.IsSet()) return;
+        evStop.Reset();
+    }
+    evReady.Set();
+    if (CaptionLevel() < 2) nCaptionLevel.store(0, std::memory_order_relaxed);
+}
+
+void ZrMixerStream::HoldForTransition(bool _bHold) {
+    MutexLock lock(mtxFrame);
+    bTransitionHold = _bHold;
+}
+
+}  // namespace zr
