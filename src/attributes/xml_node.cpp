@@ -137,6 +137,13 @@ bool XMLNodeBase::HasTag(const NameKey& _key) const {
     return NameHash(Tag_I()) == _key.nHash;
 }
 
+uint64_t XMLNodeBase::TypeHash() const {
+    if (bText) return 0;
+    CRWReadScope lock(lockAttributes);
+    const std::u16string_view tag = Tag_I();
+    return NameHash(tag.substr(0, tag.find(u'.')));
+}
+
 bool XMLNodeBase::IsRawXml() const {
     const std::span<const NameKey> arrNames = RawXmlNames();
     if (bText || arrNames.empty()) return false;

@@ -69,6 +69,7 @@ public:
     bool IsText() const { return bText; }
     bool HasName(const NameKey& _key) const;  // Name() without regard to case
     bool HasTag(const NameKey& _key) const;   // Tag() without regard to case
+    uint64_t TypeHash() const;                // of Tag() up to a dot; 0 for a text
 
     // The name of the attribute that is really the node's name; null when there is none. New children inherit it.
     const NameKey* IdAttribute() const { return pIdAttribute; }

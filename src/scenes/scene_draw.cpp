@@ -1,0 +1,261 @@
+#include "scenes/scene_draw.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "media/pixel_format.h"
+#include "media/vid_props.h"
+
+namespace zr {
+
+namespace {
+
+// A tree that is deeper is not drawn below this: the mix thread's stack has to hold the walk.
+constexpr int32_t kMaxDrawDepth = 512;
+
+constexpr NameKey keyDstRect{u"dst_rect"};
+constexpr NameKey keyHighlight{u"highlight_item"};
+constexpr NameKey keyRemove{u"_remove_"};
+constexpr NameKey keyClone{u"clone"};
+
+constexpr NameKey keyPos{u"pos"}, keySpos{u"spos"}, keyMaintainAr{u"maintain_ar"}, keyStreamID{u"stream_id"},
+    keyStreamIdx{u"stream_idx"}, keyMask{u"mask"}, keyScreenMask{u"screen_mask"}, keyBorders{u"borders"},
+    keyBordersColour{u"borders_color"}, keyCut{u"cut_offscreen"}, keyForceCc{u"force_cc"};
+
+// The types of elements that are drawn or have a part in it, in the order in which they are known.
+enum eType : int32_t { kGroup, kBlock, kImg, kVideo, kTickerItem = 13, kLoadedItem = 14, kUnknown = -1, kSetting = -2 };
+
+constexpr NameKey arrTypes[] = {u"group",   u"block", u"img",    u"video",       u"text",
+                                u"crawl",   u"roll",  u"matrix", u"cloud",       u"cube",
+                                u"polygon", u"star",  u"ticker", u"ticker_item", u"loaded_item"};
+// Children that are settings of their parent.
+constexpr NameKey arrSettings[] = {u"on_show",   u"on_hide",        u"add",
+                                   u"vary",      u"on_select",      u"node_from",
+                                   u"node_hide", u"_sel_restore_",  u"_ticker_next_restore_",
+                                   u"clone",     u"attributes_info"};
+
+int32_t TypeOf(const CoElement& _element) {
+    const uint64_t nHash = _element.TypeHash();
+    for (size_t i = 0; i < std::size(arrTypes); ++i)
+        if (arrTypes[i].nHash == nHash) return static_cast<int32_t>(i);
+    for (const NameKey& key : arrSettings)
+        if (key.nHash == nHash) return kSetting;
+    return kUnknown;
+}
+
+// The names from below the scene down, as ElementsGetByID takes them.
+std::u16string PathOf(const CoElement& _element) {
+    std::u16string path = _element.Name();
+    for (ElementPtr p = _element.Parent(); p && p->HasParent(); p = p->Parent()) path = p->Name() + u"::" + path;
+    return path;
+}
+
+double LinearOfDb(double _dblDb) { return std::pow(10.0, std::clamp(_dblDb, -200.0, 200.0) / 20.0); }
+
+RECT_F FractionOf(const RECT_F& _rect, const ZR_VID_PROPS& _output) {
+    const auto nWidth = static_cast<float>(_output.nWidth), nHeight = static_cast<float>(AbsHeight(_output.nHeight));
+    return {_rect.left / nWidth, _rect.top / nHeight, _rect.right / nWidth, _rect.bottom / nHeight};
+}
+
+}  // namespace
+
+void SceneWalk::Reset() {
+    pHighlight = nullptr;
+    dblCollected = -1;
+    bChangeEnded = false;
+}
+
+void SceneWalk::RaiseEvents(IEventSink& _events) {
+    for (const std::u16string& path : arrDone) _events.RaiseEvent(path.c_str(), u"trans-done", u"", nullptr);
+    arrDone.clear();
+}
+
+void SceneWalk::Draw(DrawContext& _context, CoElement& _scene, CoElement& _foreground) {
+    if (bChangeEnded) video.ChangeEnded(_scene);
+    bChangeEnded = false;
+    pContext = &_context;
+    // What moves by itself moves once a frame, and not while the time of the scene stands still.
+    _context.motion = {};
+    if (!_context.bDraw && _context.now != dblCollected) {
+        _context.motion = MOTION::NextFrame(_context.target_props.dblRate);
+        dblCollected = _context.now;
+    }
+
+    // Held through the pass: an element that removes itself meanwhile stays where it is in memory.
+    ElementPtr pHeld;
+    highlight.clear();
+    _foreground.VisitOwnAttributes([&](uint64_t _nHash, AttrValue& _value) {
+        if (_nHash == keyHighlight.nHash) highlight = _value.Text();
+    });
+    if (highlight.empty()) {
+        _scene.VisitOwnAttributes([&](uint64_t _nHash, AttrValue& _value) {
+            if (_nHash == keyHighlight.nHash) highlight = _value.Text();
+        });
+    }
+    if (!highlight.empty()) pHeld = _foreground.Find(highlight);
+    pHighlight = pHeld.Get();
+
+    const RECT_F root{0, 0, static_cast<float>(_context.target_props.nWidth),
+                      static_cast<float>(AbsHeight(_context.target_props.nHeight))};
+    WalkChildren(_foreground, root, pHighlight ? 0.5 : 1.0, 0);
+    pHighlight = nullptr;
+    pContext = nullptr;
+    bChangeEnded = _context.bChangeEnded;
+}
+
+void SceneWalk::WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth) {
+    if (_nDepth >= kMaxDrawDepth) return;
+    RECT_F cursor = EmptyCursor(_parent);
+    for (size_t i = 0;;) {
+        const ElementPtr pChild = _element.ChildAt(i);
+        if (!pChild) break;
+        if (!pChild->IsText() &&
+            DrawElement(*pChild, {&_parent, &cursor, _dblAlpha, _nDepth}, kUnknown) == kRemoveElement &&
+            _element.RemoveChild(pChild.Get())) {
+            continue;  // the next one has moved to this place
+        }
+        ++i;
+    }
+}
+
+// What an element says besides its numbers.
+struct SceneWalk::TEXTS {
+    SceneWalk& walk;
+    bool bVideo;
+    PLACE_INPUT& place;
+    POSITION& spos;
+    bool& bHasCut;
+    bool& bCut;
+    bool& bForceCaptions;
+    bool& bRemove;
+
+    void operator()(uint64_t _nHash, AttrValue& _value) {
+        if (_nHash == keyPos.nHash)
+            place.position = ReadPosition(_value.Text());
+        else if (_nHash == keyRemove.nHash)
+            bRemove = _value.As<bool>();
+        else if (bVideo)
+            Video(_nHash, _value);
+    }
+    void Video(uint64_t _nHash, AttrValue& _value) {
+        switch (_nHash) {
+            case keySpos.nHash: spos = ReadPosition(_value.Text()); break;
+            case keyMaintainAr.nHash: place.bMaintainAr = _value.As<bool>(); break;
+            case keyStreamID.nHash: walk.texts.streamID = _value.Text(); break;
+            case keyStreamIdx.nHash: walk.texts.streamIdx = _value.Text(); break;
+            case keyMask.nHash: walk.texts.mask = _value.Text(); break;
+            case keyScreenMask.nHash: walk.texts.screenMask = _value.Text(); break;
+            case keyBorders.nHash: walk.texts.borders = _value.Text(); break;
+            case keyBordersColour.nHash: walk.texts.bordersColour = _value.Text(); break;
+            case keyCut.nHash: bHasCut = true, bCut = _value.As<bool>(); break;
+            case keyForceCc.nHash: bForceCaptions = _value.As<bool>(); break;
+            default: break;
+        }
+    }
+};
+
+HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone) {
+    int32_t nType = TypeOf(_element);
+    if (_nTypeOfClone != kUnknown && nType < 0) nType = _nTypeOfClone;
+    if (nType == kSetting) return S_OK;
+    DrawContext& context = *pContext;
+    const bool bVideo = nType == kVideo;
+    if (bVideo)
+        for (std::u16string* p :
+             {&texts.streamID, &texts.streamIdx, &texts.mask, &texts.screenMask, &texts.borders, &texts.bordersColour})
+            p->clear();
+    VIDEO_ELEMENT item{_element, texts, {}, *_visit.pParent, *_visit.pCursor, {0, 0, 1, 1}};
+    POSITION crop;
+    bool bRemove = false;
+    TEXTS other{*this, bVideo, item.place, crop, item.bHasCut, item.bCutOffscreen, item.bForceCaptions, bRemove};
+    const ElementValues values(_element, context.now, context.motion, other);
+
+    if (values.Progress() > 1) {
+        const bool bGone = EndOfChange(_element, bRemove, true) == kRemoveElement;
+        if (bGone) return kRemoveElement;
+    }
+    if (!values.Shown()) {
+        DropBelow(_element, _visit.nDepth);
+        return bRemove ? kRemoveElement : S_OK;
+    }
+    const double dblAlpha = &_element == pHighlight ? 1.0 : _visit.dblAlpha;
+    if (nType == kTickerItem || nType == kLoadedItem || nType < 0 || nType > kVideo) {
+        DrawClone(_element, _visit, nType);
+        return S_OK;
+    }
+
+    item.dblAlpha = dblAlpha * values[eTimed::Alpha];
+    item.place.dblX = values[eTimed::X];
+    item.place.dblY = values[eTimed::Y];
+    item.place.dblW = values[eTimed::W];
+    item.place.dblH = values[eTimed::H];
+    item.place.bHasHeight = values.Has(eTimed::H);
+    RECT_F rect;
+    bool bPlaced = false;
+    if (bVideo) {
+        item.place.dblSw = values[eTimed::Sw];
+        item.place.dblSh = values[eTimed::Sh];
+        item.crop = PlaceCrop(values[eTimed::Sx], values[eTimed::Sy], values[eTimed::Sw], values[eTimed::Sh], crop);
+        // A gain that is no number says nothing; none at all is 0 dB.
+        if (values.Has(eTimed::AudioGain) || !_element.HasOwnAttribute(TimedName(eTimed::AudioGain).key))
+            item.dblAudioGain = LinearOfDb(values[eTimed::AudioGain]);
+        if (context.bDraw)
+            video.DrawVideo(item, context);
+        else
+            bPlaced = video.CollectVideo(item, context, &rect);
+    }
+    if (!bPlaced) rect = PlaceElement(item.place, nullptr, context.target_props, *_visit.pParent, *_visit.pCursor);
+    if (!context.bDraw) Note(_element, rect, item.crop);
+    RECT_F cursorOfClone = *_visit.pCursor;
+    *_visit.pCursor = rect;
+    const size_t nChildren = _element.ChildCount();
+    if (nChildren > 0) {
+        WalkChildren(_element, rect, item.dblAlpha, _visit.nDepth + 1);
+        DrawClone(_element, {_visit.pParent, &cursorOfClone, _visit.dblAlpha, _visit.nDepth}, nType);
+    }
+    return S_OK;
+}
+
+// The outgoing copy of an element, drawn over it until its own change has ended.
+void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType) {
+    const ElementPtr pClone = _element.FindChild(keyClone);
+    if (!pClone || _visit.nDepth >= kMaxDrawDepth) return;
+    RECT_F cursor = *_visit.pCursor;
+    const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1};
+    if (DrawElement(*pClone, visit, std::max<int32_t>(_nType, kGroup)) == kRemoveElement) {
+        DropBelow(*pClone, _visit.nDepth);
+        _element.RemoveChild(pClone.Get());
+    }
+}
+
+HRESULT SceneWalk::EndOfChange(CoElement& _element, bool _bRemove, bool _bEvent) {
+    EndChange(_element);
+    pContext->bChangeEnded = true;
+    if (_bEvent) arrDone.push_back(PathOf(_element));
+    if (!_bRemove) return S_OK;
+    DropBelow(_element, 0);
+    return kRemoveElement;
+}
+
+void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth) {
+    video.DropVideo(_element);
+    if (_nDepth >= kMaxDrawDepth) return;
+    for (size_t i = 0;; ++i) {
+        const ElementPtr pChild = _element.ChildAt(i);
+        if (!pChild) return;
+        if (!pChild->IsText()) DropBelow(*pChild, _nDepth + 1);
+    }
+}
+
+// Where the element stands, for hit tests.
+void SceneWalk::Note(CoElement& _element, const RECT_F& _rect, const RECT_F& _crop) {
+    auto pRects = _element.ObjectAs<CAutoObj<ElementRects>>(keyDstRect);
+    if (!pRects) {
+        pRects = ElementRects::Make();
+        if (!pRects) return;
+        _element.SetObject(keyDstRect, ObjectVal<CAutoObj<ElementRects>>::Make(pRects));
+    }
+    pRects->Set({FractionOf(_rect, pContext->target_props), _crop});
+}
+
+}  // namespace zr
