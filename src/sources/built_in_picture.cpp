@@ -7,13 +7,53 @@
 #include "framework/frame_factory_access.h"
 #include "media/vid_props.h"
 #include "platform/wide_text.h"
+#include "sources/test_bars.h"
+#include "sources/test_chart.h"
 #include "video/fill.h"
 
 namespace zr {
+
+struct TEST_SIGNAL {
+    const char16_t* szName;
+    bool bChart;
+    eTestBars eBars;
+    eZrVideoFormat eFormat;  // size and aspect where the wish has none
+    double dblRate;          // 0: of the format
+};
+
 namespace {
 
 constexpr uint32_t kBlack = 0xFF000000;
 constexpr auto kPlainFormat = eZrVF_HD1080_25p;  // where nothing else says one
+
+constexpr TEST_SIGNAL kSignals[] = {
+    {u"colorbars", false, eTestBars::Broadcast, eZrVF_PAL, 30000 / 1001.0},
+    {u"colorbars-pal", false, eTestBars::Broadcast, eZrVF_PAL, 25.0},
+    {u"colorbars-75", false, eTestBars::Eight75, eZrVF_PAL, 0},
+    {u"colorbars-100", false, eTestBars::Eight100, eZrVF_PAL, 0},
+    {u"colorbars-ntsc", false, eTestBars::Standard, eZrVF_NTSC, 30000 / 1001.0},
+    {u"colorbars-hd", false, eTestBars::High, eZrVF_HD720_5994p, 60000 / 1001.0},
+    {u"colorbars-hd1080", false, eTestBars::High, eZrVF_HD1080_5994p, 60000 / 1001.0},
+    {u"bars", false, eTestBars::Standard, kPlainFormat, 0},
+    {u"bars75", false, eTestBars::Eight75, kPlainFormat, 0},
+    {u"bars100", false, eTestBars::Eight100, kPlainFormat, 0},
+    {u"videoq", true, eTestBars::Eight75, kPlainFormat, 0},
+};
+
+// Every pixel of the chart is its own: drawn as ARGB32, it takes its format by conversion.
+HRESULT MakeChart(IZrFFactory* _pFactory, ZR_AV_PROPS _props, ZrPtr<IZrFFrame>* _ppFrame) {
+    const eZrFCC fccType = _props.vidProps.fccType;
+    _props.vidProps.fccType = eZrFCC_ARGB32;
+    _props.vidProps.nRowBytes = 0;
+    ZrPtr<IZrFFrame> pDrawn;
+    HRESULT hr = _pFactory->ZrFFrameCreateFromMem(&_props, 0, 0, 0, pDrawn.Out(), nullptr);
+    ZRF_FRAME_INFO info;
+    if (Succeeded(hr)) hr = pDrawn->ZrFAllGet(&info);
+    PICTURE picture;
+    if (Succeeded(hr)) hr = PictureOf(reinterpret_cast<uint8_t*>(info.lpVideo), info.avProps.vidProps, picture);
+    if (Succeeded(hr)) hr = DrawTestChart(picture);
+    return Succeeded(hr) ? pDrawn->ZrFClone(_ppFrame->Out(), eZrFC_Video, fccType) : hr;
+}
 
 bool IsHexDigit(char16_t _ch) {
     return (_ch >= u'0' && _ch <= u'9') || (_ch >= u'A' && _ch <= u'F') || (_ch >= u'a' && _ch <= u'f');
@@ -40,6 +80,13 @@ bool ReadWholeColour(std::u16string_view _text, AttrColour* _pColour) {
 }  // namespace
 
 bool BuiltInPicture::Find(std::u16string_view _name, BuiltInPicture* _pPicture) {
+    _pPicture->pSignal = nullptr;
+    for (const TEST_SIGNAL& signal : kSignals) {
+        if (!EqualNoCase(_name, signal.szName)) continue;
+        _pPicture->pSignal = &signal;
+        _pPicture->colour = {kBlack};
+        return true;
+    }
     if (EqualNoCase(_name, u"none")) {
         _pPicture->colour = {0};
         return true;
@@ -50,8 +97,9 @@ bool BuiltInPicture::Find(std::u16string_view _name, BuiltInPicture* _pPicture) 
 ZR_VID_PROPS BuiltInPicture::Format(const ZR_VID_PROPS& _wanted) const {
     ZR_VID_PROPS props = _wanted;
     if (props.eVideoFormat == eZrVF_Custom && (props.nWidth == 0 || props.nHeight == 0)) {
-        const ZR_VID_PROPS plain = PropsFromFormat(kPlainFormat, props.fccType);
-        const double dblRate = props.dblRate > 0 ? props.dblRate : plain.dblRate;
+        const ZR_VID_PROPS plain = PropsFromFormat(pSignal ? pSignal->eFormat : kPlainFormat, props.fccType);
+        const double dblOwn = pSignal && pSignal->dblRate > 0 ? pSignal->dblRate : plain.dblRate;
+        const double dblRate = props.dblRate > 0 ? props.dblRate : dblOwn;
         props = plain;
         props.dblRate = dblRate;
         props.eVideoFormat = DetectFormat(&props, true);
@@ -71,11 +119,17 @@ HRESULT BuiltInPicture::Make(const ZR_VID_PROPS& _props, ZrPtr<IZrFFrame>* _ppFr
     if (Failed(hr)) return hr;
     ZR_AV_PROPS props;
     props.vidProps = _props;
+    if (pSignal && pSignal->bChart) return MakeChart(pFactory, props, _ppFrame);
     hr = pFactory->ZrFFrameCreateFromMem(&props, 0, 0, 0, _ppFrame->Out(), nullptr);
-    if (Failed(hr) || colour.nValue == kBlack) return hr;
+    if (Failed(hr) || (!pSignal && colour.nValue == kBlack)) return hr;
     ZRF_FRAME_INFO info;
     hr = (*_ppFrame)->ZrFAllGet(&info);
     if (Failed(hr)) return hr;
+    if (pSignal) {
+        PICTURE picture;
+        hr = PictureOf(reinterpret_cast<uint8_t*>(info.lpVideo), info.avProps.vidProps, picture);
+        return Failed(hr) ? hr : DrawTestBars(picture, pSignal->eBars);
+    }
     return FillColour(reinterpret_cast<uint8_t*>(info.lpVideo), info.avProps.vidProps, FILL_COLOUR::Of(colour));
 }
 

@@ -12,7 +12,8 @@
 namespace zr {
 
 // One such picture. Names: "none" and "transparent"; the colours as the attributes know them, by name ("black",
-// "Red(128)") or in hexadecimal ("F00", "FF0000", "80FF0000", also with a "#" in front).
+// "Red(128)") or in hexadecimal ("F00", "FF0000", "80FF0000", also with a "#" in front); the test signals "colorbars",
+// "colorbars-pal", "-75", "-100", "-ntsc", "-hd", "-hd1080", "bars", "bars75", "bars100", "videoq".
 class BuiltInPicture {
 public:
     // What a name stands for; false when it is none of these names. Case does not count.
@@ -26,6 +27,7 @@ public:
 
 private:
     AttrColour colour{0};
+    const struct TEST_SIGNAL* pSignal = nullptr;  // a row of a fixed table; null: the colour all over
 };
 
 }  // namespace zr

@@ -21,12 +21,23 @@ constexpr double kDefaultSeconds = 3600.0;
 constexpr double kMaxSeconds = 1e8;  // three years
 constexpr int64_t kThirdsPerSecond = 30'000'000;
 
-double DurationOf(const char16_t* _bsParam) {
+struct PICTURE_KEYS {
     double dblSeconds = kDefaultSeconds;
+    TEST_TONE tone;
+};
+
+PICTURE_KEYS KeysOf(const char16_t* _bsParam) {
+    PICTURE_KEYS keys;
     AttributeLineScanner scanner(TextArgument(_bsParam));
-    while (scanner.Next())
-        if (EqualNoCase(scanner.Name(), u"img.default_duration")) dblSeconds = ParseDouble(scanner.Value());
-    return dblSeconds > 0 ? std::min(dblSeconds, kMaxSeconds) : kDefaultSeconds;
+    while (scanner.Next()) {
+        std::u16string_view name = scanner.Name();
+        if (EqualNoCase(name.substr(0, 6), u"file::")) name.remove_prefix(6);
+        if (EqualNoCase(name, u"img.default_duration")) keys.dblSeconds = ParseDouble(scanner.Value());
+        if (EqualNoCase(name, u"img.tone")) keys.tone.FrequencySet(scanner.Value());
+        if (EqualNoCase(name, u"img.tone_level")) keys.tone.LevelSet(scanner.Value());
+    }
+    keys.dblSeconds = keys.dblSeconds > 0 ? std::min(keys.dblSeconds, kMaxSeconds) : kDefaultSeconds;
+    return keys;
 }
 
 bool SameWish(const ZR_AV_PROPS& _a, const ZR_AV_PROPS& _b) {
@@ -74,7 +85,9 @@ HRESULT PictureSource::WorkerOpen(const char16_t* _bsFile, const char16_t* _bsPa
         WorkerClose();
         strFile = TextArgument(_bsFile);
         bBuiltIn = BuiltInPicture::Find(strFile, &builtIn);
-        nDuration = std::llround(DurationOf(_bsParam) * kThirdsPerSecond);
+        const PICTURE_KEYS keys = KeysOf(_bsParam);
+        tone = keys.tone;
+        nDuration = std::llround(keys.dblSeconds * kThirdsPerSecond);
         nStart = 0;
         bBreak = true;
         SetRate(wanted.vidProps.dblRate);
@@ -145,6 +158,20 @@ HRESULT PictureSource::WorkerInfoGet(ZR_FILE_INFO* _pInfo, BSTR* _pbsInfo) {
     });
 }
 
+HRESULT PictureSource::AddSound(IZrFFrame* _pFrame, Thirds _nEnd) {
+    const ZR_AUD_PROPS& audProps = wanted.audProps;
+    if (audProps.nChannels <= 0) return S_OK;
+    const int64_t nFirst = SamplesBefore(nStart, audProps.nSamplesPerSec);
+    const auto nSamples = static_cast<int32_t>(SamplesBefore(_nEnd, audProps.nSamplesPerSec) - nFirst);
+    HRESULT hr = _pFrame->ZrFAudioAlloc(&audProps, nSamples);
+    if (Failed(hr) || tone.dblHz <= 0) return hr;
+    ZRF_FRAME_INFO info;
+    hr = _pFrame->ZrFAllGet(&info);
+    if (Succeeded(hr) && info.lpAudio)
+        tone.Write(info.avProps.audProps, nFirst, info.lAudioSamples, reinterpret_cast<void*>(info.lpAudio));
+    return hr;
+}
+
 HRESULT PictureSource::WorkerFrameGet(int64_t, IZrFFrame** _ppFrame) {
     if (!_ppFrame) return E_POINTER;
     *_ppFrame = nullptr;
@@ -163,13 +190,8 @@ HRESULT PictureSource::WorkerFrameGet(int64_t, IZrFFrame** _ppFrame) {
     HRESULT hr = pSource->ZrFClone(pFrame.Out(), eZrFC_VideoRef | eZrFC_Data | eZrFC_Obj, eZrFCC_Default);
     if (Failed(hr)) return hr;
     const Thirds nEnd = nStart + nPeriod;
-    const ZR_AUD_PROPS& audProps = wanted.audProps;
-    if (audProps.nChannels > 0) {
-        const int64_t nSamples =
-            SamplesBefore(nEnd, audProps.nSamplesPerSec) - SamplesBefore(nStart, audProps.nSamplesPerSec);
-        hr = pFrame->ZrFAudioAlloc(&audProps, static_cast<int32_t>(nSamples));
-        if (Failed(hr)) return hr;
-    }
+    hr = AddSound(pFrame.Get(), nEnd);
+    if (Failed(hr)) return hr;
     ZR_TIME time;
     time.rtStartTime = TicksFromThirds(nStart);
     time.rtEndTime = TicksFromThirds(nEnd);

@@ -9,6 +9,7 @@
 #include "platform/lock.h"
 #include "platform/unknown.h"
 #include "sources/built_in_picture.h"
+#include "sources/test_tone.h"
 
 namespace zr {
 
@@ -22,14 +23,15 @@ public:
     PictureSource() = default;
 
     // What is wanted, before opening or between two frames: parts that are 0 are left to the picture. Channels: silence
-    // in step with the picture; none without.
+    // or the tone in step with the picture; none without.
     void FormatSet(const ZR_AV_PROPS& _wanted);
 
     HRESULT WorkerCheck(IUnknown* _pSender, int32_t* _pbFlag) override;
     HRESULT WorkerRelease() override { return S_OK; }
     HRESULT WorkerReset() override;
     HRESULT WorkerClose() override;
-    // _bsParam: "img.default_duration", seconds that the picture lasts (3600).
+    // _bsParam: "img.default_duration", seconds that the picture lasts (3600); "img.tone" and "img.tone_level", see
+    // TEST_TONE.
     HRESULT WorkerOpen(const char16_t* _bsFile, const char16_t* _bsParam, int64_t _rtMaxWait) override;
     HRESULT WorkerInfoGet(ZR_FILE_INFO* _pInfo, BSTR* _pbsInfo) override;
     HRESULT WorkerFrameGet(int64_t _rtMaxWait, IZrFFrame** _ppFrame) override;
@@ -38,6 +40,7 @@ public:
 
 private:
     HRESULT MakePicture();
+    HRESULT AddSound(IZrFFrame* _pFrame, Thirds _nEnd);
     HRESULT Fail(HRESULT _hr, const char16_t* _szWhy);
     void SetRate(double _dblRate);
 
@@ -45,6 +48,7 @@ private:
     std::u16string strFile;
     bool bBuiltIn = false;
     BuiltInPicture builtIn;
+    TEST_TONE tone;
     ZR_AV_PROPS wanted;
     ZR_VID_PROPS vidProps;  // of the picture
     Thirds nPeriod = 0;
