@@ -40,10 +40,12 @@ constexpr TEST_SIGNAL kSignals[] = {
     {u"videoq", true, eTestBars::Eight75, kPlainFormat, 0},
 };
 
-// Every pixel of the chart is its own: drawn as ARGB32, it takes its format by conversion.
+// Every pixel of the chart is its own: it is drawn in a packed format of the same colour family, which costs no grey
+// its exact code, and takes its own format by conversion.
 HRESULT MakeChart(IZrFFactory* _pFactory, ZR_AV_PROPS _props, ZrPtr<IZrFFrame>* _ppFrame) {
     const eZrFCC fccType = _props.vidProps.fccType;
-    _props.vidProps.fccType = eZrFCC_ARGB32;
+    const eZrFCC fccDrawn = IsRgbFormat(fccType) ? eZrFCC_ARGB32 : fccType == eZrFCC_HDYC ? fccType : eZrFCC_UYVY;
+    _props.vidProps.fccType = fccDrawn;
     _props.vidProps.nRowBytes = 0;
     ZrPtr<IZrFFrame> pDrawn;
     HRESULT hr = _pFactory->ZrFFrameCreateFromMem(&_props, 0, 0, 0, pDrawn.Out(), nullptr);
@@ -52,7 +54,8 @@ HRESULT MakeChart(IZrFFactory* _pFactory, ZR_AV_PROPS _props, ZrPtr<IZrFFrame>* 
     PICTURE picture;
     if (Succeeded(hr)) hr = PictureOf(reinterpret_cast<uint8_t*>(info.lpVideo), info.avProps.vidProps, picture);
     if (Succeeded(hr)) hr = DrawTestChart(picture);
-    return Succeeded(hr) ? pDrawn->ZrFClone(_ppFrame->Out(), eZrFC_Video, fccType) : hr;
+    if (Failed(hr) || fccType == fccDrawn) return Failed(hr) ? hr : pDrawn.CopyTo(_ppFrame->Out());
+    return pDrawn->ZrFClone(_ppFrame->Out(), eZrFC_Video, fccType);
 }
 
 bool IsHexDigit(char16_t _ch) {
@@ -103,6 +106,13 @@ ZR_VID_PROPS BuiltInPicture::Format(const ZR_VID_PROPS& _wanted) const {
         props = plain;
         props.dblRate = dblRate;
         props.eVideoFormat = DetectFormat(&props, true);
+    }
+    if (pSignal && props.nAspectX <= 0) {
+        const ZR_VID_PROPS own = PropsFromFormat(pSignal->eFormat, props.fccType);
+        if (props.nWidth == own.nWidth && AbsHeight(props.nHeight) == AbsHeight(own.nHeight)) {
+            props.nAspectX = own.nAspectX;
+            props.nAspectY = own.nAspectY;
+        }
     }
     if (colour.nValue >> 24 != 255 && props.fccType != eZrFCC_ARGB32) {
         props.fccType = eZrFCC_ARGB32;

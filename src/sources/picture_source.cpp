@@ -6,10 +6,13 @@
 #include <string_view>
 #include <utility>
 
+#include "attributes/attr_text.h"
 #include "attributes/attribute_line.h"
 #include "attributes/interface_call.h"
 #include "framework/frame_factory_access.h"
 #include "media/picture_codec.h"
+#include "media/pixel_format.h"
+#include "media/vid_props.h"
 #include "media/vid_props_text.h"
 #include "platform/wide_text.h"
 #include "sources/frame_rate_step.h"
@@ -23,6 +26,7 @@ constexpr int64_t kThirdsPerSecond = 30'000'000;
 
 struct PICTURE_KEYS {
     double dblSeconds = kDefaultSeconds;
+    bool bScale = false;
     TEST_TONE tone;
 };
 
@@ -33,6 +37,7 @@ PICTURE_KEYS KeysOf(const char16_t* _bsParam) {
         std::u16string_view name = scanner.Name();
         if (EqualNoCase(name.substr(0, 6), u"file::")) name.remove_prefix(6);
         if (EqualNoCase(name, u"img.default_duration")) keys.dblSeconds = ParseDouble(scanner.Value());
+        if (EqualNoCase(name, u"img.scale")) keys.bScale = ReadBool(scanner.Value());
         if (EqualNoCase(name, u"img.tone")) keys.tone.FrequencySet(scanner.Value());
         if (EqualNoCase(name, u"img.tone_level")) keys.tone.LevelSet(scanner.Value());
     }
@@ -59,7 +64,7 @@ void PictureSource::FormatSet(const ZR_AV_PROPS& _wanted) {
     wanted = _wanted;
     if (bSame) return;
     MutexLock lock(mtx);
-    if (bBuiltIn) pPicture.Reset();  // made anew for the next frame
+    if (bBuiltIn || bScale) pPicture.Reset();  // made anew for the next frame
     SetRate(wanted.vidProps.dblRate > 0 ? wanted.vidProps.dblRate : dblRate);
 }
 
@@ -87,6 +92,7 @@ HRESULT PictureSource::WorkerOpen(const char16_t* _bsFile, const char16_t* _bsPa
         bBuiltIn = BuiltInPicture::Find(strFile, &builtIn);
         const PICTURE_KEYS keys = KeysOf(_bsParam);
         tone = keys.tone;
+        bScale = keys.bScale;
         nDuration = std::llround(keys.dblSeconds * kThirdsPerSecond);
         nStart = 0;
         bBreak = true;
@@ -95,6 +101,25 @@ HRESULT PictureSource::WorkerOpen(const char16_t* _bsFile, const char16_t* _bsPa
         bOpen = Succeeded(hr);
         return hr;
     });
+}
+
+// To the wanted size; the pixel format, and with it the alpha, stays.
+HRESULT PictureSource::Scale(ZrPtr<IZrFFrame>* _ppFrame) const {
+    ZR_VID_PROPS to = wanted.vidProps;
+    NormalizeProps(&to, false);
+    ZR_AV_PROPS props;
+    HRESULT hr = (*_ppFrame)->ZrFAVPropsGet(&props, nullptr);
+    if (Failed(hr) || to.nWidth <= 0 || to.nHeight == 0) return hr;
+    if (props.vidProps.nWidth == to.nWidth && AbsHeight(props.vidProps.nHeight) == AbsHeight(to.nHeight)) return S_OK;
+    to.fccType = props.vidProps.fccType;
+    to.nRowBytes = 0;
+    to.nHeight = props.vidProps.nHeight < 0 ? -AbsHeight(to.nHeight) : AbsHeight(to.nHeight);
+    props.vidProps = to;
+    ZrPtr<IZrFFrame> pScaled;
+    int32_t nRest = 0;
+    hr = (*_ppFrame)->ZrFConvert(&props, pScaled.Out(), &nRest, nullptr, nullptr);
+    if (Succeeded(hr) && pScaled) *_ppFrame = std::move(pScaled);
+    return hr;
 }
 
 HRESULT PictureSource::MakePicture() {
@@ -111,6 +136,8 @@ HRESULT PictureSource::MakePicture() {
         if (hr == E_NOTIMPL || hr == ZR_E_NOT_SUPPORTED)
             return Fail(hr, u"No reader for this kind of picture is there.");
         if (Failed(hr)) return Fail(hr, u"The file is no picture that can be read.");
+        if (bScale) hr = Scale(&pMade);
+        if (Failed(hr)) return Fail(hr, u"The picture cannot be brought to this size.");
     }
     ZR_AV_PROPS props;
     hr = pMade->ZrFAVPropsGet(&props, nullptr);

@@ -31,7 +31,7 @@ public:
     HRESULT WorkerReset() override;
     HRESULT WorkerClose() override;
     // _bsParam: "img.default_duration", seconds that the picture lasts (3600); "img.tone" and "img.tone_level", see
-    // TEST_TONE.
+    // TEST_TONE; "img.scale": a picture file takes the wanted size too.
     HRESULT WorkerOpen(const char16_t* _bsFile, const char16_t* _bsParam, int64_t _rtMaxWait) override;
     HRESULT WorkerInfoGet(ZR_FILE_INFO* _pInfo, BSTR* _pbsInfo) override;
     HRESULT WorkerFrameGet(int64_t _rtMaxWait, IZrFFrame** _ppFrame) override;
@@ -40,6 +40,7 @@ public:
 
 private:
     HRESULT MakePicture();
+    HRESULT Scale(ZrPtr<IZrFFrame>* _ppFrame) const;
     HRESULT AddSound(IZrFFrame* _pFrame, Thirds _nEnd);
     HRESULT Fail(HRESULT _hr, const char16_t* _szWhy);
     void SetRate(double _dblRate);
@@ -49,6 +50,7 @@ private:
     bool bBuiltIn = false;
     BuiltInPicture builtIn;
     TEST_TONE tone;
+    bool bScale = false;
     ZR_AV_PROPS wanted;
     ZR_VID_PROPS vidProps;  // of the picture
     Thirds nPeriod = 0;

@@ -6,13 +6,6 @@
 namespace zr {
 namespace {
 
-bool IsRgb(eZrFCC _fccType) {
-    // Only YCbCr keeps what is below black.
-    const FILL_PATTERN a = FillPattern(_fccType, 0, FILL_COLOUR::Yuv(15, 128, 128));
-    const FILL_PATTERN b = FillPattern(_fccType, 0, FILL_COLOUR::Yuv(16, 128, 128));
-    return std::equal(a.arrBytes, a.arrBytes + a.cb, b.arrBytes);
-}
-
 uint8_t Code(double _dbl) { return static_cast<uint8_t>(std::lround(std::clamp(_dbl, 0.0, 255.0))); }
 
 // Draws cells from left to right in rows from top to bottom; edges come as parts of the whole.
@@ -20,7 +13,7 @@ class BarPainter {
 public:
     explicit BarPainter(const PICTURE& _picture)
         : picture(_picture),
-          bRgb(IsRgb(_picture.fccType)),
+          bRgb(IsRgbFormat(_picture.fccType)),
           nStepX(_picture.fccType == eZrFCC_v210    ? 6
                  : HasChromaPairs(_picture.fccType) ? 2
                                                     : 1),
@@ -133,8 +126,16 @@ void DrawHigh(BarPainter& _painter) {
 
 }  // namespace
 
+bool IsRgbFormat(eZrFCC _fccType) {
+    // Only YCbCr keeps what is below black.
+    const FILL_PATTERN a = FillPattern(_fccType, 0, FILL_COLOUR::Yuv(15, 128, 128));
+    const FILL_PATTERN b = FillPattern(_fccType, 0, FILL_COLOUR::Yuv(16, 128, 128));
+    return std::equal(a.arrBytes, a.arrBytes + a.cb, b.arrBytes);
+}
+
 FILL_COLOUR LevelColour(eZrFCC _fccType, double _dblRed, double _dblGreen, double _dblBlue) {
-    if (IsRgb(_fccType)) return FILL_COLOUR::Rgb(Code(255 * _dblRed), Code(255 * _dblGreen), Code(255 * _dblBlue));
+    if (IsRgbFormat(_fccType))
+        return FILL_COLOUR::Rgb(Code(255 * _dblRed), Code(255 * _dblGreen), Code(255 * _dblBlue));
     const bool b709 = _fccType == eZrFCC_HDYC;
     const double dblKr = b709 ? 0.2126 : 0.299, dblKb = b709 ? 0.0722 : 0.114;
     const double dblY = dblKr * _dblRed + (1 - dblKr - dblKb) * _dblGreen + dblKb * _dblBlue;

@@ -16,6 +16,9 @@ enum class eTestBars {
     High,       // the same for wide pictures: grey sides, ramp, black steps
 };
 
+// Whether pictures of a format are RGB; of a format that cannot be filled: false or true, it cannot be drawn either.
+bool IsRgbFormat(eZrFCC _fccType);
+
 // A colour by its parts of full scale, 0 to 1: the YCbCr codes of the format's own matrix, or RGB of full range.
 FILL_COLOUR LevelColour(eZrFCC _fccType, double _dblRed, double _dblGreen, double _dblBlue);
 

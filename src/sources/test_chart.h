@@ -1,11 +1,11 @@
 #pragma once
-// A resolution chart: a zone plate amid wedges of lines, a ramp above, steps of grey below.
+// A resolution chart: zone plates in the middle and in the corners, wedges of lines, a ramp above, steps of grey below.
 
 #include "video/picture.h"
 
 namespace zr {
 
-// Draws into a picture of ARGB32. E_INVALIDARG: another format.
+// Draws into a picture of ARGB32, UYVY or HDYC. E_INVALIDARG: another format.
 HRESULT DrawTestChart(const PICTURE& _picture);
 
 }  // namespace zr

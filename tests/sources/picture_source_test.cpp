@@ -126,6 +126,19 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
         EXPECT_EQ(info.mTime.rtStartTime, 200'000 * nFrames++);
     }
     EXPECT_EQ(nFrames, 50);
+
+    props.vidProps.fccType = eZrFCC_UYVY;  // its size counts, its pixel format would take the alpha
+    props.vidProps.nWidth = 64;
+    props.vidProps.nHeight = 32;
+    pSource->FormatSet(props);
+    ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"file::img.scale=true", 0), S_OK);
+    ASSERT_EQ(pSource->WorkerFrameGet(0, pFrame.Out()), S_OK);
+    ZRF_FRAME_INFO scaled;
+    pFrame->ZrFAllGet(&scaled);
+    EXPECT_EQ(scaled.avProps.vidProps.nWidth, 64);
+    EXPECT_EQ(std::abs(scaled.avProps.vidProps.nHeight), 32);
+    EXPECT_EQ(scaled.avProps.vidProps.fccType, eZrFCC_RGB32);
+    EXPECT_NEAR(reinterpret_cast<const uint8_t*>(scaled.lpVideo)[2], 255, 1);
     remove(strFile.c_str());
 
     EXPECT_TRUE(IsPictureName(u"/nowhere/logo.PNG"));

@@ -97,15 +97,21 @@ TEST(TestSignals, NamesHaveTheirSizesAndRates) {
         EXPECT_EQ(std::abs(props.nHeight), test.nHeight);
         EXPECT_EQ(props.nAspectX, test.nAspectX);
         EXPECT_NEAR(props.dblRate, test.dblRate, 0.001);
+        ZR_VID_PROPS sizeOnly;
+        sizeOnly.nWidth = test.nWidth;
+        sizeOnly.nHeight = test.nHeight;
+        sizeOnly.dblRate = 29.97;
+        EXPECT_EQ(picture.Format(sizeOnly).nAspectX, test.nAspectX);
     }
 }
 
 TEST(TestSignals, ChartHasRingsStepsAndNoColour) {
-    for (const eZrFCC fccType : {eZrFCC_UYVY, eZrFCC_ARGB32}) {
-        const bool bYuv = fccType == eZrFCC_UYVY;
+    for (const eZrFCC fccType : {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_ARGB32}) {
+        const bool bYuv = fccType != eZrFCC_ARGB32;
         const auto pFrame = Draw(u"videoq", fccType, 880, 400);
         EXPECT_EQ(At(pFrame.Get(), 4, 399), bYuv ? 0x801080u : 0u);
         EXPECT_EQ(At(pFrame.Get(), 876, 399), bYuv ? 0x80EB80u : 0xFFFFFFu);
+        EXPECT_EQ(At(pFrame.Get(), 440, 380), bYuv ? 0x807E80u : 0x808080u);
         EXPECT_EQ(At(pFrame.Get(), 440, 200), bYuv ? 0x80EB80u : 0xFFFFFFu);  // the middle of the rings
     }
 }
