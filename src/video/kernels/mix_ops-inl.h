@@ -34,30 +34,41 @@ HWY_INLINE VU16 SwapLanes(VU16 v) {
     return vec::BitCast(DU16(), vec::TableLookupBytes(vec::BitCast(D8(), v), vec::LoadDup128(D8(), arrSwap)));
 }
 
-HWY_INLINE VU16 LimitToByte(V16 v) {
-    return vec::BitCast(DU16(), vec::Min(vec::Max(v, vec::Zero(D16())), vec::Set(D16(), 255)));
-}
+// 4:2:2 mixed around black (MixMaskOffset): samples and masks in 16-bit lanes, the overlay at nA of 256. The sum
+// (d - o) * rest + nA * (s - o), rest = 256 - q, q = nA * mask >> 8, does not fit 16 bits, and need not: what
+// saturation cuts off is what the limit to a byte cuts off. kWhole: nA is 256.
+template <bool kWhole>
+struct OffsetMix {
+    explicit HWY_INLINE OffsetMix(uint32_t nA) : a(Set16(nA)), aHigh(Set16(nA << 8 & 0xFFFF)) {}
 
-// One component of a vector of pixels around its origin, at full weight: nA * (s - o) is a whole number of steps, and
-// ((d - o) * rest) >> 8 is the high half of a product whose factors are 7 bits and 1 bit up.
-HWY_INLINE VU16 MixAroundOriginWhole(VU16 s, VU16 d, VU16 mask, V16 origin) {
-    const D16 d16;
-    const V16 d7 = vec::ShiftLeft<7>(vec::Sub(vec::BitCast(d16, d), origin));
-    const V16 rest2 = vec::BitCast(d16, vec::Sub(Set16(512), vec::Add(mask, mask)));
-    return LimitToByte(vec::Add(vec::MulHigh(d7, rest2), vec::BitCast(d16, s)));
-}
+    HWY_INLINE VU16 Share(VU16 mask) const {
+        if constexpr (kWhole) return mask;
+        return vec::MulHigh(aHigh, mask);
+    }
+    // The result is the high byte. The sum is d * rest + nA * s - 16 * (nA - q): nothing in it is negative but the last
+    // part, which is taken off the first, or what is left of it at the end.
+    HWY_INLINE VU16 Luma(VU16 s, VU16 d, VU16 mask) const {
+        const VU16 q = Share(mask), weak = vec::Mul(d, vec::Sub(Set16(256), q));
+        const VU16 black = vec::ShiftLeft<4>(vec::Sub(a, q));
+        return vec::SaturatedSub(vec::SaturatedAdd(vec::SaturatedSub(weak, black), vec::Mul(s, a)),
+                                 vec::SaturatedSub(black, weak));
+    }
+    // The result is the high byte less 128, signed. Both products fit.
+    HWY_INLINE VU16 Chroma(VU16 s, VU16 d, VU16 mask) const {
+        const D16 d16;
+        const V16 s0 = vec::BitCast(d16, vec::Sub(s, Set16(128))), d0 = vec::BitCast(d16, vec::Sub(d, Set16(128)));
+        const V16 rest = vec::BitCast(d16, vec::Sub(Set16(256), Share(mask)));
+        const V16 sum = vec::SaturatedAdd(vec::Mul(d0, rest), vec::Mul(s0, vec::BitCast(d16, a)));
+        return vec::BitCast(DU16(), sum);
+    }
+    VU16 a, aHigh;
+};
 
-// The same at any weight: (d - o) * (256 - x) does not fit 16 bits, so it is summed with nA * (s - o) in 32.
-HWY_INLINE VU16 MixAroundOrigin(VU16 s, VU16 d, VU16 mask, V16 a, V16 origin) {
-    const D16 d16;
-    const V16 rest =
-        vec::BitCast(d16, vec::Sub(Set16(256), vec::ShiftRight<8>(vec::Mul(vec::BitCast(DU16(), a), mask))));
-    const V16 s0 = vec::Sub(vec::BitCast(d16, s), origin), d0 = vec::Sub(vec::BitCast(d16, d), origin);
-    const V32 zero = vec::Zero(D32());
-    const V32 lower = PairwiseMulAdd(vec::InterleaveLower(d16, d0, s0), vec::InterleaveLower(d16, rest, a), zero);
-    const V32 upper = PairwiseMulAdd(vec::InterleaveUpper(d16, d0, s0), vec::InterleaveUpper(d16, rest, a), zero);
-    const V16 sum = vec::ReorderDemote2To(d16, vec::ShiftRight<8>(lower), vec::ShiftRight<8>(upper));
-    return LimitToByte(vec::Add(sum, origin));
+// A 4:2:2 vector of those two results.
+template <bool kLumaOdd>
+HWY_INLINE VU16 JoinOffset(VU16 luma, VU16 chroma) {
+    if constexpr (kLumaOdd) return vec::Xor(JoinHigh(chroma, luma), Set16(0x0080));
+    return vec::Xor(JoinHigh(luma, chroma), Set16(0x8000));
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR

@@ -83,12 +83,7 @@ HWY_INLINE size_t MaskPlainVectors(const uint8_t* over, const uint8_t* mask, uin
 template <bool kWhole, eLumaAt kLumaAt>
 HWY_INLINE size_t MaskOffsetVectors(const uint8_t* over, const uint8_t* mask, uint8_t* base, size_t nPixels,
                                     uint32_t nA) {
-    const V16 a = vec::Set(D16(), static_cast<int16_t>(nA));
-    const auto Mix = [a](VU16 s, VU16 d, VU16 m, int16_t nOrigin) HWY_ATTR {
-        const V16 origin = vec::Set(D16(), nOrigin);
-        if constexpr (kWhole) return MixAroundOriginWhole(s, d, m, origin);
-        return MixAroundOrigin(s, d, m, a, origin);
-    };
+    const OffsetMix<kWhole> mix(nA);
     constexpr bool kOdd = kLumaAt == eLumaAt::Odd;
     const size_t nStep = vec::Lanes(DU16());
     size_t x = 0;
@@ -96,9 +91,9 @@ HWY_INLINE size_t MaskOffsetVectors(const uint8_t* over, const uint8_t* mask, ui
         const VU16 s = LoadPairs(over + 2 * x), d = LoadPairs(base + 2 * x), m = LoadMask(mask + x);
         const VU16 mLuma = vec::Sub(m, vec::VecFromMask(DU16(), vec::Eq(m, Set16(255))));  // 255 becomes 256
         const VU16 mChroma = vec::ShiftRight<1>(vec::Add(mLuma, SwapLanes(mLuma)));
-        const VU16 luma = Mix(kOdd ? Odd(s) : Even(s), kOdd ? Odd(d) : Even(d), mLuma, 16);
-        const VU16 chroma = Mix(kOdd ? Even(s) : Odd(s), kOdd ? Even(d) : Odd(d), mChroma, 128);
-        StorePairs(kOdd ? Join(chroma, luma) : Join(luma, chroma), base + 2 * x);
+        const VU16 luma = mix.Luma(kOdd ? Odd(s) : Even(s), kOdd ? Odd(d) : Even(d), mLuma);
+        const VU16 chroma = mix.Chroma(kOdd ? Even(s) : Odd(s), kOdd ? Even(d) : Odd(d), mChroma);
+        StorePairs(JoinOffset<kOdd>(luma, chroma), base + 2 * x);
     }
     return x;
 }

@@ -42,11 +42,7 @@ HWY_INLINE size_t OverVectors(const RGB_TO_YUV& m, const uint8_t* over, uint8_t*
     const D16 d16;
     const size_t nStep = vec::Lanes(d16) / 2, cbVector = vec::Lanes(D8());
     const YuvFactors f(m);
-    const V16 a = vec::Set(d16, static_cast<int16_t>(nA)), black = vec::Set(d16, 16), grey = vec::Set(d16, 128);
-    const auto Mix = [a](V16 s, VU16 d, VU16 mask, V16 origin) HWY_ATTR {
-        if constexpr (kWhole) return MixAroundOriginWhole(vec::BitCast(DU16(), s), d, mask, origin);
-        return MixAroundOrigin(vec::BitCast(DU16(), s), d, mask, a, origin);
-    };
+    const OffsetMix<kWhole> mix(nA);
     size_t x = 0;
     for (; nPairs - x >= nStep; x += nStep) {
         const V8 pixels0 = vec::LoadU(D8(), over + 8 * x), pixels1 = vec::LoadU(D8(), over + 8 * x + cbVector);
@@ -54,15 +50,15 @@ HWY_INLINE size_t OverVectors(const RGB_TO_YUV& m, const uint8_t* over, uint8_t*
         V32 luma0, chroma0, luma1, chroma1;
         LumaAndChroma<kShift>(over + 8 * x, f, luma0, chroma0);
         LumaAndChroma<kShift>(over + 8 * x + cbVector, f, luma1, chroma1);
-        const V16 luma = OrderPackedHalves(vec::ReorderDemote2To(d16, luma0, luma1));
-        const V16 chroma = OrderPackedHalves(vec::ReorderDemote2To(d16, chroma0, chroma1));
+        const VU16 luma = vec::BitCast(DU16(), OrderPackedHalves(vec::ReorderDemote2To(d16, luma0, luma1)));
+        const VU16 chroma = vec::BitCast(DU16(), OrderPackedHalves(vec::ReorderDemote2To(d16, chroma0, chroma1)));
         const VU16 alpha = OrderPackedHalves(Alphas(pixels0, pixels1));
         const VU16 mask = vec::Sub(alpha, vec::VecFromMask(DU16(), vec::Eq(alpha, Set16(255))));  // 255 becomes 256
         const VU16 maskPair = vec::ShiftRight<1>(vec::Add(mask, SwapLanes(mask)));
         const VU16 d = LoadPairs(base + 4 * x);
-        const VU16 mixedLuma = Mix(luma, kOdd ? Odd(d) : Even(d), mask, black);
-        const VU16 mixedChroma = Mix(chroma, kOdd ? Even(d) : Odd(d), maskPair, grey);
-        StorePairs(kOdd ? Join(mixedChroma, mixedLuma) : Join(mixedLuma, mixedChroma), base + 4 * x);
+        const VU16 mixedLuma = mix.Luma(luma, kOdd ? Odd(d) : Even(d), mask);
+        const VU16 mixedChroma = mix.Chroma(chroma, kOdd ? Even(d) : Odd(d), maskPair);
+        StorePairs(JoinOffset<kOdd>(mixedLuma, mixedChroma), base + 4 * x);
     }
     return x;
 }
