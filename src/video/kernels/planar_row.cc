@@ -25,11 +25,11 @@ HWY_INLINE void SplitBytes(V8 v0, V8 v1, V8& even, V8& odd) {
     odd = OrderPackedHalves(PackBlocks(Odd(v0), Odd(v1)));
 }
 
-// The other way round.
-HWY_INLINE void JoinBytes(V8 even, V8 odd, V8& v0, V8& v1) {
+// The other way round; the result is for StoreSpread.
+HWY_INLINE void JoinBytes(V8 even, V8 odd, V8& lower, V8& upper) {
     const V8 e = SpreadHalves(even), o = SpreadHalves(odd);
-    v0 = vec::InterleaveLower(D8(), e, o);
-    v1 = vec::InterleaveUpper(D8(), e, o);
+    lower = vec::InterleaveLower(D8(), e, o);
+    upper = vec::InterleaveUpper(D8(), e, o);
 }
 
 template <bool kLumaFirst>
@@ -43,14 +43,13 @@ HWY_INLINE void SplitLuma(V8 v0, V8 v1, V8& luma, V8& chroma) {
 
 template <bool kLumaFirst>
 HWY_INLINE void JoinLuma(V8 luma, V8 chroma, uint8_t* dst) {
-    V8 v0, v1;
+    V8 lower, upper;
     if constexpr (kLumaFirst) {
-        JoinBytes(luma, chroma, v0, v1);
+        JoinBytes(luma, chroma, lower, upper);
     } else {
-        JoinBytes(chroma, luma, v0, v1);
+        JoinBytes(chroma, luma, lower, upper);
     }
-    Store(v0, dst);
-    Store(v1, dst + vec::Lanes(D8()));
+    StoreSpread(lower, upper, dst);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
@@ -88,6 +87,7 @@ HWY_INLINE void JoinRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, 
     for (; nPairs - x >= n; x += n) {
         V8 chroma0, chroma1;
         JoinBytes(Load(cb + x), Load(cr + x), chroma0, chroma1);
+        OrderSpread(chroma0, chroma1);
         JoinLuma<kLumaFirst>(Load(y + 2 * x), chroma0, dst + 4 * x);
         JoinLuma<kLumaFirst>(Load(y + 2 * x + n), chroma1, dst + 4 * x + 2 * n);
     }
@@ -157,10 +157,9 @@ void JoinPairsRowImpl(const uint8_t* cb, const uint8_t* cr, uint8_t* cbcr, size_
 #if HWY_TARGET != HWY_SCALAR
     const size_t n = vec::Lanes(D8());
     for (; nPairs - x >= n; x += n) {
-        V8 v0, v1;
-        JoinBytes(Load(cb + x), Load(cr + x), v0, v1);
-        Store(v0, cbcr + 2 * x);
-        Store(v1, cbcr + 2 * x + n);
+        V8 lower, upper;
+        JoinBytes(Load(cb + x), Load(cr + x), lower, upper);
+        StoreSpread(lower, upper, cbcr + 2 * x);
     }
 #endif
     for (; x < nPairs; ++x) {

@@ -104,15 +104,37 @@ HWY_INLINE V OrderPackedHalves(V v) {
 #endif
 }
 
-// The other way round: memory order becomes the one from which interleaving the lower and the upper halves of blocks
-// gives two vectors in memory order.
+// Interleaving the lower and the upper halves of blocks gives two vectors in memory order when its inputs went through
+// SpreadHalves and its results are stored by StoreSpread. With AVX2 the order is made by stores of blocks, which cost
+// nothing, where an exchange of halves would cost a slow shuffle; elsewhere by SpreadHalves.
 HWY_INLINE V8 SpreadHalves(V8 v) {
-#if HWY_TARGET == HWY_AVX2
-    return V8{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
+#if ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
     return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), v.raw)};
 #else
     return v;
+#endif
+}
+// Two such results in memory order.
+HWY_INLINE void OrderSpread(V8& lower, V8& upper) {
+#if HWY_TARGET == HWY_AVX2
+    const V8 first = vec::ConcatLowerLower(D8(), upper, lower);
+    upper = vec::ConcatUpperUpper(D8(), upper, lower);
+    lower = first;
+#else
+    (void)lower;
+    (void)upper;
+#endif
+}
+HWY_INLINE void StoreSpread(V8 lower, V8 upper, uint8_t* dst) {
+#if HWY_TARGET == HWY_AVX2
+    const vec::Half<D8> dBlock;
+    vec::StoreU(vec::LowerHalf(dBlock, lower), dBlock, dst);
+    vec::StoreU(vec::LowerHalf(dBlock, upper), dBlock, dst + 16);
+    vec::StoreU(vec::UpperHalf(dBlock, lower), dBlock, dst + 32);
+    vec::StoreU(vec::UpperHalf(dBlock, upper), dBlock, dst + 48);
+#else
+    vec::StoreU(lower, D8(), dst);
+    vec::StoreU(upper, D8(), dst + vec::Lanes(D8()));
 #endif
 }
 

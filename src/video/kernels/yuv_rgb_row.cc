@@ -122,8 +122,8 @@ HWY_INLINE void StoreBgra(V16 b, V16 g, V16 r, V16 alpha, uint8_t* dst) {
     const V8 br = PackBlocks(b, r), ga = PackBlocks(g, alpha);
     const V16 bg = vec::BitCast(d16, vec::InterleaveLower(d8, br, ga));
     const V16 ra = vec::BitCast(d16, vec::InterleaveUpper(d8, br, ga));
-    vec::StoreU(vec::BitCast(d8, vec::InterleaveLower(d16, bg, ra)), d8, dst);
-    vec::StoreU(vec::BitCast(d8, vec::InterleaveUpper(d16, bg, ra)), d8, dst + vec::Lanes(d8));
+    StoreSpread(vec::BitCast(d8, vec::InterleaveLower(d16, bg, ra)),
+                vec::BitCast(d8, vec::InterleaveUpper(d16, bg, ra)), dst);
 }
 
 template <eYuvOrder kOrder, bool k709>
