@@ -24,7 +24,9 @@ struct IZrStreams : IUnknown {
     // first free "stream-000", "stream-001", ... The source is _pExternOrRef, any object of the family, or, when that
     // is null, _bsPath: a file, a URL, a picture, a test signal ("bars"), the name of another object. _bsParam (may be
     // null): attributes for the source, such as "in=10.0 out=20.0 loop=false". _ppItem (may be null): the new item.
-    // ZR_E_EXISTS: the object is in the mixer already. Otherwise what opening the source returned.
+    // ZR_E_EXISTS: the object is in that place already, or, where sources push their frames, anywhere in the mixer.
+    // E_INVALIDARG: neither object nor path. E_NOINTERFACE: an object that gives no frames. Otherwise what opening the
+    // source returned.
     virtual HRESULT StreamsAdd(const char16_t* _bsStreamID, IUnknown* _pExternOrRef, const char16_t* _bsPath,
                                const char16_t* _bsParam, IZrItem** _ppItem, double _dblTimeForChange) = 0;
     // Takes a stream out and closes it. ZR_E_EMPTY: there are no streams. ZR_E_NOT_FOUND_FILE: not one of them.
@@ -36,7 +38,7 @@ struct IZrStreams : IUnknown {
     // E_INVALIDARG: not a stream of this mixer.
     virtual HRESULT StreamsReorder(IZrItem* _pStream, int32_t _nIndexAdd, double _dblTimeForChange) = 0;
     // Puts a source beneath all streams, by the arguments of StreamsAdd; neither object nor path takes the background
-    // away. S_FALSE: the object is the background already. ZR_E_EXISTS: it is used as a stream.
+    // away. S_FALSE: the object is the background already. ZR_E_EXISTS: it is used as a stream, and sources push.
     virtual HRESULT StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
                                          IZrItem** _ppItem, double _dblTimeForChange) = 0;
     // The background's path and item. S_FALSE with nulls: there is none.

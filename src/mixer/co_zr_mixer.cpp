@@ -178,31 +178,34 @@ HRESULT CCoZrMixer::FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFram
     return p ? p->FileFrameGetByTC(_pTC, _ppFrame) : ZR_E_EMPTY;
 }
 
-// --- IZrStreams: the table is empty; streams are not added yet
+// --- IZrStreams
 
-HRESULT CCoZrMixer::StreamsGetCount(int32_t* _pnCount) {
-    if (!_pnCount) return E_POINTER;
-    *_pnCount = 0;
-    return S_OK;
+HRESULT CCoZrMixer::StreamsGetByIndex(int32_t _nIndex, BSTR* _pbsStreamID, IZrItem** _ppStream) {
+    return core.inputs.GetByIndex(_nIndex, _pbsStreamID, _ppStream);
 }
-HRESULT CCoZrMixer::StreamsGetByIndex(int32_t, BSTR* _pbsStreamID, IZrItem** _ppStream) {
-    if (_pbsStreamID) *_pbsStreamID = nullptr;
-    if (_ppStream) *_ppStream = nullptr;
-    return ZR_E_BAD_INDEX;
+HRESULT CCoZrMixer::StreamsGet(const char16_t* _bsStreamID, int32_t* _pnIndex, IZrItem** _ppStream) {
+    return core.inputs.Get(TextArgument(_bsStreamID), _pnIndex, _ppStream);
 }
-HRESULT CCoZrMixer::StreamsGet(const char16_t*, int32_t* _pnIndex, IZrItem** _ppStream) {
-    if (_pnIndex) *_pnIndex = -1;
-    if (_ppStream) *_ppStream = nullptr;
-    return ZR_E_NOT_FOUND_FILE;
+HRESULT CCoZrMixer::StreamsAdd(const char16_t* _bsStreamID, IUnknown* _pExternOrRef, const char16_t* _bsPath,
+                               const char16_t* _bsParam, IZrItem** _ppItem, double _dblTimeForChange) {
+    return InterfaceCall([&] {
+        return core.inputs.Add(TextArgument(_bsStreamID), _pExternOrRef, TextArgument(_bsPath), TextArgument(_bsParam),
+                               _ppItem, _dblTimeForChange);
+    });
 }
-HRESULT CCoZrMixer::StreamsAdd(const char16_t*, IUnknown*, const char16_t*, const char16_t*, IZrItem** _ppItem,
-                               double) {
-    if (_ppItem) *_ppItem = nullptr;
-    return E_NOTIMPL;
+HRESULT CCoZrMixer::StreamsRemove(IZrItem* _pStream, double _dblTimeForChange) {
+    return InterfaceCall([&] { return core.inputs.Remove(_pStream, _dblTimeForChange); });
+}
+HRESULT CCoZrMixer::StreamsRemoveByIndex(int32_t _nIndex, int32_t _nExtraRemove, double _dblTimeForChange) {
+    return InterfaceCall([&] { return core.inputs.RemoveByIndex(_nIndex, _nExtraRemove, _dblTimeForChange); });
+}
+HRESULT CCoZrMixer::StreamsReorder(IZrItem* _pStream, int32_t _nIndexAdd, double _dblTimeForChange) {
+    return core.inputs.Reorder(_pStream, _nIndexAdd, _dblTimeForChange);
 }
 HRESULT CCoZrMixer::StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
                                          IZrItem** _ppItem, double) {
-    return core.background.Set(_pExternOrRef, TextArgument(_bsPath), TextArgument(_bsParam), _ppItem);
+    return InterfaceCall(
+        [&] { return core.background.Set(_pExternOrRef, TextArgument(_bsPath), TextArgument(_bsParam), _ppItem); });
 }
 HRESULT CCoZrMixer::StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) {
     return core.background.Get(_pbsPath, _ppItem);

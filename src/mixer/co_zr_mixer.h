@@ -80,14 +80,14 @@ public:
 
     // --- IZrStreams
 
-    HRESULT StreamsGetCount(int32_t* _pnCount) override;
+    HRESULT StreamsGetCount(int32_t* _pnCount) override { return core.inputs.GetCount(_pnCount); }
     HRESULT StreamsGetByIndex(int32_t _nIndex, BSTR* _pbsStreamID, IZrItem** _ppStream) override;
     HRESULT StreamsGet(const char16_t* _bsStreamID, int32_t* _pnIndex, IZrItem** _ppStream) override;
-    HRESULT StreamsAdd(const char16_t*, IUnknown*, const char16_t*, const char16_t*, IZrItem** _ppItem,
-                       double) override;
-    HRESULT StreamsRemove(IZrItem*, double) override { return ZR_E_EMPTY; }
-    HRESULT StreamsRemoveByIndex(int32_t, int32_t, double) override { return ZR_E_EMPTY; }
-    HRESULT StreamsReorder(IZrItem*, int32_t, double) override { return E_INVALIDARG; }
+    HRESULT StreamsAdd(const char16_t* _bsStreamID, IUnknown* _pExternOrRef, const char16_t* _bsPath,
+                       const char16_t* _bsParam, IZrItem** _ppItem, double _dblTimeForChange) override;
+    HRESULT StreamsRemove(IZrItem* _pStream, double _dblTimeForChange) override;
+    HRESULT StreamsRemoveByIndex(int32_t _nIndex, int32_t _nExtraRemove, double _dblTimeForChange) override;
+    HRESULT StreamsReorder(IZrItem* _pStream, int32_t _nIndexAdd, double _dblTimeForChange) override;
     HRESULT StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
                                  IZrItem** _ppItem, double _dblTimeForChange) override;
     HRESULT StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) override;

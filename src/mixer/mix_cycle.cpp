@@ -64,6 +64,7 @@ void MixCycle::Stop(IEventSink& _events) {
     clock.Reset();
     audioCalc.Reset();
     rateMeter.Reset();
+    request.Release();
     sync.RemoveSources(_events);
 }
 
@@ -100,12 +101,13 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     pass.bMustCopy = true;
     if (bSync) {
         const bool bHold = parts.state.Get() == eZrS_Paused;
-        HRESULT hr = sync.Sync_Request(evStop, bHold, &pass.pRequest);
+        HRESULT hr = sync.Sync_Request(evStop, bHold, request);
         if (hr == S_FALSE) {
             WaitOne(evStop, kNoSourcesPause);
             return S_OK;
         }
-        hr = sync.Sync_Put(*pass.pRequest, &pBase, &pass.bMustCopy);
+        pass.pRequest = &request;
+        hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
         pass.bHasInputs = true;
     }
@@ -223,8 +225,10 @@ HRESULT MixCycle::Compose(PASS& _pass) {
         return S_OK;
     }
     if (evStop.IsSet()) return ZR_E_NOT_RUNNING;
+    CollectStreams(_pass);
     Stamp(_pass);
     if (HasVideo(_pass.props)) DrawScene(_pass);
+    MarkConsumed(_pass);
     if (!_pass.bSkipped) {
         Elapsed elapsed;
         MixAudio(_pass);
@@ -240,6 +244,36 @@ void MixCycle::Stamp(PASS& _pass) {
     _pass.time.rtEndTime = stamp.rtEndTime;
     if (stamp.bBreak) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
     if (_pass.bLocked) _pass.time.eFFlags = static_cast<eZrFrameFlags>(_pass.time.eFFlags | eZrFF_Live);
+}
+
+// What each stream of the pass gives beside its picture. The captions of one stream go out: those that a block asks for
+// before any others.
+void MixCycle::CollectStreams(PASS& _pass) {
+    if (!_pass.pRequest) return;
+    ZrMixerStream* pCaptions = nullptr;
+    int32_t nLevel = 0;
+    for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
+        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
+        if (!pStream) continue;
+        pStream->ResetGains();
+        if (pStream->CaptionLevel() <= nLevel) continue;
+        nLevel = pStream->CaptionLevel();
+        pCaptions = pStream;
+    }
+    if (pCaptions) pCaptions->TakeCaptions(_pass.pFrame.Get());
+}
+
+// The streams may be given their next frames. One of them gives the output its time code.
+void MixCycle::MarkConsumed(PASS& _pass) {
+    if (!_pass.pRequest) return;
+    const int32_t nTimecode = parts.props.Object()->AttributeOr(u"timecode.source_idx", 0);
+    for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
+        const MIX_INPUT& input = (*_pass.pRequest)[i].input;
+        if (!input.pStream) continue;
+        ZR_TIME time;
+        input.pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, &time);
+        if (input.nIndex == nTimecode) _pass.time.tcFrame = time.tcFrame;
+    }
 }
 
 // Scenes and blocks are not on this mixer yet: what is drawn is the base frame.
@@ -294,6 +328,7 @@ void MixCycle::EndTimedPause(const ZR_TIME& _time) {
     }
     parts.state.lock.LeaveWrite();
     if (!bEnded) return;
+    parts.links.PauseAll(-1.0);
     const auto pName = parts.state.name.Get();
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);

@@ -12,10 +12,12 @@
 #include "mixer/elapsed.h"
 #include "mixer/frame_output.h"
 #include "mixer/mix_clock.h"
+#include "mixer/mixer_links.h"
 #include "mixer/mixer_state.h"
 #include "mixer/rate_meter.h"
 #include "mixer/stream_table.h"
 #include "mixer/sync_mixer.h"
+#include "mixer/video_block.h"
 #include "platform/event.h"
 
 namespace zr {
@@ -26,6 +28,8 @@ struct MIX_PARTS {
     MixerState& state;
     ObjectFormat& format;
     StreamTable& streams;
+    MixerLinks& links;
+    BlockSet& blocks;
     IStatisticsSink& statistics;
     IEventSink& events;
     IFrameOutput& output;
@@ -77,6 +81,8 @@ private:
     void PrepareFrame(PASS& _pass);
     HRESULT Compose(PASS& _pass);
     void Stamp(PASS& _pass);
+    void CollectStreams(PASS& _pass);
+    void MarkConsumed(PASS& _pass);
     void DrawScene(PASS& _pass);
     void MixAudio(PASS& _pass);
     void ApplyAudioKeys(PASS& _pass);
@@ -86,6 +92,7 @@ private:
 
     MIX_PARTS parts;
     SyncMixer sync;
+    SyncRequest request;  // of the pass under way; its memory stays
     MixClock clock;
     ZrAudioCalc audioCalc;
     RateMeter rateMeter;

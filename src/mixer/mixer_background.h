@@ -4,8 +4,9 @@
 #include <string_view>
 
 #include "framework/event_sink.h"
-#include "framework/object_format.h"
+#include "mixer/item_maker.h"
 #include "mixer/mix_cycle.h"
+#include "mixer/mixer_links.h"
 #include "mixer/stream_table.h"
 
 namespace zr {
@@ -13,24 +14,23 @@ namespace zr {
 // Any thread, without a lock of the mixer but the state lock.
 class MixerBackground {
 public:
-    MixerBackground(const ZrPropsHW& _props, ObjectFormat& _format, StreamTable& _streams, MixCycle& _cycle)
-        : props(_props), format(_format), streams(_streams), cycle(_cycle) {}
+    MixerBackground(const ItemMaker& _maker, MixerLinks& _links, MixCycle& _cycle, IEventSink& _sink)
+        : maker(_maker), links(_links), cycle(_cycle), sink(_sink) {}
 
     // As IZrStreams::StreamsBackgroundSet. _ppItem may be null.
     HRESULT Set(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param, IZrItem** _ppItem);
     // As IZrStreams::StreamsBackgroundGet.
     HRESULT Get(BSTR* _pbsPath, IZrItem** _ppItem) const;
     // Takes the background away and ends its source.
-    void Close();
+    void Close() { Exchange({}); }
 
 private:
-    std::u16string FileLine(std::u16string_view _param) const;
-    ZrPtr<CCoZrItem> Exchange(ZrPtr<CCoZrItem> _pItem);
+    void Exchange(ZrPtr<CCoZrItem> _pItem);
 
-    const ZrPropsHW& props;
-    ObjectFormat& format;
-    StreamTable& streams;
+    const ItemMaker& maker;
+    MixerLinks& links;
     MixCycle& cycle;
+    IEventSink& sink;
 };
 
 }  // namespace zr

@@ -102,6 +102,7 @@ HRESULT MixerControl::OnObjectStart(DeferredEvents& _events) {
 void MixerControl::Close_I(DeferredEvents& _events) {
     Mixer_Stop(_events);
     parts.background.Close();
+    parts.inputs.Close();
     parts.output.Close();
     parts.statistics.Clear();
     parts.format.Close();
@@ -115,7 +116,7 @@ HRESULT MixerControl::Play_I(double _dblSeconds, DeferredEvents& _events) {
     if (eBefore < eZrS_Stopped || eBefore > eZrS_Running) return PlayOpen_I(_dblSeconds, _events);
 
     if (eBefore != eTarget || eTarget == eZrS_Paused) {
-        if (const HRESULT hr = StartAs_I(eTarget, _events); Failed(hr)) return hr;
+        if (const HRESULT hr = StartAs_I(eTarget, _dblSeconds, _events); Failed(hr)) return hr;
         if (eBefore != eTarget) {
             Raise(_events, eTarget == eZrS_Running ? u"start" : u"pause", SecondsText(_dblSeconds).c_str());
         }
@@ -129,18 +130,18 @@ HRESULT MixerControl::PlayOpen_I(double _dblSeconds, DeferredEvents& _events) {
     if (parts.state.Get() == eZrS_Closed) {
         if (const HRESULT hr = Start_I(_events); Failed(hr)) return hr;
     }
-    const HRESULT hr = StartAs_I(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running, _events);
+    const HRESULT hr = StartAs_I(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running, _dblSeconds, _events);
     if (Failed(hr)) return hr;
     Raise(_events, u"start", nullptr);
     return S_OK;
 }
 
 // The state first: the first pass is of a mixer that plays or is paused already.
-HRESULT MixerControl::StartAs_I(eZrState _eState, DeferredEvents& _events) {
+HRESULT MixerControl::StartAs_I(eZrState _eState, double _dblSeconds, DeferredEvents& _events) {
     // What was on its way when the mixer stopped has set the pace again: frames would hurry to catch up with it.
     if (parts.state.Get() < eZrS_Paused) parts.output.ResetPosition();
     parts.state.Set(_eState);
-    const HRESULT hr = Mixer_Start(_events);
+    const HRESULT hr = Mixer_Start(_dblSeconds, _events);
     if (Failed(hr)) {
         parts.state.Set(eZrS_Stopped);
         Mixer_Stop(_events);
@@ -148,28 +149,22 @@ HRESULT MixerControl::StartAs_I(eZrState _eState, DeferredEvents& _events) {
     return hr;
 }
 
-HRESULT MixerControl::Mixer_Start(DeferredEvents& _events) {
+HRESULT MixerControl::Mixer_Start(double _dblSeconds, DeferredEvents& _events) {
     // A background that pushes its frames drives the cycle from its own thread, which comes with the streams.
     if (!parts.cycle.IsSynchronous(0) && parts.streams.Background()) return E_NOTIMPL;
     // Here and not at the start of the object: one in error plays without such a start.
     if (const HRESULT hr = parts.output.Open(parts.props.IsSynchronous()); Failed(hr)) return hr;
-    if (!bConnected) {
-        bConnected = true;
-        if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
-            _events.RaiseEvent(parts.state.name.Get()->c_str(), u"connect", pItem->Name().c_str(),
-                               static_cast<IZrItem*>(pItem.Get()));
-        }
+    {
+        LinkEvents links(parts.links, _events);
+        parts.links.ConnectAll(_dblSeconds, links);
     }
     return parts.cycle.Start();
 }
 
 void MixerControl::Mixer_Stop(DeferredEvents& _events) {
-    if (bConnected) {
-        bConnected = false;
-        if (const ZrPtr<CCoZrItem> pItem = parts.streams.Background()) {
-            _events.RaiseEvent(parts.state.name.Get()->c_str(), u"disconnect", pItem->Name().c_str(),
-                               static_cast<IZrItem*>(pItem.Get()));
-        }
+    {
+        LinkEvents links(parts.links, _events);
+        parts.links.DisconnectAll(links);
     }
     parts.cycle.Stop(_events);
 }

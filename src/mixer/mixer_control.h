@@ -6,8 +6,10 @@
 #include "mixer/deferred_events.h"
 #include "mixer/mix_cycle.h"
 #include "mixer/mixer_background.h"
+#include "mixer/mixer_links.h"
 #include "mixer/mixer_output.h"
 #include "mixer/mixer_state.h"
+#include "mixer/mixer_streams.h"
 
 namespace zr {
 
@@ -22,6 +24,8 @@ public:
         StreamTable& streams;
         MixCycle& cycle;
         MixerBackground& background;
+        MixerStreams& inputs;
+        MixerLinks& links;
         MixerOutput& output;
         StatisticsNode& statistics;
         IEventSink& events;
@@ -41,15 +45,14 @@ private:
     void Close_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT Play_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT PlayOpen_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
-    // Has the mixer run in that state; on failure it is stopped.
-    HRESULT StartAs_I(eZrState _eState, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    // Has the mixer run in that state; on failure it is stopped. _dblSeconds: of the pause, below 0 for none.
+    HRESULT StartAs_I(eZrState _eState, double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     // Connects what is on the mixer and has the cycle run.
-    HRESULT Mixer_Start(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT Mixer_Start(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Mixer_Stop(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Raise(DeferredEvents& _events, const char16_t* _szEvent, const char16_t* _szParam);
 
     const PARTS parts;
-    bool bConnected ZR_GUARDED_BY(parts.state.lock) = false;  // "connect" went out for what is on the mixer
 };
 
 }  // namespace zr

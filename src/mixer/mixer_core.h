@@ -5,12 +5,16 @@
 #include "framework/last_frame.h"
 #include "framework/object_format.h"
 #include "framework/statistics_node.h"
+#include "mixer/item_maker.h"
 #include "mixer/mix_cycle.h"
 #include "mixer/mixer_background.h"
 #include "mixer/mixer_control.h"
+#include "mixer/mixer_links.h"
 #include "mixer/mixer_output.h"
 #include "mixer/mixer_state.h"
+#include "mixer/mixer_streams.h"
 #include "mixer/stream_table.h"
+#include "mixer/video_block.h"
 
 namespace zr {
 
@@ -21,17 +25,24 @@ public:
               IEventSink& _events)
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
-          cycle({_props, state, _format, streams, statistics, _events, output}),
-          background(_props, _format, streams, cycle),
-          control({_props, state, _format, streams, cycle, background, output, statistics, _events}) {}
+          links(state, streams),
+          cycle({_props, state, _format, streams, links, blocks, statistics, _events, output}),
+          maker(_props, _format),
+          background(maker, links, cycle, _events),
+          inputs({_props, maker, links, cycle, blocks, statistics, _events}),
+          control({_props, state, _format, streams, cycle, background, inputs, links, output, statistics, _events}) {}
 
     MixerState state;
     StatisticsNode statistics;
     StreamTable streams;
     LastFrame lastFrame;
     MixerOutput output;
+    BlockSet blocks;
+    MixerLinks links;
     MixCycle cycle;
+    ItemMaker maker;
     MixerBackground background;
+    MixerStreams inputs;
     MixerControl control;
 };
 

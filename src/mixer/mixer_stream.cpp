@@ -23,9 +23,16 @@ ZrMixerStream::ZrMixerStream(std::u16string_view _id, IStatisticsSink& _statisti
           const auto Counter = [&](std::u16string_view _prefix) {
               return _statistics.Resolve((std::u16string(_prefix) + id).c_str());
           };
-          return COUNTERS{Counter(u"dups."), Counter(u"pauses."), Counter(u"breaks."), Counter(u"user_breaks.")};
+          return COUNTERS{Counter(u"dups."),        Counter(u"pauses."),        Counter(u"breaks."),
+                          Counter(u"user_breaks."), Counter(u"skipped_video."), Counter(u"put_frame.")};
       }()),
       audio(id, _statistics) {}
+
+void ZrMixerStream::NotePut(double _dblMs, bool _bSkipped) {
+    statistics.SetValue(counters.nPutFrame, _dblMs);
+    const auto rt = static_cast<int64_t>(_dblMs * static_cast<double>(kTicksPerMs));
+    rtLastPut.store(_bSkipped ? 0 : rt, std::memory_order_relaxed);
+}
 
 // --- Mix thread
 
@@ -104,6 +111,10 @@ double ZrMixerStream::Rate() const {
 
 void ZrMixerStream::Connect() {
     MutexLock lock(mtxFrame);
+    if (IsOpen()) return;
+    // A source that plays on knows nothing of the stop, so that no break would come.
+    bWaitBreak = false;
+    audio.Clear();
     evStop.Reset();
     bOpen.store(true, std::memory_order_release);
 }

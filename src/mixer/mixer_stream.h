@@ -11,6 +11,7 @@
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
 #include "media/frame_interfaces.h"
+#include "mixer/av_format.h"
 #include "mixer/rate_meter.h"
 #include "mixer/stream_audio.h"
 #include "mixer/stream_captions.h"
@@ -35,7 +36,7 @@ inline constexpr const char16_t* kNoSignalId = u"NVSG";
 
 // What all puts of a cycle go by. Outlives the put.
 struct STREAM_PUT {
-    ZR_AV_PROPS output;           // of the mixer; without video or audio where the input gives none
+    AV_FORMAT output;             // of the mixer; without video or audio where the input gives none
     int32_t nScalingQuality = 2;  // key scaling_quality.blocks
     bool bForceMaster = false;    // key locked.force_master
     bool bSync = true;            // the mixer pulls, and waits for the end of the put
@@ -63,9 +64,11 @@ public:
     // as the stream is paused or waits for a break, or as no block took it. ZR_E_NOT_RUNNING: the stream is not open,
     // or was closed during the put. E_ABORT: pAbort.
     HRESULT PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put);
-    // How long the last put of a whole frame took, in ticks.
+    // How long the last put of a whole frame took, in ticks; 0 after one whose picture was left out.
     int64_t LastPutTime() const { return rtLastPut.load(std::memory_order_relaxed); }
-    void SetLastPutTime(int64_t _rt) { rtLastPut.store(_rt, std::memory_order_relaxed); }
+    // Publishes how long a put took.
+    void NotePut(double _dblMs, bool _bSkipped);
+    void CountSkipped() { statistics.AddCount(counters.nSkipped, 1); }
 
     // --- Mix thread
 
@@ -121,7 +124,7 @@ public:
 
 private:
     struct COUNTERS {
-        IStatisticsSink::Handle nDups, nPauses, nBreaks, nUserBreaks;
+        IStatisticsSink::Handle nDups, nPauses, nBreaks, nUserBreaks, nSkipped, nPutFrame;
     };
     struct INCOMING;
 

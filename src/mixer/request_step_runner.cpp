@@ -29,9 +29,13 @@ RequestStepRunner::RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink
 HRESULT RequestStepRunner::Run(RequestStep& _step) const {
     if (!_step.pSourceFrame) return E_UNEXPECTED;
     Elapsed elapsed;
-    TakeOriginalTime(*_step.pItem, _step.pSourceFrame.Get());
+    TakeOriginalTime(*_step.input.pItem, _step.pSourceFrame.Get());
+    if (ZrMixerStream* const pStream = _step.input.pStream.Get()) {
+        const HRESULT hr = pStream->PutMedia(_step.pSourceFrame.Get(), _step.put);
+        pStream->NotePut(elapsed.Ms(), _step.put.bSkipped);
+        return hr;
+    }
     _step.pResult = std::move(_step.pSourceFrame);
-    if (!_step.IsBackground()) return S_OK;
     const HRESULT hr = FitToOutput(_step);
     statistics.SetValue(nPutBackground, elapsed.Ms());
     return hr;
@@ -39,11 +43,11 @@ HRESULT RequestStepRunner::Run(RequestStep& _step) const {
 
 // A background of another size or pixel format becomes one of the output's, unless the item's key says to leave it.
 HRESULT RequestStepRunner::FitToOutput(RequestStep& _step) const {
-    const ZR_VID_PROPS& wanted = _step.propsOutput.vidProps;
+    const ZR_VID_PROPS& wanted = _step.put.output.vidProps;
     ZR_AV_PROPS props;
     if (const HRESULT hr = _step.pResult->ZrFAVPropsGet(&props, nullptr); Failed(hr)) return hr;
     if (!PropsValid(&wanted, true) || !PropsValid(&props.vidProps, true) || SameProps(&props.vidProps, &wanted, 2) ||
-        !_step.pItem->Node()->AttributeOr(u"_mix_bg_convert_", true)) {
+        !_step.input.pItem->Node()->AttributeOr(u"_mix_bg_convert_", true)) {
         return S_OK;
     }
     ZR_VID_PROPS target = wanted;

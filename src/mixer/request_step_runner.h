@@ -12,7 +12,7 @@ class RequestStepRunner {
 public:
     RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink& _statistics);
 
-    // From step.pSourceFrame to step.pResult. E_UNEXPECTED: there is no frame.
+    // From step.pSourceFrame into the stream, or to step.pResult for the background. E_UNEXPECTED: there is no frame.
     HRESULT Run(RequestStep& _step) const;
 
 private:

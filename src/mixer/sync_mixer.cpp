@@ -18,21 +18,26 @@ namespace {
 constexpr int32_t kDefaultGetMaxWait = 250;             // ms
 constexpr int64_t kUnlimitedSlice = 100 * kTicksPerMs;  // between two looks at the stop event
 constexpr ZR_AUD_PROPS kDefaultAudio{2, 48000, 16, 0};
+constexpr int64_t kDefaultSkipFrame = 400'000;  // ticks: of a frame whose rate nobody knows
+constexpr const char16_t* kSkippedPicture = u"_skipped_vid_";
 
-ZrPtr<IUnknown> IdentityOf(IUnknown* _p) { return QueryAs<IUnknown>(_p); }
-
-// A repeat of a frame whose source gave nothing new: the picture without its sound, which would stutter.
-FramePtr RepeatOf(const FramePtr& _pFrame) {
-    FramePtr pRepeat;
+// A clone with the break flag.
+FramePtr BreakClone(const FramePtr& _pFrame, eZrFrameClone _eParts) {
+    FramePtr pClone;
     ZR_TIME time;
-    if (!_pFrame || Failed(_pFrame->ZrFClone(pRepeat.Out(), eZrFC_VideoRef, eZrFCC_Default)) ||
-        Failed(pRepeat->ZrFTimeGet(&time))) {
+    if (!_pFrame || Failed(_pFrame->ZrFClone(pClone.Out(), _eParts, eZrFCC_Default)) ||
+        Failed(pClone->ZrFTimeGet(&time))) {
         return {};
     }
     time.eFFlags = WithBreak(time.eFFlags);
-    pRepeat->ZrFTimeSet(&time);
-    return pRepeat;
+    pClone->ZrFTimeSet(&time);
+    return pClone;
 }
+
+FramePtr BrokenOff(const FramePtr& _pFrame) { return BreakClone(_pFrame, eZrFC_Reference); }
+
+// A repeat of a frame whose source gave nothing new: the picture without its sound, which would stutter.
+FramePtr RepeatOf(const FramePtr& _pFrame) { return BreakClone(_pFrame, eZrFC_VideoRef); }
 
 }  // namespace
 
@@ -47,54 +52,89 @@ SyncMixer::SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTa
       nTakeFrames(_statistics.Resolve(u"sync.take_frames")),
       nPutFrames(_statistics.Resolve(u"sync.put_frames")) {}
 
-HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest** _ppRequest) {
+HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& _request) {
     Elapsed elapsed;
-    *_ppRequest = nullptr;
-    request.Release();
-    request.props = format.Wanted();
+    _request.Release();
+    _request.props = format.Wanted();
+    ReadKeys();
+    _request.bMaySkip = bPaced;
     for (const auto& pSource : arrSources) {
         pSource->arrSteps.clear();
-        pSource->bMaster = false;
+        pSource->bMaster = pSource->bWanted = false;
     }
     {
         MutexLock lock(streams.mtxChange);
         streams.Collect(arrInputs);
     }
-    const bool bAsync = pObject->AttributeOr(u"sync_mode.async_get", true) && arrInputs.size() > 1;
+    IUnknown* pBackground = nullptr;
     for (const MIX_INPUT& input : arrInputs) {
-        SyncSource* const pSource = FindOrAddSource(input.pItem);
+        if (input.pStream && !input.pStream->IsOpen()) continue;
+        SyncSource* const pSource = FindOrAddSource(input.pItem, _request);
         if (!pSource) continue;
+        if (!input.pStream) pBackground = input.pItem->Source();
         pSource->bMaster |= input.pItem->Node()->AttributeOr(u"master", false);
-        AskForRate(*pSource);
-        if (pSource->arrSteps.empty()) {
-            if (_bHold && pSource->pLastFrame) {
-                pSource->pFrame = RepeatOf(pSource->pLastFrame);
-            } else {
-                StartGet(*pSource, _evStop, bAsync);
-            }
-        }
-        AddStep(input, *pSource);
+        pSource->bWanted |= !input.pStream || !input.pStream->IsPaused();
+        AddStep(input, *pSource, input.pStream ? pBackground : nullptr, _request);
     }
-    group.Wait(nullptr, -1);
     arrInputs.clear();
+    GetAll(_evStop, _bHold);
     RemoveUnused();
-    if (request.Count() == 0) return S_FALSE;
-    CompleteFormat();
+    if (_request.Count() == 0) return S_FALSE;
+    for (const auto& pSource : arrSources) HandOut(*pSource);
+    CompleteFormat(_request);
     statistics.SetValue(nTakeFrames, elapsed.Ms());
-    *_ppRequest = &request;
     return S_OK;
 }
 
-// Null when the object cannot be pulled.
-SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem) {
-    if (!_pItem->Pulled()) return nullptr;
-    const ZrPtr<IUnknown> pIdentity = IdentityOf(_pItem->Source());
+void SyncMixer::ReadKeys() {
+    putKeys.nScalingQuality = pObject->AttributeOr(u"scaling_quality.blocks", 2);
+    putKeys.bForceMaster = pObject->AttributeOr(u"locked.force_master", false);
+    putKeys.bShowLastFrame = pObject->AttributeOr(u"elements.show_last_frame", true);
+    bPaced = pObject->AttributeOr(u"rate_control", 3) != 0;
+}
+
+// The frames of all sources of a cycle. One whose users are all paused shows its last frame, so that nothing of it is
+// lost; before it has one, it is asked all the same.
+void SyncMixer::GetAll(ManualEvent& _evStop, bool _bHold) {
+    size_t nAsked = 0;
+    SyncSource* pHere = nullptr;  // asked on this thread, while the pool asks the others
+    const bool bAsync = pObject->AttributeOr(u"sync_mode.async_get", true);
     for (const auto& pSource : arrSources) {
-        if (pSource->pIdentity == pIdentity) return pSource.get();
+        pSource->pFrame.Reset();
+        if (pSource->arrSteps.empty()) continue;
+        pSource->bHeld = (_bHold || !pSource->bWanted) && pSource->pLastFrame;
+        if (pSource->bHeld) {
+            pSource->pFrame = RepeatOf(pSource->pLastFrame);
+        } else if (!bAsync || nAsked++ > 0) {
+            StartGet(*pSource, _evStop, bAsync);
+        } else {
+            pHere = pSource.get();
+        }
+    }
+    if (pHere) Get(*pHere, _evStop);
+    groupGet.Wait(nullptr, -1);
+}
+
+// Gives the frame of a source to its steps. A paused stream keeps the picture that it has.
+void SyncMixer::HandOut(SyncSource& _source) {
+    for (RequestStep* pStep : _source.arrSteps) {
+        const MixerStreamPtr& pStream = pStep->input.pStream;
+        if (_source.bHeld && pStream && pStream->LastFrame()) continue;
+        pStep->pFetched = _source.pFrame;
+    }
+}
+
+// Null when the object cannot be pulled.
+SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request) {
+    if (!_pItem->Pulled()) return nullptr;
+    IUnknown* const pIdentity = _pItem->Source();
+    for (const auto& pSource : arrSources) {
+        if (pSource->pItem->Source() != pIdentity) continue;
+        AskForRate(*pSource, _request);
+        return pSource.get();
     }
     auto pSource = std::make_unique<SyncSource>();
     pSource->pItem = _pItem;
-    pSource->pIdentity = pIdentity;
     pSource->name = _pItem->Name();
     if (pSource->name.empty()) pSource->name = u"Unknown";
     if (IZrProps* const pProps = _pItem->SourceProps()) {
@@ -110,7 +150,7 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem) {
     }
     // The reader first: not one frame is lost when the source starts.
     _pItem->Pulled()->SourceFrameGetEx_I(&pSource->llReaderID, 0, nullptr, nullptr);
-    AskForRate(*pSource);
+    AskForRate(*pSource, _request);
     if (_pItem->OwnsSource() || pObject->AttributeOr(u"external.autostart", true)) _pItem->StartSource();
     events.RaiseEvent(pSource->name.c_str(), u"source_connected", pSource->name.c_str(), _pItem->Source());
     arrSources.push_back(std::move(pSource));
@@ -118,8 +158,8 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem) {
 }
 
 // Has a source that was given no format of its own play at the rate of the output.
-void SyncMixer::AskForRate(SyncSource& _source) {
-    const double dblRate = request.props.vidProps.dblRate;
+void SyncMixer::AskForRate(SyncSource& _source, const SyncRequest& _request) {
+    const double dblRate = _request.props.vidProps.dblRate;
     if (dblRate <= 0 || dblRate == _source.dblRateAsked || !pObject->AttributeOr(u"sync_mode.control_fps", true))
         return;
     _source.dblRateAsked = dblRate;
@@ -133,7 +173,7 @@ void SyncMixer::AskForRate(SyncSource& _source) {
 
 void SyncMixer::StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync) {
     if (_bAsync &&
-        Succeeded(ThreadPool::Shared().Submit([this, &_source, &_evStop] { Get(_source, _evStop); }, &group))) {
+        Succeeded(ThreadPool::Shared().Submit([this, &_source, &_evStop] { Get(_source, _evStop); }, &groupGet))) {
         return;
     }
     Get(_source, _evStop);
@@ -170,26 +210,28 @@ void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
         _source.pFrame = RepeatOf(_source.pLastFrame);
         return;
     }
-    _source.pFrame = pFrame;
+    // The line of a source begins with its first frame, whatever its flags say: it may have played for others before.
+    _source.pFrame = _source.pLastFrame ? pFrame : BrokenOff(pFrame);
     _source.pLastFrame = std::move(pFrame);
 }
 
-void SyncMixer::AddStep(const MIX_INPUT& _input, SyncSource& _source) {
-    RequestStep& step = request.Add();
-    step.pItem = _input.pItem;
-    step.nIndex = _input.nIndex;
-    step.name = kBackgroundName;
-    step.propsOutput = request.props;
+void SyncMixer::AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request) {
+    RequestStep& step = _request.Add();
+    step.input = _input;
+    step.put = putKeys;
+    step.put.output = {_request.props.vidProps, _request.props.audProps};
     step.bMustCopy = false;
     const XMLNodePtr& pNode = _input.pItem->Node();
-    if (!pNode->AttributeOr(u"video", true)) step.propsOutput.vidProps.eVideoFormat = eZrVF_Disabled;
-    if (!pNode->AttributeOr(u"audio", true)) step.propsOutput.audProps.nChannels = -1;
+    // What lies under everything is not shown again above it.
+    const bool bUnder = _pBackground && _pBackground == _input.pItem->Source();
+    if (bUnder || !pNode->AttributeOr(u"video", true)) step.put.output.vidProps.eVideoFormat = eZrVF_Disabled;
+    if (!pNode->AttributeOr(u"audio", true)) step.put.output.audProps.nChannels = -1;
     _source.arrSteps.push_back(&step);
 }
 
 // What the output is to be when nobody has said so: as the frames that came, else 1080i at 59.94 with stereo sound.
-void SyncMixer::CompleteFormat() {
-    ZR_AV_PROPS& props = request.props;
+void SyncMixer::CompleteFormat(SyncRequest& _request) {
+    ZR_AV_PROPS& props = _request.props;
     for (size_t i = 0; i < arrSources.size(); ++i) {
         ZR_AV_PROPS propsFrame;
         const FramePtr& pFrame = arrSources[i]->pFrame;
@@ -204,18 +246,29 @@ void SyncMixer::CompleteFormat() {
         props.vidProps = PropsFromFormat(eZrVF_HD1080_5994i, eZrFCC_Default);
     }
     if (!AudUsable(props.audProps)) props.audProps = kDefaultAudio;
+    for (size_t i = 0; i < _request.Count(); ++i) {
+        AV_FORMAT& output = _request[i].put.output;
+        if (output.vidProps.eVideoFormat != eZrVF_Disabled) output.vidProps = props.vidProps;
+        if (output.audProps.nChannels != -1) output.audProps = props.audProps;
+    }
 }
 
-// Gives a step its own reference to the frame. False: there is none.
-bool SyncMixer::PrepareStep(RequestStep& _step) {
-    for (const auto& pSource : arrSources) {
-        const auto& arrSteps = pSource->arrSteps;
-        if (std::find(arrSteps.begin(), arrSteps.end(), &_step) == arrSteps.end()) continue;
-        _step.bMustCopy = true;
-        return pSource->pFrame &&
-               Succeeded(pSource->pFrame->ZrFClone(_step.pSourceFrame.Out(), eZrFC_Reference, eZrFCC_Default));
+// Gives a step its own reference to the frame. False: there is none. A stream whose last put took more than half of the
+// frame's time goes without the picture this time, if frames have a time to keep to.
+bool SyncMixer::PrepareStep(RequestStep& _step, const SyncRequest& _request) {
+    if (!_step.pFetched) return false;
+    const MixerStreamPtr& pStream = _step.input.pStream;
+    const double dblRate = _request.props.vidProps.dblRate;
+    const int64_t rtFrame = dblRate > 0 ? FrameDurationOfRate(dblRate).rtDuration : kDefaultSkipFrame;
+    _step.put.bSkipped = _request.bMaySkip && pStream && pStream->LastPutTime() > rtFrame / 2;
+    _step.bMustCopy = true;
+    const eZrFrameClone eParts = _step.put.bSkipped ? eZrFC_ObjData_Audio : eZrFC_Reference;
+    const HRESULT hr = _step.pFetched->ZrFClone(_step.pSourceFrame.Out(), eParts, eZrFCC_Default);
+    if (Succeeded(hr) && _step.put.bSkipped) {
+        _step.pSourceFrame->ZrFStrSet(kSkippedPicture, u"");
+        pStream->CountSkipped();
     }
-    return false;
+    return Succeeded(hr);
 }
 
 HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool* _pbMustCopy) {
@@ -226,17 +279,15 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
     RequestStep* pHere = nullptr;  // the step that runs on this thread, beside those of the pool
     for (size_t i = 0; i < _request.Count(); ++i) {
         RequestStep& step = _request[i];
-        step.propsOutput.vidProps = step.propsOutput.vidProps.eVideoFormat == eZrVF_Disabled ? step.propsOutput.vidProps
-                                                                                             : _request.props.vidProps;
-        if (!PrepareStep(step)) continue;
+        if (!PrepareStep(step, _request)) continue;
         if (step.IsBackground()) pBackground = &step;
-        if (!pHere || Failed(ThreadPool::Shared().Submit([this, &step] { runner.Run(step); }, &group))) {
+        if (!pHere || Failed(ThreadPool::Shared().Submit([this, &step] { runner.Run(step); }, &groupPut))) {
             if (pHere) runner.Run(*pHere);
             pHere = &step;
         }
     }
     if (pHere) runner.Run(*pHere);
-    group.Wait(nullptr, -1);
+    groupPut.Wait(nullptr, -1);
     if (pBackground && pBackground->pResult) {
         *_ppBackground = pBackground->pResult;
         *_pbMustCopy = pBackground->bMustCopy;
@@ -274,7 +325,6 @@ void SyncMixer::RemoveSource(SyncSource& _source, IEventSink& _events) {
 }
 
 void SyncMixer::RemoveSources(IEventSink& _events) {
-    request.Release();
     for (const auto& pSource : arrSources) RemoveSource(*pSource, _events);
     arrSources.clear();
 }

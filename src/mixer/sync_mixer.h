@@ -22,25 +22,28 @@ public:
     SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTable& _streams, IStatisticsSink& _statistics,
               IEventSink& _events);
 
-    // Asks every source that is on the mixer. *_ppRequest is good until the next call. S_FALSE: there are no sources.
+    // Asks every source that is on the mixer, but those that all their users pause. S_FALSE: there are no sources.
     // _bHold: the mixer is paused, and sources are shown as they last were.
-    HRESULT Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest** _ppRequest);
-    // Prepares the frames of a request. *_ppBackground: the frame to compose on, null without a background.
-    // *_pbMustCopy: it is not to be drawn on.
+    HRESULT Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& _request);
+    // Prepares the frames of a request: those of streams are in the streams afterwards. *_ppBackground: the frame to
+    // compose on, null without a background. *_pbMustCopy: it is not to be drawn on. Any one thread at a time.
     HRESULT Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool* _pbMustCopy);
     // Lets go of all sources. While the mix thread does not run.
     void RemoveSources(IEventSink& _events);
 
 private:
-    SyncSource* FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem);
-    void AddStep(const MIX_INPUT& _input, SyncSource& _source);
-    void AskForRate(SyncSource& _source);
+    void ReadKeys();
+    SyncSource* FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request);
+    void AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request);
+    void AskForRate(SyncSource& _source, const SyncRequest& _request);
+    void GetAll(ManualEvent& _evStop, bool _bHold);
+    void HandOut(SyncSource& _source);
     void StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync);
     void Get(SyncSource& _source, ManualEvent& _evStop);
     void RemoveUnused();
     void RemoveSource(SyncSource& _source, IEventSink& _events);
-    void CompleteFormat();
-    bool PrepareStep(RequestStep& _step);
+    void CompleteFormat(SyncRequest& _request);
+    bool PrepareStep(RequestStep& _step, const SyncRequest& _request);
 
     const XMLNodePtr pObject;
     ObjectFormat& format;
@@ -54,8 +57,10 @@ private:
 
     std::vector<std::unique_ptr<SyncSource>> arrSources;
     std::vector<MIX_INPUT> arrInputs;
-    SyncRequest request;
-    TaskGroup group;
+    STREAM_PUT putKeys;  // what all puts of a cycle go by
+    bool bPaced = true;  // the output keeps to its rate
+    TaskGroup groupGet;
+    TaskGroup groupPut;
 };
 
 }  // namespace zr

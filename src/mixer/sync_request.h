@@ -7,6 +7,9 @@
 #include <vector>
 
 #include "media/transport_interfaces.h"
+#include "mixer/av_format.h"
+#include "mixer/mixer_stream.h"
+#include "mixer/stream_table.h"
 #include "sources/co_zr_item.h"
 
 namespace zr {
@@ -17,27 +20,27 @@ inline constexpr const char16_t* kBackgroundName = u"_mixer_background_";
 
 // One input's share of a cycle: from the frame that its source gave to the frame that is composed.
 struct RequestStep {
-    ZrPtr<CCoZrItem> pItem;
-    std::u16string name;      // the item's place: a stream's id, or kBackgroundName
-    int32_t nIndex = -1;      // place in the stream table; -1 the background
-    ZR_AV_PROPS propsOutput;  // of the cycle; without video or audio where the input gives none
-    FramePtr pSourceFrame;    // its own reference to what the source gave
-    FramePtr pResult;
+    MIX_INPUT input;
+    STREAM_PUT put;          // the output of the cycle, without video or audio where the input gives none
+    FramePtr pFetched;       // what the source gave; null: nothing is put
+    FramePtr pSourceFrame;   // the step's own clone of it
+    FramePtr pResult;        // of the background
     bool bMustCopy = false;  // somebody else holds the result's picture: it is not to be drawn on
 
-    bool IsBackground() const { return nIndex < 0; }
+    bool IsBackground() const { return input.nIndex < 0; }
 };
 
 // A source that inputs of the mixer use. Mix thread only, but for the get, which one thread at a time does.
 struct SyncSource {
-    ZrPtr<CCoZrItem> pItem;     // any of those that use it
-    ZrPtr<IUnknown> pIdentity;  // what tells one source from another
-    uint64_t llReaderID = 0;    // at the source
+    ZrPtr<CCoZrItem> pItem;   // any of those that use it
+    uint64_t llReaderID = 0;  // at the source
     std::u16string name;
     std::u16string rateControl;          // of the source before it was connected
     int32_t nTimeouts = 0;               // see SyncMixer::Get
     double dblRateAsked = 0;             // frames a second that the source was asked for
     bool bMaster = false;                // a stream that uses it has the key `master`
+    bool bWanted = false;                // somebody who is not paused uses it
+    bool bHeld = false;                  // it was not asked this time
     FramePtr pFrame;                     // of this cycle
     FramePtr pLastFrame;                 // the last one that came
     std::vector<RequestStep*> arrSteps;  // who wants this cycle's frame
@@ -46,9 +49,13 @@ struct SyncSource {
 // What Sync_Request found. Kept and used again: nothing is allocated in a steady show.
 class SyncRequest {
 public:
-    ZR_AV_PROPS props;  // the output of the cycle
+    SyncRequest() = default;
+    SyncRequest(const SyncRequest&) = delete;
+    SyncRequest& operator=(const SyncRequest&) = delete;
+    ~SyncRequest() { Release(); }
 
-    void Clear() { nSteps = 0; }
+    ZR_AV_PROPS props;      // the output of the cycle
+    bool bMaySkip = false;  // the output is paced: a stream that is late may lose its picture
     RequestStep& Add() {
         if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());
         return *arrSteps[nSteps++];
@@ -59,7 +66,8 @@ public:
     void Release() {
         for (size_t i = 0; i < nSteps; ++i) {
             RequestStep& step = *arrSteps[i];
-            step.pItem.Reset();
+            step.input = {};
+            step.pFetched.Reset();
             step.pSourceFrame.Reset();
             step.pResult.Reset();
         }

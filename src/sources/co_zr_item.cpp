@@ -22,7 +22,7 @@ bool IsSourceKey(std::u16string_view _name) {
 CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource)
     : IZrPropsImpl<CCoZrItem>(std::move(_pNode), *this),
       path(_path),
-      pSource(_pSource),
+      pSource(QueryAs<IUnknown>(_pSource)),
       pPulled(QueryAs<IZrSource_I>(_pSource)),
       pSourceProps(QueryAs<IZrProps>(_pSource)),
       pObject(QueryAs<IZrObject>(_pSource)),

@@ -32,6 +32,7 @@ public:
     const XMLNodePtr& Node() const { return props.Root(); }
     // What was asked for; "External" for an object without a path.
     const std::u16string& Path() const { return path; }
+    // Its IUnknown, so that two of them can be compared.
     IUnknown* Source() const { return pSource.Get(); }
     // Null when the source cannot be pulled.
     IZrSource_I* Pulled() const { return pPulled.Get(); }

@@ -1,0 +1,35 @@
+#pragma once
+// Makes the items of a mixer: places for a file, a picture, a test signal or an object that is there.
+
+#include <string>
+#include <string_view>
+
+#include "attributes/props.h"
+#include "framework/object_format.h"
+#include "sources/co_zr_item.h"
+
+namespace zr {
+
+// Any thread.
+class ItemMaker {
+public:
+    // Both outlive it.
+    ItemMaker(const ZrPropsHW& _props, const ObjectFormat& _format) : props(_props), format(_format) {}
+
+    // _pExternOrRef (may be null): the source, or an item, whose source is used. Else _path is opened; its source is
+    // asked for the output's format. E_INVALIDARG: neither is given. E_NOINTERFACE: an object that gives no frames.
+    // Otherwise what opening the source returned.
+    HRESULT Make(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
+                 ZrPtr<CCoZrItem>& _pItem) const;
+
+private:
+    std::u16string FileLine(std::u16string_view _param) const;
+
+    const ZrPropsHW& props;
+    const ObjectFormat& format;
+};
+
+// The object whose frames are meant by the argument of a host: itself, or what is in it when it is an item.
+ZrPtr<IUnknown> SourceOf(IUnknown* _pExternOrRef);
+
+}  // namespace zr

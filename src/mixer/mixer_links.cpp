@@ -1,0 +1,70 @@
+#include "mixer/mixer_links.h"
+
+#include <new>
+
+namespace zr {
+
+LinkEvents::~LinkEvents() try {
+    for (const EVENT& event : arrEvents) {
+        sink.RaiseEvent(links.state.name.Get()->c_str(), event.szEvent, event.pItem->Name().c_str(),
+                        static_cast<IZrItem*>(event.pItem.Get()));
+    }
+} catch (const std::bad_alloc&) {
+    // Nobody hears of it; what it tells of has happened all the same.
+}
+
+void MixerLinks::ConnectAll(double _dblSeconds, LinkEvents& _events) {
+    std::vector<MIX_INPUT> arrInputs;
+    MutexLock lock(streams.mtxChange);
+    streams.Collect(arrInputs);
+    for (const MIX_INPUT& input : arrInputs) {
+        // The background has no stream that would say whether it is connected.
+        if (input.pStream || !bConnected) Connect(input, _dblSeconds, _events);
+    }
+    bConnected = true;
+}
+
+void MixerLinks::DisconnectAll(LinkEvents& _events) {
+    std::vector<MIX_INPUT> arrInputs;
+    MutexLock lock(streams.mtxChange);
+    if (!bConnected) return;
+    bConnected = false;
+    streams.Collect(arrInputs);
+    for (const MIX_INPUT& input : arrInputs) Disconnect(input, _events);
+}
+
+void MixerLinks::PauseAll(double _dblSeconds) {
+    std::vector<MIX_INPUT> arrInputs;
+    MutexLock lock(streams.mtxChange);
+    streams.Collect(arrInputs);
+    for (const MIX_INPUT& input : arrInputs) {
+        if (input.pStream) input.pStream->Pause(_dblSeconds);
+    }
+}
+
+void MixerLinks::Connect(const CInputStream& _input, double _dblSeconds, LinkEvents& _events) {
+    const bool bWasOpen = _input.pStream && _input.pStream->IsOpen();
+    if (_input.pStream) {
+        _input.pStream->Connect();
+        _input.pStream->Pause(_dblSeconds);
+    }
+    if (!bWasOpen) _events.Add(u"connect", _input.pItem);
+}
+
+void MixerLinks::Disconnect(const CInputStream& _input, LinkEvents& _events) {
+    if (_input.pStream) {
+        if (!_input.pStream->IsOpen()) return;
+        _input.pStream->ClearBlocks();
+    }
+    _events.Add(u"disconnect", _input.pItem);
+}
+
+void MixerLinks::ConnectNew(const CInputStream& _input, LinkEvents& _events) {
+    if (bConnected) Connect(_input, state.Get() == eZrS_Paused ? 0.0 : -1.0, _events);
+}
+
+void MixerLinks::DisconnectOld(const CInputStream& _input, LinkEvents& _events) {
+    if (bConnected) Disconnect(_input, _events);
+}
+
+}  // namespace zr

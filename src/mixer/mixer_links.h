@@ -1,0 +1,67 @@
+#pragma once
+// Which inputs of a mixer are connected: while the mixer runs or is paused its streams are open, else they take
+// nothing.
+
+#include <vector>
+
+#include "framework/event_sink.h"
+#include "mixer/mixer_state.h"
+#include "mixer/stream_table.h"
+
+namespace zr {
+
+class LinkEvents;
+
+// Any thread.
+class MixerLinks {
+public:
+    StreamTable& streams;
+
+    // Both outlive the links.
+    MixerLinks(MixerState& _state, StreamTable& _streams) : streams(_streams), state(_state) {}
+
+    // The mixer starts, plays or pauses: all inputs are connected. _dblSeconds: below 0 the streams run, else they are
+    // paused for so long; 0 has no end.
+    void ConnectAll(double _dblSeconds, LinkEvents& _events);
+    // The mixer stops.
+    void DisconnectAll(LinkEvents& _events);
+    // All streams run on, or are paused.
+    void PauseAll(double _dblSeconds);
+
+    // One input. Again is only the pause.
+    void Connect(const CInputStream& _input, double _dblSeconds, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
+    void Disconnect(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
+    // One that has come to the mixer: it is connected if the mixer is, and paused with it.
+    void ConnectNew(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
+    // One that leaves: it is disconnected if the mixer is connected.
+    void DisconnectOld(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
+
+private:
+    friend class LinkEvents;
+
+    MixerState& state;
+    bool bConnected ZR_GUARDED_BY(streams.mtxChange) = false;  // inputs that come are connected
+};
+
+// One call's "connect" and "disconnect", on its own thread. They go out with the end of the object, which is therefore
+// made before a lock is taken: what they say is asked of the items then.
+class LinkEvents {
+public:
+    LinkEvents(const MixerLinks& _links, IEventSink& _sink) : links(_links), sink(_sink) {}
+    ~LinkEvents();
+    LinkEvents(const LinkEvents&) = delete;
+    LinkEvents& operator=(const LinkEvents&) = delete;
+
+    void Add(const char16_t* _szEvent, const ZrPtr<CCoZrItem>& _pItem) { arrEvents.push_back({_szEvent, _pItem}); }
+
+private:
+    struct EVENT {
+        const char16_t* szEvent;
+        ZrPtr<CCoZrItem> pItem;
+    };
+    const MixerLinks& links;
+    IEventSink& sink;
+    std::vector<EVENT> arrEvents;
+};
+
+}  // namespace zr
