@@ -1,0 +1,108 @@
+// The rules of asynchronous mixing that need no thread: whom a cycle waits for, for how long, and what becomes of
+// frames of another rate.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "mixer/async_collect.h"
+#include "mixer/async_pace.h"
+
+namespace zr {
+namespace {
+
+// A stream a letter each: R running, d drops, m master, w must be waited for, v visible, l locked.
+WAIT_INPUT Stream(const std::string& _str) {
+    const auto Has = [&](char _c) { return _str.find(_c) != std::string::npos; };
+    return {Has('R'), Has('d'), Has('m'), Has('w'), Has('v'), Has('l')};
+}
+
+std::string Text(const std::vector<size_t>& _arr) {
+    std::string str;
+    for (const size_t n : _arr) str += std::to_string(n);
+    return str;
+}
+
+TEST(AsyncRulesTest, WhomACycleWaitsFor) {
+    struct CASE {
+        const char* szName;
+        std::vector<std::string> arrStreams;
+        bool bWaitAll, bOwn;
+        const char *szRequired, *szPace, *szOptional, *szSkip;
+        bool bLocked;
+    };
+    const CASE arrCases[] = {
+        {"nobody", {}, true, true, "", "", "", "", false},
+        {"files are always current", {"Rw", "Rwl"}, true, true, "01", "", "", "", true},
+        {"live ones by the pace", {"R", "Rw", "Rl"}, true, true, "1", "02", "", "", true},
+        {"unseen live ones not at all", {"R", "Rv"}, false, true, "", "1", "0", "0", false},
+        {"unseen, nobody else, own frame", {"Rl", "R"}, false, true, "", "01", "01", "01", false},
+        {"unseen, nobody else, background", {"R", "R"}, false, false, "", "", "01", "01", false},
+        {"all drop, own frame", {"Rd", "Rdw"}, true, true, "", "01", "01", "01", false},
+        {"all drop, background", {"Rd", "Rdm"}, true, false, "", "", "01", "01", false},
+        {"a master clears those before it", {"Rwl", "R", "Rm"}, true, true, "2", "", "", "", false},
+        {"nobody after a master", {"Rml", "Rw", "R", "Rd"}, true, true, "0", "", "", "3", true},
+        {"two masters are both waited for", {"R", "Rm", "Rw", "Rm"}, true, true, "13", "", "", "", false},
+        {"a master that drops is none", {"Rmd", "Rw"}, true, true, "1", "", "0", "0", false},
+        {"what is before a master stays optional", {"Rd", "Rm"}, true, true, "1", "", "0", "0", false},
+        {"a source that has ended", {"mw", "w", "d"}, true, true, "", "", "", "2", false},
+    };
+    WAIT_LISTS lists;
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        std::vector<WAIT_INPUT> arrInputs;
+        for (const std::string& str : c.arrStreams) arrInputs.push_back(Stream(str));
+        CollectWaits(arrInputs, c.bWaitAll, c.bOwn, lists);
+        EXPECT_EQ(Text(lists.arrRequired), c.szRequired);
+        EXPECT_EQ(Text(lists.arrPace), c.szPace);
+        EXPECT_EQ(Text(lists.arrOptional), c.szOptional);
+        EXPECT_EQ(Text(lists.arrSkip), c.szSkip);
+        EXPECT_EQ(lists.bLocked, c.bLocked);
+    }
+}
+
+TEST(AsyncRulesTest, ThePaceIsTheMeanOfTheLastCycles) {
+    struct CYCLE {
+        int64_t rtNow, rtFrame, rtInterval;
+    };
+    // At 25 frames a second; the last ones after a change to 50.
+    const CYCLE arrCycles[] = {
+        {0, 400'000, -400'000},          // the first one waits a frame
+        {100'000, 400'000, -700'000},    // far too early
+        {700'000, 400'000, -500'000},    // 0.7 of 1.2 passed
+        {1'300'000, 400'000, -300'000},  // late, less than half a frame
+        {1'800'000, 400'000, -200'000},  // late by half a frame exactly: not forgotten
+        {2'400'000, 400'000, 0},         // late: forgets what was
+        {2'450'000, 400'000, -400'000},  // and begins anew
+        {2'500'000, 200'000, -200'000},  // another rate, too
+        {2'550'000, 200'000, -350'000},
+    };
+    PaceHistory pace;
+    for (const CYCLE& c : arrCycles) EXPECT_EQ(pace.Interval(c.rtNow, c.rtFrame, false, 0), c.rtInterval) << c.rtNow;
+}
+
+TEST(AsyncRulesTest, AReceiverOrAKeyMayGiveThePace) {
+    PaceHistory pace;
+    EXPECT_EQ(pace.Interval(0, 400'000, true, 0), -363'636);  // 400000 / 1.1
+    EXPECT_EQ(pace.Interval(0, 400'000, false, 2.0), -200'000);
+    EXPECT_EQ(pace.Interval(9'000'000, 400'000, true, 2.0), -200'000);  // whatever was before
+    EXPECT_EQ(pace.Interval(9'000'000, 333'667, true, 3.0), -111'222);
+    PaceHistory late;
+    late.Interval(0, 400'000, false, 2.0);
+    // The fixed wait has not forgotten the first stamp: 0.7 - 0.8.
+    EXPECT_EQ(late.Interval(700'000, 400'000, false, 0.00001), -100'000);
+}
+
+TEST(AsyncRulesTest, AHundredCyclesAreRemembered) {
+    PaceHistory pace;
+    for (int64_t n = 0; n < 250; ++n) ASSERT_EQ(pace.Interval(400'000 * n, 400'000, false, 0), -400'000) << n;
+    // One cycle comes 0.1 late: the others are on their line, and 99 later it is not remembered as the first any more.
+    int64_t rt = 400'000 * 249;
+    EXPECT_EQ(pace.Interval(rt += 500'000, 400'000, false, 0), -300'000);
+    for (int n = 0; n < 98; ++n) ASSERT_EQ(pace.Interval(rt += 400'000, 400'000, false, 0), -300'000) << n;
+    EXPECT_EQ(pace.Interval(rt += 400'000, 400'000, false, 0), -400'000);
+}
+
+}  // namespace
+}  // namespace zr
