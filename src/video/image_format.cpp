@@ -60,7 +60,15 @@ HRESULT CutAndTurn(const FRAME_CONVERT_OPTIONS& _options, ZrFrameFactory_I* _pFa
     }
     const eRotate rotate = ReadRotate(_options.svRotate);
     if (rotate == eRotate::None) return S_OK;
-    ZrPtr<IZrFrame> pTurned;
+    ZR_AV_PROPS avProps;
+    hr = (*_ppFrame)->FrameAVPropsGet(&avProps);
+    if (Failed(hr)) return hr;
+    ZrPtr<IZrFrame> pTurned, pPacked;
+    if (!CanRotate(avProps.vidProps.fccType)) {
+        hr = (*_ppFrame)->FrameClone(pPacked.Out(), eZrFC_Video, eZrFCC_UYVY);
+        if (Failed(hr)) return hr;
+        *_ppFrame = std::move(pPacked);
+    }
     hr = Rotate90(_pFactory, rotate == eRotate::Right, _ppFrame->Get(), pTurned.Out(), nullptr);
     if (Succeeded(hr)) *_ppFrame = std::move(pTurned);
     return hr;
@@ -167,16 +175,20 @@ HRESULT ZrImageFormat::ConvertFrame_I(IZrFrame* _pSource, const ZR_VID_PROPS& _w
     HRESULT hr = FrameFactory(&pFactory);
     if (Failed(hr)) return hr;
     ZrPtr<IZrFrame> pSource(_pSource), pResult;
+    ZR_AV_PROPS avProps;
+    hr = pSource->FrameAVPropsGet(&avProps);
+    if (Failed(hr)) return hr;
+    ZR_VID_PROPS wanted = _wanted;  // a picture may be turned in another format than its own
+    if (wanted.fccType == eZrFCC_Default) wanted.fccType = avProps.vidProps.fccType;
     hr = CutAndTurn(_options, pFactory, &pSource);
     if (Failed(hr)) return hr;
 
-    ZR_AV_PROPS avProps;
     ZR_TIME time;
     DESCRIBED_PICTURE src, dst;
     hr = PictureOfFrame(*pSource, src, avProps);
     if (Succeeded(hr)) hr = pSource->FrameTimeGet(&time);
     if (Failed(hr)) return hr;
-    dst.props = CompleteWanted(src.props, _wanted);
+    dst.props = CompleteWanted(src.props, wanted);
     const eMirror mirror = ReadMirror(_options.svMirror);
     if (mirror != eMirror::None && PixelFormatPlanar(dst.props.fccType)) return E_NOTIMPL;
 

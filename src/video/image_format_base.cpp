@@ -50,9 +50,21 @@ ZR_VID_PROPS WithAspect(const ZR_VID_PROPS& _props) {
     return props;
 }
 
+// Even margins may leave one of two centred pictures up to two pixels larger, for which nothing is to be scaled.
+void CutToSameSize(tagRECT& _a, tagRECT& _b) {
+    const int32_t nWidth = std::min(RectWidth(_a), RectWidth(_b)), nHeight = std::min(RectHeight(_a), RectHeight(_b));
+    const bool bLines = std::abs(RectHeight(_a) - RectHeight(_b)) <= 2;
+    for (tagRECT* pRect : {&_a, &_b}) {
+        pRect->right = pRect->left + nWidth;
+        if (bLines) pRect->bottom = pRect->top + nHeight;
+    }
+}
+
 void FittedRects(const ZR_VID_PROPS& _src, const ZR_VID_PROPS& _dst, tagRECT& _srcRect, tagRECT& _dstRect) {
+    const ZR_VID_PROPS src = WithAspect(_src), dst = WithAspect(_dst);
     tagRECT srcFit, dstFit;
-    ScaleRects(WithAspect(_src), WithAspect(_dst), srcFit, dstFit);
+    ScaleRects(src, dst, srcFit, dstFit);
+    if (ScaleTypeFor(src, dst) == eZrST_NoScale) CutToSameSize(srcFit, dstFit);
     // Formats that share chroma between pixels need even edges too.
     if (ClipRects(_src, _dst, _srcRect, _dstRect, true, &srcFit, &dstFit) == S_OK) return;
     _srcRect = {0, 0, _src.nWidth, AbsHeight(_src.nHeight)};

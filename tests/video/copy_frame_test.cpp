@@ -91,6 +91,25 @@ TEST(CopyFrame, FieldOrderMovesThePictureByALine) {
     }
 }
 
+TEST(CopyFrame, OneLineHasNoFieldsToExchange) {
+    const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 1, eZrI_Field2First), to = Props(eZrFCC_YUY2, 1, eZrI_Field1First);
+    const Bytes src = Noise(from);
+    EXPECT_EQ(Converted(src, from, to), Converted(src, Props(eZrFCC_UYVY, 1), Props(eZrFCC_YUY2, 1)));
+}
+
+TEST(CopyFrame, OddWidthLosesItsLastPixel) {
+    for (const eZrFCC fccFrom : {eZrFCC_v210, eZrFCC_YUY2}) {
+        ZR_VID_PROPS from = Props(fccFrom, 2), to = Props(eZrFCC_UYVY, 2);
+        Bytes src = Noise(from), whole = Converted(src, from, to);
+        from.nWidth = to.nWidth = 7;
+        const Bytes seven = Converted(src, from, to);
+        for (size_t i = 0; i < seven.size(); ++i) {
+            const size_t nRow = i / static_cast<size_t>(to.nRowBytes), nByte = i % static_cast<size_t>(to.nRowBytes);
+            ASSERT_EQ(seven[i], nRow < 2 && nByte < 12 ? whole[i] : 0x33) << i;
+        }
+    }
+}
+
 TEST(CopyFrame, ManyWorkersGiveTheSame) {
     const ZR_VID_PROPS from = Props(eZrFCC_HDYC, kLines), to = Props(eZrFCC_RGB32, kLines);
     const Bytes src = Noise(from), one = Converted(src, from, to);
@@ -116,11 +135,11 @@ TEST(CopyFrame, RefusesWhatItCannotDo) {
     EXPECT_EQ(Copy(uyvy, Props(eZrFCC_I420, 8)), kTypeNotAccepted);
     EXPECT_EQ(Copy(uyvy, Props(eZrFCC_RGB8, 8)), kTypeNotAccepted);
     EXPECT_EQ(CopyFrameCC(nullptr, dst.data(), uyvy, rgb, 1), E_POINTER);
-    ZR_VID_PROPS odd = uyvy, huge = uyvy, upside = uyvy;
-    odd.nWidth = 95;
+    ZR_VID_PROPS one = uyvy, huge = uyvy, upside = uyvy;
+    one.nWidth = 1;
     huge.nWidth = huge.nHeight = 65536;
     upside.nRowBytes = -256;
-    for (const ZR_VID_PROPS& bad : {odd, huge, upside, Props(eZrFCC_UYVY, 0)}) EXPECT_EQ(Copy(bad, rgb), E_INVALIDARG);
+    for (const ZR_VID_PROPS& bad : {one, huge, upside, Props(eZrFCC_UYVY, 0)}) EXPECT_EQ(Copy(bad, rgb), E_INVALIDARG);
     EXPECT_EQ(dst, Bytes(dst.size(), 0x33));
 }
 

@@ -80,6 +80,20 @@ TEST(ImageFormatBase, FieldsGoWhereTheRouteSays) {
     }
 }
 
+// 1366 pixels centred on 1280 leave 1278 by their even margins: they stay as they are, nothing becomes soft.
+TEST(ImageFormatBase, NearlyEqualSizesAreCentredWithoutScaling) {
+    const CAutoObj<ZrImageFormatBase> pFormat = ZrImageFormatBase::Make();
+    const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 1366, 768), to = Props(eZrFCC_UYVY, 1280, 720);
+    std::mt19937 rng(3);
+    const Bytes source = test::HarshBytes(rng, PictureBytes(from));
+    Bytes result(PictureBytes(to), 7);
+    ASSERT_EQ(pFormat->ConvertFrame2(source.data(), result.data(), nullptr, nullptr, from, to, eInterpolation::Linear),
+              S_OK);
+    for (int32_t y = 0; y < 720; ++y)
+        for (int32_t x = 0; x < 1280; ++x)
+            ASSERT_EQ(LumaAt(result, to, x, y), x < 1278 ? LumaAt(source, from, 44 + x, 24 + y) : 16) << x << ' ' << y;
+}
+
 TEST(ImageFormatBase, BothFieldsAsPicturesAndEqualOnesCopied) {
     const CAutoObj<ZrImageFormatBase> pFormat = ZrImageFormatBase::Make();
     ZR_VID_PROPS from = Props(eZrFCC_UYVY, 64, 64, eZrI_Field2First), to = Props(eZrFCC_YUY2, 32, 64);

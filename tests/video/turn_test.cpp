@@ -75,14 +75,19 @@ TEST(MirrorPicture, PixelsChangePlacesAndColoursStayRight) {
             }
 }
 
+// By a row towards the start of the memory, which is a line down in a picture that is stored bottom-up.
 TEST(MirrorPicture, VerticalKeepsTheFieldOrder) {
-    ZR_VID_PROPS props = Props(eZrFCC_UYVY, 4, 6);
-    props.eInterlace = eZrI_Field1First;
-    const Bytes before = Noise(props);
-    Bytes bytes = before;
-    ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
-    for (int32_t y = 0; y < 6; ++y)
-        EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, y < 5 ? 4 - y : 0)) << y;
+    for (const bool bBottomUp : {false, true}) {
+        ZR_VID_PROPS props = Props(bBottomUp ? eZrFCC_RGB24 : eZrFCC_UYVY, 4, 6);
+        props.eInterlace = eZrI_Field1First;
+        const Bytes before = Noise(props);
+        Bytes bytes = before;
+        ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
+        for (int32_t y = 0; y < 6; ++y) {
+            const int32_t nFrom = bBottomUp ? std::min(6 - y, 5) : std::max(4 - y, 0);
+            EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, nFrom)) << y;
+        }
+    }
 }
 
 TEST(MirrorPicture, RefusesPlanesAndLeavesThem) {
@@ -106,7 +111,7 @@ TEST(RotatePicture, LinesBecomeColumns) {
                 const ZR_VID_PROPS srcProps = Props(fcc, kWidth, b422 ? kHeight : nSign * kHeight);
                 const ZR_VID_PROPS dstProps = RotatedProps(srcProps, nullptr);
                 ASSERT_EQ(dstProps.nWidth, kHeight);
-                ASSERT_EQ(AbsHeight(dstProps.nHeight), kWidth);
+                ASSERT_EQ(dstProps.nHeight, kWidth);
                 ASSERT_EQ(dstProps.nAspectX, 9);
                 const Bytes src = Noise(srcProps);
                 Bytes dst(PictureBytes(dstProps));
