@@ -211,12 +211,12 @@ constexpr NameKey arrTransient[] = {kNodeFrom, kNodeHide, kClone};
 HRESULT CrossFade(CoElement& _element, std::u16string_view _xml, double _dblTime, double _dblDelay,
                   double* _pdblTotal) {
     const ElementPtr pClone = CoElement::CreateTop(kClone.text, _element.Shared());
-    _element.CopyTo(*pClone, true, eZrUT_ClearDest, {arrTransient + 2, 1});
+    _element.CopyTo(*pClone, false, eZrUT_ClearDest, {arrTransient + 2, 1});
+    const std::u16string strType = _element.Tag();
     const HRESULT hr = ReplaceElement(_element, _xml, {});
     if (Failed(hr)) return hr;
 
-    // Found as the clone, whatever id the description had; its tag stays the type.
-    pClone->SetOwnAttribute(CoElement::kId, kClone.text);
+    pClone->SetOwnAttribute(kCloneType, strType);
     ElementChange(*pClone, kShow.text, u"false", _dblTime);
     if (pClone->FindChild(kNodeFrom)) {
         pClone->SetAttribute(kRemove.text, true);

@@ -10,8 +10,9 @@ namespace zr {
 // Changes one attribute, or with an empty name all those of an attribute line; a value with "<" is a new description
 // of the whole element, to which the old one is cross-faded. Paths set what stands in nodes below, at once.
 // _dblTime: seconds, 0 at once. _dblDelay: seconds before showing or hiding begins. _pdblTotal (may be null): how long
-// showing or hiding takes with all that is nested in it. _nDepth: how many elements it came down through. S_FALSE: the attribute has this text already. E_INVALIDARG:
-// the description cannot be read; the element is as it was. Throws std::bad_alloc.
+// showing or hiding takes with all that is nested in it. _nDepth: how many elements it came down through. S_FALSE: the
+// attribute has this text already. E_INVALIDARG: the description cannot be read; the element is as it was. Throws
+// std::bad_alloc.
 HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16string_view _value, double _dblTime,
                       double _dblDelay = 0, double* _pdblTotal = nullptr, int32_t _nDepth = 0);
 

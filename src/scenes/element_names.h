@@ -28,6 +28,7 @@ inline constexpr NameKey kInfo{u"attributes_info"};
 inline constexpr NameKey kShow{u"show"};
 inline constexpr NameKey kAlpha{u"alpha"};
 inline constexpr NameKey kRemove{u"_remove_"};
+inline constexpr NameKey kCloneType{u"_type_"};  // of a clone: what it is a copy of
 inline constexpr NameKey kSelected{u"selected"};
 inline constexpr NameKey kHighlight{u"highlight_item"};
 
@@ -73,8 +74,8 @@ inline bool IsNestedType(const CoElement& _element) {
 
 // Sides of a body: elements without an id.
 inline bool IsFaceType(std::u16string_view _type) {
-    return IsOneOf(NameHash(_type), {u"face", u"cell", u"front", u"right", u"left", u"back", u"top", u"bottom",
-                                     u"rear_side"});
+    return IsOneOf(NameHash(_type),
+                   {u"face", u"cell", u"front", u"right", u"left", u"back", u"top", u"bottom", u"rear_side"});
 }
 
 }  // namespace zr::element

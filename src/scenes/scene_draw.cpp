@@ -14,9 +14,10 @@ namespace {
 constexpr int32_t kMaxDrawDepth = 512;
 
 constexpr NameKey keyDstRect{u"dst_rect"};
+constexpr NameKey keyForeground{u"foreground"};
 constexpr NameKey keyHighlight{u"highlight_item"};
 constexpr NameKey keyRemove{u"_remove_"};
-constexpr NameKey keyClone{u"clone"};
+constexpr NameKey keyClone{u"clone"}, keyCloneType{u"_type_"};
 
 constexpr NameKey keyPos{u"pos"}, keySpos{u"spos"}, keyMaintainAr{u"maintain_ar"}, keyStreamID{u"stream_id"},
     keyStreamIdx{u"stream_idx"}, keyMask{u"mask"}, keyScreenMask{u"screen_mask"}, keyBorders{u"borders"},
@@ -34,12 +35,12 @@ constexpr NameKey arrSettings[] = {u"on_show",   u"on_hide",        u"add",
                                    u"node_hide", u"_sel_restore_",  u"_ticker_next_restore_",
                                    u"clone",     u"attributes_info"};
 
-int32_t TypeOf(const CoElement& _element) {
-    const uint64_t nHash = _element.TypeHash();
+int32_t TypeOf(uint64_t _nHash) {
     for (size_t i = 0; i < std::size(arrTypes); ++i)
-        if (arrTypes[i].nHash == nHash) return static_cast<int32_t>(i);
+        if (arrTypes[i].nHash == _nHash) return static_cast<int32_t>(i);
+    if (_nHash == keyForeground.nHash) return kGroup;  // the usual place for a scene's elements
     for (const NameKey& key : arrSettings)
-        if (key.nHash == nHash) return kSetting;
+        if (key.nHash == _nHash) return kSetting;
     return kUnknown;
 }
 
@@ -93,11 +94,12 @@ void SceneWalk::Draw(DrawContext& _context, CoElement& _scene, CoElement& _foreg
         });
     }
     if (!highlight.empty()) pHeld = _foreground.Find(highlight);
+    if (!highlight.empty() && !pHeld) pHeld = _scene.Find(highlight);
     pHighlight = pHeld.Get();
 
     const RECT_F root{0, 0, static_cast<float>(_context.target_props.nWidth),
                       static_cast<float>(AbsHeight(_context.target_props.nHeight))};
-    WalkChildren(_foreground, root, pHighlight ? 0.5 : 1.0, 0);
+    WalkChildren(_scene, root, pHighlight ? 0.5 : 1.0, 0);
     pHighlight = nullptr;
     pContext = nullptr;
     bChangeEnded = _context.bChangeEnded;
@@ -155,7 +157,7 @@ struct SceneWalk::TEXTS {
 };
 
 HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone) {
-    int32_t nType = TypeOf(_element);
+    int32_t nType = TypeOf(_element.TypeHash());
     if (_nTypeOfClone != kUnknown && nType < 0) nType = _nTypeOfClone;
     if (nType == kSetting) return S_OK;
     DrawContext& context = *pContext;
@@ -220,6 +222,8 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
 void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType) {
     const ElementPtr pClone = _element.FindChild(keyClone);
     if (!pClone || _visit.nDepth >= kMaxDrawDepth) return;
+    std::u16string type;
+    if (pClone->GetAttribute(keyCloneType.text, type)) _nType = TypeOf(NameHash(type));
     RECT_F cursor = *_visit.pCursor;
     const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1};
     if (DrawElement(*pClone, visit, std::max<int32_t>(_nType, kGroup)) == kRemoveElement) {
