@@ -1,13 +1,14 @@
 // What the picture of a cycle costs: frames put into streams, both passes of the scene, the composition; one thread.
 
 #include <benchmark/benchmark.h>
+#include <cstdlib>
 
 #include "../../tests/support/drawn_show.h"
 
 namespace zr {
 namespace {
 
-constexpr int kBuffers = 4;  // of each stream, in turn: every frame is a new one
+const int kBuffers = std::getenv("ZR_BUFFERS") ? std::atoi(std::getenv("ZR_BUFFERS")) : 1;  // of each stream, in turn: every frame is a new one
 
 ZR_VID_PROPS Hd(eZrFCC _fcc = eZrFCC_UYVY) { return PictureProps(_fcc, 1920, 1080); }
 
