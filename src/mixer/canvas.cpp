@@ -11,6 +11,7 @@
 #include "media/vid_props.h"
 #include "platform/thread_pool.h"
 #include "video/color_convert.h"
+#include "video/kernels/mix_row.h"
 #include "video/mix_image.h"
 #include "video/overlay_picture.h"
 #include "video/scale_rects.h"
@@ -218,10 +219,59 @@ void Canvas::LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBi
         MixImage_Argb(_pBits, work, &rect, picture.pBits, picture.props, &src, options);
 }
 
+// The picture that lies under all rows of a band from edge to edge, its first row; the layers from *_pnNext on are
+// above it. Null: there is no such.
+const uint8_t* Canvas::UnderBand(const BASE& _base, int32_t _nFirst, int32_t _nEnd, size_t* _pnNext,
+                                 ptrdiff_t* _pnStride) const {
+    const LAYER& first = arrLayers[0];
+    if (first.bOpaque && first.pPicture && first.rect.left == 0 && first.rect.right == work.nWidth &&
+        first.rect.top <= _nFirst && first.rect.bottom >= _nEnd) {
+        const BlockPicture& picture = *first.pPicture;
+        PICTURE under;
+        if (Failed(PictureOf(const_cast<uint8_t*>(picture.pBits), picture.props, under))) return nullptr;
+        *_pnNext = 1;
+        *_pnStride = under.Packed().nStride;
+        return under.Packed().Row(picture.srcRect.top + _nFirst - picture.dstRect.top) +
+               BytesOf(work.fccType, picture.srcRect.left - picture.dstRect.left);
+    }
+    if (!_base.bPicture || _base.picture.Width() < work.nWidth || _base.picture.Height() < _nEnd) return nullptr;
+    *_pnNext = 0;
+    *_pnStride = _base.picture.Packed().nStride;
+    return _base.picture.Packed().Row(_nFirst);
+}
+
+// A picture and a half transparent one over it go into the target in one pass. Returns how many layers that were; 0:
+// the base is not laid yet.
+size_t Canvas::LayTwo(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const {
+    size_t nNext = 0;
+    ptrdiff_t nStride = 0;
+    const uint8_t* pUnder = UnderBand(_base, _nFirst, _nEnd, &nNext, &nStride);
+    if (!pUnder || nNext >= arrLayers.size()) return 0;
+    const LAYER& layer = arrLayers[nNext];
+    if (!layer.pPicture || layer.bOpaque || layer.rect.top > _nFirst || layer.rect.bottom < _nEnd) return 0;
+    const BlockPicture& picture = *layer.pPicture;
+    PICTURE over;
+    if (picture.bMasked || picture.HasAlpha() || !SameFamily(picture.props.fccType, work.fccType) ||
+        Failed(PictureOf(const_cast<uint8_t*>(picture.pBits), picture.props, over)))
+        return 0;
+    const size_t cbLeft = BytesOf(work.fccType, layer.rect.left), cbEnd = BytesOf(work.fccType, layer.rect.right);
+    const size_t cbRow = BytesOf(work.fccType, work.nWidth);
+    const size_t nOver = BytesOf(work.fccType, picture.srcRect.left + layer.rect.left - picture.dstRect.left);
+    for (int32_t y = _nFirst; y < _nEnd; ++y, pUnder += nStride) {
+        uint8_t* const p = _target.Packed().Row(y);
+        std::memcpy(p, pUnder, cbLeft);
+        MixPlainRowTo(over.Packed().Row(picture.srcRect.top + y - picture.dstRect.top) + nOver, pUnder + cbLeft,
+                      p + cbLeft, cbEnd - cbLeft, layer.nWeight);
+        std::memcpy(p + cbEnd, pUnder + cbEnd, cbRow - cbEnd);
+    }
+    return nNext + 1;
+}
+
 void Canvas::DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst,
                       int32_t _nEnd) const {
-    LayBase(_base, _target, _nFirst, _nEnd);
-    for (const LAYER& layer : arrLayers) LayLayer(layer, _target, _pBits, _nFirst, _nEnd);
+    size_t i = LayTwo(_base, _target, _nFirst, _nEnd);
+    if (i == 0) LayBase(_base, _target, _nFirst, _nEnd);
+    for (; i < arrLayers.size(); ++i) LayLayer(arrLayers[i], _target, _pBits, _nFirst, _nEnd);
 }
 
 HRESULT Canvas::Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) const {

@@ -51,6 +51,9 @@ private:
     bool IsWholeFrame(const LAYER& _layer) const;
     HRESULT ReadBase(IZrFFrame* _pBase, BASE* _pBase_I);
     HRESULT Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) const;
+    const uint8_t* UnderBand(const BASE& _base, int32_t _nFirst, int32_t _nEnd, size_t* _pnNext,
+                             ptrdiff_t* _pnStride) const;
+    size_t LayTwo(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
     void DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
     void LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
     void LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
