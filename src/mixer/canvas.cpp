@@ -283,7 +283,7 @@ HRESULT Canvas::Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) cons
             DrawBand(_base, target, _pBits, y, std::min(y + kBandRows, _nEnd));
     };
     const int32_t nRows = target.Height();
-    const int32_t nWorkers = MixWorkers(_nThreads, nRows, nRows, nRows);
+    const int32_t nWorkers = MixWorkers(_nThreads, nRows);
     // Bands of an even count, for the sake of fields.
     if (nWorkers == 1)
         Rows(0, nRows);

@@ -7,6 +7,7 @@
 #include "attributes/number_text.h"
 #include "media/vid_props.h"
 #include "platform/trace.h"
+#include "scenes/element_select.h"
 
 namespace zr {
 
@@ -165,6 +166,6 @@ void DrawStep::DropVideo_I(CoElement& _element) {
     if (_element.RemoveObject(kVideoBlockKey)) _element.RemoveObject(kMixerStreamKey);
 }
 
-void DrawStep::ChangeEnded_I(CoElement&) {}
+void DrawStep::ChangeEnded_I(CoElement& _scene) { RunViewStep(_scene); }
 
 }  // namespace zr

@@ -33,11 +33,8 @@ struct DRAW_TIMES {
 // Mix thread only, but for what says otherwise.
 class DrawStep final : public CSceneDrawXML_CPU<DrawStep> {
 public:
-    // _pObject: the node with the mixer's keys.
-    explicit DrawStep(XMLNodePtr _pObject) : pObject(std::move(_pObject)) {}
-
-    // Any thread.
-    BlockSet& Blocks() { return blocks; }
+    // _pObject: the node with the mixer's keys. _blocks outlives the step.
+    DrawStep(XMLNodePtr _pObject, BlockSet& _blocks) : pObject(std::move(_pObject)), blocks(_blocks) {}
 
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
     // _bSync: the streams' gains are those of this pass. False: the scene has elements that could not draw yet.
@@ -61,7 +58,7 @@ private:
     void AddGains() const;
 
     const XMLNodePtr pObject;
-    BlockSet blocks;
+    BlockSet& blocks;
     Canvas canvas;
     // Of the pass
     std::span<const DRAW_STREAM> streams;

@@ -29,6 +29,7 @@ bool HasVideo(const ZR_AV_PROPS& _props) {
 MixCycle::MixCycle(const MIX_PARTS& _parts)
     : parts(_parts),
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
+      draw(_parts.props.Object(), _parts.blocks),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
       nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),
       nSyncFrames(_parts.statistics.Resolve(u"sync.mix_frames")),
@@ -65,6 +66,8 @@ void MixCycle::Stop(IEventSink& _events) {
     audioCalc.Reset();
     rateMeter.Reset();
     request.Release();
+    draw.Reset();
+    pBlack.Reset();
     sync.RemoveSources(_events);
 }
 
@@ -115,6 +118,9 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     PrepareFrame(pass);
     cycleTimer.Restart();
     if (const HRESULT hr = Compose(pass); Failed(hr)) return hr;
+    if (pass.bBlack && !pass.bSkipped) {
+        if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
+    }
     if (pass.bSkipped || (!HasVideo(pass.props) && !AudUsable(pass.props.audProps))) return S_FALSE;
     if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
     if (bSync) {
@@ -126,6 +132,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     cycleTimer.Restart();
     parts.output.Output(std::move(pass.pFrame));
     parts.statistics.SetValue(nMixOutput, cycleTimer.Ms());
+    draw.RaiseEvents(parts.events);
     EndTimedPause(pass.time);
     parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
     return S_OK;
@@ -185,18 +192,13 @@ HRESULT MixCycle::MakeOwnFrame(PASS& _pass) {
     }
     IZrFFactory* pFactory = nullptr;
     HRESULT hr = FrameFactory(&pFactory);
-    ZR_AV_PROPS propsPicture;
-    propsPicture.vidProps = _pass.props.vidProps;
-    if (Succeeded(hr)) {
-        hr = HasVideo(_pass.props)
-                 ? pFactory->ZrFFrameCreateFromMem(&propsPicture, 0, 0, 0, _pass.pFrame.Out(), nullptr)
-                 : pFactory->ZrFFrameCreatePlain(0, _pass.pFrame.Out());
-    }
+    if (Succeeded(hr)) hr = pFactory->ZrFFrameCreatePlain(0, _pass.pFrame.Out());
     if (Failed(hr)) return hr;
     _pass.pFrame->ZrFTimeGet(&_pass.time);
     StampByCycle(_pass.nCycle, ExactDuration(_pass.props.vidProps), _pass.time);
     MarkFirst(_pass);
     _pass.bOwn = true;
+    _pass.bBlack = HasVideo(_pass.props);
     return S_OK;
 }
 
@@ -239,7 +241,8 @@ HRESULT MixCycle::Compose(PASS& _pass) {
 
 void MixCycle::Stamp(PASS& _pass) {
     const int32_t nPauseChanges = parts.props.Root()->AttributeOr(u"pause_changes", 1);
-    const MIX_STAMP stamp = clock.Stamp(parts.state.Get(), nPauseChanges, ExactDuration(_pass.props.vidProps));
+    const MIX_STAMP stamp = _pass.stamp =
+        clock.Stamp(parts.state.Get(), nPauseChanges, ExactDuration(_pass.props.vidProps));
     _pass.time.rtStartTime = stamp.rtStartTime;
     _pass.time.rtEndTime = stamp.rtEndTime;
     if (stamp.bBreak) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
@@ -276,8 +279,58 @@ void MixCycle::MarkConsumed(PASS& _pass) {
     }
 }
 
-// Scenes and blocks are not on this mixer yet: what is drawn is the base frame.
-void MixCycle::DrawScene(PASS&) { const TraceScope trace("DoMixing_I(Draw)"); }
+// The scene over the base frame; where it shows nothing, the base is the picture as it is.
+void MixCycle::DrawScene(PASS& _pass) {
+    if (!_pass.pRequest) return;
+    arrDraw.clear();
+    for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
+        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
+        if (pStream) arrDraw.push_back({pStream, pStream->Id()});
+    }
+    bool bReady = true;
+    {
+        const ElementPtr pScene = parts.scenes.Active();
+        CRWReadScope lock(parts.scenes.Shared().lock);
+        // One that has been left meanwhile has lost its blocks already.
+        CoElement* const pDrawn = pScene->bSceneActive.load() ? pScene.Get() : nullptr;
+        const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
+        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, true, pDrawn);
+    }
+    parts.scenes.Shared().EndDiscarded();
+    if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {
+        clock.SetBreakPending();
+        _pass.props = {};
+        _pass.bSkipped = true;
+        return;
+    }
+    FramePtr pPicture;
+    if (draw.Compose(_pass.bBlack ? nullptr : _pass.pFrame.Get(), &pPicture) == S_OK)
+        TakePicture(_pass, pPicture.Get());
+}
+
+HRESULT MixCycle::TakePicture(PASS& _pass, IZrFFrame* _pFrom) {
+    const ZrPtr<IZrFrame_I> pFrame = _pass.pFrame.As<IZrFrame_I>();
+    const HRESULT hr = pFrame ? pFrame->FramePictureTake(_pFrom) : E_NOINTERFACE;
+    if (Succeeded(hr)) _pass.bBlack = false;
+    return hr;
+}
+
+// Black is filled once and then referenced.
+HRESULT MixCycle::TakeBlack(PASS& _pass) {
+    ZR_AV_PROPS props;
+    if (pBlack) pBlack->ZrFAVPropsGet(&props, nullptr);
+    const ZR_VID_PROPS& wanted = _pass.props.vidProps;
+    if (!pBlack || props.vidProps.fccType != wanted.fccType || props.vidProps.nWidth != wanted.nWidth ||
+        props.vidProps.nHeight != wanted.nHeight || props.vidProps.nRowBytes != wanted.nRowBytes) {
+        IZrFFactory* pFactory = nullptr;
+        HRESULT hr = FrameFactory(&pFactory);
+        props = {};
+        props.vidProps = wanted;
+        if (Succeeded(hr)) hr = pFactory->ZrFFrameCreateFromMem(&props, 0, 0, 0, pBlack.Out(), nullptr);
+        if (Failed(hr)) return hr;
+    }
+    return TakePicture(_pass, pBlack.Get());
+}
 
 // The sound of the background is the output's; without it there is silence, to the sample.
 void MixCycle::MixAudio(PASS& _pass) {

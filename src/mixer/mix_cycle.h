@@ -9,6 +9,7 @@
 #include "framework/event_sink.h"
 #include "framework/object_format.h"
 #include "framework/statistics_sink.h"
+#include "mixer/draw_step.h"
 #include "mixer/elapsed.h"
 #include "mixer/frame_output.h"
 #include "mixer/mix_clock.h"
@@ -19,6 +20,7 @@
 #include "mixer/sync_mixer.h"
 #include "mixer/video_block.h"
 #include "platform/event.h"
+#include "scenes/scenes_set.h"
 
 namespace zr {
 
@@ -30,6 +32,7 @@ struct MIX_PARTS {
     StreamTable& streams;
     MixerLinks& links;
     BlockSet& blocks;
+    ScenesSet& scenes;
     IStatisticsSink& statistics;
     IEventSink& events;
     IFrameOutput& output;
@@ -62,7 +65,9 @@ private:
         ZR_TIME time;
         int64_t nCycle = 0;
         bool bFirst = false;
+        MIX_STAMP stamp;
         bool bOwn = false;       // the cycle made the frame
+        bool bBlack = false;     // it has no picture yet: what is drawn stands on black
         bool bMustCopy = false;  // the frame's picture is somebody else's as well
         bool bSkipped = false;
         bool bLocked = false;
@@ -84,6 +89,8 @@ private:
     void CollectStreams(PASS& _pass);
     void MarkConsumed(PASS& _pass);
     void DrawScene(PASS& _pass);
+    HRESULT TakePicture(PASS& _pass, IZrFFrame* _pFrom);
+    HRESULT TakeBlack(PASS& _pass);
     void MixAudio(PASS& _pass);
     void ApplyAudioKeys(PASS& _pass);
     HRESULT FinishFrame(PASS& _pass);
@@ -94,6 +101,9 @@ private:
     SyncMixer sync;
     SyncRequest request;  // of the pass under way; its memory stays
     MixClock clock;
+    DrawStep draw;
+    std::vector<DRAW_STREAM> arrDraw;  // of the pass
+    FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
     ZrAudioCalc audioCalc;
     RateMeter rateMeter;
     Elapsed cycleTimer;

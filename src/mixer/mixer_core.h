@@ -28,7 +28,7 @@ public:
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
           scenes(_events),
-          cycle({_props, state, _format, streams, links, blocks, statistics, _events, output}),
+          cycle({_props, state, _format, streams, links, blocks, scenes, statistics, _events, output}),
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),

@@ -51,7 +51,7 @@ public:
         : output(_output),
           pScene(CoElement::CreateTop(u"zr_scene")),
           pObject(CoXMLNode::Create(u"object")),
-          step(pObject) {}
+          step(pObject, blocks) {}
     ~DrawnShow() { step.Reset(); }
 
     // The scene's foreground by its XML body: <video id=.../>...
@@ -62,7 +62,7 @@ public:
     }
     ElementPtr Element(std::u16string_view _path) { return pScene->Find(u"foreground::" + std::u16string(_path)); }
     ZrMixerStream& AddStream(std::u16string_view _id) {
-        arrStreams.push_back(ZrPtr<ZrMixerStream>::Attach(new ZrMixerStream(_id, statistics, step.Blocks())));
+        arrStreams.push_back(ZrPtr<ZrMixerStream>::Attach(new ZrMixerStream(_id, statistics, blocks)));
         arrStreams.back()->Connect();
         arrFrames.emplace_back();
         return *arrStreams.back();
@@ -96,6 +96,7 @@ public:
     NoStatistics statistics;
     ElementPtr pScene;
     XMLNodePtr pObject;
+    BlockSet blocks;
     DrawStep step;
     std::vector<ZrPtr<ZrMixerStream>> arrStreams;
     std::vector<ZrPtr<IZrFFrame>> arrFrames;
