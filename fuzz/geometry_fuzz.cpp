@@ -16,7 +16,6 @@
 #include "video/borders.h"
 #include "video/color_convert.h"
 #include "video/copy_frame.h"
-#include "video/deinterlace.h"
 #include "video/image_convert.h"
 #include "video/masks.h"
 #include "video/mirror.h"
@@ -157,9 +156,6 @@ HRESULT Scale(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _d
     const bool bInterlaced = _input.Bit();
     const auto nSharpness = static_cast<int32_t>(static_cast<int8_t>(_input.Byte()));
     const uint32_t nFlags = _input.Bit() ? _input.Byte() : 0;
-    if (_input.Byte() % 4 == 0)
-        return DeinterlacePicture(_arenas.engine, _src.pBits, _dst.pBits, _src.props, _dst.props, 1 + nFlags % 2,
-                                  eMode);
     return Img_Convert(_arenas.engine, _src.pBits, _dst.pBits, _src.props, _dst.props, bInterlaced, _pSrcRect,
                        _pDstRect, eMode, _input.Bit() ? nSharpness : 0, nFlags);
 }

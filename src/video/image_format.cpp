@@ -10,7 +10,6 @@
 #include "media/vid_props.h"
 #include "platform/unknown.h"
 #include "video/crop.h"
-#include "video/deinterlace.h"
 #include "video/frame_turn.h"
 #include "video/mirror.h"
 #include "video/picture_frame.h"

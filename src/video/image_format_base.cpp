@@ -7,7 +7,6 @@
 #include "media/vid_props.h"
 #include "video/color_convert.h"
 #include "video/copy_frame.h"
-#include "video/deinterlace.h"
 #include "video/fill.h"
 #include "video/image_convert.h"
 #include "video/scale_rects.h"
@@ -112,6 +111,11 @@ HRESULT ForDestinations(uint8_t* const (&&_arrDst)[3], const ZR_VID_PROPS& _dstP
 }
 
 }  // namespace
+
+int32_t DeinterlaceField(const ZR_VID_PROPS& _props) {
+    if (_props.eInterlace == eZrI_DeinterlaceF1) return 1;
+    return _props.eInterlace == eZrI_DeinterlaceF2 ? 2 : 0;
+}
 
 ZrImageFormatBase::ZrImageFormatBase() {
     for (ScalingEngine& engine : arrEngines) engine.bMultiThread = true;

@@ -1,8 +1,7 @@
 #include "video/copy_frame.h"
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "platform/thread_pool.h"
-#include "support/row_test.h"
 #include "video/conversion_matrix.h"
 #include "video/picture.h"
 
@@ -10,22 +9,14 @@ namespace zr {
 namespace {
 
 using test::Bytes;
+using test::Noise;
 
 constexpr int32_t kWidth = 96, kLines = 9;  // whole groups of v210; an odd number of lines
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nHeight, eZrInterlace _eInterlace = eZrI_Progressive) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fcc;
-    props.nWidth = kWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, kWidth) + 4;
+    ZR_VID_PROPS props = test::Props(_fcc, kWidth, _nHeight, 4);
     props.eInterlace = _eInterlace;
     return props;
-}
-
-Bytes Noise(const ZR_VID_PROPS& _props, uint32_t _nSeed = 4) {
-    std::mt19937 rng(_nSeed);
-    return test::HarshBytes(rng, PictureBytes(_props));
 }
 
 // Row y from the top, without its padding.

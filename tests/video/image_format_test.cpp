@@ -4,8 +4,7 @@
 
 #include <functional>
 
-#include "media/pixel_format.h"
-#include "support/row_test.h"
+#include "picture_bytes.h"
 #include "video/color_convert.h"
 #include "video/image_convert.h"
 
@@ -15,13 +14,8 @@ namespace {
 using test::Bytes;
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, eZrInterlace _eInterlace = eZrI_Progressive) {
-    ZR_VID_PROPS props;
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, _nWidth);
+    ZR_VID_PROPS props = test::Props(_fcc, _nWidth, _nHeight);
     props.eInterlace = _eInterlace;
-    props.dblRate = 25;
     return props;
 }
 
@@ -84,8 +78,7 @@ TEST(ImageFormatBase, FieldsGoWhereTheRouteSays) {
 TEST(ImageFormatBase, NearlyEqualSizesAreCentredWithoutScaling) {
     const CAutoObj<ZrImageFormatBase> pFormat = ZrImageFormatBase::Make();
     const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 1366, 768), to = Props(eZrFCC_UYVY, 1280, 720);
-    std::mt19937 rng(3);
-    const Bytes source = test::HarshBytes(rng, PictureBytes(from));
+    const Bytes source = test::Noise(from);
     Bytes result(PictureBytes(to), 7);
     ASSERT_EQ(pFormat->ConvertFrame2(source.data(), result.data(), nullptr, nullptr, from, to, eInterpolation::Linear),
               S_OK);

@@ -2,30 +2,21 @@
 
 #include <cstring>
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "platform/thread_pool.h"
-#include "support/row_test.h"
 #include "video/kernels/mix_row.h"
 
 namespace zr {
 namespace {
 
 using test::Bytes;
-
-ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = _nRowBytes ? _nRowBytes : MinRowBytes(_fcc, _nWidth);
-    return props;
-}
+using test::Props;
 
 constexpr int32_t kWidth = 48, kLines = 20;
 
 // A picture of noise of the test's size; with a negative or positive height.
 struct NOISE {
-    NOISE(eZrFCC _fcc, int32_t _nHeight, uint32_t _nSeed) : props(Props(_fcc, kWidth, _nHeight, 4 * kWidth + 12)) {
+    NOISE(eZrFCC _fcc, int32_t _nHeight, uint32_t _nSeed) : props(Props(_fcc, kWidth, _nHeight, 12)) {
         std::mt19937 rng(_nSeed);
         bytes = test::HarshBytes(rng, static_cast<size_t>(props.nRowBytes) * kLines);
     }
