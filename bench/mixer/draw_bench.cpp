@@ -21,10 +21,10 @@ void DrawScene(benchmark::State& _state, std::u16string_view _body, const std::v
         show.AddStream(u"s" + std::u16string(1, static_cast<char16_t>(u'0' + i)));
         auto& arr = arrFrames.emplace_back();
         for (int n = 0; n < _nBuffers; ++n)
-            arr.push_back(ColourFrame(_streams[i], i % 2 == 0 ? u"FF8040" : u"4080FF"));
+            arr.push_back(ColourFrame(_streams[i], i % 2 == 0 ? u"#FF8040" : u"#4080FF"));
     }
     show.Scene(_body);
-    const ZrPtr<IZrFFrame> pBase = _bBase ? ColourFrame(Hd(), u"204060") : ZrPtr<IZrFFrame>();
+    const ZrPtr<IZrFFrame> pBase = _bBase ? ColourFrame(Hd(), u"#204060") : ZrPtr<IZrFFrame>();
     size_t nFrame = 0;
     const auto Draw = [&] {
         for (size_t i = 0; i < arrFrames.size(); ++i) show.Show(i, arrFrames[i][nFrame % arrFrames[i].size()]);

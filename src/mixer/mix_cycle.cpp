@@ -27,8 +27,10 @@ bool HasVideo(const ZR_AV_PROPS& _props) {
 }  // namespace
 
 MixCycle::MixCycle(const MIX_PARTS& _parts)
-    : parts(_parts),
+    : producers(_parts.streams, *this),
+      parts(_parts),
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
+      async(_parts.props.Object(), _parts.format, _parts.streams),
       draw(_parts.props.Object(), _parts.blocks),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
       nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),
@@ -38,7 +40,8 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       nFpsMix(_parts.statistics.Resolve(u"fps_mix")) {}
 
 bool MixCycle::IsSynchronous(int32_t _nKind) const {
-    if (!parts.props.IsSynchronous()) return false;
+    const int32_t nNow = nWay.load(std::memory_order_relaxed);
+    if (nNow == kByKeys ? !parts.props.IsSynchronous() : nNow == kAsync) return false;
     const XMLNodePtr& pObject = parts.props.Object();
     switch (_nKind) {
         case 1: return pObject->AttributeOr(u"sync_mode.async_get", true);
@@ -50,18 +53,25 @@ bool MixCycle::IsSynchronous(int32_t _nKind) const {
 
 HRESULT MixCycle::Start() {
     evStop.Reset();
+    if (nWay.load(std::memory_order_relaxed) == kByKeys) {
+        async.Reset();
+        nWay.store(parts.props.IsSynchronous() ? kSync : kAsync, std::memory_order_relaxed);
+    }
     // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
     if (thread.IsRunning() != CBaseThread::kRunning) {
         if (const HRESULT hr = thread.Start(this, &MixCycle::Run); Failed(hr)) return hr;
     }
     bFirstFrame.store(true, std::memory_order_relaxed);
     thread.Wake();
+    if (!IsSynchronous(0)) producers.Start();
     return S_OK;
 }
 
 void MixCycle::Stop(IEventSink& _events) {
     evStop.Set();
+    producers.Stop();
     thread.Stop(-1);
+    nWay.store(kByKeys, std::memory_order_relaxed);
     clock.Reset();
     audioCalc.Reset();
     rateMeter.Reset();
@@ -76,21 +86,39 @@ void MixCycle::Run(void* _pCycle, ThreadRun& _run) { static_cast<MixCycle*>(_pCy
 void MixCycle::RunThread(ThreadRun& _run) {
     int64_t nCycle = 0;
     while (_run.WaitWake()) {
-        HRESULT hr = E_OUTOFMEMORY;
-        try {
-            hr = DoMixing_I({}, bFirstFrame.load(std::memory_order_relaxed), nCycle);
-        } catch (const std::bad_alloc&) {
+        // A background that is pushed in drives the cycle from its own thread.
+        if (!IsSynchronous(0) && parts.streams.Background()) {
+            bFirstFrame.store(true, std::memory_order_relaxed);  // of the line that begins when it is gone
+            continue;
         }
+        const HRESULT hr = RunPass({}, bFirstFrame.load(std::memory_order_relaxed), nCycle, _run.StopEvent());
         if (hr == ZR_E_RETRY) {
             _run.Wake();
             continue;
         }
         ++nCycle;
         bFirstFrame.store(false, std::memory_order_relaxed);
-        // The cycle goes on by itself: the pace comes from the output. (A background that is pushed in drives it from
-        // its own thread instead.)
+        // The cycle goes on by itself: the pace comes from the output.
         if (hr == S_OK) _run.Wake();
     }
+}
+
+// One pass at a time, whichever thread it comes from; none once the mixer is to stop, as nothing would pace it.
+HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop) {
+    if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
+    HRESULT hr = E_OUTOFMEMORY;
+    try {
+        hr = DoMixing_I(_pFrameIn, _bFirst, _nCycle);
+    } catch (const std::bad_alloc&) {
+    }
+    evDriver.Set();
+    return hr;
+}
+
+HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
+    HRESULT hr = ZR_E_RETRY;
+    while (hr == ZR_E_RETRY) hr = RunPass(_pFrame, false, 0, _evStop);
+    return hr;
 }
 
 HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
@@ -101,7 +129,6 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     pass.nCycle = _nCycle;
     const bool bSync = IsSynchronous(0);
     FramePtr pBase = _pFrameIn;
-    pass.bMustCopy = true;
     if (bSync) {
         const bool bHold = parts.state.Get() == eZrS_Paused;
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
@@ -113,6 +140,8 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
         pass.bHasInputs = true;
+    } else if (const HRESULT hr = TakePushed(pass, pBase); Failed(hr)) {
+        return hr;
     }
     if (const HRESULT hr = TakeBaseFrame(pass, pBase); Failed(hr)) return hr;
     PrepareFrame(pass);
@@ -136,6 +165,19 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     EndTimedPause(pass.time);
     parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
     return S_OK;
+}
+
+// What the producers have pushed into the streams. It may be waited for, without the cycle lock: a pass works on what
+// it has collected.
+HRESULT MixCycle::TakePushed(PASS& _pass, const FramePtr& _pFrameIn) {
+    const eZrState eState = parts.state.Get();
+    _pass.bMustCopy = true;
+    if (eState < eZrS_Paused) return S_OK;
+    const AsyncMixer::CYCLE cycle{_pFrameIn, eState == eZrS_Paused, parts.output.IsPacedByReceiver(), &evStop};
+    const HRESULT hr = async.Async_Request(cycle, request, &_pass.bLocked);
+    _pass.pRequest = &request;
+    _pass.bHasInputs = _pFrameIn || request.Count() > 0;
+    return hr;
 }
 
 void MixCycle::ApplyPriority() {

@@ -27,7 +27,7 @@ inline ZR_VID_PROPS PictureProps(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight,
     return props;
 }
 
-// A new frame of one colour, "AARRGGBB" or a name, as ReadColour takes it; black for null.
+// A new frame of one colour, "#AARRGGBB" as ReadColour takes it; black for null.
 inline ZrPtr<IZrFFrame> ColourFrame(const ZR_VID_PROPS& _props, const char16_t* _szColour = nullptr) {
     ZrPtr<IZrFFrame> pFrame;
     ZR_AV_PROPS props;
