@@ -96,6 +96,12 @@ bool IsAsWanted(const ZR_VID_PROPS& _source, const ZR_VID_PROPS& _wanted) {
     return SameProps(&source, &_wanted, 0);
 }
 
+// Neither a size nor a shape: the whole picture, whatever column and line its new format drops.
+bool AsksForWhole(const ZR_VID_PROPS& _wanted) {
+    const bool bAspect = _wanted.nAspectX > 0 && _wanted.nAspectY > 0;
+    return _wanted.eVideoFormat == eZrVF_Custom && _wanted.nWidth < 1 && _wanted.nHeight == 0 && !bAspect;
+}
+
 HRESULT MirrorFrame(IZrFrame& _frame, eMirror _eMirror) {
     ZR_AV_PROPS avProps;
     int32_t cb = 0;
@@ -140,6 +146,7 @@ ZR_VID_PROPS CompleteWanted(const ZR_VID_PROPS& _source, const ZR_VID_PROPS& _wa
     if (_wanted.nHeight == 0 && PixelFormatBottomUp(props.fccType) && !PixelFormatBottomUp(_source.fccType) && !bNamed)
         props.nHeight = -AbsHeight(props.nHeight);
     NormalizeProps(&props, false);
+    if (Is420(props.fccType) && props.nHeight > 1) props.nHeight &= ~1;  // as it drops an odd last column
     if (props.nRowBytes < MinRowBytes(props.fccType, props.nWidth))
         props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
     return props;
@@ -199,6 +206,7 @@ HRESULT ZrImageFormat::ConvertFrame_I(IZrFrame* _pSource, const ZR_VID_PROPS& _w
         if (DeinterlaceField(dst.props) != 0) avProps.vidProps.eInterlace = eZrI_Progressive;
         hr = MakePictureFrame(*pFactory, avProps, time, &pResult, &pBits);
         if (Succeeded(hr)) hr = PictureOf(pBits, dst.props, dst.picture);
+        if (AsksForWhole(_wanted)) src.props.eScaleType = dst.props.eScaleType = eZrST_IgnoreAR;
         if (Succeeded(hr)) hr = ConvertPicture(src, dst, _options.nQuality, _nLevel);
     }
     if (Succeeded(hr) && mirror != eMirror::None) hr = MirrorFrame(*pResult, mirror);

@@ -64,6 +64,7 @@ void FittedRects(const ZR_VID_PROPS& _src, const ZR_VID_PROPS& _dst, tagRECT& _s
     tagRECT srcFit, dstFit;
     ScaleRects(src, dst, srcFit, dstFit);
     if (ScaleTypeFor(src, dst) == eZrST_NoScale) CutToSameSize(srcFit, dstFit);
+    if (Is420(_dst.fccType) && RectHeight(srcFit) == RectHeight(dstFit) + 1) --srcFit.bottom;  // an odd last line
     // Formats that share chroma between pixels need even edges too.
     if (ClipRects(_src, _dst, _srcRect, _dstRect, true, &srcFit, &dstFit) == S_OK) return;
     _srcRect = {0, 0, _src.nWidth, AbsHeight(_src.nHeight)};

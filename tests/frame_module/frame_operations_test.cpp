@@ -61,6 +61,21 @@ TEST(FrameConvert, PlanesAreTurnedTooAndKeepTheirFormat) {
     }
 }
 
+// As a clone in the format does: nothing is scaled by the one pixel.
+TEST(FrameConvert, FormatsThatShareChromaDropAnOddColumnAndLine) {
+    const ZrPtr<IZrFFrame> pFrame = PlaceFrame(61, 21);
+    for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_NV12, eZrFCC_UYVY}) {
+        const ZR_VID_PROPS wanted = VidProps(fcc, 0, 0);
+        ZrPtr<IZrFrame> pResult;
+        ZrPtr<IZrFFrame> pClone;
+        ASSERT_EQ(Short(pFrame)->FrameConvert(&wanted, pResult.Out(), nullptr), S_OK);
+        ASSERT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_Video, fcc), S_OK);
+        EXPECT_EQ(PropsOf(*pClone).vidProps.nWidth, 60);
+        EXPECT_EQ(PropsOf(*pClone).vidProps.nHeight, fcc == eZrFCC_UYVY ? 21 : 20);
+        EXPECT_TRUE(std::ranges::equal(VideoOf(*pResult.As<IZrFFrame>()), VideoOf(*pClone))) << std::hex << fcc;
+    }
+}
+
 TEST(FrameConvert, TimeAndAudioGoAlongAndWhatIsNotGivenIsTheSources) {
     const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 64, 36));
     const ZR_AUD_PROPS audProps{2, 48000, 16, 0};
