@@ -44,7 +44,7 @@ void DrawStep::Reset() {
 }
 
 bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
-                         bool _bSync, CoElement* _pScene) {
+                         CoElement* _pScene) {
     streams = _streams;
     layerProps = Canvas::LayerProps(_output);
     bCutOffscreen = pObject->AttributeOr(u"cut_offscreen", true);
@@ -65,7 +65,7 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
         DrawXML_CPU(collect, *_pScene, *pForeground);
         UpdateBlocks(layerProps, arrBlocks, pObject->AttributeOr(u"cut_overlapped", true));
     }
-    if (_bSync) AddGains();
+    AddGains();
     // The set gets this list; the one that it gives back is used next.
     arrSet.assign(arrBlocks.begin(), arrBlocks.end());
     blocks.Exchange(arrSet);

@@ -37,9 +37,9 @@ public:
     DrawStep(XMLNodePtr _pObject, BlockSet& _blocks) : pObject(std::move(_pObject)), blocks(_blocks) {}
 
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
-    // _bSync: the streams' gains are those of this pass. False: the scene has elements that could not draw yet.
+    // False: the scene has elements that could not draw yet.
     bool WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
-                   bool _bSync, CoElement* _pScene);
+                   CoElement* _pScene);
     // The picture of the draw pass; see Canvas::Compose. The scenes lock is not needed.
     HRESULT Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame);
     // The events of changes that have ended; with no lock held.

@@ -147,10 +147,11 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     PrepareFrame(pass);
     cycleTimer.Restart();
     if (const HRESULT hr = Compose(pass); Failed(hr)) return hr;
-    if (pass.bBlack && !pass.bSkipped) {
+    if (pass.bSkipped) return S_OK;  // the cycle goes on: a scene that is not ready becomes so by it
+    if (pass.bBlack) {
         if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
     }
-    if (pass.bSkipped || (!HasVideo(pass.props) && !AudUsable(pass.props.audProps))) return S_FALSE;
+    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) return S_FALSE;
     if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
     if (bSync) {
         parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
@@ -336,7 +337,7 @@ void MixCycle::DrawScene(PASS& _pass) {
         // One that has been left meanwhile has lost its blocks already.
         CoElement* const pDrawn = pScene->bSceneActive.load() ? pScene.Get() : nullptr;
         const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
-        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, true, pDrawn);
+        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn);
     }
     parts.scenes.Shared().EndDiscarded();
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {

@@ -79,7 +79,7 @@ public:
             if (arrFrames[i]) arrStreams[i]->PutMedia(arrFrames[i].Get(), put);
             arrList.push_back({arrStreams[i].Get(), arrStreams[i]->Id()});
         }
-        bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, true, pScene.Get());
+        bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get());
         dblNow += dblStep;
         ZrPtr<IZrFFrame> pFrame;
         hrComposed = step.Compose(_pBase, &pFrame);
