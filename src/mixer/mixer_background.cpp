@@ -15,7 +15,6 @@ void MixerBackground::Exchange(ZrPtr<CCoZrItem> _pItem) {
         if (pOld) links.DisconnectOld({pOld, {}}, events);
         if (_pItem) links.ConnectNew({_pItem, {}}, events);
     }
-    cycle.producers.Update();
     if (pOld && !links.streams.Uses(pOld->Source())) pOld->Close();
 }
 

@@ -15,7 +15,6 @@
 #include "mixer/mixer_streams.h"
 #include "mixer/stream_table.h"
 #include "mixer/video_block.h"
-#include "scenes/scenes_set.h"
 
 namespace zr {
 
@@ -27,8 +26,7 @@ public:
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
-          scenes(_events),
-          cycle({_props, state, _format, streams, links, blocks, scenes, statistics, _events, output}),
+          cycle({_props, state, _format, streams, links, blocks, statistics, _events, output}),
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
@@ -41,7 +39,6 @@ public:
     MixerOutput output;
     BlockSet blocks;
     MixerLinks links;
-    ScenesSet scenes;
     MixCycle cycle;
     ItemMaker maker;
     MixerBackground background;

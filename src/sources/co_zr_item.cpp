@@ -1,6 +1,7 @@
 #include "sources/co_zr_item.h"
 
 #include <new>
+#include <utility>
 
 #include "attributes/interface_call.h"
 #include "platform/class_registry.h"
@@ -19,7 +20,8 @@ bool IsSourceKey(std::u16string_view _name) {
 
 }  // namespace
 
-CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource)
+CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned,
+                     bool _bCommand)
     : IZrPropsImpl<CCoZrItem>(std::move(_pNode), *this),
       path(_path),
       pSource(QueryAs<IUnknown>(_pSource)),
@@ -27,24 +29,38 @@ CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view 
       pSourceProps(QueryAs<IZrProps>(_pSource)),
       pObject(QueryAs<IZrObject>(_pSource)),
       pFile(QueryAs<IZrFile>(_pSource)),
-      bOwnsSource(_bOwnsSource) {}
+      bOwnsSource(_pOwned != nullptr),
+      bCommand(_bCommand),
+      pOwned(std::move(_pOwned)) {}
 
-ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource) try {
+ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned,
+                                 ItemPlace _ePlace) try {
     XMLNodePtr pNode = CoXMLNode::Create(u"item");
-    pNode->SetAttribute(u"video", true);
-    pNode->SetAttribute(u"audio", true);
-    pNode->SetAttribute(u"drop_frames", false);
-    pNode->SetAttribute(u"master", false);
-    return ZrPtr<CCoZrItem>::Attach(new CCoZrItem(std::move(pNode), _pSource, _path, _bOwnsSource));
+    if (_ePlace == ItemPlace::kMixer) {
+        pNode->SetAttribute(u"video", true);
+        pNode->SetAttribute(u"audio", true);
+        pNode->SetAttribute(u"drop_frames", false);
+        pNode->SetAttribute(u"master", false);
+    }
+    for (const char16_t* szNode : {u"file", u"device", u"object"}) pNode->AddNode(szNode);
+    const std::u16string_view path = _path.empty() ? u"External" : _path;
+    return ZrPtr<CCoZrItem>::Attach(new CCoZrItem(std::move(pNode), _pSource, path, std::move(_pOwned), false));
 } catch (const std::bad_alloc&) {
     return {};
 }
 
-ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path) {
-    return Make(_pSource, _path.empty() ? u"External" : _path, false);
+HRESULT CCoZrItem::MakeCommand(std::u16string_view _command, std::u16string_view _param, IUnknown* _pTarget,
+                               ZrPtr<CCoZrItem>& _pItem) {
+    if (_command.empty()) return E_INVALIDARG;
+    return InterfaceCall([&] {
+        _pItem = ZrPtr<CCoZrItem>::Attach(
+            new CCoZrItem(CoXMLNode::Create(u"command"), nullptr, std::u16string_view(), {}, true));
+        return _pItem->ItemCommandSet(std::u16string(_command).c_str(), std::u16string(_param).c_str(), _pTarget);
+    });
 }
 
-HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem) {
+HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem,
+                            ItemPlace _ePlace) {
     _pItem.Reset();
     ZrPtr<IZrObject> pFileObject;
     void* pv = nullptr;
@@ -58,7 +74,7 @@ HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line
         HRESULT hr = pFile->FileNameSet(std::u16string(_path).c_str(), std::u16string(_line).c_str());
         if (Succeeded(hr)) hr = pFileObject->ObjectStart(nullptr);
         if (Succeeded(hr)) {
-            _pItem = Make(pFileObject.Get(), _path, true);
+            _pItem = Make(pFileObject.Get(), _path, std::make_shared<OwnedSource>(pFileObject.Get()), _ePlace);
             if (!_pItem) hr = E_OUTOFMEMORY;
         }
         if (Failed(hr)) pFileObject->ObjectClose();
@@ -82,7 +98,15 @@ void CCoZrItem::StartSource() {
 }
 
 void CCoZrItem::Close() {
-    if (bOwnsSource && pObject) pObject->ObjectClose();
+    breaks.Clear();
+    OwnedSourcePtr pLast;
+    MutexLock lock(mtx);
+    pLast.swap(pOwned);  // ends behind the lock
+}
+
+OwnedSourcePtr CCoZrItem::Owned() const {
+    MutexLock lock(mtx);
+    return pOwned;
 }
 
 std::u16string CCoZrItem::Name() const {
@@ -103,35 +127,14 @@ HRESULT CCoZrItem::OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) {
     return pSourceProps->PropsGet(std::u16string(_name).c_str(), _pbsValue);
 }
 
-HRESULT CCoZrItem::ItemTypeGet(eZrItemType* _peType) {
-    if (!_peType) return E_POINTER;
-    *_peType = pFile && bOwnsSource ? eZrPIT_File : eZrPIT_Live;
-    return S_OK;
-}
-
-HRESULT CCoZrItem::ItemPlayTimeGet(double* _pdblPlayTime) {
-    if (!_pdblPlayTime) return E_POINTER;
-    double dblIn = 0, dblOut = 0, dblDuration = 0;
-    const HRESULT hr = FileInOutGet(&dblIn, &dblOut, &dblDuration);
-    *_pdblPlayTime = Failed(hr) ? 0 : (dblOut > dblIn ? dblOut : dblDuration) - dblIn;
-    return hr;
-}
-
-HRESULT CCoZrItem::ItemInnerGet(IUnknown** _ppInnerObject) { return pSource.CopyTo(_ppInnerObject); }
-
-HRESULT CCoZrItem::ItemPosGet(double* _pdblPlayPos, int32_t* _pnPlaylistIndex) {
-    if (_pnPlaylistIndex) *_pnPlaylistIndex = 0;
-    if (!_pdblPlayPos) return _pnPlaylistIndex ? S_OK : E_POINTER;
-    *_pdblPlayPos = 0;
-    return FilePosGet(_pdblPlayPos);
-}
-
 HRESULT CCoZrItem::FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) {
     return pFile ? pFile->FileNameSet(_bsFile, _bsParam) : E_NOINTERFACE;
 }
 HRESULT CCoZrItem::FileNameGet(BSTR* _pbsFile) { return pFile ? pFile->FileNameGet(_pbsFile) : E_NOINTERFACE; }
 HRESULT CCoZrItem::FileInOutSet(double _dblIn, double _dblOut) {
-    return pFile ? pFile->FileInOutSet(_dblIn, _dblOut) : E_NOINTERFACE;
+    const HRESULT hr = pFile ? pFile->FileInOutSet(_dblIn, _dblOut) : E_NOINTERFACE;
+    if (Succeeded(hr)) breaks.Place(Range());
+    return hr;
 }
 HRESULT CCoZrItem::FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) {
     return pFile ? pFile->FileInOutGet(_pdblIn, _pdblOut, _pdblDuration) : E_NOINTERFACE;

@@ -1,32 +1,70 @@
 #pragma once
 // The item: the place of a source in a list of the mixer, with the keys that belong to the place.
 
+#include <atomic>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "attributes/props_impl.h"
 #include "media/transport_interfaces.h"
+#include "platform/lock.h"
 #include "platform/unknown.h"
+#include "sources/break_list.h"
+#include "sources/item_start.h"
 #include "zr/file.h"
 #include "zr/items.h"
 #include "zr/object.h"
+#include "zr/persist.h"
 
 namespace zr {
 
+// A source that ends with the last item that was made with it.
+class OwnedSource {
+public:
+    explicit OwnedSource(IUnknown* _pSource) : pObject(QueryAs<IZrObject>(_pSource)) {}
+    ~OwnedSource() {
+        if (pObject) pObject->ObjectClose();
+    }
+    OwnedSource(const OwnedSource&) = delete;
+    OwnedSource& operator=(const OwnedSource&) = delete;
+
+private:
+    const ZrPtr<IZrObject> pObject;
+};
+using OwnedSourcePtr = std::shared_ptr<OwnedSource>;
+
+// What an item is the place of.
+enum class ItemPlace {
+    kMixer,  // a stream or the background: has the keys "video", "audio", "drop_frames", "master"
+    kList,   // a break: has no keys until they are set
+};
+
 // Holds its source by reference. Any thread; the source does not change.
-class CCoZrItem final : public IZrItem, public IZrFile, public IZrPropsImpl<CCoZrItem>, private IPropsHost {
+class CCoZrItem final : public IZrItem,
+                        public IZrBreaks,
+                        public IZrFile,
+                        public IZrPersist,
+                        public IZrPropsImpl<CCoZrItem>,
+                        private IPropsHost {
 public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrItem, IZrFile, IZrProps>(this, _iid, _ppv);
+        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrPersist, IZrProps>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
 
-    // Around an object that is there. Empty: memory is out.
-    static ZrPtr<CCoZrItem> Make(IUnknown* _pSource, std::u16string_view _path);
+    // Around an object that is there. _pOwned: it was made for this or another item, and ends with the last of them.
+    // Empty: memory is out.
+    static ZrPtr<CCoZrItem> Make(IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned = {},
+                                 ItemPlace _ePlace = ItemPlace::kMixer);
     // Makes a file source and opens its file, which does not play yet. _line: its parameters. The result is that of the
     // step that failed.
-    static HRESULT MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem);
+    static HRESULT MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem,
+                            ItemPlace _ePlace = ItemPlace::kMixer);
+    // An item without a source, which a command is run by. E_INVALIDARG: no command.
+    static HRESULT MakeCommand(std::u16string_view _command, std::u16string_view _param, IUnknown* _pTarget,
+                               ZrPtr<CCoZrItem>& _pItem);
 
     // Keys of the place: "video", "audio", "master", "drop_frames".
     const XMLNodePtr& Node() const { return props.Root(); }
@@ -41,22 +79,51 @@ public:
     std::u16string Name() const;
     // Whether the item was made with its source, which then ends with it.
     bool OwnsSource() const { return bOwnsSource; }
+    // What keeps an owned source; empty for another, and when the item has been closed.
+    OwnedSourcePtr Owned() const;
+    bool IsCommand() const { return bCommand; }
+    ITEM_START Start() const;
+    BreakList& Breaks() { return breaks; }
+    // What of the source plays. A live source has no end: the out point is beyond any time.
+    PLAY_RANGE Range();
+    // The item's place in the list that has it.
+    void ListIndexSet(int32_t _nIndex) { nListIndex.store(_nIndex, std::memory_order_relaxed); }
     // Has a source that is stopped or closed play. Without a lock.
     void StartSource();
-    // Ends an owned source.
+    // Ends an owned source, unless another item has it too.
     void Close();
 
     // --- IZrItem
 
     HRESULT ItemTypeGet(eZrItemType* _peType) override;
-    HRESULT ItemStartTimeSet(const ZR_DATETIME*, eZrStartType) override { return E_NOTIMPL; }
-    HRESULT ItemTimesGet(ZR_DATETIME*, ZR_DATETIME*, eZrStartType*) override { return E_NOTIMPL; }
+    HRESULT ItemStartTimeSet(const ZR_DATETIME* _pStartTime, eZrStartType _eStartType) override;
+    HRESULT ItemTimesGet(ZR_DATETIME* _pStartTime, ZR_DATETIME* _pStopTime, eZrStartType* _peStartType) override;
     HRESULT ItemPlayTimeGet(double* _pdblPlayTime) override;
-    HRESULT ItemCommandSet(const char16_t*, const char16_t*, IUnknown*) override { return E_NOTIMPL; }
-    HRESULT ItemCommandGet(BSTR*, BSTR*, IUnknown**) override { return E_NOTIMPL; }
+    HRESULT ItemCommandSet(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown* _pTargetObject) override;
+    HRESULT ItemCommandGet(BSTR* _pbsCommand, BSTR* _pbsParam, IUnknown** _ppTargetObject) override;
     HRESULT ItemInnerGet(IUnknown** _ppInnerObject) override;
-    HRESULT ItemCommandExecute(IUnknown*) override { return E_NOTIMPL; }
+    HRESULT ItemCommandExecute(IUnknown* _pSourceObject) override;
     HRESULT ItemPosGet(double* _pdblPlayPos, int32_t* _pnPlaylistIndex) override;
+
+    // --- IZrBreaks
+
+    HRESULT BreaksGetCount(int32_t* _pnCount, double* _pdblTotalDuration) override;
+    HRESULT BreaksGetByIndex(int32_t _nIndex, double* _pdblBreakTime, BSTR* _pbsPath, IZrItem** _ppBreakItem) override;
+    HRESULT BreaksAdd(double _dblTime, IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
+                      IZrItem** _ppBreakItem) override;
+    HRESULT BreaksCommandAdd(double _dblTime, const char16_t* _bsCommand, const char16_t* _bsParam,
+                             IUnknown* _pTargetObject, IZrItem** _ppBreakItem) override;
+    HRESULT BreaksRemove(IZrItem* _pBreakItem) override;
+    HRESULT BreaksRemoveByIndex(int32_t _nIndex, int32_t _nExtraRemove) override;
+    HRESULT BreaksTimeSet(int32_t _nIndex, double _dblNewTime) override;
+
+    // --- IZrPersist: the item's XML form. Loading takes its keys, breaks and start; the source stays.
+
+    HRESULT PersistSaveToFile(const char16_t* _bsObject, const char16_t* _bsFileName,
+                              const char16_t* _bsSaveParam) override;
+    HRESULT PersistSaveToString(const char16_t* _bsObject, BSTR* _pbsXMLDesc, const char16_t* _bsSaveParam) override;
+    HRESULT PersistLoad(const char16_t* _bsObject, const char16_t* _bsXMLDescOrFile,
+                        const char16_t* _bsLoadParam) override;
 
     // --- IZrFile: the source's; E_NOINTERFACE when it is no file
 
@@ -80,13 +147,14 @@ public:
     HRESULT FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) override;
 
 private:
-    CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource);
+    CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned, bool _bCommand);
     ~CCoZrItem() = default;
-    static ZrPtr<CCoZrItem> Make(IUnknown* _pSource, std::u16string_view _path, bool _bOwnsSource);
 
     // Keys of the source are its own: "object::..." goes there.
     HRESULT OnHostedSet(std::u16string_view _name, std::u16string_view _value) override;
     HRESULT OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) override;
+    HRESULT AddBreak(double _dblTime, ZrPtr<CCoZrItem> _pItem, IZrItem** _ppBreakItem);
+    bool Duration(double* _pdblSeconds);
 
     ReferenceCount references;
     const std::u16string path;
@@ -96,6 +164,16 @@ private:
     const ZrPtr<IZrObject> pObject;
     const ZrPtr<IZrFile> pFile;
     const bool bOwnsSource;
+    const bool bCommand;
+    std::atomic<int32_t> nListIndex{0};
+    BreakList breaks;
+
+    mutable Mutex mtx;  // unranked leaf; nothing is released under it
+    OwnedSourcePtr pOwned ZR_GUARDED_BY(mtx);
+    ITEM_START start ZR_GUARDED_BY(mtx);
+    std::u16string strCommand ZR_GUARDED_BY(mtx);
+    std::u16string strParam ZR_GUARDED_BY(mtx);
+    ZrPtr<IUnknown> pTarget ZR_GUARDED_BY(mtx);
 };
 
 }  // namespace zr
