@@ -44,15 +44,6 @@ TEST(PixelFormat, RowAndPictureBytes) {
     EXPECT_EQ(PictureBytes({.fccType = eZrFCC_UYVY, .nWidth = 8, .nHeight = -3, .nRowBytes = 64}), 192u);
 }
 
-TEST(PixelFormat, OnlyRgbFormatsAreBottomUp) {
-    for (const eZrFCC fccType :
-         {eZrFCC_RGB8, kFCC_RGB565, kFCC_RGB555, eZrFCC_RGB24, eZrFCC_RGB32, eZrFCC_ARGB32, kFCC_r210})
-        EXPECT_TRUE(PixelFormatBottomUp(fccType)) << fccType;
-    for (const eZrFCC fccType : {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_YUY2, eZrFCC_YVYU, eZrFCC_v210, eZrFCC_I420,
-                                 eZrFCC_YV12, eZrFCC_NV12, kFCC_Y422, kFCC_Y444, kFCC_IYU2, kFCC_YVU9, kFCC_MJPG})
-        EXPECT_FALSE(PixelFormatBottomUp(fccType)) << fccType;
-}
-
 TEST(PixelFormat, TextAndCode) {
     struct CASE {
         const char* szName;

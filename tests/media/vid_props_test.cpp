@@ -146,19 +146,6 @@ TEST(VidProps, ComparesRecords) {
     EXPECT_FALSE(SameProps(&base, nullptr, 1));
 }
 
-TEST(VidProps, SamenessIsReflexiveAndSymmetric) {
-    RandomRecords records;
-    ZR_VID_PROPS last = records.Next();
-    for (int i = 0; i < 50000; ++i) {
-        const ZR_VID_PROPS props = records.Next();
-        for (int32_t nLevel = 0; nLevel <= 4; ++nLevel) {
-            ASSERT_TRUE(SameProps(&props, &props, nLevel)) << i;
-            ASSERT_EQ(SameProps(&props, &last, nLevel), SameProps(&last, &props, nLevel)) << i;
-        }
-        last = props;
-    }
-}
-
 TEST(VidProps, ValidAsWishAndAsFrame) {
     struct CASE {
         const char* szName;

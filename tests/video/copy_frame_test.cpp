@@ -78,6 +78,21 @@ TEST(CopyFrame, WaysThroughTheMatrixAgree) {
               Converted(pixels, bottomUp, Props(eZrFCC_HDYC, kLines)));
 }
 
+// The matrices of 709 truncate, 601 is rounded.
+TEST(CopyFrame, BarsOf75PercentComeBack) {
+    const ZR_VID_PROPS rgb = Props(eZrFCC_RGB32, -1);
+    Bytes bars(PictureBytes(rgb));
+    for (size_t i = 0; i < 4u * kWidth; ++i) bars[i] = i % 4 == 3 || i / 4 / 12 >> i % 4 & 1 ? 191 : 0;
+    for (const auto& [fcc, nMost] : {std::pair{eZrFCC_HDYC, 3}, {eZrFCC_UYVY, 2}, {eZrFCC_YUY2, 2}}) {
+        const ZR_VID_PROPS yuv = Props(fcc, 1);
+        const Bytes back = Converted(Converted(bars, rgb, yuv), yuv, rgb);
+        for (size_t i = 0; i < 4u * kWidth; ++i)
+            if (i % 4 != 3) {
+                ASSERT_NEAR(back[i], bars[i], nMost) << std::hex << fcc << std::dec << " byte " << i;
+            }
+    }
+}
+
 TEST(CopyFrame, FieldOrderMovesThePictureByALine) {
     for (const bool bDown : {true, false}) {
         const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 8, bDown ? eZrI_Field2First : eZrI_Field1First);

@@ -111,6 +111,26 @@ TEST(MixRow, EveryTargetGivesTheFormula) {
     });
 }
 
+// Every pair of overlay and base byte.
+TEST(MixRow, EveryPairOfBytesGivesTheFormula) {
+    std::mt19937 rng(6);
+    for (const MIX_CASE& mix : arrCases) {
+        SCOPED_TRACE(mix.szName);
+        const size_t nPixels = 2 * 65536 / mix.nBytesPerPixel / 2 * 2, cbRow = nPixels * mix.nBytesPerPixel;
+        PIXEL_ROWS rows{Bytes(cbRow), Bytes(cbRow), test::HarshBytes(rng, nPixels)};
+        for (size_t i = 0; i < cbRow; ++i) {
+            rows.over[i] = static_cast<uint8_t>(i / 2);
+            rows.base[i] = static_cast<uint8_t>(i / 512);
+        }
+        for (const int nA : {0, 1, mix.nFullWeight / 3, mix.nFullWeight - 1, mix.nFullWeight}) {
+            Bytes mixed = rows.base;
+            mix.row(rows.over.data(), rows.mask.data(), mixed.data(), nPixels, static_cast<uint32_t>(nA));
+            for (size_t i = 0; i < cbRow; ++i)
+                ASSERT_EQ(mixed[i], mix.expected(rows, i, nPixels, nA)) << i << ' ' << nA;
+        }
+    }
+}
+
 TEST(MixRow, DivisionBy255IsExactOverItsWholeRange) {
     for (int n = 0; n <= 255 * 255; ++n) ASSERT_EQ(Div255(n), (2 * n + 255) / 510) << n;
 }
