@@ -16,12 +16,12 @@
 #include "video/borders.h"
 #include "video/color_convert.h"
 #include "video/copy_frame.h"
-#include "video/deinterlace.h"
 #include "video/image_convert.h"
 #include "video/masks.h"
 #include "video/mirror.h"
 #include "video/mix_image.h"
 #include "video/overlay_picture.h"
+#include "video/resize_sharpen.h"
 #include "video/rotate.h"
 
 namespace zr {
@@ -156,11 +156,38 @@ HRESULT Scale(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _d
     const bool bInterlaced = _input.Bit();
     const auto nSharpness = static_cast<int32_t>(static_cast<int8_t>(_input.Byte()));
     const uint32_t nFlags = _input.Bit() ? _input.Byte() : 0;
-    if (_input.Byte() % 4 == 0)
-        return DeinterlacePicture(_arenas.engine, _src.pBits, _dst.pBits, _src.props, _dst.props, 1 + nFlags % 2,
-                                  eMode);
     return Img_Convert(_arenas.engine, _src.pBits, _dst.pBits, _src.props, _dst.props, bInterlaced, _pSrcRect,
                        _pDstRect, eMode, _input.Bit() ? nSharpness : 0, nFlags);
+}
+
+// The resizer and the vertical pass by themselves, of rows that run upward too.
+HRESULT Resize(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _dst) {
+    PICTURE src, dst;
+    HRESULT hr = PictureOf(_src.pBits, _src.props, src);
+    if (Succeeded(hr)) hr = PictureOf(_dst.pBits, _dst.props, dst);
+    if (Failed(hr)) return hr;
+    const PLANE &from = src.arrPlanes[0], &to = dst.arrPlanes[0];
+    RESIZE_PARAMS params;
+    params.eMode = static_cast<eInterpolation>(_input.Byte() % 18);
+    params.nFlags = _input.Bit() ? _input.Byte() : 0;
+    params.nSharpness = _input.Bit() ? static_cast<int8_t>(_input.Byte()) : 0;
+    params.bFillBorder = _input.Bit();
+    static constexpr double arrWidths[] = {-1, 0, 0.25, 0.5, 1, 12, 1e300, -1e300};
+    params.dblWidth = arrWidths[_input.Byte() % 8];
+    const bool bInterlaced = _input.Bit();
+    if (_input.Bit()) {
+        const size_t cbRow = std::min(PlaneRowBytes(src, 0), PlaneRowBytes(dst, 0));
+        const int32_t nFrom = _input.Bit() ? from.nHeight : -from.nHeight;
+        uint8_t* pFrom = nFrom < 0 ? from.Row(from.nHeight - 1) : from.pTop;
+        return _arenas.engine.arrDown[0].Scale_Dyn(pFrom, to.pTop, nFrom, to.nHeight, cbRow,
+                                                   nFrom < 0 ? -from.nStride : from.nStride, to.nStride,
+                                                   params.dblWidth, params.nFlags, _input.Bit());
+    }
+    const auto InfoOf = [](const PLANE& _plane, eZrFCC _fcc) {
+        return RESIZE_INFO{_fcc, _plane.nWidth, _plane.nHeight, static_cast<int32_t>(_plane.nStride)};
+    };
+    return SEH_Resize_n_Sharp(_arenas.engine, from.pTop, to.pTop, InfoOf(from, src.fccType), InfoOf(to, dst.fccType),
+                              bInterlaced, params);
 }
 
 HRESULT Mix(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _dst, const tagRECT* _pSrcRect,
@@ -215,7 +242,7 @@ HRESULT Run(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _dst
     const tagRECT srcRect = _input.Rect(), dstRect = _input.Rect();
     const tagRECT* pSrcRect = nRects & 1 ? &srcRect : nullptr;
     const tagRECT* pDstRect = nRects & 2 ? &dstRect : nullptr;
-    switch (_input.Byte() % 10) {
+    switch (_input.Byte() % 11) {
         case 0:
         case 1: return Scale(_input, _arenas, _src, _dst, pSrcRect, pDstRect);
         case 2: return ColorConvert(_arenas.engine, _src.pBits, _dst.pBits, _src.props, _dst.props, pSrcRect, pDstRect);
@@ -228,6 +255,7 @@ HRESULT Run(Input& _input, ARENAS& _arenas, const LAYER& _src, const LAYER& _dst
             if (_input.Bit()) return MirrorPicture(_dst.pBits, _dst.props, static_cast<eMirror>(_input.Byte() % 4));
             return RotatePicture(_src.pBits, _src.props, _dst.pBits, _dst.props,
                                  _input.Bit() ? eRotate::Left : eRotate::Right);
+        case 9: return Resize(_input, _arenas, _src, _dst);
         default: return Masks(_input, _arenas, _src, pSrcRect);
     }
 }

@@ -9,8 +9,8 @@
 
 namespace zr {
 
-// Any thread; a change waits for the end of a drawing pass. The event "scene_active_set" goes out while the list is
-// locked: a listener that is called synchronously must not come back here. The caller releases scenes and frees texts.
+// Any thread; a change waits for the end of a drawing pass. The event "scene_active_set" goes out when the change is
+// done. The caller releases scenes and frees texts.
 struct IZrScenes : IUnknown {
     static constexpr GUID kIid = GuidOf("5DD288C2-92AB-4A38-B081-990C8B24BA8C");
 
@@ -23,6 +23,7 @@ struct IZrScenes : IUnknown {
     // Adds a scene from XML, or an XML file; empty: a new one, "copy_active=true": a copy of the active one.
     // _pbsSceneID: the wished id on entry, a BSTR that the call frees, or null for one of its making; the id that
     // it was given on return, which the caller frees. An id in use gets "_001" and on. _ppScene may be null.
+    // E_INVALIDARG: the text is no XML. ZR_E_NOT_FOUND_FILE: it is neither XML nor attributes, nor a file that is there.
     virtual HRESULT ScenesAdd(const char16_t* _bsXMLDescOrPathName, BSTR* _pbsSceneID, IZrElements** _ppScene) = 0;
     // Removes a scene; if it was active, the next becomes so, or the one before the last. E_INVALIDARG: an empty id.
     // ZR_E_NOT_FOUND_FILE: no such id. ZR_E_EMPTY: it is the only one, and stays.

@@ -553,8 +553,21 @@ std::vector<ObjectsMap::ObjectPtr> XMLNodeBase::CollectObjects(const NameKey& _k
     return arr;
 }
 
-void XMLNodeBase::RemoveObjectsBelow() {
-    ForEachBelow([](const XMLNodeBase& _node) { const_cast<XMLNodeBase&>(_node).RemoveObjects(); });
+std::vector<ObjectsMap::ObjectPtr> XMLNodeBase::TakeObjectsBelow(std::span<const NameKey> _arrKeep) {
+    std::vector<ObjectsMap::ObjectPtr> arrTaken;
+    ForEachBelow([&](const XMLNodeBase& _node) {
+        OBJECTS* const p = _node.pObjects.load(std::memory_order_acquire);
+        if (!p) return;
+        CRWWriteScope lock(p->lock, "XMLNodeBase::TakeObjectsBelow");
+        NamedList<ObjectsMap::ObjectPtr> arrOld = p->map.RemoveAll();
+        for (auto& entry : arrOld) {
+            if (HasHash(_arrKeep, entry.nHash))
+                p->map.Set(NameKey(entry.name.View()), std::move(entry.value));
+            else
+                arrTaken.push_back(std::move(entry.value));
+        }
+    });
+    return arrTaken;
 }
 
 }  // namespace zr

@@ -196,7 +196,9 @@ public:
     // Those of one name, of this node and all below it, top first.
     std::vector<ObjectsMap::ObjectPtr> CollectObjects(const NameKey& _key) const;
     // Removes all objects of this node and all below it.
-    void RemoveObjectsBelow();
+    void RemoveObjectsBelow() { TakeObjectsBelow(); }
+    // The same but for those of some names, and hands them on: for who holds a lock that their end must not be under.
+    std::vector<ObjectsMap::ObjectPtr> TakeObjectsBelow(std::span<const NameKey> _arrKeep = {});
 
 protected:
     XMLNodeBase() = default;

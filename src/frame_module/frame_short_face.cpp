@@ -110,4 +110,14 @@ HRESULT CZrFrame::FrameAllGet(ZR_TIME* _pTime, ZR_AV_PROPS* _pProps, int32_t* _p
     return S_OK;
 }
 
+HRESULT CZrFrame::FramePictureTake(IUnknown* _pFrom) {
+    const ZrPtr<IZrFrame_I> pFrom = QueryAs<IZrFrame_I>(_pFrom);
+    if (!pFrom) return E_NOINTERFACE;
+    const FrameContent& from = static_cast<const CZrFrame&>(*pFrom).content;
+    if (from.picture.Empty()) return ZR_E_EMPTY;
+    content.picture = from.picture;
+    content.avProps.vidProps = from.avProps.vidProps;
+    return S_OK;
+}
+
 }  // namespace zr

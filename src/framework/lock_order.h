@@ -21,6 +21,8 @@ inline constexpr LockRank kState{100, "state lock"};
 inline constexpr LockRank kFilePlay{150, "play lock of a file"};
 // The tree of an object's keys; held by a set through the change hook, which may rebuild the background.
 inline constexpr LockRank kProperties{200, "property lock"};
+// The list of the threads that push into the streams of an asynchronous mixer.
+inline constexpr LockRank kProducers{250, "producers lock"};
 // Edits of the stream table, and the collection of sources for a synchronous cycle.
 inline constexpr LockRank kChange{300, "change lock"};
 // One pass of the mixer from collection to the end of the audio step.

@@ -17,6 +17,9 @@ struct IZrFrame_I : IZrFrame {
     // those of FrameAudioGetBytes and FrameVideoGetBytes.
     virtual HRESULT FrameAllGet(ZR_TIME* _pTime, ZR_AV_PROPS* _pProps, int32_t* _pcbAudio, uint8_t** _ppAudio,
                                 int32_t* _pcbVideo, uint8_t** _ppVideo) = 0;
+    // Takes over the picture of another frame, by reference and with its record; nothing else changes. E_NOINTERFACE:
+    // that is no frame of this process. ZR_E_EMPTY: it has no picture; this one stays then.
+    virtual HRESULT FramePictureTake(IUnknown* _pFrom) = 0;
 
 protected:
     ~IZrFrame_I() = default;

@@ -21,55 +21,83 @@ bool SameGeometry(const ZR_VID_PROPS& _a, const ZR_VID_PROPS& _b) {
            _a.nRowBytes == _b.nRowBytes && InterlaceClass(&_a) == InterlaceClass(&_b);
 }
 
-// One direction of what is laid: a run of source pixels onto a run of output pixels.
+// One direction of what is laid: source pixels are scaled to _nMade pixels of the output, of which those from nDst0 to
+// nDst1 are seen.
 struct RUN {
-    int32_t nSrc0, nSrc1, nDst0, nDst1;
-    int32_t nBlock0, nBlock1;  // of the whole block
+    int32_t nSrc0 = 0, nSrc1 = 0;
+    int32_t nMade0 = 0, nMade1 = 0;
+    int32_t nDst0 = 0, nDst1 = 0;
+    int32_t nBlock0 = 0, nBlock1 = 0;  // of the whole block, on which its mask lies
     bool Empty() const { return nSrc0 >= nSrc1 || nDst0 >= nDst1; }
 };
 
 int32_t RoundTo(double _dbl, int32_t _nUnit) { return static_cast<int32_t>(std::lround(_dbl / _nUnit)) * _nUnit; }
-int32_t FloorTo(double _dbl, int32_t _nUnit) { return static_cast<int32_t>(std::floor(_dbl / _nUnit)) * _nUnit; }
-int32_t CeilTo(double _dbl, int32_t _nUnit) { return static_cast<int32_t>(std::ceil(_dbl / _nUnit)) * _nUnit; }
 
-// _src: the crop in source pixels, _dst: in output pixels. Units: 2 where pixels share chroma or lines belong to
-// fields. What the crop has outside of the source is taken off the destination in proportion.
+// A size rounded up, but for what is a whole one and the error of a float.
+int32_t SizeOf(double _dbl, int32_t _nUnit) {
+    constexpr double kError = 0.02;
+    return std::max(static_cast<int32_t>(std::ceil((_dbl - kError) / _nUnit)) * _nUnit, 0);
+}
+
+// Leaves out what is outside of the output, by steps of source pixels. So a picture that slides out of view keeps its
+// scale, its place to the pixel, and for most of the way its size.
+void CutRun(RUN& _run, int32_t _nOutput, int32_t _nSrcUnit, int32_t _nDstUnit, int32_t _nStep) {
+    const double dblScale = static_cast<double>(_run.nMade1 - _run.nMade0) / (_run.nSrc1 - _run.nSrc0);
+    const auto Cut = [&](int32_t _nOutside) {
+        const auto nSteps = static_cast<int32_t>(_nOutside / dblScale / _nStep);
+        return std::clamp(nSteps * _nStep, 0, _run.nSrc1 - _run.nSrc0 - _nSrcUnit);
+    };
+    const int32_t nLeft = Cut(-_run.nMade0);
+    _run.nSrc0 += nLeft;
+    _run.nMade0 += RoundTo(nLeft * dblScale, _nDstUnit);
+    const int32_t nRight = Cut(_run.nMade1 - _nOutput);
+    _run.nSrc1 -= nRight;
+    _run.nMade1 -= RoundTo(nRight * dblScale, _nDstUnit);
+}
+
+struct EXTENT {
+    int32_t nSize;  // of source or output
+    int32_t nUnit;  // 2 where pixels share chroma or lines belong to fields
+};
+
+// _dblSrc0 to _dblSrc1: the crop in source pixels, _dblDst0 to _dblDst1: the block in those of the output. What the
+// crop has outside of the source is taken off the block in proportion.
 //
-// What is outside of the output is left out by whole source pixels, so that a picture that slides out of view keeps its
-// scale and place to the pixel.
-RUN MakeRun(double _dblSrc0, double _dblSrc1, int32_t _nSource, int32_t _nSrcUnit, double _dblDst0, double _dblDst1,
-            int32_t _nOutput, int32_t _nDstUnit, bool _bCut) {
-    RUN run{};
-    run.nBlock0 = RoundTo(_dblDst0, _nDstUnit);
-    run.nBlock1 = RoundTo(_dblDst1, _nDstUnit);
-    if (_dblSrc1 <= _dblSrc0 || _dblDst1 <= _dblDst0) return run;
+// Edges are rounded, so that blocks side by side meet; the picture is made in a size of its own, which does not change
+// with its place, and loses a last column or line where the edges lie closer.
+RUN MakeRun(double _dblSrc0, double _dblSrc1, const EXTENT& _source, double _dblDst0, double _dblDst1,
+            const EXTENT& _output, bool _bCut) {
+    RUN run;
+    const int32_t nUnit = _output.nUnit, nSrcUnit = _source.nUnit;
+    run.nBlock0 = RoundTo(_dblDst0, nUnit);
+    run.nBlock1 = run.nBlock0 + SizeOf(_dblDst1 - _dblDst0, nUnit);
+    const double dblSrc0 = std::max(_dblSrc0, 0.0), dblSrc1 = std::min(_dblSrc1, 1.0 * _source.nSize);
+    const int32_t nSourceEnd = _source.nSize - _source.nSize % nSrcUnit;
+    if (dblSrc1 <= dblSrc0 || _dblDst1 <= _dblDst0 || nSourceEnd < nSrcUnit) return run;
     const double dblScale = (_dblDst1 - _dblDst0) / (_dblSrc1 - _dblSrc0);
-    const auto ToDst = [&](double _dblSrc) { return _dblDst0 + (_dblSrc - _dblSrc0) * dblScale; };
-    const auto ToSrc = [&](double _dblDst) { return _dblSrc0 + (_dblDst - _dblDst0) / dblScale; };
-    const double dblSrc0 = std::max(_dblSrc0, 0.0), dblSrc1 = std::min(_dblSrc1, 1.0 * _nSource);
-    if (dblSrc1 <= dblSrc0) return run;
-    const double dblDst0 = ToDst(dblSrc0), dblDst1 = ToDst(dblSrc1);
-    const int32_t nSourceEnd = _nSource - _nSource % _nSrcUnit;
-    run.nSrc0 = std::min(RoundTo(dblSrc0, _nSrcUnit), nSourceEnd - _nSrcUnit);
-    run.nSrc1 = std::clamp(RoundTo(dblSrc1, _nSrcUnit), run.nSrc0 + _nSrcUnit, nSourceEnd);
-    run.nDst0 = RoundTo(dblDst0, _nDstUnit);
-    run.nDst1 = RoundTo(dblDst1, _nDstUnit);
-    const bool bOutside = run.nDst0 < 0 || run.nDst1 > _nOutput;
-    const bool bHuge = run.nDst1 - run.nDst0 > 4 * _nOutput;  // would not be worth its memory, or not fit in it
-    if (!bOutside || (!_bCut && !bHuge)) return run;
-    if (run.nDst1 <= 0 || run.nDst0 >= _nOutput) return RUN{0, 0, 0, 0, run.nBlock0, run.nBlock1};
-    if (run.nDst0 < 0) {
-        run.nSrc0 = std::clamp(FloorTo(ToSrc(0), _nSrcUnit), run.nSrc0, run.nSrc1 - _nSrcUnit);
-        run.nDst0 = std::min(RoundTo(ToDst(run.nSrc0), _nDstUnit), 0);
+    const double dblDst0 = _dblDst0 + (dblSrc0 - _dblSrc0) * dblScale;
+    const double dblDst1 = _dblDst0 + (dblSrc1 - _dblSrc0) * dblScale;
+    run.nSrc0 = std::min(RoundTo(dblSrc0, nSrcUnit), nSourceEnd - nSrcUnit);
+    run.nSrc1 = std::clamp(RoundTo(dblSrc1, nSrcUnit), run.nSrc0 + nSrcUnit, nSourceEnd);
+    run.nMade0 = run.nDst0 = RoundTo(dblDst0, nUnit);
+    run.nMade1 = run.nMade0 + SizeOf(dblDst1 - dblDst0, nUnit);
+    run.nDst1 = std::min(RoundTo(dblDst1, nUnit), run.nMade1);
+    if (run.nDst1 <= 0 || run.nDst0 >= _output.nSize) run.nDst1 = run.nDst0;
+    if (run.Empty()) return run;
+
+    const int32_t nHuge = 4 * _output.nSize;  // would not be worth its memory, or not fit in it
+    const bool bOutside = run.nMade0 < 0 || run.nMade1 > _output.nSize;
+    if (bOutside && (_bCut || run.nMade1 - run.nMade0 > nHuge)) {
+        constexpr int32_t kSteps = 16;
+        const int32_t nStep = std::max((run.nSrc1 - run.nSrc0) / kSteps / nSrcUnit * nSrcUnit, nSrcUnit);
+        CutRun(run, _output.nSize, nSrcUnit, nUnit, nStep);
+        if (run.nMade1 - run.nMade0 > nHuge) CutRun(run, _output.nSize, nSrcUnit, nUnit, nSrcUnit);
+        // Source pixels that are larger than the screen.
+        if (run.nMade1 - run.nMade0 > nHuge) run.nMade0 = std::max(run.nMade0, 0);
+        if (run.nMade1 - run.nMade0 > nHuge) run.nMade1 = run.nMade0 + SizeOf(_output.nSize, nUnit);
     }
-    if (run.nDst1 > _nOutput) {
-        const int32_t nEnd = _nOutput - _nOutput % _nDstUnit;
-        run.nSrc1 = std::clamp(CeilTo(ToSrc(_nOutput), _nSrcUnit), run.nSrc0 + _nSrcUnit, run.nSrc1);
-        run.nDst1 = std::max(RoundTo(ToDst(run.nSrc1), _nDstUnit), nEnd);
-    }
-    // A source pixel larger than the screen.
-    if (run.nDst1 - run.nDst0 > 4 * _nOutput) run.nDst0 = std::max(run.nDst0, 0);
-    if (run.nDst1 - run.nDst0 > 4 * _nOutput) run.nDst1 = run.nDst0 + _nOutput - _nOutput % _nDstUnit;
+    run.nDst0 = std::max(run.nDst0, run.nMade0);
+    run.nDst1 = std::min(run.nDst1, run.nMade1);
     return run;
 }
 
@@ -172,13 +200,14 @@ void MultiplyByMask(const PICTURE& _picture, const MaskPlane& _mask, bool _bOpaq
     }
 }
 
-HRESULT MakeCopy(const PICTURE_BLOCK& _source, const PICTURE_PLAN& _plan, bool _bMask, PICTURE_MAKER& _maker,
-                 BlockPicture& _picture) {
+// _srcRect becomes a picture of size _made.
+HRESULT MakeCopy(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tagSIZE& _made, const PICTURE_PLAN& _plan,
+                 bool _bMask, PICTURE_MAKER& _maker, BlockPicture& _picture) {
     ZR_VID_PROPS& props = _picture.props;
     props = ZR_VID_PROPS();
     props.fccType = CopyFormat(_source.props.fccType, _plan.output.fccType, _bMask);
-    props.nWidth = RectWidth(_picture.dstRect);
-    const int32_t nLines = RectHeight(_picture.dstRect);
+    props.nWidth = _made.cx;
+    const int32_t nLines = _made.cy;
     props.nHeight = PixelFormatBottomUp(props.fccType) ? -nLines : nLines;
     props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
     props.eInterlace = InterlaceClass(&_plan.output) != 0 ? _plan.output.eInterlace : eZrI_Progressive;
@@ -187,18 +216,16 @@ HRESULT MakeCopy(const PICTURE_BLOCK& _source, const PICTURE_PLAN& _plan, bool _
     const SCALING_QUALITY quality = ScalingQuality(_plan.nQuality, _source.props, props, -1);
     const FIELD_RULE rule = FieldRule(_source.props, _plan.output, quality);
     const HRESULT hr = Img_Convert(_maker.engine, _source.pBits, pCopy, _source.props, props, rule.bInterlaced,
-                                   &_picture.srcRect, nullptr, quality.eMode, 0, rule.nFlags);
-    if (hr != S_OK) return hr;
-    _picture.pBits = pCopy;
-    _picture.srcRect = {0, 0, props.nWidth, nLines};
-    return S_OK;
+                                   &_srcRect, nullptr, quality.eMode, 0, rule.nFlags);
+    if (hr == S_OK) _picture.pBits = pCopy;
+    return hr;
 }
 
 // The bytes can be laid as they are: nothing to convert, and every line in its field.
-bool FitsAsItIs(const PICTURE_BLOCK& _source, const PICTURE_PLAN& _plan, const BlockPicture& _picture) {
+bool FitsAsItIs(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tagSIZE& _made,
+                const PICTURE_PLAN& _plan) {
     const ZR_VID_PROPS& props = _source.props;
-    if (RectWidth(_picture.srcRect) != RectWidth(_picture.dstRect)) return false;
-    if (RectHeight(_picture.srcRect) != RectHeight(_picture.dstRect)) return false;
+    if (RectWidth(_srcRect) != _made.cx || RectHeight(_srcRect) != _made.cy) return false;
     if (props.fccType != eZrFCC_ARGB32 && !SameFamily(props.fccType, _plan.output.fccType)) return false;
     if (PixelFormatPlanar(props.fccType)) return false;
     const int32_t nSrc = InterlaceClass(&props), nDst = InterlaceClass(&_plan.output);
@@ -228,34 +255,43 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     const bool bDstPairs = HasChromaPairs(_plan.output.fccType);
     const bool bSrcFields = InterlaceClass(&source.props) != 0 || Is420(source.props.fccType);
     const bool bDstFields = InterlaceClass(&_plan.output) != 0;
-    const RUN across = MakeRun(crop.left * double{1.0} * source.props.nWidth, double{crop.right} * source.props.nWidth,
-                               source.props.nWidth, bSrcPairs || bDstPairs ? 2 : 1, dst.left, dst.right,
-                               _plan.output.nWidth, bDstPairs || bSrcPairs ? 2 : 1, _plan.bCut);
-    const RUN down =
-        MakeRun(double{crop.top} * nLines, double{crop.bottom} * nLines, nLines, bSrcFields || bDstFields ? 2 : 1,
-                dst.top, dst.bottom, AbsHeight(_plan.output.nHeight), bDstFields ? 2 : 1, _plan.bCut);
-    _picture.blockRect = {across.nBlock0, down.nBlock0, across.nBlock1, down.nBlock1};
+    const EXTENT srcAcross{source.props.nWidth, bSrcPairs || bDstPairs ? 2 : 1};
+    const EXTENT dstAcross{_plan.output.nWidth, srcAcross.nUnit};
+    const EXTENT srcDown{nLines, bSrcFields || bDstFields ? 2 : 1};
+    const EXTENT dstDown{AbsHeight(_plan.output.nHeight), bDstFields ? 2 : 1};
+    const RUN across = MakeRun(double{crop.left} * source.props.nWidth, double{crop.right} * source.props.nWidth,
+                               srcAcross, dst.left, dst.right, dstAcross, _plan.bCut);
+    const RUN down = MakeRun(double{crop.top} * nLines, double{crop.bottom} * nLines, srcDown, dst.top, dst.bottom,
+                             dstDown, _plan.bCut);
     if (across.Empty() || down.Empty()) return S_FALSE;
-    _picture.srcRect = {across.nSrc0, down.nSrc0, across.nSrc1, down.nSrc1};
+    const tagRECT block{across.nBlock0, down.nBlock0, across.nBlock1, down.nBlock1};
+    const tagRECT srcRect{across.nSrc0, down.nSrc0, across.nSrc1, down.nSrc1};
+    const tagSIZE made{across.nMade1 - across.nMade0, down.nMade1 - down.nMade0};
     _picture.dstRect = {across.nDst0, down.nDst0, across.nDst1, down.nDst1};
+    // The part of what is made that is seen.
+    const int32_t nX = across.nDst0 - across.nMade0, nY = down.nDst0 - down.nMade0;
+    _picture.srcRect = {nX, nY, nX + across.nDst1 - across.nDst0, nY + down.nDst1 - down.nDst0};
 
-    if (_plan.bHasMask) hr = MakeMask(_plan, _picture.blockRect, _mask, _maker, _picture);
+    if (_plan.bHasMask) hr = MakeMask(_plan, block, _mask, _maker, _picture);
     if (Failed(hr)) return hr;
     const bool bPremultiply =
         _picture.bMasked && CopyFormat(source.props.fccType, _plan.output.fccType, true) == eZrFCC_ARGB32;
-    if (!bPremultiply && FitsAsItIs(source, _plan, _picture)) {
+    if (!bPremultiply && FitsAsItIs(source, srcRect, made, _plan)) {
         _picture.pFrame = &_frame;
         _picture.pBits = source.pBits;
         _picture.props = source.props;
+        const tagRECT& seen = _picture.srcRect;
+        _picture.srcRect = {srcRect.left + seen.left, srcRect.top + seen.top, srcRect.left + seen.right,
+                            srcRect.top + seen.bottom};
         return S_OK;
     }
     _picture.pFrame.Reset();
-    hr = MakeCopy(source, _plan, bPremultiply, _maker, _picture);
+    hr = MakeCopy(source, srcRect, made, _plan, bPremultiply, _maker, _picture);
     if (hr != S_OK || !bPremultiply) return hr;
     PICTURE picture;
     hr = PictureOf(_picture.copy.Data(), _picture.props, picture);
     if (Failed(hr)) return hr;
-    MultiplyByMask(picture, _picture.mask, source.props.fccType != eZrFCC_ARGB32);
+    MultiplyByMask(CutPicture(picture, _picture.srcRect), _picture.mask, source.props.fccType != eZrFCC_ARGB32);
     _picture.bMasked = false;
     return S_OK;
 }

@@ -19,7 +19,6 @@ public:
     ZR_VID_PROPS props;
     tagRECT srcRect{};     // the part of the picture that is laid
     tagRECT dstRect{};     // where, in output pixels, of the same size; may reach over the edges of the output
-    tagRECT blockRect{};   // of the whole block, which borders go around
     bool bMasked = false;  // by the plane below
     MaskPlane mask;        // of the size of both rectangles
 

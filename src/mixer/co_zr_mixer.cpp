@@ -23,8 +23,8 @@ CCoZrMixer::CCoZrMixer()
 }
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
-    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrProps, IZrFormat, IZrSource, IZrSource_I, IZrSender_I,
-                      IZrEventsAdvise>(
+    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrProps, IZrFormat, IZrSource,
+                      IZrSource_I, IZrSender_I, IZrEventsAdvise>(
 
         this, _iid, _ppv);
 }

@@ -6,6 +6,7 @@
 #include "framework/object_format.h"
 #include "mixer/mixer_core.h"
 #include "platform/unknown.h"
+#include "scenes/scenes_impl.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
 #include "zr/file.h"
@@ -17,6 +18,7 @@ namespace zr {
 class CCoZrMixer final : public IZrObject,
                          public IZrFile,
                          public IZrStreams,
+                         public IZrScenesImpl<CCoZrMixer>,
                          public IZrPropsImpl<CCoZrMixer>,
                          public IZrFormatImpl<CCoZrMixer>,
                          public IZrSourceImpl<CCoZrMixer>,
@@ -37,6 +39,7 @@ public:
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
     ObjectEvents& Events_I() { return events; }
+    ScenesSet& Scenes_I() { return core.scenes; }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
     // --- IZrObject

@@ -9,6 +9,8 @@ class IFrameOutput {
 public:
     // Sends a frame, or queues it, which may wait for room. The frame is not written to afterwards.
     virtual void Output(FramePtr _pFrame) = 0;
+    // Whether a receiver sets the pace of the output at this moment.
+    virtual bool IsPacedByReceiver() = 0;
     // The priority of the thread that sends.
     virtual void SetPriority(int32_t _nPriority) = 0;
 

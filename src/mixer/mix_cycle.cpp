@@ -27,8 +27,11 @@ bool HasVideo(const ZR_AV_PROPS& _props) {
 }  // namespace
 
 MixCycle::MixCycle(const MIX_PARTS& _parts)
-    : parts(_parts),
+    : producers(_parts.streams, *this),
+      parts(_parts),
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
+      async(_parts.props.Object(), _parts.format, _parts.streams),
+      draw(_parts.props.Object(), _parts.blocks),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
       nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),
       nSyncFrames(_parts.statistics.Resolve(u"sync.mix_frames")),
@@ -37,7 +40,8 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       nFpsMix(_parts.statistics.Resolve(u"fps_mix")) {}
 
 bool MixCycle::IsSynchronous(int32_t _nKind) const {
-    if (!parts.props.IsSynchronous()) return false;
+    const int32_t nNow = nWay.load(std::memory_order_relaxed);
+    if (nNow == kByKeys ? !parts.props.IsSynchronous() : nNow == kAsync) return false;
     const XMLNodePtr& pObject = parts.props.Object();
     switch (_nKind) {
         case 1: return pObject->AttributeOr(u"sync_mode.async_get", true);
@@ -49,22 +53,31 @@ bool MixCycle::IsSynchronous(int32_t _nKind) const {
 
 HRESULT MixCycle::Start() {
     evStop.Reset();
+    if (nWay.load(std::memory_order_relaxed) == kByKeys) {
+        async.Reset();
+        nWay.store(parts.props.IsSynchronous() ? kSync : kAsync, std::memory_order_relaxed);
+    }
     // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
     if (thread.IsRunning() != CBaseThread::kRunning) {
         if (const HRESULT hr = thread.Start(this, &MixCycle::Run); Failed(hr)) return hr;
     }
     bFirstFrame.store(true, std::memory_order_relaxed);
     thread.Wake();
+    if (!IsSynchronous(0)) producers.Start();
     return S_OK;
 }
 
 void MixCycle::Stop(IEventSink& _events) {
     evStop.Set();
+    producers.Stop();
     thread.Stop(-1);
+    nWay.store(kByKeys, std::memory_order_relaxed);
     clock.Reset();
     audioCalc.Reset();
     rateMeter.Reset();
     request.Release();
+    draw.Reset();
+    pBlack.Reset();
     sync.RemoveSources(_events);
 }
 
@@ -73,21 +86,39 @@ void MixCycle::Run(void* _pCycle, ThreadRun& _run) { static_cast<MixCycle*>(_pCy
 void MixCycle::RunThread(ThreadRun& _run) {
     int64_t nCycle = 0;
     while (_run.WaitWake()) {
-        HRESULT hr = E_OUTOFMEMORY;
-        try {
-            hr = DoMixing_I({}, bFirstFrame.load(std::memory_order_relaxed), nCycle);
-        } catch (const std::bad_alloc&) {
+        // A background that is pushed in drives the cycle from its own thread.
+        if (!IsSynchronous(0) && parts.streams.Background()) {
+            bFirstFrame.store(true, std::memory_order_relaxed);  // of the line that begins when it is gone
+            continue;
         }
+        const HRESULT hr = RunPass({}, bFirstFrame.load(std::memory_order_relaxed), nCycle, _run.StopEvent());
         if (hr == ZR_E_RETRY) {
             _run.Wake();
             continue;
         }
         ++nCycle;
         bFirstFrame.store(false, std::memory_order_relaxed);
-        // The cycle goes on by itself: the pace comes from the output. (A background that is pushed in drives it from
-        // its own thread instead.)
+        // The cycle goes on by itself: the pace comes from the output.
         if (hr == S_OK) _run.Wake();
     }
+}
+
+// One pass at a time, whichever thread it comes from; none once the mixer is to stop, as nothing would pace it.
+HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop) {
+    if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
+    HRESULT hr = E_OUTOFMEMORY;
+    try {
+        hr = DoMixing_I(_pFrameIn, _bFirst, _nCycle);
+    } catch (const std::bad_alloc&) {
+    }
+    evDriver.Set();
+    return hr;
+}
+
+HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
+    HRESULT hr = ZR_E_RETRY;
+    while (hr == ZR_E_RETRY) hr = RunPass(_pFrame, false, 0, _evStop);
+    return hr;
 }
 
 HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
@@ -98,7 +129,6 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     pass.nCycle = _nCycle;
     const bool bSync = IsSynchronous(0);
     FramePtr pBase = _pFrameIn;
-    pass.bMustCopy = true;
     if (bSync) {
         const bool bHold = parts.state.Get() == eZrS_Paused;
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
@@ -110,12 +140,18 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
         pass.bHasInputs = true;
+    } else if (const HRESULT hr = TakePushed(pass, pBase); Failed(hr)) {
+        return hr;
     }
     if (const HRESULT hr = TakeBaseFrame(pass, pBase); Failed(hr)) return hr;
     PrepareFrame(pass);
     cycleTimer.Restart();
     if (const HRESULT hr = Compose(pass); Failed(hr)) return hr;
-    if (pass.bSkipped || (!HasVideo(pass.props) && !AudUsable(pass.props.audProps))) return S_FALSE;
+    if (pass.bSkipped) return S_OK;  // the cycle goes on: a scene that is not ready becomes so by it
+    if (pass.bBlack) {
+        if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
+    }
+    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) return S_FALSE;
     if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
     if (bSync) {
         parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
@@ -126,9 +162,23 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     cycleTimer.Restart();
     parts.output.Output(std::move(pass.pFrame));
     parts.statistics.SetValue(nMixOutput, cycleTimer.Ms());
+    draw.RaiseEvents(parts.events);
     EndTimedPause(pass.time);
     parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
     return S_OK;
+}
+
+// What the producers have pushed into the streams. It may be waited for, without the cycle lock: a pass works on what
+// it has collected.
+HRESULT MixCycle::TakePushed(PASS& _pass, const FramePtr& _pFrameIn) {
+    const eZrState eState = parts.state.Get();
+    _pass.bMustCopy = true;
+    if (eState < eZrS_Paused) return S_OK;
+    const AsyncMixer::CYCLE cycle{_pFrameIn, eState == eZrS_Paused, parts.output.IsPacedByReceiver(), &evStop};
+    const HRESULT hr = async.Async_Request(cycle, request, &_pass.bLocked);
+    _pass.pRequest = &request;
+    _pass.bHasInputs = _pFrameIn || request.Count() > 0;
+    return hr;
 }
 
 void MixCycle::ApplyPriority() {
@@ -185,18 +235,13 @@ HRESULT MixCycle::MakeOwnFrame(PASS& _pass) {
     }
     IZrFFactory* pFactory = nullptr;
     HRESULT hr = FrameFactory(&pFactory);
-    ZR_AV_PROPS propsPicture;
-    propsPicture.vidProps = _pass.props.vidProps;
-    if (Succeeded(hr)) {
-        hr = HasVideo(_pass.props)
-                 ? pFactory->ZrFFrameCreateFromMem(&propsPicture, 0, 0, 0, _pass.pFrame.Out(), nullptr)
-                 : pFactory->ZrFFrameCreatePlain(0, _pass.pFrame.Out());
-    }
+    if (Succeeded(hr)) hr = pFactory->ZrFFrameCreatePlain(0, _pass.pFrame.Out());
     if (Failed(hr)) return hr;
     _pass.pFrame->ZrFTimeGet(&_pass.time);
     StampByCycle(_pass.nCycle, ExactDuration(_pass.props.vidProps), _pass.time);
     MarkFirst(_pass);
     _pass.bOwn = true;
+    _pass.bBlack = HasVideo(_pass.props);
     return S_OK;
 }
 
@@ -239,7 +284,8 @@ HRESULT MixCycle::Compose(PASS& _pass) {
 
 void MixCycle::Stamp(PASS& _pass) {
     const int32_t nPauseChanges = parts.props.Root()->AttributeOr(u"pause_changes", 1);
-    const MIX_STAMP stamp = clock.Stamp(parts.state.Get(), nPauseChanges, ExactDuration(_pass.props.vidProps));
+    const MIX_STAMP stamp = _pass.stamp =
+        clock.Stamp(parts.state.Get(), nPauseChanges, ExactDuration(_pass.props.vidProps));
     _pass.time.rtStartTime = stamp.rtStartTime;
     _pass.time.rtEndTime = stamp.rtEndTime;
     if (stamp.bBreak) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
@@ -276,8 +322,58 @@ void MixCycle::MarkConsumed(PASS& _pass) {
     }
 }
 
-// Scenes and blocks are not on this mixer yet: what is drawn is the base frame.
-void MixCycle::DrawScene(PASS&) { const TraceScope trace("DoMixing_I(Draw)"); }
+// The scene over the base frame; where it shows nothing, the base is the picture as it is.
+void MixCycle::DrawScene(PASS& _pass) {
+    if (!_pass.pRequest) return;
+    arrDraw.clear();
+    for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
+        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
+        if (pStream) arrDraw.push_back({pStream, pStream->Id()});
+    }
+    bool bReady = true;
+    {
+        const ElementPtr pScene = parts.scenes.Active();
+        CRWReadScope lock(parts.scenes.Shared().lock);
+        // One that has been left meanwhile has lost its blocks already.
+        CoElement* const pDrawn = pScene->bSceneActive.load() ? pScene.Get() : nullptr;
+        const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
+        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn);
+    }
+    parts.scenes.Shared().EndDiscarded();
+    if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {
+        clock.SetBreakPending();
+        _pass.props = {};
+        _pass.bSkipped = true;
+        return;
+    }
+    FramePtr pPicture;
+    if (draw.Compose(_pass.bBlack ? nullptr : _pass.pFrame.Get(), &pPicture) == S_OK)
+        TakePicture(_pass, pPicture.Get());
+}
+
+HRESULT MixCycle::TakePicture(PASS& _pass, IZrFFrame* _pFrom) {
+    const ZrPtr<IZrFrame_I> pFrame = _pass.pFrame.As<IZrFrame_I>();
+    const HRESULT hr = pFrame ? pFrame->FramePictureTake(_pFrom) : E_NOINTERFACE;
+    if (Succeeded(hr)) _pass.bBlack = false;
+    return hr;
+}
+
+// Black is filled once and then referenced.
+HRESULT MixCycle::TakeBlack(PASS& _pass) {
+    ZR_AV_PROPS props;
+    if (pBlack) pBlack->ZrFAVPropsGet(&props, nullptr);
+    const ZR_VID_PROPS& wanted = _pass.props.vidProps;
+    if (!pBlack || props.vidProps.fccType != wanted.fccType || props.vidProps.nWidth != wanted.nWidth ||
+        props.vidProps.nHeight != wanted.nHeight || props.vidProps.nRowBytes != wanted.nRowBytes) {
+        IZrFFactory* pFactory = nullptr;
+        HRESULT hr = FrameFactory(&pFactory);
+        props = {};
+        props.vidProps = wanted;
+        if (Succeeded(hr)) hr = pFactory->ZrFFrameCreateFromMem(&props, 0, 0, 0, pBlack.Out(), nullptr);
+        if (Failed(hr)) return hr;
+    }
+    return TakePicture(_pass, pBlack.Get());
+}
 
 // The sound of the background is the output's; without it there is silence, to the sample.
 void MixCycle::MixAudio(PASS& _pass) {

@@ -9,6 +9,9 @@
 #include "framework/event_sink.h"
 #include "framework/object_format.h"
 #include "framework/statistics_sink.h"
+#include "mixer/async_mixer.h"
+#include "mixer/async_producers.h"
+#include "mixer/draw_step.h"
 #include "mixer/elapsed.h"
 #include "mixer/frame_output.h"
 #include "mixer/mix_clock.h"
@@ -19,6 +22,7 @@
 #include "mixer/sync_mixer.h"
 #include "mixer/video_block.h"
 #include "platform/event.h"
+#include "scenes/scenes_set.h"
 
 namespace zr {
 
@@ -30,29 +34,33 @@ struct MIX_PARTS {
     StreamTable& streams;
     MixerLinks& links;
     BlockSet& blocks;
+    ScenesSet& scenes;
     IStatisticsSink& statistics;
     IEventSink& events;
     IFrameOutput& output;
 };
 
-class MixCycle {
+class MixCycle final : private IProducerHost {
 public:
     explicit MixCycle(const MIX_PARTS& _parts);
 
-    // Starts the mix thread unless it runs, and has it begin with a first frame.
+    // Starts the mix thread and the producers unless they run, and has them begin with a first frame. Until the stop
+    // the mixer works in the way that the keys say now.
     HRESULT Start();
-    // Stops the thread, waiting without limit, and forgets clocks and sources. _events: for what that raises.
+    // Stops the threads, waiting without limit, and forgets clocks and sources. _events: for what that raises.
     void Stop(IEventSink& _events);
     // The next pass of a running thread begins at once. Any thread.
     void Wake() { thread.Wake(); }
     // Set from Stop until the next Start: ends the waits of whoever works for the cycle.
     ManualEvent& StopEvent() { return evStop; }
-    // Whether sources are asked for frames, by the keys at this moment. _nKind: 1 in parallel, 2 prepared in parallel,
-    // 3 with frames in flight; 0 the plain question.
+    // Whether sources are asked for frames: of a mixer that runs as it was when it started, else by the keys. _nKind: 1
+    // in parallel, 2 prepared in parallel, 3 with frames in flight; 0 the plain question.
     bool IsSynchronous(int32_t _nKind) const;
 
     // Held through a pass; whoever changes what is on the mixer takes it.
     Mutex mtxCycle{lock_order::kCycle};
+    // Of asynchronous operation; whoever has changed the table updates them.
+    AsyncProducers producers;
 
 private:
     // What a pass works on. Mix thread only.
@@ -62,7 +70,9 @@ private:
         ZR_TIME time;
         int64_t nCycle = 0;
         bool bFirst = false;
+        MIX_STAMP stamp;
         bool bOwn = false;       // the cycle made the frame
+        bool bBlack = false;     // it has no picture yet: what is drawn stands on black
         bool bMustCopy = false;  // the frame's picture is somebody else's as well
         bool bSkipped = false;
         bool bLocked = false;
@@ -72,10 +82,13 @@ private:
 
     static void Run(void* _pCycle, ThreadRun& _run);
     void RunThread(ThreadRun& _run);
+    HRESULT RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop);
     HRESULT DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle);
+    HRESULT TakePushed(PASS& _pass, const FramePtr& _pFrameIn);
+    STREAM_PUT PutNow() const override { return async.Put(); }
+    HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
 
     void ApplyPriority();
-    HRESULT TakeFrames(PASS& _pass);
     HRESULT TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn);
     HRESULT MakeOwnFrame(PASS& _pass);
     void PrepareFrame(PASS& _pass);
@@ -84,6 +97,8 @@ private:
     void CollectStreams(PASS& _pass);
     void MarkConsumed(PASS& _pass);
     void DrawScene(PASS& _pass);
+    HRESULT TakePicture(PASS& _pass, IZrFFrame* _pFrom);
+    HRESULT TakeBlack(PASS& _pass);
     void MixAudio(PASS& _pass);
     void ApplyAudioKeys(PASS& _pass);
     HRESULT FinishFrame(PASS& _pass);
@@ -91,9 +106,17 @@ private:
     void MarkFirst(PASS& _pass);
 
     MIX_PARTS parts;
+    enum : int32_t { kByKeys = -1, kAsync = 0, kSync = 1 };
+
     SyncMixer sync;
-    SyncRequest request;  // of the pass under way; its memory stays
+    AsyncMixer async;
+    std::atomic<int32_t> nWay{kByKeys};  // of a mixer that runs
+    AutoEvent evDriver{true};            // taken by the thread that runs a pass: mix thread or background's producer
+    SyncRequest request;                 // of the pass under way; its memory stays
     MixClock clock;
+    DrawStep draw;
+    std::vector<DRAW_STREAM> arrDraw;  // of the pass
+    FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
     ZrAudioCalc audioCalc;
     RateMeter rateMeter;
     Elapsed cycleTimer;

@@ -15,6 +15,7 @@ void MixerBackground::Exchange(ZrPtr<CCoZrItem> _pItem) {
         if (pOld) links.DisconnectOld({pOld, {}}, events);
         if (_pItem) links.ConnectNew({_pItem, {}}, events);
     }
+    cycle.producers.Update();
     if (pOld && !links.streams.Uses(pOld->Source())) pOld->Close();
 }
 

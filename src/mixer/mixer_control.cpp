@@ -150,8 +150,6 @@ HRESULT MixerControl::StartAs_I(eZrState _eState, double _dblSeconds, DeferredEv
 }
 
 HRESULT MixerControl::Mixer_Start(double _dblSeconds, DeferredEvents& _events) {
-    // A background that pushes its frames drives the cycle from its own thread, which comes with the streams.
-    if (!parts.cycle.IsSynchronous(0) && parts.streams.Background()) return E_NOTIMPL;
     // Here and not at the start of the object: one in error plays without such a start.
     if (const HRESULT hr = parts.output.Open(parts.props.IsSynchronous()); Failed(hr)) return hr;
     {

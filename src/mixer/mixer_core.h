@@ -15,6 +15,7 @@
 #include "mixer/mixer_streams.h"
 #include "mixer/stream_table.h"
 #include "mixer/video_block.h"
+#include "scenes/scenes_set.h"
 
 namespace zr {
 
@@ -26,7 +27,8 @@ public:
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
-          cycle({_props, state, _format, streams, links, blocks, statistics, _events, output}),
+          scenes(_events),
+          cycle({_props, state, _format, streams, links, blocks, scenes, statistics, _events, output}),
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
@@ -39,6 +41,7 @@ public:
     MixerOutput output;
     BlockSet blocks;
     MixerLinks links;
+    ScenesSet scenes;
     MixCycle cycle;
     ItemMaker maker;
     MixerBackground background;

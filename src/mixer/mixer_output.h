@@ -31,6 +31,7 @@ public:
     void SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue);
 
     void Output(FramePtr _pFrame) override;
+    bool IsPacedByReceiver() override { return sender.RateChannels().IsSet(); }
     void SetPriority(int32_t _nPriority) override { queue.SetPriority(_nPriority); }
 
     HRESULT OnActiveDeq(FramePtr& _pFrame, int32_t _nLeft);

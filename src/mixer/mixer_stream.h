@@ -15,6 +15,7 @@
 #include "mixer/rate_meter.h"
 #include "mixer/stream_audio.h"
 #include "mixer/stream_captions.h"
+#include "mixer/stream_rate.h"
 #include "mixer/video_block.h"
 #include "platform/event.h"
 #include "platform/lock.h"
@@ -68,6 +69,11 @@ public:
     int64_t LastPutTime() const { return rtLastPut.load(std::memory_order_relaxed); }
     // Publishes how long a put took.
     void NotePut(double _dblMs, bool _bSkipped);
+    // Of a source that is pushed: whether it gives frames at all, and whether it has any at this moment.
+    void NoteSource(bool _bFed, bool _bHasFrames) {
+        bFed.store(_bFed, std::memory_order_relaxed);
+        bNoFrames.store(!_bHasFrames, std::memory_order_relaxed);
+    }
     void CountSkipped() { statistics.AddCount(counters.nSkipped, 1); }
 
     // --- Mix thread
@@ -118,8 +124,12 @@ public:
     ManualEvent& TakeEvent() { return evTake; }
     int32_t WaitState() const { return nWaitState.load(std::memory_order_relaxed); }
     bool IsLocked() const { return bLocked.load(std::memory_order_relaxed); }
-    // The source says that it has no signal.
-    bool HasNoSignal() const { return bNoSignal.load(std::memory_order_relaxed); }
+    // Its source is there and has not ended.
+    bool IsFed() const { return bFed.load(std::memory_order_relaxed); }
+    // The source has stalled, or says that it has no signal: it is not waited for.
+    bool IsDropping() const {
+        return bNoFrames.load(std::memory_order_relaxed) || bNoSignal.load(std::memory_order_relaxed);
+    }
     StreamAudio& Audio() { return audio; }
 
 private:
@@ -136,9 +146,11 @@ private:
     HRESULT WaitRunning(const INCOMING& _in, const STREAM_PUT& _put);
     bool Admit(INCOMING& _in, IZrFFrame* _pFrame);
     void Count(INCOMING& _in);
-    void PutSound(const INCOMING& _in, const STREAM_PUT& _put);
+    void PutSound(INCOMING& _in, const STREAM_PUT& _put);
+    HRESULT PutSlots(IZrFFrame* _pFrame, INCOMING& _in, const STREAM_PUT& _put);
+    HRESULT WaitHeard(INCOMING& _in, const STREAM_PUT& _put);
     HRESULT PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put);
-    HRESULT WaitTaken(const STREAM_PUT& _put);
+    HRESULT WaitTaken(const INCOMING& _in, const STREAM_PUT& _put);
     bool PutToBlocks(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put);
 
     const std::u16string id;
@@ -154,6 +166,8 @@ private:
     std::atomic<bool> bOpen{false};
     std::atomic<bool> bLocked{false};
     std::atomic<bool> bNoSignal{false};
+    std::atomic<bool> bFed{false};
+    std::atomic<bool> bNoFrames{false};
     std::atomic<bool> bUserBreak{false};  // a frame was lost in a pause: the next one carries a break
     std::atomic<int32_t> nWaitState{kUnknown};
     std::atomic<int32_t> nCaptionLevel{0};  // 0 none, 1 the stream has captions, 2 a block wants them
@@ -175,7 +189,10 @@ private:
     bool bWaitBreak ZR_GUARDED_BY(mtxFrame) = false;
     bool bTransitionHold ZR_GUARDED_BY(mtxFrame) = false;
 
-    std::vector<BlockPtr> arrPutTo;  // the blocks of the put under way: producer only
+    // Producer only.
+    std::vector<BlockPtr> arrPutTo;  // the blocks of the put under way
+    StreamRate rate;
+    std::vector<ZR_TIME> arrSlots;  // of the put under way: when its frame is shown
 };
 
 }  // namespace zr

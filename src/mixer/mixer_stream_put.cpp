@@ -1,5 +1,8 @@
 // The way of a frame into a stream.
 
+#include <algorithm>
+
+#include "media/frame_time.h"
 #include "media/vid_props.h"
 #include "mixer/mix_clock.h"
 #include "mixer/mixer_stream.h"
@@ -7,7 +10,8 @@
 namespace zr {
 namespace {
 
-constexpr uint32_t kLeastPicture = 5;  // bytes
+constexpr uint32_t kLeastPicture = 5;     // bytes
+constexpr int64_t kHeardSlack = 100'000;  // ticks of sound beyond a frame that may be held
 
 bool Has(eZrFrameFlags _eFlags, uint32_t _nBits) { return (_eFlags & _nBits) == _nBits; }
 
@@ -18,6 +22,9 @@ struct ZrMixerStream::INCOMING {
     ZRF_FRAME_INFO info;
     eZrFrameFlags eFlags = eZrFF_None;  // with the break that a pause has left behind
     bool bVideo = false;
+    bool bSound = false;     // goes into the ring
+    int64_t rtBegin = 0;     // of the put of a picture
+    int64_t rtDuration = 0;  // that the frame lasts
 
     bool IsBreak() const { return Has(eFlags, eZrFF_Break); }
     bool IsLive() const { return Has(eFlags, eZrFF_Live); }
@@ -30,24 +37,52 @@ HRESULT ZrMixerStream::PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put) {
     if (!IsOpen()) return ZR_E_NOT_RUNNING;
     if (const HRESULT hr = WaitRunning(in, _put); hr != S_OK) return hr;
     if (!Admit(in, _pFrame)) return S_FALSE;
-    PutSound(in, _put);
 
     const ZR_VID_PROPS& output = _put.output.vidProps;
     const bool bShows = in.bVideo && output.eVideoFormat != eZrVF_Disabled && PropsValid(&output, true) &&
                         in.info.cbVideo >= kLeastPicture;
+    arrSlots.clear();
+    if (bShows && !_put.bSync) {
+        rate.Put(in.info.mTime, in.info.avProps.vidProps.dblRate, output.dblRate, arrSlots);
+    } else if (bShows) {
+        arrSlots.push_back(in.info.mTime);
+    }
+    PutSound(in, _put);
+    in.rtBegin = ClockNow();
+    HRESULT hr = PutSlots(_pFrame, in, _put);
+    if (Succeeded(hr) && !_put.bSync && (in.bSound || !bShows)) hr = WaitHeard(in, _put);
+    if (!bShows && !_put.bSkipped && !_put.bShowLastFrame) DropPictures();
+    return hr;
+}
+
+// The frame goes to the blocks as often as its rate and that of the output ask for.
+HRESULT ZrMixerStream::PutSlots(IZrFFrame* _pFrame, INCOMING& _in, const STREAM_PUT& _put) {
     HRESULT hr = S_OK;
-    if (bShows) {
-        hr = PutMedia_I(_pFrame, in, _put);
-        const int32_t nState = WaitStateOf(in, _put);
+    for (const ZR_TIME& slot : arrSlots) {
+        _in.info.mTime = slot;
+        hr = PutMedia_I(_pFrame, _in, _put);
+        const int32_t nState = WaitStateOf(_in, _put);
         if (hr == S_OK || nState < kLive) nWaitState.store(nState, std::memory_order_relaxed);
-    } else if (!_put.bSkipped && !_put.bShowLastFrame) {
-        DropPictures();
+        if (Failed(hr)) break;
     }
     return hr;
 }
 
+// What no picture holds up is held up by its sound: until the cycle has taken most of it, or the frame's time is over.
+// A frame with nothing to see or hear waits for a cycle.
+HRESULT ZrMixerStream::WaitHeard(INCOMING& _in, const STREAM_PUT& _put) {
+    const int64_t rtFrame = FrameDurationOfRate(_put.output.vidProps.dblRate).rtDuration;
+    do {
+        if (_in.bSound && audio.HeldTime() <= rtFrame + kHeardSlack) return S_OK;
+        if (const HRESULT hr = PutMedia_I(nullptr, _in, _put); Failed(hr)) return hr;
+    } while (_in.bSound && ClockNow() < _in.rtBegin + _in.rtDuration);
+    return S_OK;
+}
+
 void ZrMixerStream::Look(IZrFFrame* _pFrame, const STREAM_PUT& _put, INCOMING& _in) {
     _in.eFlags = _in.info.mTime.eFFlags;
+    _in.rtDuration = _in.info.mTime.rtEndTime - _in.info.mTime.rtStartTime;
+    if (_in.rtDuration <= 0) _in.rtDuration = FrameDurationOfRate(_in.info.avProps.vidProps.dblRate).rtDuration;
     _in.bVideo = PropsValid(&_in.info.avProps.vidProps, true) && _in.info.lpVideo != 0;
     int32_t cb = 0;
     int64_t pb = 0;
@@ -120,7 +155,7 @@ void ZrMixerStream::Count(INCOMING& _in) {
     _in.eFlags = WithBreak(_in.eFlags);
 }
 
-void ZrMixerStream::PutSound(const INCOMING& _in, const STREAM_PUT& _put) {
+void ZrMixerStream::PutSound(INCOMING& _in, const STREAM_PUT& _put) {
     STREAM_SOUND sound;
     sound.props = _in.info.avProps.audProps;
     sound.pbAudio = reinterpret_cast<const uint8_t*>(_in.info.lpAudio);
@@ -129,16 +164,24 @@ void ZrMixerStream::PutSound(const INCOMING& _in, const STREAM_PUT& _put) {
     sound.bHasVideo = _in.bVideo;
     sound.bSync = _put.bSync;
     sound.dblSourceRate = _in.info.avProps.vidProps.dblRate;
+    sound.bRateStep = rate.HasStepped();
     sound.vidOutput = _put.output.vidProps;
     sound.audOutput = _put.output.audProps;
+    _in.bSound = StreamAudio::IsUsable(sound);
     audio.Put(sound);
 }
 
-// Hands a frame with a picture to the blocks.
+// Hands a frame with a picture to the blocks; null: only the state is new.
 HRESULT ZrMixerStream::PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put) {
-    if (const HRESULT hr = WaitTaken(_put); hr != S_OK) return hr;
+    if (const HRESULT hr = WaitTaken(_in, _put); hr != S_OK) return hr;
+    if (!_pFrame) {
+        evTake.Reset();
+        evReady.Set();
+        return S_OK;
+    }
     {
         MutexLock lock(mtxFrame);
+        lastTime = _in.info.mTime;
         if (bWaitBreak && !_in.IsBreak()) {  // closed during the put
             evReady.Set();
             return S_FALSE;
@@ -152,8 +195,15 @@ HRESULT ZrMixerStream::PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const
     return bTook ? S_OK : S_FALSE;
 }
 
-HRESULT ZrMixerStream::WaitTaken(const STREAM_PUT& _put) {
-    const int32_t nSet = WaitAny({&evStop, _put.pAbort, &evTake}, _put.bSync ? 0 : -1);
+// Until the cycle has taken the last frame. A live one waits no longer than it lasts, and then takes its place. Any
+// other waits as long as it takes: this is what holds back a source that has no pace of its own.
+HRESULT ZrMixerStream::WaitTaken(const INCOMING& _in, const STREAM_PUT& _put) {
+    int64_t rtLimit = _put.bSync ? 0 : -1;
+    if (!_put.bSync && WaitState() > kMustWait && !(_in.eFlags & eZrFF_Net)) {
+        const int64_t rtLeft = std::max<int64_t>(_in.rtBegin + _in.rtDuration - ClockNow(), 0);
+        rtLimit = std::min(rtLeft, 2 * FrameDurationOfRate(_put.output.vidProps.dblRate).rtDuration);
+    }
+    const int32_t nSet = WaitAny({&evStop, _put.pAbort, &evTake}, rtLimit);
     if (nSet == 0) {
         evReady.Set();
         return ZR_E_NOT_RUNNING;
@@ -164,27 +214,15 @@ HRESULT ZrMixerStream::WaitTaken(const STREAM_PUT& _put) {
 // True: a block has the frame.
 bool ZrMixerStream::PutToBlocks(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put) {
     blocks.Of(this, arrPutTo);
-    double dblVisible = 0;
-    double dblGain = 0;
     bool bTook = false;
     bool bForceCaptions = false;
     for (const auto& pBlock : arrPutTo) {
         bTook |= pBlock->Put(*_pFrame, _put.nScalingQuality) == S_OK;
         pBlock->SetLastTime(_in.info.mTime);
-        const BLOCK_STATE state = pBlock->State();
-        bForceCaptions |= state.bForceCaptions;
-        if (state.dblAudioGain >= 0) {
-            dblGain += state.dblAudioGain;
-        } else {
-            dblVisible += state.dblVisibleShare;
-        }
+        bForceCaptions |= pBlock->State().bForceCaptions;
     }
     nBlocks.store(static_cast<int32_t>(arrPutTo.size()), std::memory_order_relaxed);
     arrPutTo.clear();
-    if (!_put.bSync) {  // else the walk over the elements adds them up, cycle by cycle
-        ResetGains();
-        AddGains(dblVisible, dblGain);
-    }
     if (bForceCaptions) {
         nCaptionLevel.store(2, std::memory_order_relaxed);
     } else if (CaptionLevel() == 2) {

@@ -78,6 +78,7 @@ HRESULT MixerStreams::Add(std::u16string_view _id, IUnknown* _pExternOrRef, std:
         pItem->Close();
         return hr;
     }
+    parts.cycle.producers.Update();
     if (pOld && !parts.links.streams.Uses(pOld->Source())) pOld->Close();
     if (_ppItem) ZrPtr<IZrItem>(pItem).CopyTo(_ppItem);
     parts.cycle.Wake();
@@ -173,6 +174,9 @@ void MixerStreams::End(const std::vector<CInputStream>& _arrGone) {
         gone.pStream->Close(true);
         if (!bShowLast) gone.pStream->DropPictures();
         SetPlace(*gone.pItem, {});
+    }
+    parts.cycle.producers.Update();
+    for (const CInputStream& gone : _arrGone) {
         if (!parts.links.streams.Uses(gone.pItem->Source())) gone.pItem->Close();
     }
     parts.cycle.Wake();

@@ -23,11 +23,6 @@ int64_t SamplesOf(int64_t _rtDuration, const ZR_AUD_PROPS& _props) {
     return _rtDuration * _props.nSamplesPerSec / kTicksPerSecond;
 }
 
-bool IsUsable(const STREAM_SOUND& _sound) {
-    return AudUsable(_sound.audOutput) && AudUsable(_sound.props) && _sound.pbAudio && _sound.cbAudio >= kLeastBytes &&
-           (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause;
-}
-
 bool IsPureBreak(eZrFrameFlags _eFlags) { return (_eFlags & 0x31u) == eZrFF_Break; }
 
 }  // namespace
@@ -40,6 +35,11 @@ StreamAudio::StreamAudio(const std::u16string& _id, IStatisticsSink& _statistics
           return COUNTERS{Counter(u"drop_on_break"), Counter(u"wrong_size"), Counter(u"fake"),   Counter(u"overflow"),
                           Counter(u"reset"),         Counter(u"not_enough"), Counter(u"silence")};
       }()) {}
+
+bool StreamAudio::IsUsable(const STREAM_SOUND& _sound) {
+    return AudUsable(_sound.audOutput) && AudUsable(_sound.props) && _sound.pbAudio && _sound.cbAudio >= kLeastBytes &&
+           (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause;
+}
 
 void StreamAudio::Put(const STREAM_SOUND& _sound) {
     const int64_t rtFrame = FrameDurationOfRate(_sound.vidOutput.dblRate).rtDuration;

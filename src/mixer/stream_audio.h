@@ -49,6 +49,14 @@ public:
     void CountNotEnough() { statistics.AddCount(counters.nNotEnough, 1); }
     void CountSilence() { statistics.AddCount(counters.nSilence, 1); }
 
+    // How much sound is held, in ticks. Any thread.
+    int64_t HeldTime() {
+        MutexLock lock(mtx);
+        return Held();
+    }
+    // Whether a put of such sound goes into the ring.
+    static bool IsUsable(const STREAM_SOUND& _sound);
+
     ManualEvent& WantedEvent() { return evWanted; }  // about a frame of sound is held
     ManualEvent& RoomEvent() { return evRoom; }      // clear while too much is held
 

@@ -109,4 +109,26 @@ HRESULT File::Trim() {
     return ftruncate(nDescriptor, static_cast<off_t>(cb)) == 0 ? S_OK : StatusFromErrno(errno);
 }
 
+HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb) {
+    if (!_szName) return E_POINTER;
+    if (!*_szName) return E_INVALIDARG;
+    try {
+        const std::string sName = Utf8FromUtf16(_szName);
+        struct stat info {};
+        if (stat(sName.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) return ZR_E_NOT_SUPPORTED;
+        const std::u16string strTemp = std::u16string(_szName) + u"." + Utf16FromUtf8(std::to_string(getpid())) + u"~";
+        const std::string sTemp = Utf8FromUtf16(strTemp);
+        File file;
+        HRESULT hr = file.Open(strTemp.c_str(), File::Access::Create);
+        if (Succeeded(hr)) hr = file.WriteAt(0, _pv, _cb);
+        if (Succeeded(hr) && fsync(file.nDescriptor) != 0) hr = StatusFromErrno(errno);
+        file.Close();
+        if (Succeeded(hr) && rename(sTemp.c_str(), sName.c_str()) != 0) hr = StatusFromErrno(errno);
+        if (Failed(hr)) unlink(sTemp.c_str());
+        return hr;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
 }  // namespace zr

@@ -39,7 +39,12 @@ public:
     HRESULT Trim();
 
 private:
+    friend HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb);
     int nDescriptor = -1;
 };
+
+// Puts a file with these bytes in the place of the one of that name, if any: who opens it sees the old one or the new
+// one, whole, whatever happens meanwhile.
+HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb);
 
 }  // namespace zr

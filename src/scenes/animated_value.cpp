@@ -72,6 +72,8 @@ struct PARTS {
     PARTS(XMLNodeBase& _element, double _dblNow) : pTarget(&_element) {
         if (!_element.FindChildNodes(arrParts, arr)) return;
         dblProgress = Progress(arr[kFrom].Get(), _dblNow);
+        // An element that was shown again at once may still have the node.
+        if (arr[kHide] && OwnValue(_element, arrNames[kShow].key) != 0.0) arr[kHide] = {};
         if (arr[kHide]) {
             pTarget = arr[kHide];
             pTarget->FindChildNodes({arrParts + kAdd, 2}, arr + kAdd);

@@ -1,13 +1,78 @@
 #include "scenes/element.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace zr {
+
+void ScenesShared::Discard(XMLNodeRef _pNode) {
+    MutexLock hold(mtx);
+    arrNodes.push_back(std::move(_pNode));
+}
+
+void ScenesShared::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) {
+    MutexLock hold(mtx);
+    std::move(_arrObjects.begin(), _arrObjects.end(), std::back_inserter(arrObjects));
+}
+
+void ScenesShared::EndDiscarded() {
+    std::vector<XMLNodeRef> arrOldNodes;
+    std::vector<ObjectsMap::ObjectPtr> arrOldObjects;
+    MutexLock hold(mtx);
+    arrOldNodes.swap(arrNodes);
+    arrOldObjects.swap(arrObjects);
+}
+
+ElementLock::ElementLock(const CoElement& _element, const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS
+    : pShared(_element.Shared()) {
+    if (pShared) pShared->lock.EnterWrite(_szLabel);
+}
+
+ElementLock::~ElementLock() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (!pShared) return;
+    pShared->lock.LeaveWrite();
+    pShared->EndDiscarded();
+}
+
+void CoElement::Discard(XMLNodeRef _pNode) const {
+    if (pShared) pShared->Discard(std::move(_pNode));
+}
+
+void CoElement::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) const {
+    if (pShared && !_arrObjects.empty()) pShared->Discard(std::move(_arrObjects));
+}
+
+ElementPtr CoElement::Top() {
+    ElementPtr p(this);
+    for (ElementPtr pUp = Parent(); pUp; pUp = p->Parent()) p = pUp;
+    return p;
+}
+
+ElementPtr CoElement::CreateTop(std::u16string_view _tag, std::shared_ptr<ScenesShared> _pShared) {
+    ElementPtr p = Create(_tag, &kId);
+    p->pShared = std::move(_pShared);
+    return p;
+}
+
+XMLNodeBase* CoElement::NewNode(TreeSource* _pSource) const {
+    CoElement* const p = static_cast<CoElement*>(XMLNodeImpl::NewNode(_pSource));
+    p->pShared = pShared;
+    return p;
+}
 
 HRESULT CoElement::QueryInterface(const GUID& _iid, void** _ppv) {
     if (!_ppv) return E_POINTER;
-    if (_iid == IZrNode::kIid) {
+    if (_iid == IZrElement::kIid) {
+        *_ppv = static_cast<IZrElement*>(this);
+    } else if (_iid == IZrElements::kIid) {
+        *_ppv = static_cast<IZrElements*>(this);
+    } else if (_iid == IZrNode::kIid) {
         *_ppv = static_cast<IZrNode*>(this);
     } else if (_iid == IZrAttributes::kIid) {
         *_ppv = static_cast<IZrAttributes*>(this);
+    } else if (_iid == kIid) {
+        *_ppv = this;
     } else {
         return XMLNodeBase::QueryInterface(_iid, _ppv);
     }

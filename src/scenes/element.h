@@ -2,37 +2,101 @@
 // One element of a scene. A scene is a tree of them: where each stream stands on the output picture.
 
 #include <atomic>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "attributes/attributes_impl.h"
 #include "attributes/node_impl.h"
 #include "attributes/xml_node.h"
+#include "framework/lock_order.h"
+#include "platform/rw_lock.h"
+#include "scenes/element_impl.h"
 
 namespace zr {
 
 class CoElement;
 using ElementPtr = ZrPtr<CoElement>;
 
+// What the elements of all scenes of one object share. The lock: of the list of scenes and the structure of their
+// trees; held shared while the active one is drawn, exclusively by whoever changes the structure or begins a change of
+// values, so that no frame shows half of it. Single attributes need it not.
+class ScenesShared {
+public:
+    CRWSynchroLiteRW lock{lock_order::kScenes};
+
+    // What was taken out under the lock; it ends after it, since its end takes locks of others.
+    void Discard(XMLNodeRef _pNode);
+    void Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects);
+    // Not under the lock.
+    void EndDiscarded();
+
+private:
+    Mutex mtx;  // a leaf
+    std::vector<XMLNodeRef> arrNodes ZR_GUARDED_BY(mtx);
+    std::vector<ObjectsMap::ObjectPtr> arrObjects ZR_GUARDED_BY(mtx);
+};
+
 // Its tag is its type and its id its name in the tree: an element is addressed by its id. It has no code of its own for
 // each type; the drawing knows what each does. Run-time companions of an element stand among its objects.
 class CoElement final : public XMLNodeImpl<CoElement, ElementPtr>,
                         public IZrNodeImpl<CoElement>,
-                        public IZrAttributesImpl<CoElement> {
+                        public IZrAttributesImpl<CoElement>,
+                        public IZrElementImpl<CoElement> {
 public:
     static constexpr NameKey kId{u"id"};
+    // An element as itself, for who has any of its faces.
+    static constexpr GUID kIid = GuidOf("5E3B6E02-6C1B-4C3E-9D0A-7F1C2B9A4D11");
 
-    // A new top whose elements have ids. Throws std::bad_alloc.
-    static ElementPtr CreateTop(std::u16string_view _tag) { return Create(_tag, &kId); }
+    // A new top whose elements have ids. _pShared: empty where nobody draws it. Throws std::bad_alloc.
+    static ElementPtr CreateTop(std::u16string_view _tag, std::shared_ptr<ScenesShared> _pShared = {});
 
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override;
     uint32_t AddRef() override { return XMLNodeBase::AddRef(); }
     uint32_t Release() override { return XMLNodeBase::Release(); }
 
-    std::atomic<bool> bSceneActive{false};  // of a root: it is the scene that is drawn
+    // That of the scenes that the element is in or came from; may be empty.
+    const std::shared_ptr<ScenesShared>& Shared() const { return pShared; }
+
+    // To be done with what is taken out of it; see there.
+    void Discard(XMLNodeRef _pNode) const;
+    void Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) const;
+    // The element at the top of the tree. Under the scenes lock.
+    ElementPtr Top();
+
+    // --- Of a root
+
+    std::atomic<bool> bSceneActive{false};  // it is the scene that is drawn
+
+    // Views that wait for their turn, and what each is told.
+    struct VIEW_QUEUE {
+        std::deque<std::u16string> arrPending;
+        double dblStepTime = 0;
+        std::u16string strStepParam;
+    };
+    Mutex mtxViews;  // a leaf
+    VIEW_QUEUE views ZR_GUARDED_BY(mtxViews);
 
 private:
     friend class XMLNodeImpl<CoElement, ElementPtr>;
     CoElement() = default;
     ~CoElement() override = default;
+    XMLNodeBase* NewNode(TreeSource* _pSource) const override;
+
+    std::shared_ptr<ScenesShared> pShared;  // set before anybody else knows the node
+};
+
+// Holds the scenes lock of an element exclusively, if it has one.
+class ElementLock {
+public:
+    ElementLock(const CoElement& _element, const char* _szLabel);
+    ~ElementLock();
+    ElementLock(const ElementLock&) = delete;
+    ElementLock& operator=(const ElementLock&) = delete;
+
+private:
+    const std::shared_ptr<ScenesShared> pShared;
 };
 
 }  // namespace zr

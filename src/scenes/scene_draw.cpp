@@ -5,6 +5,7 @@
 
 #include "media/pixel_format.h"
 #include "media/vid_props.h"
+#include "scenes/element_names.h"
 
 namespace zr {
 
@@ -13,10 +14,7 @@ namespace {
 // A tree that is deeper is not drawn below this: the mix thread's stack has to hold the walk.
 constexpr int32_t kMaxDrawDepth = 512;
 
-constexpr NameKey keyDstRect{u"dst_rect"};
-constexpr NameKey keyHighlight{u"highlight_item"};
-constexpr NameKey keyRemove{u"_remove_"};
-constexpr NameKey keyClone{u"clone"};
+constexpr NameKey keyForeground{u"foreground"};
 
 constexpr NameKey keyPos{u"pos"}, keySpos{u"spos"}, keyMaintainAr{u"maintain_ar"}, keyStreamID{u"stream_id"},
     keyStreamIdx{u"stream_idx"}, keyMask{u"mask"}, keyScreenMask{u"screen_mask"}, keyBorders{u"borders"},
@@ -28,19 +26,12 @@ enum eType : int32_t { kGroup, kBlock, kImg, kVideo, kTickerItem = 13, kLoadedIt
 constexpr NameKey arrTypes[] = {u"group",   u"block", u"img",    u"video",       u"text",
                                 u"crawl",   u"roll",  u"matrix", u"cloud",       u"cube",
                                 u"polygon", u"star",  u"ticker", u"ticker_item", u"loaded_item"};
-// Children that are settings of their parent.
-constexpr NameKey arrSettings[] = {u"on_show",   u"on_hide",        u"add",
-                                   u"vary",      u"on_select",      u"node_from",
-                                   u"node_hide", u"_sel_restore_",  u"_ticker_next_restore_",
-                                   u"clone",     u"attributes_info"};
 
-int32_t TypeOf(const CoElement& _element) {
-    const uint64_t nHash = _element.TypeHash();
+int32_t TypeOf(uint64_t _nHash) {
     for (size_t i = 0; i < std::size(arrTypes); ++i)
-        if (arrTypes[i].nHash == nHash) return static_cast<int32_t>(i);
-    for (const NameKey& key : arrSettings)
-        if (key.nHash == nHash) return kSetting;
-    return kUnknown;
+        if (arrTypes[i].nHash == _nHash) return static_cast<int32_t>(i);
+    if (_nHash == keyForeground.nHash) return kGroup;  // the usual place for a scene's elements
+    return element::IsSettingNode(_nHash) ? kSetting : kUnknown;
 }
 
 // The names from below the scene down, as ElementsGetByID takes them.
@@ -85,19 +76,20 @@ void SceneWalk::Draw(DrawContext& _context, CoElement& _scene, CoElement& _foreg
     ElementPtr pHeld;
     highlight.clear();
     _foreground.VisitOwnAttributes([&](uint64_t _nHash, AttrValue& _value) {
-        if (_nHash == keyHighlight.nHash) highlight = _value.Text();
+        if (_nHash == element::kHighlight.nHash) highlight = _value.Text();
     });
     if (highlight.empty()) {
         _scene.VisitOwnAttributes([&](uint64_t _nHash, AttrValue& _value) {
-            if (_nHash == keyHighlight.nHash) highlight = _value.Text();
+            if (_nHash == element::kHighlight.nHash) highlight = _value.Text();
         });
     }
     if (!highlight.empty()) pHeld = _foreground.Find(highlight);
+    if (!highlight.empty() && !pHeld) pHeld = _scene.Find(highlight);
     pHighlight = pHeld.Get();
 
     const RECT_F root{0, 0, static_cast<float>(_context.target_props.nWidth),
                       static_cast<float>(AbsHeight(_context.target_props.nHeight))};
-    WalkChildren(_foreground, root, pHighlight ? 0.5 : 1.0, 0);
+    WalkChildren(_scene, root, pHighlight ? 0.5 : 1.0, 0);
     pHighlight = nullptr;
     pContext = nullptr;
     bChangeEnded = _context.bChangeEnded;
@@ -112,6 +104,7 @@ void SceneWalk::WalkChildren(CoElement& _element, const RECT_F& _parent, double 
         if (!pChild->IsText() &&
             DrawElement(*pChild, {&_parent, &cursor, _dblAlpha, _nDepth}, kUnknown) == kRemoveElement &&
             _element.RemoveChild(pChild.Get())) {
+            _element.Discard(pChild);
             continue;  // the next one has moved to this place
         }
         ++i;
@@ -132,7 +125,7 @@ struct SceneWalk::TEXTS {
     void operator()(uint64_t _nHash, AttrValue& _value) {
         if (_nHash == keyPos.nHash)
             place.position = ReadPosition(_value.Text());
-        else if (_nHash == keyRemove.nHash)
+        else if (_nHash == element::kRemove.nHash)
             bRemove = _value.As<bool>();
         else if (bVideo)
             Video(_nHash, _value);
@@ -155,7 +148,7 @@ struct SceneWalk::TEXTS {
 };
 
 HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone) {
-    int32_t nType = TypeOf(_element);
+    int32_t nType = TypeOf(_element.TypeHash());
     if (_nTypeOfClone != kUnknown && nType < 0) nType = _nTypeOfClone;
     if (nType == kSetting) return S_OK;
     DrawContext& context = *pContext;
@@ -218,13 +211,16 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
 
 // The outgoing copy of an element, drawn over it until its own change has ended.
 void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType) {
-    const ElementPtr pClone = _element.FindChild(keyClone);
+    const ElementPtr pClone = _element.FindChild(element::kClone);
     if (!pClone || _visit.nDepth >= kMaxDrawDepth) return;
     RECT_F cursor = *_visit.pCursor;
     const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1};
-    if (DrawElement(*pClone, visit, std::max<int32_t>(_nType, kGroup)) == kRemoveElement) {
+    // Where its type has gone with the change, it says what it was.
+    std::u16string type;
+    const int32_t nOwn = pClone->GetAttribute(element::kCloneType.text, type) ? TypeOf(NameHash(type)) : _nType;
+    if (DrawElement(*pClone, visit, std::max<int32_t>(nOwn, kGroup)) == kRemoveElement) {
         DropBelow(*pClone, _visit.nDepth);
-        _element.RemoveChild(pClone.Get());
+        if (_element.RemoveChild(pClone.Get())) _element.Discard(pClone);
     }
 }
 
@@ -249,11 +245,11 @@ void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth) {
 
 // Where the element stands, for hit tests.
 void SceneWalk::Note(CoElement& _element, const RECT_F& _rect, const RECT_F& _crop) {
-    auto pRects = _element.ObjectAs<CAutoObj<ElementRects>>(keyDstRect);
+    auto pRects = _element.ObjectAs<CAutoObj<ElementRects>>(element::kDstRect);
     if (!pRects) {
         pRects = ElementRects::Make();
         if (!pRects) return;
-        _element.SetObject(keyDstRect, ObjectVal<CAutoObj<ElementRects>>::Make(pRects));
+        _element.SetObject(element::kDstRect, ObjectVal<CAutoObj<ElementRects>>::Make(pRects));
     }
     pRects->Set({FractionOf(_rect, pContext->target_props), _crop});
 }

@@ -73,7 +73,8 @@ public:
     // The walk begins anew: another scene, or one that has been loaded.
     void Reset();
 
-    // One pass over the children of the foreground.
+    // One pass over the elements of a scene, in the foreground and beside it. _foreground: where its highlight is
+    // named; the scene itself when it has none.
     void Draw(DrawContext& _context, CoElement& _scene, CoElement& _foreground);
     // Raises the events of the passes so far, with no lock held.
     void RaiseEvents(IEventSink& _events);

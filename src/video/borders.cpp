@@ -55,12 +55,12 @@ EDGES EdgesOf(int64_t _nFirst, int64_t _nEnd, int64_t _nBefore, int64_t _nBehind
 }
 
 // Empty when nothing of it is inside.
-tagRECT CutToPicture(int64_t _nLeft, int64_t _nTop, int64_t _nRight, int64_t _nBottom, const PICTURE& _picture) {
+tagRECT CutToPicture(int64_t _nLeft, int64_t _nTop, int64_t _nRight, int64_t _nBottom, const ZR_VID_PROPS& _props) {
+    const int32_t nWidth = _props.nWidth, nHeight = AbsHeight(_props.nHeight);
     const auto Inside = [](int64_t _n, int32_t _nSize) {
         return static_cast<int32_t>(std::clamp<int64_t>(_n, 0, _nSize));
     };
-    return {Inside(_nLeft, _picture.Width()), Inside(_nTop, _picture.Height()), Inside(_nRight, _picture.Width()),
-            Inside(_nBottom, _picture.Height())};
+    return {Inside(_nLeft, nWidth), Inside(_nTop, nHeight), Inside(_nRight, nWidth), Inside(_nBottom, nHeight)};
 }
 
 bool CanMix(eZrFCC _fccType) {
@@ -68,11 +68,24 @@ bool CanMix(eZrFCC _fccType) {
     return _fccType != eZrFCC_v210 && _fccType != kFCC_r210 && _fccType != kFCC_RGB565 && _fccType != kFCC_RGB555;
 }
 
-uint32_t WeightOf(const FILL_COLOUR& _colour, double _dblAlpha) {
+}  // namespace
+
+uint32_t BorderWeight(const FILL_COLOUR& _colour, double _dblAlpha) {
     return MixWeight(std::min(_dblAlpha, 1.0) * _colour.nAlpha / 255.0, 256);
 }
 
-}  // namespace
+bool BorderRects(const ZR_VID_PROPS& _props, const tagRECT& _rect, const BORDERS& _borders, tagRECT (&_arrSides)[4]) {
+    const tagRECT rect = CutToPicture(_rect.left, _rect.top, _rect.right, _rect.bottom, _props);
+    if (rect.left >= rect.right || rect.top >= rect.bottom) return false;
+    const int32_t* pWidths = _borders.arrWidths;
+    const EDGES across = EdgesOf(rect.left, rect.right, pWidths[0], pWidths[2], !PixelFormatBottomUp(_props.fccType));
+    const EDGES down = EdgesOf(rect.top, rect.bottom, pWidths[1], pWidths[3], InterlaceClass(&_props) != 0);
+    _arrSides[0] = CutToPicture(across.nOuter0, down.nInner0, across.nInner0, down.nInner1, _props);
+    _arrSides[1] = CutToPicture(across.nOuter0, down.nOuter0, across.nOuter1, down.nInner0, _props);
+    _arrSides[2] = CutToPicture(across.nInner1, down.nInner0, across.nOuter1, down.nInner1, _props);
+    _arrSides[3] = CutToPicture(across.nOuter0, down.nInner1, across.nOuter1, down.nOuter1, _props);
+    return true;
+}
 
 HRESULT ReadBorders(std::u16string_view _widths, std::u16string_view _colours, BORDERS* _pBorders) {
     *_pBorders = {};
@@ -114,23 +127,14 @@ HRESULT DrawBorders(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, const tagRECT
     PICTURE picture;
     const HRESULT hr = PictureOf(_pBuffer, _props, picture);
     if (Failed(hr)) return hr;
-    const tagRECT rect = CutToPicture(_rect.left, _rect.top, _rect.right, _rect.bottom, picture);
-    if (rect.left >= rect.right || rect.top >= rect.bottom) return S_FALSE;
-
-    const int32_t* pWidths = _borders.arrWidths;
-    const EDGES across = EdgesOf(rect.left, rect.right, pWidths[0], pWidths[2], !PixelFormatBottomUp(picture.fccType));
-    const EDGES down = EdgesOf(rect.top, rect.bottom, pWidths[1], pWidths[3], InterlaceClass(&_props) != 0);
-    const tagRECT arrSides[kSides] = {
-        CutToPicture(across.nOuter0, down.nInner0, across.nInner0, down.nInner1, picture),
-        CutToPicture(across.nOuter0, down.nOuter0, across.nOuter1, down.nInner0, picture),
-        CutToPicture(across.nInner1, down.nInner0, across.nOuter1, down.nInner1, picture),
-        CutToPicture(across.nOuter0, down.nInner1, across.nOuter1, down.nOuter1, picture)};
+    tagRECT arrSides[kSides];
+    if (!BorderRects(_props, _rect, _borders, arrSides)) return S_FALSE;
     // Before the first is drawn it shows whether all can be.
     HRESULT hrAll = S_OK;
     for (const bool bDraw : {false, true})
         for (size_t i = 0; i < kSides && Succeeded(hrAll); ++i) {
             const tagRECT& side = arrSides[i];
-            const uint32_t nWeight = WeightOf(_borders.arrColours[i], _dblAlpha);
+            const uint32_t nWeight = BorderWeight(_borders.arrColours[i], _dblAlpha);
             if (nWeight == 0 || side.left >= side.right || side.top >= side.bottom) continue;
             if (bDraw)
                 hrAll = MixColour(CutPicture(picture, side), _borders.arrColours[i], nWeight);

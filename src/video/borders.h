@@ -20,6 +20,12 @@ struct BORDERS {
 // right, top and bottom; a missing fourth is 0. Without any colour all are white. S_FALSE: there is no border.
 HRESULT ReadBorders(std::u16string_view _widths, std::u16string_view _colours, BORDERS* _pBorders);
 
+// The four rectangles that DrawBorders fills, in the order of the sides; empty ones are not drawn. False: _rect is
+// outside of the picture.
+bool BorderRects(const ZR_VID_PROPS& _props, const tagRECT& _rect, const BORDERS& _borders, tagRECT (&_arrSides)[4]);
+// How much of a side's colour is mixed, of 256.
+uint32_t BorderWeight(const FILL_COLOUR& _colour, double _dblAlpha);
+
 // Draws borders around (_rect cut to the picture), at _dblAlpha (0 to 1) times the alpha of each colour; top and bottom
 // take the corners. Formats with shared chroma: columns and widths go up to even. Interlaced: rows and heights too, so
 // that both fields have the same border. What lies outside of the picture is left out.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "media/pixel_format.h"
 #include "media/vid_props.h"
 #include "platform/thread_pool.h"
 #include "video/color_convert.h"
@@ -44,10 +45,9 @@ HRESULT CopyPictureCC(const PICTURE& _src, const PICTURE& _dst, int32_t _nSrcCla
     const bool bPlanes = _src.IsPlanar() || _dst.IsPlanar();
     HRESULT hr = bPlanes ? S_OK : RowConverter::Make(_src.fccType, _dst.fccType, converter);
     if (Failed(hr)) return hr;
-    const int32_t nDown = LinesDown(_nSrcClass, _nDstClass), nWidth = _dst.Width(),
+    const int32_t nDown = _dst.Height() > 1 ? LinesDown(_nSrcClass, _nDstClass) : 0, nWidth = _dst.Width(),
                   nRows = _dst.Height() - (nDown != 0 ? 1 : 0);
     const int32_t nSrcFirst = nDown < 0 ? 1 : 0, nDstFirst = nDown > 0 ? 1 : 0;
-    if (nRows < 1) return S_OK;
     const PICTURE src = CutPicture(_src, {0, nSrcFirst, nWidth, nSrcFirst + nRows});
     const PICTURE dst = CutPicture(_dst, {0, nDstFirst, nWidth, nDstFirst + nRows});
     const bool bSplit = _nThreads >= 2 && nDown == 0;
@@ -63,11 +63,24 @@ HRESULT CopyPictureCC(const PICTURE& _src, const PICTURE& _dst, int32_t _nSrcCla
     return S_OK;
 }
 
+namespace {
+
+// Packed 4:2:2 has pixels in pairs: of an odd width the last pixel is dropped.
+ZR_VID_PROPS WholePairs(const ZR_VID_PROPS& _props) {
+    ZR_VID_PROPS props = _props;
+    if (!HasChromaPairs(props.fccType) || PixelFormatPlanar(props.fccType) || props.nWidth < 2) return props;
+    if (props.nRowBytes == 0) props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
+    props.nWidth &= ~1;
+    return props;
+}
+
+}  // namespace
+
 HRESULT CopyFrameCC(const uint8_t* _pSrc, uint8_t* _pDst, const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps,
                     int32_t _nThreads) {
     PICTURE src, dst;
-    HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), _srcProps, src);
-    if (Succeeded(hr)) hr = PictureOf(_pDst, _dstProps, dst);
+    HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), WholePairs(_srcProps), src);
+    if (Succeeded(hr)) hr = PictureOf(_pDst, WholePairs(_dstProps), dst);
     if (Failed(hr)) return hr;
     if (src.IsPlanar() || dst.IsPlanar()) return kTypeNotAccepted;
     const tagRECT both = {0, 0, std::min(src.Width(), dst.Width()), std::min(src.Height(), dst.Height())};

@@ -10,7 +10,6 @@
 #include "media/vid_props.h"
 #include "platform/unknown.h"
 #include "video/crop.h"
-#include "video/deinterlace.h"
 #include "video/frame_turn.h"
 #include "video/mirror.h"
 #include "video/picture_frame.h"
@@ -60,7 +59,15 @@ HRESULT CutAndTurn(const FRAME_CONVERT_OPTIONS& _options, ZrFrameFactory_I* _pFa
     }
     const eRotate rotate = ReadRotate(_options.svRotate);
     if (rotate == eRotate::None) return S_OK;
-    ZrPtr<IZrFrame> pTurned;
+    ZR_AV_PROPS avProps;
+    hr = (*_ppFrame)->FrameAVPropsGet(&avProps);
+    if (Failed(hr)) return hr;
+    ZrPtr<IZrFrame> pTurned, pPacked;
+    if (!CanRotate(avProps.vidProps.fccType)) {
+        hr = (*_ppFrame)->FrameClone(pPacked.Out(), eZrFC_Video, eZrFCC_UYVY);
+        if (Failed(hr)) return hr;
+        *_ppFrame = std::move(pPacked);
+    }
     hr = Rotate90(_pFactory, rotate == eRotate::Right, _ppFrame->Get(), pTurned.Out(), nullptr);
     if (Succeeded(hr)) *_ppFrame = std::move(pTurned);
     return hr;
@@ -87,6 +94,12 @@ bool IsAsWanted(const ZR_VID_PROPS& _source, const ZR_VID_PROPS& _wanted) {
     ZR_VID_PROPS source = _source;
     if (InterlaceClass(&_source) == InterlaceClass(&_wanted)) source.eInterlace = _wanted.eInterlace;
     return SameProps(&source, &_wanted, 0);
+}
+
+// Neither a size nor a shape: the whole picture, whatever column and line its new format drops.
+bool AsksForWhole(const ZR_VID_PROPS& _wanted) {
+    const bool bAspect = _wanted.nAspectX > 0 && _wanted.nAspectY > 0;
+    return _wanted.eVideoFormat == eZrVF_Custom && _wanted.nWidth < 1 && _wanted.nHeight == 0 && !bAspect;
 }
 
 HRESULT MirrorFrame(IZrFrame& _frame, eMirror _eMirror) {
@@ -133,6 +146,7 @@ ZR_VID_PROPS CompleteWanted(const ZR_VID_PROPS& _source, const ZR_VID_PROPS& _wa
     if (_wanted.nHeight == 0 && PixelFormatBottomUp(props.fccType) && !PixelFormatBottomUp(_source.fccType) && !bNamed)
         props.nHeight = -AbsHeight(props.nHeight);
     NormalizeProps(&props, false);
+    if (Is420(props.fccType) && props.nHeight > 1) props.nHeight &= ~1;  // as it drops an odd last column
     if (props.nRowBytes < MinRowBytes(props.fccType, props.nWidth))
         props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
     return props;
@@ -167,16 +181,20 @@ HRESULT ZrImageFormat::ConvertFrame_I(IZrFrame* _pSource, const ZR_VID_PROPS& _w
     HRESULT hr = FrameFactory(&pFactory);
     if (Failed(hr)) return hr;
     ZrPtr<IZrFrame> pSource(_pSource), pResult;
+    ZR_AV_PROPS avProps;
+    hr = pSource->FrameAVPropsGet(&avProps);
+    if (Failed(hr)) return hr;
+    ZR_VID_PROPS wanted = _wanted;  // a picture may be turned in another format than its own
+    if (wanted.fccType == eZrFCC_Default) wanted.fccType = avProps.vidProps.fccType;
     hr = CutAndTurn(_options, pFactory, &pSource);
     if (Failed(hr)) return hr;
 
-    ZR_AV_PROPS avProps;
     ZR_TIME time;
     DESCRIBED_PICTURE src, dst;
     hr = PictureOfFrame(*pSource, src, avProps);
     if (Succeeded(hr)) hr = pSource->FrameTimeGet(&time);
     if (Failed(hr)) return hr;
-    dst.props = CompleteWanted(src.props, _wanted);
+    dst.props = CompleteWanted(src.props, wanted);
     const eMirror mirror = ReadMirror(_options.svMirror);
     if (mirror != eMirror::None && PixelFormatPlanar(dst.props.fccType)) return E_NOTIMPL;
 
@@ -188,6 +206,7 @@ HRESULT ZrImageFormat::ConvertFrame_I(IZrFrame* _pSource, const ZR_VID_PROPS& _w
         if (DeinterlaceField(dst.props) != 0) avProps.vidProps.eInterlace = eZrI_Progressive;
         hr = MakePictureFrame(*pFactory, avProps, time, &pResult, &pBits);
         if (Succeeded(hr)) hr = PictureOf(pBits, dst.props, dst.picture);
+        if (AsksForWhole(_wanted)) src.props.eScaleType = dst.props.eScaleType = eZrST_IgnoreAR;
         if (Succeeded(hr)) hr = ConvertPicture(src, dst, _options.nQuality, _nLevel);
     }
     if (Succeeded(hr) && mirror != eMirror::None) hr = MirrorFrame(*pResult, mirror);

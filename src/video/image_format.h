@@ -40,7 +40,7 @@ public:
     // automatic quality, see ScalingQuality.
     //
     // E_POINTER: an argument is missing. ZR_E_EMPTY: the source has no picture. E_UNEXPECTED: no maker of frames.
-    // E_NOTIMPL: a planar picture is to be turned or mirrored. E_INVALIDARG, kTypeNotAccepted, E_FAIL: see
+    // E_NOTIMPL: a planar picture is to be mirrored. E_INVALIDARG, kTypeNotAccepted, E_FAIL: see
     // ZrImageFormatBase. _ppFrame is null on failure.
     HRESULT ConvertFrame(IZrFrame* _pSource, const ZR_VID_PROPS* _pWanted, int32_t _nLevel, const XMLNodeBase* _pNode,
                          IZrFrame** _ppFrame);

@@ -7,7 +7,6 @@
 #include "media/vid_props.h"
 #include "video/color_convert.h"
 #include "video/copy_frame.h"
-#include "video/deinterlace.h"
 #include "video/fill.h"
 #include "video/image_convert.h"
 #include "video/scale_rects.h"
@@ -50,9 +49,22 @@ ZR_VID_PROPS WithAspect(const ZR_VID_PROPS& _props) {
     return props;
 }
 
+// Even margins may leave one of two centred pictures up to two pixels larger, for which nothing is to be scaled.
+void CutToSameSize(tagRECT& _a, tagRECT& _b) {
+    const int32_t nWidth = std::min(RectWidth(_a), RectWidth(_b)), nHeight = std::min(RectHeight(_a), RectHeight(_b));
+    const bool bLines = std::abs(RectHeight(_a) - RectHeight(_b)) <= 2;
+    for (tagRECT* pRect : {&_a, &_b}) {
+        pRect->right = pRect->left + nWidth;
+        if (bLines) pRect->bottom = pRect->top + nHeight;
+    }
+}
+
 void FittedRects(const ZR_VID_PROPS& _src, const ZR_VID_PROPS& _dst, tagRECT& _srcRect, tagRECT& _dstRect) {
+    const ZR_VID_PROPS src = WithAspect(_src), dst = WithAspect(_dst);
     tagRECT srcFit, dstFit;
-    ScaleRects(WithAspect(_src), WithAspect(_dst), srcFit, dstFit);
+    ScaleRects(src, dst, srcFit, dstFit);
+    if (ScaleTypeFor(src, dst) == eZrST_NoScale) CutToSameSize(srcFit, dstFit);
+    if (Is420(_dst.fccType) && RectHeight(srcFit) == RectHeight(dstFit) + 1) --srcFit.bottom;  // an odd last line
     // Formats that share chroma between pixels need even edges too.
     if (ClipRects(_src, _dst, _srcRect, _dstRect, true, &srcFit, &dstFit) == S_OK) return;
     _srcRect = {0, 0, _src.nWidth, AbsHeight(_src.nHeight)};
@@ -100,6 +112,11 @@ HRESULT ForDestinations(uint8_t* const (&&_arrDst)[3], const ZR_VID_PROPS& _dstP
 }
 
 }  // namespace
+
+int32_t DeinterlaceField(const ZR_VID_PROPS& _props) {
+    if (_props.eInterlace == eZrI_DeinterlaceF1) return 1;
+    return _props.eInterlace == eZrI_DeinterlaceF2 ? 2 : 0;
+}
 
 ZrImageFormatBase::ZrImageFormatBase() {
     for (ScalingEngine& engine : arrEngines) engine.bMultiThread = true;

@@ -16,6 +16,9 @@ struct DESCRIBED_PICTURE {
     ZR_VID_PROPS props;
 };
 
+// The field that a record asks for: 1 or 2 (as of IZrFrame::FrameCut), 0 when it does not ask for one.
+int32_t DeinterlaceField(const ZR_VID_PROPS& _props);
+
 // Any thread; conversions that use the same scaling engine wait for each other, so an owner that converts several
 // streams has an engine for each. Buffers and filters are kept between pictures and only grow.
 class ZrImageFormatBase : public AutoObjBase<ZrImageFormatBase> {

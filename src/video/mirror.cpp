@@ -84,8 +84,10 @@ HRESULT MirrorPicture(uint8_t* _pBuffer, const ZR_VID_PROPS& _props, eMirror _eM
     ParallelRows(plane.nHeight / 2, kLeastRows, [&](int32_t _nFirst, int32_t _nEnd) {
         for (int32_t y = _nFirst; y < _nEnd; ++y) SwapRows(plane.Row(y), plane.Row(plane.nHeight - 1 - y), cbRow);
     });
-    if (InterlaceClass(&_props) != 0)
-        for (int32_t y = 0; y + 1 < plane.nHeight; ++y) std::memcpy(plane.Row(y), plane.Row(y + 1), cbRow);
+    if (InterlaceClass(&_props) == 0) return S_OK;
+    // Each line has come into the other field; by one row towards the start of the memory all are back in their own.
+    const auto Stored = [&](int32_t _n) { return plane.Row(picture.bBottomUp ? plane.nHeight - 1 - _n : _n); };
+    for (int32_t n = 0; n + 1 < plane.nHeight; ++n) std::memcpy(Stored(n), Stored(n + 1), cbRow);
     return S_OK;
 }
 

@@ -104,6 +104,8 @@ MixRow ChooseRow(eZrFCC _fccType, bool _bMask, bool _bPremul) {
     }
 }
 
+bool IsEmpty(const ZR_VID_PROPS& _props) { return _props.nWidth < 1 || _props.nHeight == 0; }
+
 // The first byte of the mask on the corner of what is left of the base rectangle, null when it does not cover that.
 const uint8_t* MaskCorner(const MIX_MASK& _mask, const tagRECT& _baseIn, const tagRECT& _baseRect) {
     const int64_t nLeft = int64_t{_mask.nLeft} + _baseRect.left - _baseIn.left;
@@ -115,21 +117,19 @@ const uint8_t* MaskCorner(const MIX_MASK& _mask, const tagRECT& _baseIn, const t
 
 }  // namespace
 
-int32_t MixWorkers(int32_t _nThreads, int32_t _nRectRows, int32_t _nBaseRows, int32_t _nOverRows) {
-    const bool bSplit = _nThreads >= 2 && _nRectRows >= 64 && _nBaseRows > 240 && _nOverRows > 240;
-    return bSplit ? std::min(_nThreads, _nRectRows) : 1;
-}
+int32_t MixWorkers(int32_t _nThreads, int32_t _nRows) { return _nRows > 240 ? std::clamp(_nThreads, 1, _nRows) : 1; }
 
 HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const tagRECT* _pBaseRect,
                        const uint8_t* _pOver, const ZR_VID_PROPS& _overProps, const tagRECT* _pOverRect,
                        const MIX_MASK* _pMask, const MIX_OPTIONS& _options) {
+    if (!_pBase || !_pOver) return E_POINTER;
+    const MixRow row = ChooseRow(_overProps.fccType, _pMask != nullptr, _options.bPremulOverlay);
+    if (!row || !SameFamily(_baseProps.fccType, _overProps.fccType)) return E_INVALIDARG;
+    if (IsEmpty(_baseProps) || IsEmpty(_overProps)) return S_FALSE;
     PICTURE base, over;
     HRESULT hr = PictureOf(_pBase, _baseProps, base);
     if (Succeeded(hr)) hr = PictureOf(const_cast<uint8_t*>(_pOver), _overProps, over);
     if (Failed(hr)) return hr;
-    if (!SameFamily(base.fccType, over.fccType)) return E_INVALIDARG;
-    const MixRow row = ChooseRow(over.fccType, _pMask != nullptr, _options.bPremulOverlay);
-    if (!row) return E_INVALIDARG;
 
     tagRECT overRect, baseRect;
     hr = ClipRects(_overProps, _baseProps, overRect, baseRect, false, _pOverRect, _pBaseRect);
@@ -143,8 +143,7 @@ HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const ta
     const uint32_t nWeight = MixWeight(_options.dblAlpha, 256);
     const size_t nBytes = BytesPerPixel(over.fccType);
     const auto nPixels = static_cast<size_t>(RectWidth(baseRect));
-    const int32_t nRows = RectHeight(baseRect),
-                  nWorkers = MixWorkers(_options.nThreads, nRows, base.Height(), over.Height());
+    const int32_t nRows = RectHeight(baseRect), nWorkers = MixWorkers(_options.nThreads, nRows);
     const auto MixRows = [&](int32_t _nFirst, int32_t _nEnd) {
         for (int32_t y = _nFirst; y < _nEnd; ++y)
             row(over.Packed().Row(overRect.top + y) + static_cast<size_t>(overRect.left) * nBytes,

@@ -35,9 +35,9 @@ struct MIX_OPTIONS {
 
 // Lays _overRect of one picture over _baseRect of another, the smaller of both sizes, clipped to both pictures. Null
 // rectangles: the whole. _pMask may be null; ARGB32 does not look at it.
-// S_FALSE: nothing to lay. E_POINTER: a null buffer. E_INVALIDARG: different families, a format that cannot be mixed
-// (planar, v210, YVYU), a record or rectangle that cannot be, a mask that does not cover what it lies on. The base is
-// untouched then.
+// S_FALSE: nothing to lay, a picture without width or height among it. E_POINTER: a null buffer. E_INVALIDARG:
+// different families, a format that cannot be mixed (planar, v210, YVYU), a record or rectangle that cannot be, a mask
+// that does not cover what it lies on. The base is untouched then.
 HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const tagRECT* _pBaseRect,
                        const uint8_t* _pOver, const ZR_VID_PROPS& _overProps, const tagRECT* _pOverRect,
                        const MIX_MASK* _pMask, const MIX_OPTIONS& _options);
@@ -45,7 +45,7 @@ HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const ta
 // _dblAlpha (0 to 1, limited) in whole parts of _nUnit, rounded half away from zero.
 uint32_t MixWeight(double _dblAlpha, int32_t _nUnit);
 
-// Into how many bands a mix is split: the rectangle has at least 64 rows, and both pictures more than 240.
-int32_t MixWorkers(int32_t _nThreads, int32_t _nRectRows, int32_t _nBaseRows, int32_t _nOverRows);
+// Into how many bands a mix of _nRows rows is split: one up to 240 rows, which threads would not make faster.
+int32_t MixWorkers(int32_t _nThreads, int32_t _nRows);
 
 }  // namespace zr

@@ -44,8 +44,7 @@ void OverRows(const PICTURE& _over, const tagRECT& _overRect, const PICTURE& _ba
               int32_t _nThreads, const Row& _row) {
     const ptrdiff_t nBaseLeft = ptrdiff_t{_baseRect.left} * PixelFormatBits(_base.fccType) / 8;
     const auto nPixels = static_cast<size_t>(RectWidth(_baseRect));
-    const int32_t nRows = RectHeight(_baseRect),
-                  nWorkers = MixWorkers(_nThreads, nRows, _base.Height(), _over.Height());
+    const int32_t nRows = RectHeight(_baseRect), nWorkers = MixWorkers(_nThreads, nRows);
     const auto Rows = [&](int32_t _nFirst, int32_t _nEnd) {
         for (int32_t y = _nFirst; y < _nEnd; ++y)
             _row(_over.Packed().Row(_overRect.top + y) + 4 * ptrdiff_t{_overRect.left},

@@ -82,6 +82,8 @@ eRotate ReadRotate(std::u16string_view _text) {
     return EqualNoCase(_text, u"left") ? eRotate::Left : eRotate::None;
 }
 
+bool CanRotate(eZrFCC _fccType) { return ChooseTile(_fccType) != nullptr; }
+
 ZR_VID_PROPS RotatedProps(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS* _pWanted) {
     ZR_VID_PROPS props = _srcProps;
     if (_pWanted && PropsValid(_pWanted, false) && _pWanted->fccType != eZrFCC_Default)
@@ -90,7 +92,6 @@ ZR_VID_PROPS RotatedProps(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS* _pW
     props.eVideoFormat = eZrVF_Custom;
     props.nWidth = AbsHeight(_srcProps.nHeight) & nMask;
     props.nHeight = _srcProps.nWidth & nMask;
-    if (PixelFormatBottomUp(props.fccType) && _srcProps.nHeight < 0) props.nHeight = -props.nHeight;
     std::swap(props.nAspectX, props.nAspectY);
     props.nRowBytes = std::max(MinRowBytes(props.fccType, props.nWidth), _pWanted ? _pWanted->nRowBytes : 0);
     return props;

@@ -14,10 +14,13 @@ enum class eRotate { None, Right, Left };  // clockwise, counter-clockwise
 // "right", "left"; any other text is None.
 eRotate ReadRotate(std::u16string_view _text);
 
-// The record of a turned picture: width and lines exchanged, the aspect too. When _pWanted is a picture, it gives the
-// pixel format and, if they are enough, the row bytes; otherwise both are the source's own. A format with shared chroma
-// loses an odd last column and line.
+// The record of a turned picture: width and lines exchanged, the aspect too; RGB is stored bottom-up. When _pWanted is
+// a picture, it gives the pixel format and, if they are enough, the row bytes; otherwise both are the source's own. A
+// format with shared chroma loses an odd last column and line.
 ZR_VID_PROPS RotatedProps(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS* _pWanted);
+
+// Whether RotatePicture takes the format: not planar ones, not v210.
+bool CanRotate(eZrFCC _fccType);
 
 // Turns _pSrc into _pDst, whose record must be of the same pixel format and of the exchanged size. Lines become
 // columns. Interlaced: each field is turned apart, so that a line of a field is made of pixels of that field alone,

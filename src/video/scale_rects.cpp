@@ -66,17 +66,19 @@ void FitRects(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps, bool
 
 }  // namespace
 
+eZrScaleType ScaleTypeFor(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps) {
+    if (_srcProps.eScaleType != eZrST_Default) return _srcProps.eScaleType;
+    return _dstProps.eScaleType != eZrST_Default ? _dstProps.eScaleType : AutoScaleType(_srcProps, _dstProps);
+}
+
 bool ScaleRects(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps, tagRECT& _srcRect, tagRECT& _dstRect) {
     const tagRECT srcWhole = WholeRect(_srcProps), dstWhole = WholeRect(_dstProps);
     _srcRect = srcWhole;
     _dstRect = dstWhole;
     if (srcWhole.right < 1 || srcWhole.bottom < 1 || dstWhole.right < 1 || dstWhole.bottom < 1) return false;
-    eZrScaleType eType = _srcProps.eScaleType != eZrST_Default ? _srcProps.eScaleType : _dstProps.eScaleType;
-    bool bHalf = false;
-    if (eType == eZrST_Default) {
-        eType = AutoScaleType(_srcProps, _dstProps);
-        bHalf = srcWhole.bottom * 2 == dstWhole.bottom;
-    }
+    const eZrScaleType eType = ScaleTypeFor(_srcProps, _dstProps);
+    const bool bAuto = _srcProps.eScaleType == eZrST_Default && _dstProps.eScaleType == eZrST_Default;
+    const bool bHalf = bAuto && srcWhole.bottom * 2 == dstWhole.bottom;
     if (eType == eZrST_Crop || eType == eZrST_LetterBox)
         FitRects(_srcProps, _dstProps, eType == eZrST_Crop, _srcRect, _dstRect);
     else if (eType != eZrST_IgnoreAR)

@@ -8,6 +8,9 @@
 
 namespace zr {
 
+// The source's scale type, else the destination's, else what ScaleRects takes on its own.
+eZrScaleType ScaleTypeFor(const ZR_VID_PROPS& _srcProps, const ZR_VID_PROPS& _dstProps);
+
 // The rectangles by which _src is fitted into _dst: the scale type is the source's, else the destination's, else it
 // follows from sizes and rates: nearly equal widths at equal rate are centred without scaling, narrower pictures are
 // cropped, all others letter-boxed. Lefts and tops come out even. True: the rectangles are not the whole pictures or

@@ -64,24 +64,6 @@ TEST(BufferPool, IdleClassesGoBackOnlyAboveTheLimit) {
     EXPECT_EQ(pool.BlockCount(), 2u);  // idle and above the limit: all but the busy one and the one that is held
 }
 
-TEST(BufferPool, AWrapperHoldsTheOwnerUntilTheLastReference) {
-    BufferPool pool;
-    bool bGone = false;
-    uint8_t arr[10];
-    auto pOwner = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
-    BufferPtr pWrapper = pool.Wrap(arr, sizeof(arr), pOwner.Get());
-    const FrameBuffer* pWas = pWrapper.Get();
-    pOwner.Reset();
-    BufferPtr pSecond = pWrapper;
-    pWrapper.Reset();
-    EXPECT_FALSE(bGone);
-    EXPECT_EQ(pSecond->Data(), arr);
-    pSecond.Reset();
-    EXPECT_TRUE(bGone);
-    EXPECT_NE(pool.Get(256)->Data(), arr);
-    EXPECT_EQ(pool.Wrap(arr, 5, nullptr).Get(), pWas);
-}
-
 // Blocks go between the pool and four threads, each of which checks that nobody else writes into what it holds.
 TEST(BufferPool, ThreadsNeverGetABlockThatIsHeld) {
     BufferPool pool(0);

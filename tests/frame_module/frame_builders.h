@@ -70,6 +70,19 @@ inline ZrPtr<IZrFFrame> EmptyFrame() {
     return pFrame;
 }
 
+// The same samples, wherever they lie. The record of _b says how many.
+inline void ExpectSamePlanes(IZrFFrame& _a, IZrFFrame& _b) {
+    const ZR_VID_PROPS props = PropsOf(_b).vidProps;
+    const ZRF_VID_PTR a = PlanesOf(_a), b = PlanesOf(_b);
+    for (int32_t i = 0; i < PlaneCount(props.fccType); ++i)
+        for (int32_t y = 0; y < b.szVideoPlanes[i].cy; ++y)
+            ASSERT_EQ(std::memcmp(reinterpret_cast<const void*>(a.lpVideoPlanes[i] + int64_t{y} * a.cbVideoRowBytes[i]),
+                                  reinterpret_cast<const void*>(b.lpVideoPlanes[i] + int64_t{y} * b.cbVideoRowBytes[i]),
+                                  static_cast<size_t>(PlaneRowBytes(props, i))),
+                      0)
+                << "plane " << i << " line " << y;
+}
+
 // An object that says when it is gone.
 class Mortal final : public UnknownImpl<IUnknown> {
 public:

@@ -41,6 +41,41 @@ TEST(FrameConvert, CutsTurnsConvertsAndMirrorsInThisOrder) {
         }
 }
 
+TEST(FrameConvert, PlanesAreTurnedTooAndKeepTheirFormat) {
+    for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_NV12, eZrFCC_YV12}) {
+        const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(fcc, 40, 30));
+        const std::span<uint8_t> source = VideoOf(*pFrame);
+        ZrPtr<IZrFrame> pResult;
+        const ZR_VID_PROPS any;
+        ASSERT_EQ(Short(pFrame)->FrameConvert(&any, pResult.Out(), u"rotate=left"), S_OK);
+        const ZrPtr<IZrFFrame> pFull = pResult.As<IZrFFrame>();
+        const ZR_VID_PROPS props = InfoOf(*pFull).avProps.vidProps;
+        ASSERT_EQ(props.fccType, fcc);
+        ASSERT_EQ(props.nWidth, 30);
+        ASSERT_EQ(props.nHeight, 40);
+        const std::span<uint8_t> turned = VideoOf(*pFull);
+        for (size_t y = 0; y < 40; ++y)
+            for (size_t x = 0; x < 30; ++x)
+                ASSERT_EQ(turned[y * static_cast<size_t>(props.nRowBytes) + x], source[x * 40 + 39 - y])
+                    << x << ' ' << y;
+    }
+}
+
+// As a clone in the format does: nothing is scaled by the one pixel.
+TEST(FrameConvert, FormatsThatShareChromaDropAnOddColumnAndLine) {
+    const ZrPtr<IZrFFrame> pFrame = PlaceFrame(61, 21);
+    for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_NV12, eZrFCC_UYVY}) {
+        const ZR_VID_PROPS wanted = VidProps(fcc, 0, 0);
+        ZrPtr<IZrFrame> pResult;
+        ZrPtr<IZrFFrame> pClone;
+        ASSERT_EQ(Short(pFrame)->FrameConvert(&wanted, pResult.Out(), nullptr), S_OK);
+        ASSERT_EQ(pFrame->ZrFClone(pClone.Out(), eZrFC_Video, fcc), S_OK);
+        EXPECT_EQ(PropsOf(*pClone).vidProps.nWidth, 60);
+        EXPECT_EQ(PropsOf(*pClone).vidProps.nHeight, fcc == eZrFCC_UYVY ? 21 : 20);
+        EXPECT_TRUE(std::ranges::equal(VideoOf(*pResult.As<IZrFFrame>()), VideoOf(*pClone))) << std::hex << fcc;
+    }
+}
+
 TEST(FrameConvert, TimeAndAudioGoAlongAndWhatIsNotGivenIsTheSources) {
     const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 64, 36));
     const ZR_AUD_PROPS audProps{2, 48000, 16, 0};

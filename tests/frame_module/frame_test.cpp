@@ -37,21 +37,6 @@ ZrPtr<IZrFFrame> FullFrame(IUnknown* _pObject) {
     return p;
 }
 
-TEST(Frame, ThreeFacesAreOneObject) {
-    const ZrPtr<IZrFFrame> pFull = EmptyFrame();
-    const auto pShort = pFull.As<IZrFrame>();
-    const auto pInner = pFull.As<IZrFrame_I>();
-    const auto pRoot = pFull.As<IUnknown>();
-    ASSERT_TRUE(pShort && pInner && pRoot);
-    EXPECT_EQ(static_cast<IZrFrame*>(pInner.Get()), pShort.Get());
-    EXPECT_EQ(pShort.As<IUnknown>(), pRoot);
-    EXPECT_EQ(pInner.As<IUnknown>(), pRoot);
-    EXPECT_EQ(pShort.As<IZrFFrame>(), pFull);
-    EXPECT_FALSE(pShort.As<IZrFrames>());
-    EXPECT_EQ(pShort->AddRef(), 5u);  // one count for all faces
-    EXPECT_EQ(pFull->Release(), 4u);
-}
-
 TEST(Frame, ClonesTakeWhatTheirKindNames) {
     bool bGone = false;
     const auto pObject = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
@@ -345,22 +330,6 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
         EXPECT_EQ(pSet->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), c.hr) << c.szName;
         EXPECT_EQ(InfoOf(*pSet).nDataCount, c.hr == S_OK) << c.szName;
     }
-}
-
-TEST(Frame, OperationsWithoutAnEngineCheckTheirPointersFirst) {
-    const ZrPtr<IZrFFrame> p = EmptyFrame();
-    int32_t n = 0;
-    ZrPtr<IZrFFrame> pRes;
-    ZrPtr<IZrFrame> pShort;
-    EXPECT_EQ(p->ZrFVideoSaveToFile(nullptr), E_POINTER);
-    EXPECT_EQ(p->ZrFAudioMixDirect(&n, nullptr, &n, 1, 0, 0, 0), E_POINTER);
-    EXPECT_EQ(p->ZrFAudioMix(nullptr, 0, 0, 0, nullptr), E_POINTER);
-    EXPECT_EQ(p->ZrFAudioCopyTo(u"0", nullptr), E_POINTER);
-    EXPECT_EQ(p->ZrFTransition(nullptr, pRes.Out(), 0.5, u"fade", nullptr, nullptr), E_POINTER);
-    EXPECT_EQ(p->ZrFPrint(nullptr, 10, nullptr, {}, nullptr), E_POINTER);
-    EXPECT_EQ(Factory().ZrFFrameCreateFromFile(nullptr, pRes.Out(), nullptr), E_POINTER);
-    EXPECT_EQ(Factory().FramesCreateFromFile(nullptr, pShort.Out(), nullptr), E_POINTER);
-    EXPECT_EQ(Factory().FramesCreateFromSurface(nullptr, pShort.Out(), nullptr), E_POINTER);
 }
 
 // Threads clone, cut and drop frames that they share; the count of the last one decides.

@@ -86,15 +86,7 @@ TEST(FrameTransfer, PartsOfPicturesTravelAsTheirCopies) {
             ASSERT_EQ(Load(*pLoaded, SavedBytes(*pCut, eZrFC_Full)), S_OK);
             const ZR_VID_PROPS props = PropsOf(*pCopy).vidProps, loaded = PropsOf(*pLoaded).vidProps;
             ASSERT_EQ(std::memcmp(&props, &loaded, sizeof(props)), 0);
-            const ZRF_VID_PTR a = PlanesOf(*pLoaded), b = PlanesOf(*pCut);
-            for (int32_t i = 0; i < PlaneCount(fcc); ++i)
-                for (int32_t y = 0; y < a.szVideoPlanes[i].cy; ++y)
-                    ASSERT_EQ(
-                        std::memcmp(reinterpret_cast<void*>(a.lpVideoPlanes[i] + int64_t{y} * a.cbVideoRowBytes[i]),
-                                    reinterpret_cast<void*>(b.lpVideoPlanes[i] + int64_t{y} * b.cbVideoRowBytes[i]),
-                                    static_cast<size_t>(PlaneRowBytes(props, i))),
-                        0)
-                        << "plane " << i << " line " << y;
+            ExpectSamePlanes(*pLoaded, *pCut);
         }
     }
 }

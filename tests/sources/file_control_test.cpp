@@ -38,9 +38,7 @@ protected:
 TEST_F(FileControlTest, GivesEveryFrameOnceToAReaderOfAnyPace) {
     for (const int64_t nDelayMs : {0, 40, 1000}) {
         FileRig rig;
-        rig.BePulled(25);
-        ASSERT_EQ(rig.control.FileNameSet(u"clip", nullptr), S_OK);
-        ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+        rig.Play(u"clip", nullptr, 25);
         for (int64_t n = 0; n < 100; ++n) {
             const SCRIPT_FRAME frame = rig.Fetch();
             ASSERT_EQ(frame.nPicture, n);
@@ -65,9 +63,7 @@ TEST_F(FileControlTest, KeepsRealTimeByItself) {
 
 TEST_F(FileControlTest, PlaysAtTheRateThatIsAskedFor) {
     FileRig rig;
-    rig.BePulled(25);
-    ASSERT_EQ(rig.control.FileNameSet(u"film", nullptr), S_OK);
-    ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+    rig.Play(u"film", nullptr, 25);
     int32_t nSample = 0;
     for (int64_t n = 0; n < 300; ++n) {
         const SCRIPT_FRAME frame = rig.Fetch();
@@ -95,9 +91,7 @@ TEST_F(FileControlTest, LoopsBetweenItsPoints) {
     for (const CASE& test : arrCases) {
         SCOPED_TRACE(test.szName);
         FileRig rig;
-        rig.BePulled();
-        ASSERT_EQ(rig.control.FileNameSet(u"clip", test.szParam), S_OK);
-        ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+        rig.Play(u"clip", test.szParam);
         int64_t nPicture = test.nFirst;
         for (int64_t n = 0; n < 250; ++n) {
             const SCRIPT_FRAME frame = rig.Fetch();
@@ -114,9 +108,7 @@ TEST_F(FileControlTest, LoopsBetweenItsPoints) {
 TEST_F(FileControlTest, HoldsStopsOrEndsAtTheEnd) {
     {  // the last frame stays
         FileRig rig;
-        rig.BePulled();
-        ASSERT_EQ(rig.control.FileNameSet(u"clip", u"in=3.8"), S_OK);
-        ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+        rig.Play(u"clip", u"in=3.8");
         for (int64_t n = 95; n < 100; ++n) ASSERT_EQ(rig.Fetch().nPicture, n);
         for (int i = 0; i < 3; ++i) {
             const SCRIPT_FRAME frame = rig.Fetch();
@@ -192,9 +184,7 @@ TEST_F(FileControlTest, PausesForATimeAndSteps) {
 
 TEST_F(FileControlTest, StopsAndGoesOnWhereItWas) {
     FileRig rig;
-    rig.BePulled();
-    ASSERT_EQ(rig.control.FileNameSet(u"clip", nullptr), S_OK);
-    ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+    rig.Play(u"clip");
     EXPECT_EQ(rig.control.FilePlayStart(), S_FALSE);
     for (int64_t n = 0; n < 10; ++n) ASSERT_EQ(rig.Fetch().nPicture, n);
     ASSERT_EQ(rig.control.FilePlayStop(0), S_OK);
@@ -285,9 +275,7 @@ TEST_F(FileControlTest, TellsWhyAFileCannotBeOpenedAndPlaysOn) {
 TEST_F(FileControlTest, EndsAtWhatCannotBeRead) {
     files.mapScripts[u"clip"].nFailAt = 5;
     FileRig rig;
-    rig.BePulled();
-    ASSERT_EQ(rig.control.FileNameSet(u"clip", nullptr), S_OK);
-    ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+    rig.Play(u"clip");
     for (int64_t n = 0; n < 5; ++n) ASSERT_EQ(rig.Fetch().nPicture, n);
     EXPECT_EQ(rig.Fetch().eFlags, eZrFF_Pause | eZrFF_Last);
     EXPECT_EQ(rig.Events(), "start(clip) error(The script says no.) ");
@@ -297,9 +285,7 @@ TEST_F(FileControlTest, ClosesWhileTheFileDoesNotAnswer) {
     files.mapScripts[u"clip"].nStallAt = 3;
     files.mapScripts[u"slow"].bOpenHangs = true;
     FileRig rig;
-    rig.BePulled();
-    ASSERT_EQ(rig.control.FileNameSet(u"clip", nullptr), S_OK);
-    ASSERT_EQ(rig.control.FilePlayStart(), S_OK);
+    rig.Play(u"clip");
     for (int64_t n = 0; n < 3; ++n) ASSERT_EQ(rig.Fetch().nPicture, n);
     ZrPtr<IZrFFrame> pFrame;
     EXPECT_EQ(rig.Get(&pFrame, 250 * kMs), ZR_E_TIMEOUT);

@@ -130,6 +130,11 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
         vidProps.dblRate = _dblRate;
         EXPECT_EQ(format.VideoSet(eZrFT_Convert, &vidProps), S_OK);
     }
+    void Play(const char16_t* _szName, const char16_t* _szParam = nullptr, double _dblRate = 0) {
+        BePulled(_dblRate);
+        ASSERT_EQ(control.FileNameSet(_szName, _szParam), S_OK);
+        ASSERT_EQ(control.FilePlayStart(), S_OK);
+    }
     HRESULT Get(ZrPtr<IZrFFrame>* _ppFrame, int64_t _rtMaxWait = kTicksPerSecond) {
         return readers.SourceFrameGetEx_I(&llReader, _rtMaxWait, _ppFrame->Out(), nullptr);
     }

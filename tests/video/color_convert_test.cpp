@@ -147,25 +147,6 @@ TEST(ColorConvert, OtherFormatsGoByWayOfUyvy) {
               E_INVALIDARG);
 }
 
-// What a show does to a file of 4:2:0: through 4:2:2 and back nothing is lost.
-TEST(ColorConvert, PlanarPicturesComeBackFromPackedOnesAsTheyWere) {
-    std::mt19937 rng(8);
-    ScalingEngine engine;
-    for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_YV12, eZrFCC_NV12, kFCC_Y422})
-        for (const eZrInterlace eInterlace : {eZrI_Progressive, eZrI_Field1First}) {
-            Picture src(Props(fcc, 96, 22), rng), packed(Props(eZrFCC_v210, 96, 22), rng), back = src;
-            packed.props.eInterlace = back.props.eInterlace = eInterlace;
-            std::fill(back.bytes.begin(), back.bytes.end(), uint8_t{0});
-            EXPECT_EQ(
-                ColorConvert(engine, src.bytes.data(), packed.bytes.data(), src.props, packed.props, nullptr, nullptr),
-                S_OK);
-            EXPECT_EQ(ColorConvert(engine, packed.bytes.data(), back.bytes.data(), packed.props, back.props, nullptr,
-                                   nullptr),
-                      S_OK);
-            EXPECT_EQ(back.bytes == src.bytes, true) << std::hex << fcc;
-        }
-}
-
 TEST(ImagePlanes, AnyPictureGivesPlanesAndTakesThem) {
     std::mt19937 rng(9);
     for (const eZrFCC fcc : {eZrFCC_UYVY, eZrFCC_YVYU, eZrFCC_YV12, eZrFCC_NV12, kFCC_Y444, eZrFCC_v210}) {

@@ -4,8 +4,7 @@
 
 #include <functional>
 
-#include "media/pixel_format.h"
-#include "support/row_test.h"
+#include "picture_bytes.h"
 #include "video/color_convert.h"
 #include "video/image_convert.h"
 
@@ -15,13 +14,8 @@ namespace {
 using test::Bytes;
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, eZrInterlace _eInterlace = eZrI_Progressive) {
-    ZR_VID_PROPS props;
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, _nWidth);
+    ZR_VID_PROPS props = test::Props(_fcc, _nWidth, _nHeight);
     props.eInterlace = _eInterlace;
-    props.dblRate = 25;
     return props;
 }
 
@@ -78,6 +72,19 @@ TEST(ImageFormatBase, FieldsGoWhereTheRouteSays) {
         for (int32_t y = 1; y < c.nLines - 1; ++y)
             ASSERT_NEAR(LumaAt(result, to, 11, y), y % 2 == 0 ? c.nEven : c.nOdd, 1) << "line " << y;
     }
+}
+
+// 1366 pixels centred on 1280 leave 1278 by their even margins: they stay as they are, nothing becomes soft.
+TEST(ImageFormatBase, NearlyEqualSizesAreCentredWithoutScaling) {
+    const CAutoObj<ZrImageFormatBase> pFormat = ZrImageFormatBase::Make();
+    const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 1366, 768), to = Props(eZrFCC_UYVY, 1280, 720);
+    const Bytes source = test::Noise(from);
+    Bytes result(PictureBytes(to), 7);
+    ASSERT_EQ(pFormat->ConvertFrame2(source.data(), result.data(), nullptr, nullptr, from, to, eInterpolation::Linear),
+              S_OK);
+    for (int32_t y = 0; y < 720; ++y)
+        for (int32_t x = 0; x < 1280; ++x)
+            ASSERT_EQ(LumaAt(result, to, x, y), x < 1278 ? LumaAt(source, from, 44 + x, 24 + y) : 16) << x << ' ' << y;
 }
 
 TEST(ImageFormatBase, BothFieldsAsPicturesAndEqualOnesCopied) {

@@ -3,9 +3,8 @@
 
 #include "video/overlay_picture.h"
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "platform/thread_pool.h"
-#include "support/row_test.h"
 #include "video/color_convert.h"
 #include "video/kernels/mix_row.h"
 #include "video/kernels/over_yuv_row.h"
@@ -15,6 +14,7 @@ namespace zr {
 namespace {
 
 using test::Bytes;
+using test::Props;
 
 struct OVER_ROW {
     const char* szName;
@@ -54,16 +54,6 @@ TEST(OverYuvRow, IsConversionThenMix) {
                 ASSERT_EQ(row.Take(), want);
             }
     });
-}
-
-ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, int32_t _nExtra = 0) {
-    ZR_VID_PROPS props;
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, _nWidth) + _nExtra;
-    props.eInterlace = eZrI_Progressive;
-    return props;
 }
 
 // Overlays of every format over bases of every format that mixes, hanging over an edge: the same as the whole overlay

@@ -3,21 +3,10 @@
 
 #include <random>
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "plain_scaler.h"
-#include "support/row_test.h"
-#include "zr/records.h"
 
 namespace zr::test {
-
-inline ZR_VID_PROPS Props(eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nExtra = 0) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fccType;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fccType, _nWidth) + _nExtra;
-    return props;
-}
 
 // A picture in exactly its memory, its samples as planes: B, G, R, A of RGB, else Y, Cb, Cr. The planes say for every
 // sample where it stands, from the description of the formats alone.

@@ -1,10 +1,8 @@
 // Mirrors and 90-degree turns against their plain definitions, pixel by pixel.
 
-#include "media/pixel_format.h"
-#include "support/row_test.h"
+#include "picture_bytes.h"
 #include "video/copy_frame.h"
 #include "video/crop.h"
-#include "video/deinterlace.h"
 #include "video/mirror.h"
 #include "video/picture.h"
 #include "video/rotate.h"
@@ -13,22 +11,13 @@ namespace zr {
 namespace {
 
 using test::Bytes;
+using test::Noise;
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, _nWidth) + 8;
-    props.eInterlace = eZrI_Progressive;
+    ZR_VID_PROPS props = test::Props(_fcc, _nWidth, _nHeight, 8);
     props.nAspectX = 16;
     props.nAspectY = 9;
     return props;
-}
-
-Bytes Noise(const ZR_VID_PROPS& _props) {
-    std::mt19937 rng(4);
-    return test::HarshBytes(rng, PictureBytes(_props));
 }
 
 // A pixel as luma (or all bytes of RGB) and the chroma of its pair, read in a way of its own.
@@ -75,14 +64,19 @@ TEST(MirrorPicture, PixelsChangePlacesAndColoursStayRight) {
             }
 }
 
+// By a row towards the start of the memory, which is a line down in a picture that is stored bottom-up.
 TEST(MirrorPicture, VerticalKeepsTheFieldOrder) {
-    ZR_VID_PROPS props = Props(eZrFCC_UYVY, 4, 6);
-    props.eInterlace = eZrI_Field1First;
-    const Bytes before = Noise(props);
-    Bytes bytes = before;
-    ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
-    for (int32_t y = 0; y < 6; ++y)
-        EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, y < 5 ? 4 - y : 0)) << y;
+    for (const bool bBottomUp : {false, true}) {
+        ZR_VID_PROPS props = Props(bBottomUp ? eZrFCC_RGB24 : eZrFCC_UYVY, 4, 6);
+        props.eInterlace = eZrI_Field1First;
+        const Bytes before = Noise(props);
+        Bytes bytes = before;
+        ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
+        for (int32_t y = 0; y < 6; ++y) {
+            const int32_t nFrom = bBottomUp ? std::min(6 - y, 5) : std::max(4 - y, 0);
+            EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, nFrom)) << y;
+        }
+    }
 }
 
 TEST(MirrorPicture, RefusesPlanesAndLeavesThem) {
@@ -106,7 +100,7 @@ TEST(RotatePicture, LinesBecomeColumns) {
                 const ZR_VID_PROPS srcProps = Props(fcc, kWidth, b422 ? kHeight : nSign * kHeight);
                 const ZR_VID_PROPS dstProps = RotatedProps(srcProps, nullptr);
                 ASSERT_EQ(dstProps.nWidth, kHeight);
-                ASSERT_EQ(AbsHeight(dstProps.nHeight), kWidth);
+                ASSERT_EQ(dstProps.nHeight, kWidth);
                 ASSERT_EQ(dstProps.nAspectX, 9);
                 const Bytes src = Noise(srcProps);
                 Bytes dst(PictureBytes(dstProps));
@@ -213,36 +207,6 @@ TEST(CropRect, CutsWhatTheTextLists) {
         EXPECT_EQ(CropRect(c.szText, props, &rect), c.hr);
         EXPECT_EQ(std::memcmp(&rect, &c.rect, sizeof(rect)), 0) << rect.left << ' ' << rect.top << ' ' << rect.right;
     }
-}
-
-// Lines of the two fields differ by far: what comes out may only have been made of one of them.
-TEST(DeinterlacePicture, TakesOneFieldOnly) {
-    ScalingEngine engine;
-    for (const eZrFCC fcc : {eZrFCC_UYVY, eZrFCC_RGB32, eZrFCC_I420})
-        for (const int32_t nField : {1, 2})
-            for (const int32_t nHeight : {64, 48}) {
-                SCOPED_TRACE(testing::Message()
-                             << std::hex << fcc << std::dec << " field " << nField << ' ' << nHeight);
-                const int32_t nSign = fcc == eZrFCC_RGB32 ? -1 : 1;
-                ZR_VID_PROPS srcProps = Props(fcc, 32, nSign * 64);
-                srcProps.eInterlace = eZrI_Field1First;
-                const ZR_VID_PROPS dstProps = Props(fcc, 32, nSign * nHeight);
-                Bytes src(PictureBytes(srcProps)), dst(PictureBytes(dstProps), 1);
-                for (size_t i = 0; i < src.size(); ++i) src[i] = 60;
-                for (int32_t y = 1; y < 64; y += 2)
-                    std::memset(&src[static_cast<size_t>(y * srcProps.nRowBytes)], 200,
-                                static_cast<size_t>(srcProps.nRowBytes));
-                ASSERT_EQ(DeinterlacePicture(engine, src.data(), dst.data(), srcProps, dstProps, nField,
-                                             eInterpolation::Linear),
-                          S_OK);
-                for (int32_t y = 0; y < nHeight; ++y)
-                    ASSERT_NEAR(dst[static_cast<size_t>(y * dstProps.nRowBytes) + 5], nField == 1 ? 60 : 200, 1) << y;
-            }
-    EXPECT_EQ(DeinterlaceField(Props(eZrFCC_UYVY, 2, 2)), 0);
-    uint8_t arr[64] = {};
-    EXPECT_EQ(DeinterlacePicture(engine, arr, arr + 32, Props(eZrFCC_UYVY, 4, 2), Props(eZrFCC_UYVY, 4, 2), 3,
-                                 eInterpolation::Linear),
-              E_INVALIDARG);
 }
 
 }  // namespace

@@ -60,15 +60,6 @@ TEST(YuvRgb, To601IsTheStandardRounded) {
             }
 }
 
-TEST(YuvRgb, GreysHaveNoColour) {
-    for (int n = 0; n < 256; ++n) {
-        EXPECT_EQ(CbOf(kRgbToYuv601, 2 * n, 2 * n, 2 * n), 128);
-        EXPECT_EQ(CrOf(kRgbToYuv601, 2 * n, 2 * n, 2 * n), 128);
-    }
-    EXPECT_EQ(LumaOf(kRgbToYuv601, 255, 255, 255), 235);
-    EXPECT_EQ(LumaOf(kRgbToYuv601, 0, 0, 0), 16);
-}
-
 // ---- Whole rows on every instruction set, against plain loops over the definitions.
 
 using ToYuvRow = void (*)(const uint8_t*, uint8_t*, size_t);

@@ -10,7 +10,7 @@
 
 #include "framework/frame_factory_access.h"
 #include "video/borders.h"
-#include "video/deinterlace.h"
+#include "video/image_convert.h"
 #include "video/masks.h"
 #include "video/scaling_engine.h"
 #include "zr/utf8.h"
@@ -257,8 +257,8 @@ void SaveInterlaced(const std::string& _path) {
     sheet.Paste(woven.Scaled(240, 134, 4), 360, 22);
     CANVAS whole(320, 180);
     ScalingEngine engine;
-    Check(DeinterlacePicture(engine, woven.pBits, whole.pBits, woven.props.vidProps, whole.props.vidProps, 1,
-                             eInterpolation::Linear),
+    Check(Img_Convert(engine, woven.pBits, whole.pBits, woven.props.vidProps, whole.props.vidProps, true, nullptr,
+                      nullptr, eInterpolation::Linear, 0, eScale_Field1),
           "deinterlace");
     sheet.Paste(whole, 640, 0);
     sheet.Save(_path);

@@ -16,7 +16,7 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-HWY_INLINE size_t MixPlainVectors(const uint8_t* over, uint8_t* base, size_t n, uint32_t nA) {
+HWY_INLINE size_t MixPlainVectors(const uint8_t* over, const uint8_t* base, uint8_t* dst, size_t n, uint32_t nA) {
     const VU16 a = Set16(nA), b = Set16(256 - nA);
     const size_t nStep = vec::Lanes(D8());
     size_t x = 0;
@@ -24,7 +24,7 @@ HWY_INLINE size_t MixPlainVectors(const uint8_t* over, uint8_t* base, size_t n, 
         const VU16 s = LoadPairs(over + x), d = LoadPairs(base + x);
         const VU16 even = vec::Add(vec::Mul(Even(s), a), vec::Mul(Even(d), b));
         const VU16 odd = vec::Add(vec::Mul(Odd(s), a), vec::Mul(Odd(d), b));
-        StorePairs(JoinHigh(even, odd), base + x);
+        StorePairs(JoinHigh(even, odd), dst + x);
     }
     return x;
 }
@@ -128,28 +128,28 @@ HWY_INLINE size_t OverVectors(const uint8_t* over, uint8_t* base, size_t nPixels
 
 #if HWY_TARGET != HWY_SCALAR
 // Equal weights: the mean of both bytes, rounded down.
-HWY_INLINE void HalfStep(const uint8_t* over, uint8_t* base) {
+HWY_INLINE void HalfStep(const uint8_t* over, const uint8_t* base, uint8_t* dst) {
     const D8 d8;
     const V8 s = vec::LoadU(d8, over), d = vec::LoadU(d8, base);
     const V8 odd = vec::And(vec::Xor(s, d), vec::Set(d8, 1));
-    vec::StoreU(vec::Sub(vec::AverageRound(s, d), odd), d8, base);
+    vec::StoreU(vec::Sub(vec::AverageRound(s, d), odd), d8, dst);
 }
-HWY_INLINE size_t HalfVectors(const uint8_t* over, uint8_t* base, size_t n) {
+HWY_INLINE size_t HalfVectors(const uint8_t* over, const uint8_t* base, uint8_t* dst, size_t n) {
     const size_t nStep = vec::Lanes(D8());
     size_t x = 0;
     for (; n - x >= 4 * nStep; x += 4 * nStep)  // the loop costs as much as a step
-        for (size_t i = 0; i < 4; ++i) HalfStep(over + x + i * nStep, base + x + i * nStep);
-    for (; n - x >= nStep; x += nStep) HalfStep(over + x, base + x);
+        for (size_t i = 0; i < 4; ++i) HalfStep(over + x + i * nStep, base + x + i * nStep, dst + x + i * nStep);
+    for (; n - x >= nStep; x += nStep) HalfStep(over + x, base + x, dst + x);
     return x;
 }
 #endif
 
-void MixPlainRowImpl(const uint8_t* over, uint8_t* base, size_t n, uint32_t nA) {
+void MixPlainRowToImpl(const uint8_t* over, const uint8_t* base, uint8_t* dst, size_t n, uint32_t nA) {
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    x = nA == 128 ? HalfVectors(over, base, n) : MixPlainVectors(over, base, n, nA);
+    x = nA == 128 ? HalfVectors(over, base, dst, n) : MixPlainVectors(over, base, dst, n, nA);
 #endif
-    for (; x < n; ++x) base[x] = MixPlain(over[x], base[x], static_cast<int>(nA));
+    for (; x < n; ++x) dst[x] = MixPlain(over[x], base[x], static_cast<int>(nA));
 }
 
 void Fade128RowImpl(const uint8_t* over, uint8_t* base, size_t n, uint32_t nA) {
@@ -258,7 +258,7 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace zr {
-HWY_EXPORT(MixPlainRowImpl);
+HWY_EXPORT(MixPlainRowToImpl);
 HWY_EXPORT(Fade128RowImpl);
 HWY_EXPORT(MixMaskPremulRow32Impl);
 HWY_EXPORT(MixMaskPremulRow24Impl);
@@ -268,7 +268,10 @@ HWY_EXPORT(MixOverRowImpl);
 HWY_EXPORT(FadeOverRow128Impl);
 
 void MixPlainRow(const uint8_t* _pOver, uint8_t* _pBase, size_t _cbRow, uint32_t _nA) {
-    HWY_DYNAMIC_DISPATCH(MixPlainRowImpl)(_pOver, _pBase, _cbRow, _nA);
+    HWY_DYNAMIC_DISPATCH(MixPlainRowToImpl)(_pOver, _pBase, _pBase, _cbRow, _nA);
+}
+void MixPlainRowTo(const uint8_t* _pOver, const uint8_t* _pBase, uint8_t* _pDst, size_t _cbRow, uint32_t _nA) {
+    HWY_DYNAMIC_DISPATCH(MixPlainRowToImpl)(_pOver, _pBase, _pDst, _cbRow, _nA);
 }
 void Fade128Row(const uint8_t* _pOver, uint8_t* _pBase, size_t _cbRow, uint32_t _nA128) {
     HWY_DYNAMIC_DISPATCH(Fade128RowImpl)(_pOver, _pBase, _cbRow, _nA128);

@@ -57,6 +57,8 @@ enum class eLumaAt { Odd, Even };
 
 // _cbRow bytes.
 void MixPlainRow(const uint8_t* _pOver, uint8_t* _pBase, size_t _cbRow, uint32_t _nA);
+// The same into another row; the base stays. _pDst may be one of the two.
+void MixPlainRowTo(const uint8_t* _pOver, const uint8_t* _pBase, uint8_t* _pDst, size_t _cbRow, uint32_t _nA);
 void Fade128Row(const uint8_t* _pOver, uint8_t* _pBase, size_t _cbRow, uint32_t _nA128);
 
 // _nPixels pixels of 4 or 3 bytes.

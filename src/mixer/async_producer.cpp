@@ -1,0 +1,137 @@
+#include "mixer/async_producer.h"
+
+#include <algorithm>
+#include <new>
+
+#include "mixer/mix_clock.h"
+#include "platform/clock.h"
+
+namespace zr {
+namespace {
+
+constexpr int64_t kGetSlice = 50 * kTicksPerMs;   // between two looks at the stop event
+constexpr int64_t kNoFrames = 250 * kTicksPerMs;  // without a frame the source counts as stalled
+constexpr int64_t kNap = 20 * kTicksPerMs;        // before a source that has failed or ended is asked again
+constexpr int64_t kDefaultFrame = 400'000;        // ticks
+
+// A clone with the break flag. The line of a source begins with its first frame, whatever its flags say: it may have
+// played for others before.
+FramePtr BreakClone(const FramePtr& _pFrame, eZrFrameClone _eParts) {
+    FramePtr pClone;
+    ZR_TIME time;
+    if (Failed(_pFrame->ZrFClone(pClone.Out(), _eParts, eZrFCC_Default)) || Failed(pClone->ZrFTimeGet(&time))) {
+        return {};
+    }
+    time.eFFlags = WithBreak(time.eFFlags);
+    pClone->ZrFTimeSet(&time);
+    return pClone;
+}
+
+int64_t DurationOf(IZrFFrame& _frame) {
+    ZR_TIME time;
+    if (Failed(_frame.ZrFTimeGet(&time)) || time.rtEndTime <= time.rtStartTime) return kDefaultFrame;
+    return std::min(time.rtEndTime - time.rtStartTime, kTicksPerSecond);
+}
+
+}  // namespace
+
+HRESULT AsyncProducer::Start(std::unique_ptr<AsyncProducer> _pBefore) {
+    pBefore = std::move(_pBefore);
+    const HRESULT hr = thread.Start("zr-producer", [this](ManualEvent& _evStop) {
+        if (pBefore) pBefore->Join();
+        pBefore.reset();
+        Run(_evStop);
+    });
+    if (Failed(hr) && pBefore) pBefore->Join();
+    return hr;
+}
+
+// A get under way ends with its reader.
+void AsyncProducer::EndGet() {
+    if (const uint64_t ll = llReaderID.load(std::memory_order_acquire)) input.pItem->Pulled()->ReaderRemove(ll);
+}
+
+void AsyncProducer::Run(ManualEvent& _evStop) {
+    IZrSource_I* const pSource = input.pItem->Pulled();
+    Note(pSource != nullptr, true);
+    if (!pSource) return;
+    // The reader first: not one frame is lost when the source starts.
+    uint64_t ll = 0;
+    pSource->SourceFrameGetEx_I(&ll, 0, nullptr, nullptr);
+    llReaderID.store(ll, std::memory_order_release);
+    input.pItem->StartSource();
+    while (!_evStop.IsSet()) {
+        FramePtr pFrame = Get(_evStop);
+        // A background that has stalled or ended goes on giving the pace, with its last picture.
+        if (!pFrame && IsStalled()) pFrame = RepeatOfLast();
+        if (!pFrame || _evStop.IsSet()) continue;
+        try {
+            Push(pFrame, _evStop);
+        } catch (const std::bad_alloc&) {
+            WaitOne(_evStop, kNap);  // this frame is lost
+        }
+    }
+    Note(false, false);
+    if (const uint64_t llLast = llReaderID.load(std::memory_order_relaxed)) pSource->ReaderRemove(llLast);
+}
+
+bool AsyncProducer::IsStalled() const { return rtWaited >= kNoFrames; }
+
+FramePtr AsyncProducer::RepeatOfLast() const { return pLast ? BreakClone(pLast, eZrFC_VideoRef) : FramePtr(); }
+
+// Null: there is none yet, or the wait was ended.
+FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
+    IZrSource_I* const pSource = input.pItem->Pulled();
+    uint64_t ll = llReaderID.load(std::memory_order_relaxed);
+    const uint64_t llBefore = ll;
+    FramePtr pFrame;
+    const int64_t rtSlice = IsStalled() && pLast ? DurationOf(*pLast) : kGetSlice;
+    HRESULT hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
+    if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
+        ll = 0;
+        hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
+    }
+    if (ll != llBefore) llReaderID.store(ll, std::memory_order_release);
+    if (hr == ZR_E_TIMEOUT) {
+        rtWaited += rtSlice;
+        if (IsStalled()) Note(true, false);
+        return {};
+    }
+    if (Failed(hr) || !pFrame) {
+        Note(false, false);
+        rtWaited = kNoFrames;
+        WaitOne(_evStop, pLast ? DurationOf(*pLast) : kNap);
+        return {};
+    }
+    rtWaited = 0;
+    Note(true, true);
+    if (!bBegun) pFrame = BreakClone(pFrame, eZrFC_Reference);
+    bBegun = true;
+    if (!input.pStream) pLast = pFrame;
+    return pFrame;
+}
+
+void AsyncProducer::Push(const FramePtr& _pFrame, ManualEvent& _evStop) {
+    if (!input.pStream) {
+        if (Failed(host.DriveCycle(_pFrame, _evStop))) WaitOne(_evStop, kNap);
+        return;
+    }
+    STREAM_PUT put = host.PutNow();
+    const XMLNodePtr& pNode = input.pItem->Node();
+    if (!pNode->AttributeOr(u"video", true)) put.output.vidProps.eVideoFormat = eZrVF_Disabled;
+    if (!pNode->AttributeOr(u"audio", true)) put.output.audProps.nChannels = -1;
+    put.pAbort = &_evStop;
+    const int64_t rtBegin = ClockNow();
+    const HRESULT hr = input.pStream->PutMedia(_pFrame.Get(), put);
+    if (hr == S_OK) return;
+    // A stream that takes nothing holds nobody back: a source without a pace of its own would spin.
+    const int64_t rtFrame = DurationOf(*_pFrame);
+    if (ClockNow() - rtBegin < rtFrame / 4) WaitOne(_evStop, rtFrame / 2);
+}
+
+// What the cycle needs to know of the source.
+void AsyncProducer::Note(bool _bFed, bool _bHasFrames) {
+    if (input.pStream) input.pStream->NoteSource(_bFed, _bHasFrames);
+}
+
+}  // namespace zr

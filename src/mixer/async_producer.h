@@ -1,0 +1,64 @@
+#pragma once
+// The thread that pulls one source of an asynchronous mixer, at the source's own pace, and pushes what it gives.
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "mixer/stream_table.h"
+#include "mixer/sync_request.h"
+#include "platform/thread.h"
+
+namespace zr {
+
+// What a producer works for; outlives it. Called on the producer's thread with no lock held.
+class IProducerHost {
+public:
+    // What a put goes by at this moment.
+    virtual STREAM_PUT PutNow() const = 0;
+    // Makes an output frame on one of the background, waiting for the streams. Returns when it is out, or when
+    // _evStop is set.
+    virtual HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) = 0;
+
+protected:
+    ~IProducerHost() = default;
+};
+
+// Pushes into the stream of its input; that of the background drives the cycle. The owner stops and joins it.
+class AsyncProducer {
+public:
+    AsyncProducer(const CInputStream& _input, IProducerHost& _host) : input(_input), host(_host) {}
+    AsyncProducer(const AsyncProducer&) = delete;
+    AsyncProducer& operator=(const AsyncProducer&) = delete;
+
+    // _pBefore (may be null): the one that pushed into the same stream, told to stop; it is joined before the first
+    // frame is asked for, so that a stream has one producer at a time.
+    HRESULT Start(std::unique_ptr<AsyncProducer> _pBefore);
+    // Ends its waits; that at the source, with EndGet, at once. Any thread, without waiting.
+    void RequestStop() { thread.RequestStop(); }
+    // Calls the source.
+    void EndGet();
+    // False: called on the producer's own thread, or _rtTimeout has passed.
+    bool Join(int64_t _rtTimeout = -1) { return thread.Join(_rtTimeout); }
+
+    const CInputStream& Input() const { return input; }
+
+private:
+    void Run(ManualEvent& _evStop);
+    FramePtr Get(ManualEvent& _evStop);
+    FramePtr RepeatOfLast() const;
+    void Push(const FramePtr& _pFrame, ManualEvent& _evStop);
+    void Note(bool _bFed, bool _bHasFrames);
+    bool IsStalled() const;
+
+    const CInputStream input;
+    IProducerHost& host;
+    std::atomic<uint64_t> llReaderID{0};  // at the source; the producer's thread writes
+    bool bBegun = false;                  // a frame has come
+    int64_t rtWaited = 0;                 // for a frame, since the last one
+    FramePtr pLast;                       // of the background
+    std::unique_ptr<AsyncProducer> pBefore;
+    Thread thread;  // last: it goes first
+};
+
+}  // namespace zr

@@ -1,0 +1,69 @@
+#pragma once
+// The picture of the output while it is composed: layers are noted first, then laid in bands of rows that stay in the
+// cache, and of what opaque layers cover nothing is copied or filled.
+
+#include <cstdint>
+#include <vector>
+
+#include "mixer/block_picture.h"
+#include "video/borders.h"
+#include "video/picture.h"
+#include "video/scaling_engine.h"
+#include "zr/frame.h"
+
+namespace zr {
+
+// Mix thread only. Keeps its memory between frames.
+class Canvas {
+public:
+    // The record that layers are made for: the output's, in UYVY where pictures cannot be mixed in the output's format.
+    static ZR_VID_PROPS LayerProps(const ZR_VID_PROPS& _output);
+
+    // A new picture. Layers of the one before are let go.
+    void Begin(const ZR_VID_PROPS& _output);
+    // On top of those before; _dblAlpha 0 to 1. A picture that has nothing to show is left out.
+    void Add(CAutoObj<BlockPicture> _pPicture, double _dblAlpha);
+    void AddBorders(const tagRECT& _rect, const BORDERS& _borders, double _dblAlpha);
+    bool IsEmpty() const { return arrLayers.empty(); }
+
+    // Composes on _pBase, null for black, which stays as it is, and gives *_ppFrame: a frame with a picture of the
+    // output's record and nothing else. It is a reference of a layer's own frame where that is all there is to see.
+    // _nThreads: mixing.threads. S_FALSE, and null: there are no layers, the base is the picture.
+    HRESULT Compose(IZrFFrame* _pBase, int32_t _nThreads, ZrPtr<IZrFFrame>* _ppFrame);
+    // Lets go of all layers.
+    void Clear() { arrLayers.clear(); }
+
+private:
+    struct LAYER {
+        CAutoObj<BlockPicture> pPicture;  // empty: a colour
+        tagRECT rect;                     // inside of the output
+        FILL_COLOUR colour;
+        uint32_t nWeight = 256;
+        double dblAlpha = 1;
+        bool bOpaque = false;  // hides what is under it
+    };
+    struct BASE {
+        PICTURE picture;
+        bool bPicture = false;  // else black
+    };
+
+    void DropCovered();
+    bool IsWholeFrame(const LAYER& _layer) const;
+    HRESULT ReadBase(IZrFFrame* _pBase, BASE* _pBase_I);
+    HRESULT Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) const;
+    const uint8_t* UnderBand(const BASE& _base, int32_t _nFirst, int32_t _nEnd, size_t* _pnNext,
+                             ptrdiff_t* _pnStride) const;
+    size_t LayTwo(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
+    void DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
+    void LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
+    void LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
+
+    ZR_VID_PROPS output;
+    ZR_VID_PROPS work;  // LayerProps of it
+    std::vector<LAYER> arrLayers;
+    FILL_PATTERN black;
+    ScalingEngine engine;
+    ScratchBuffer basePlanes, baseConverted, composed;
+};
+
+}  // namespace zr

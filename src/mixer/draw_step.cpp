@@ -1,0 +1,171 @@
+#include "mixer/draw_step.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "attributes/attr_text.h"
+#include "attributes/number_text.h"
+#include "media/vid_props.h"
+#include "platform/trace.h"
+#include "scenes/element_select.h"
+
+namespace zr {
+
+namespace {
+
+constexpr NameKey keyForeground{u"foreground"};
+
+// Keeps a record with an element; the object changes only when the record does.
+void KeepProps(CoElement& _element, const NameKey& _key, const ZR_VID_PROPS& _props) {
+    const ZR_VID_PROPS kept = _element.ObjectAs<ZR_VID_PROPS>(_key);
+    if (kept.fccType == _props.fccType && kept.nWidth == _props.nWidth && kept.nHeight == _props.nHeight &&
+        kept.nRowBytes == _props.nRowBytes && kept.eInterlace == _props.eInterlace &&
+        kept.eVideoFormat == _props.eVideoFormat && kept.nAspectX == _props.nAspectX &&
+        kept.nAspectY == _props.nAspectY && kept.dblRate == _props.dblRate)
+        return;
+    _element.SetObject(_key, ObjectVal<ZR_VID_PROPS>::Make(_props));
+}
+
+tagRECT RoundRect(const RECT_F& _rect) {
+    const RECT_F rect = Ordered(_rect);
+    const auto Round = [](float _n) { return static_cast<int32_t>(std::lround(_n)); };
+    return {Round(rect.left), Round(rect.top), Round(rect.right), Round(rect.bottom)};
+}
+
+}  // namespace
+
+void DrawStep::Reset() {
+    Walk_I().Reset();
+    arrBlocks.clear();
+    blocks.Exchange(arrBlocks);
+    arrBlocks.clear();
+    arrSet.clear();
+    canvas.Clear();
+}
+
+bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
+                         CoElement* _pScene) {
+    streams = _streams;
+    layerProps = Canvas::LayerProps(_output);
+    bCutOffscreen = pObject->AttributeOr(u"cut_offscreen", true);
+    canvas.Begin(_output);
+    arrBlocks.clear();
+    const ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
+    DrawContext draw, collect;
+    if (pForeground) {
+        draw.bDraw = true;
+        draw.target_props = collect.target_props = layerProps;
+        draw.now = _times.dblDraw;
+        collect.now = _times.dblCollect;
+        {
+            const TraceScope trace("DoMixing_I(Draw)");
+            DrawXML_CPU(draw, *_pScene, *pForeground);
+        }
+        const TraceScope trace("DrawXML_CPU(Collect) + Update");
+        DrawXML_CPU(collect, *_pScene, *pForeground);
+        UpdateBlocks(layerProps, arrBlocks, pObject->AttributeOr(u"cut_overlapped", true));
+    }
+    AddGains();
+    // The set gets this list; the one that it gives back is used next.
+    arrSet.assign(arrBlocks.begin(), arrBlocks.end());
+    blocks.Exchange(arrSet);
+    arrSet.clear();
+    arrBlocks.clear();
+    streams = {};
+    return draw.blocks_done == collect.blocks_done;
+}
+
+HRESULT DrawStep::Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame) {
+    const HRESULT hr = canvas.Compose(_pBase, pObject->AttributeOr(u"mixing.threads", 0), _ppFrame);
+    canvas.Clear();
+    return hr;
+}
+
+// What the elements add to the sound of their streams, once everyone knows what is seen of it.
+void DrawStep::AddGains() const {
+    for (const DRAW_STREAM& stream : streams) stream.pStream->ResetGains();
+    for (const BlockPtr& pBlock : arrBlocks) {
+        const BLOCK_STATE state = pBlock->State();
+        const auto it = std::find_if(streams.begin(), streams.end(),
+                                     [&](const DRAW_STREAM& _s) { return pBlock->Shows(_s.pStream); });
+        if (it == streams.end()) continue;
+        if (state.dblAudioGain >= 0)
+            it->pStream->AddGains(0, state.dblAudioGain);
+        else
+            it->pStream->AddGains(state.dblVisibleShare, 0);
+    }
+}
+
+const DRAW_STREAM* DrawStep::FindStream(const VIDEO_TEXTS& _texts) const {
+    if (!_texts.streamID.empty())
+        for (const DRAW_STREAM& stream : streams)
+            if (stream.id == _texts.streamID) return &stream;
+    if (_texts.streamIdx.empty() || _texts.streamIdx[0] < u'0' || _texts.streamIdx[0] > u'9') return nullptr;
+    const auto n = static_cast<int32_t>(ReadInteger(_texts.streamIdx, 10, INT32_MAX).nValue);
+    return n >= 0 && static_cast<size_t>(n) < streams.size() ? &streams[static_cast<size_t>(n)] : nullptr;
+}
+
+bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context, RECT_F* _pRect) {
+    CoElement& element = _video.element;
+    const DRAW_STREAM* const pFound = FindStream(_video.texts);
+    if (!pFound || !pFound->pStream->IsOpen()) {
+        DropVideo_I(element);
+        return false;
+    }
+    const MixerStreamPtr pStream(pFound->pStream);
+    if (element.ObjectAs<MixerStreamPtr>(kMixerStreamKey) != pStream)
+        element.SetObject(kMixerStreamKey, ObjectVal<MixerStreamPtr>::Make(pStream));
+    BlockPtr pBlock = element.ObjectAs<BlockPtr>(kVideoBlockKey);
+    if (!pBlock) {
+        pBlock = ZrVideoBlock::Make();
+        if (!pBlock) return false;
+        element.SetObject(kVideoBlockKey, ObjectVal<BlockPtr>::Make(pBlock));
+    }
+    pBlock->Bind(pFound->pStream, pFound->id);
+    KeepProps(element, kSrcPropsKey, pFound->pStream->LastVideoProps());
+    KeepProps(element, kMixPropsKey, _context.target_props);
+
+    BLOCK_LAYOUT layout;
+    layout.place = _video.place;
+    layout.parent = _video.parent;
+    layout.previous = _video.previous;
+    layout.crop = _video.crop;
+    layout.output = _context.target_props;
+    layout.dblAlpha = _video.dblAlpha;
+    layout.dblAudioGain = _video.dblAudioGain;
+    layout.bCutOffscreen = _video.bHasCut ? _video.bCutOffscreen : bCutOffscreen;
+    layout.bForceCaptions = _video.bForceCaptions;
+    pBlock->SetMasks(_video.texts.mask, _video.texts.screenMask);
+    *_pRect = pBlock->Layout(layout);
+    arrBlocks.push_back(std::move(pBlock));
+    ++_context.blocks_done;
+    return true;
+}
+
+void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
+    CoElement& element = _video.element;
+    const BlockPtr pBlock = element.ObjectAs<BlockPtr>(kVideoBlockKey);
+    if (!pBlock) return;
+    const DRAW_STREAM* const pFound = FindStream(_video.texts);
+    if (!pFound || !pFound->pStream->IsOpen()) {
+        DropVideo_I(element);
+        return;
+    }
+    ++_context.blocks_done;
+    const ZR_VID_PROPS source = pBlock->SourceProps();
+    if (!PropsValid(&source, true)) return;
+    RECT_F rect;
+    canvas.Add(pBlock->PictureToDraw(&rect), _video.dblAlpha);
+    if (_video.texts.borders.empty()) return;
+    BORDERS borders;
+    if (ReadBorders(_video.texts.borders, _video.texts.bordersColour, &borders) == S_OK)
+        canvas.AddBorders(RoundRect(rect), borders, _video.dblAlpha);
+}
+
+void DrawStep::DropVideo_I(CoElement& _element) {
+    if (_element.RemoveObject(kVideoBlockKey)) _element.RemoveObject(kMixerStreamKey);
+}
+
+void DrawStep::ChangeEnded_I(CoElement& _scene) { RunViewStep(_scene); }
+
+}  // namespace zr

@@ -1,0 +1,71 @@
+#pragma once
+// The drawing of a cycle: the scene's two passes, what is seen of each block, and the picture that comes of it.
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "attributes/props.h"
+#include "framework/event_sink.h"
+#include "mixer/canvas.h"
+#include "mixer/mixer_stream.h"
+#include "mixer/video_block.h"
+#include "scenes/scene_draw.h"
+
+namespace zr {
+
+// The objects of an element that the drawing keeps with it.
+inline constexpr NameKey kVideoBlockKey{u"video_block"};  // ObjectVal<BlockPtr>
+inline constexpr NameKey kSrcPropsKey{u"src_props"};      // ObjectVal<ZR_VID_PROPS>: the stream's last format
+inline constexpr NameKey kMixPropsKey{u"mix_props"};      // ObjectVal<ZR_VID_PROPS>: the output's
+
+// A stream of this cycle, in the order of the table. Good for the step.
+struct DRAW_STREAM {
+    ZrMixerStream* pStream;
+    std::u16string_view id;
+};
+
+struct DRAW_TIMES {
+    double dblDraw = 0;     // seconds of the scene, of this frame
+    double dblCollect = 0;  // of the next
+};
+
+// Mix thread only, but for what says otherwise.
+class DrawStep final : public CSceneDrawXML_CPU<DrawStep> {
+public:
+    // _pObject: the node with the mixer's keys. _blocks outlives the step.
+    DrawStep(XMLNodePtr _pObject, BlockSet& _blocks) : pObject(std::move(_pObject)), blocks(_blocks) {}
+
+    // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
+    // False: the scene has elements that could not draw yet.
+    bool WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
+                   CoElement* _pScene);
+    // The picture of the draw pass; see Canvas::Compose. The scenes lock is not needed.
+    HRESULT Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame);
+    // The events of changes that have ended; with no lock held.
+    void RaiseEvents(IEventSink& _events) { Walk_I().RaiseEvents(_events); }
+    // What is kept of scene and streams is let go. While the mix thread does not run.
+    void Reset();
+
+    // For the walk.
+    bool CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context, RECT_F* _pRect);
+    void DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context);
+    void DropVideo_I(CoElement& _element);
+    void ChangeEnded_I(CoElement& _scene);
+
+private:
+    const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;
+    void AddGains() const;
+
+    const XMLNodePtr pObject;
+    BlockSet& blocks;
+    Canvas canvas;
+    // Of the pass
+    std::span<const DRAW_STREAM> streams;
+    ZR_VID_PROPS layerProps;
+    bool bCutOffscreen = true;
+    std::vector<BlockPtr> arrBlocks;  // in the order in which they are drawn
+    std::vector<BlockPtr> arrSet;     // goes to and fro with the set
+};
+
+}  // namespace zr

@@ -1,0 +1,300 @@
+#include "scenes/element_change.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "attributes/attribute_line.h"
+#include "attributes/name_path.h"
+#include "scenes/animated_value.h"
+#include "scenes/element_names.h"
+
+namespace zr {
+namespace {
+
+using namespace element;
+
+constexpr NameKey keyAccel{u"_change_accel_"};
+constexpr NameKey keyStart{u"_start_"};
+constexpr NameKey keyChangeTime{u"_change_time_"};
+constexpr NameKey keyDelayTime{u"_delay_time_"};
+
+// How deep showing goes on with what is nested; a scene from outside may be deeper than the stack.
+constexpr int32_t kMaxNested = 64;
+
+template <class F>
+void ForEachTimed(F _f) {
+    for (size_t i = 0; i < kTimedChanging; ++i) _f(TimedName(static_cast<eTimed>(i)));
+}
+
+bool ReadShow(const XMLNodeBase& _node) {
+    bool bShow = true;
+    _node.GetOwnAttribute(kShow, bShow);
+    return bShow;
+}
+
+bool HasTimed(const XMLNodeBase& _node) {
+    bool bAny = false;
+    ForEachTimed([&](const TIMED_NAME& _name) { bAny |= _node.HasOwnAttribute(_name.key); });
+    return bAny;
+}
+
+// Stores what an element says of an attribute, or its fallback.
+void StorePresent(const CoElement& _element, const TIMED_NAME& _name, CoElement& _from) {
+    _from.SetOwnAttribute(_name.key, _element.AttributeOr(_name.key.text, _name.szFallback));
+}
+
+void RemoveNode(CoElement& _element, const NameKey& _key) {
+    if (const ElementPtr p = _element.FindChild(_key)) {
+        _element.RemoveChild(p.Get());
+        _element.Discard(XMLNodeRef(p));
+    }
+}
+
+// One showing or hiding: what it works on. The nodes are not in the tree yet.
+struct SHOW {
+    CoElement& element;
+    CoElement& from;
+    const ElementPtr pHide;  // made when it hides
+    const double dblTime;
+    const double dblDelay;
+    bool bOn;
+    bool bReversal;  // it hides and has to come back from where it is
+    int32_t nDepth;
+    double dblTotal = 0;
+};
+
+// The children follow one after another; each begins when the ones before are partly through.
+void ShowNested(SHOW& _show, double _dblFactor) {
+    if (_show.nDepth >= kMaxNested) return;
+    for (size_t i = 0; ElementPtr pChild = _show.element.ChildAt(i); ++i) {
+        if (pChild->IsText() || !IsNestedType(*pChild)) continue;
+        if (!_show.bReversal && ReadShow(*pChild) == _show.bOn) {
+            EndChange(*pChild);
+            pChild->SetAttribute(kShow.text, !_show.bOn);
+        }
+        double dblChild = 0;
+        ElementChange(*pChild, kShow.text, _show.bOn ? u"true" : u"false", _show.dblTime,
+                      _show.dblTotal + _show.dblDelay, &dblChild, _show.nDepth + 1);
+        _show.dblTotal += dblChild * _dblFactor;
+    }
+}
+
+enum class Shown { kNothing, kInstant, kTimed };
+
+// _pWay: the node "on_show" or "on_hide"; empty for a plain fade.
+void ShowBy(SHOW& _show, const ElementPtr& _pWay) {
+    CoElement& source = _show.bOn ? _show.from : *_show.pHide;
+    if (!_pWay) {
+        if (_show.dblDelay > 0) _show.from.SetAttribute(keyDelayTime.text, _show.dblDelay);
+        if (!_show.bReversal) source.SetAttribute(kAlpha.text, 0.0);
+        _show.dblTotal = _show.dblDelay;
+        return;
+    }
+    const bool bNested = _pWay->AttributeOr(u"nested", false);
+    const double dblFactor = std::clamp(_pWay->AttributeOr(u"delay", 0.5), 0.0, 1000.0);
+    if (!bNested) {
+        _show.dblTotal = _show.dblTime;
+        if (_show.dblDelay > 0) _show.from.SetAttribute(keyDelayTime.text, _show.dblDelay);
+    } else {
+        if (_show.bOn) {
+            _show.dblTotal = _show.dblTime * dblFactor;
+            if (_show.dblDelay > 0) _show.from.SetAttribute(keyDelayTime.text, _show.dblDelay);
+        }
+        ShowNested(_show, dblFactor);
+        if (!_show.bOn && _show.dblTotal + _show.dblDelay > 0)
+            _show.from.SetAttribute(keyDelayTime.text, _show.dblTotal + _show.dblDelay);
+        _show.dblTotal += _show.dblTime * dblFactor;
+    }
+    if (!_show.bReversal) source.CopyAttributesFrom(*_pWay, eZrUT_Update);
+}
+
+// Compares "show" at the start of a change with what the element now says. _pHide: receives the node that the element
+// moves to when it hides.
+Shown ShowChange(CoElement& _from, CoElement& _element, double _dblTime, double _dblDelay, double* _pdblTotal,
+                 ElementPtr& _pHide, int32_t _nDepth) {
+    const bool bOn = ReadShow(_element);
+    const bool bVisible = ReadShow(_from);
+    const bool bReversal = bOn && bVisible && _element.FindChild(kNodeHide);
+    if (bOn == bVisible && !bReversal) return Shown::kNothing;
+
+    const ElementPtr pWay = _element.FindChild(bOn ? kOnShow : kOnHide);
+    if (pWay && pWay->AttributeCount() == 0) {
+        _from.RemoveAttribute(kShow.text);
+        RemoveNode(_element, kNodeHide);
+        return Shown::kInstant;
+    }
+    if (!bOn) {
+        _pHide = CoElement::CreateTop(kNodeHide.text, _element.Shared());
+        _pHide->CopyAttributesFrom(_element, eZrUT_Update);
+    }
+    SHOW show{_element, _from, _pHide, _dblTime, _dblDelay, bOn, bReversal, _nDepth};
+    ShowBy(show, pWay);
+    if (_pdblTotal) *_pdblTotal = show.dblTotal;
+    return Shown::kTimed;
+}
+
+// The values that a change under way has reached become the start of the next.
+void KeepReached(CoElement& _element, CoElement& _from) {
+    ForEachTimed([&](const TIMED_NAME& _name) {
+        if (!_from.HasOwnAttribute(_name.key)) return;
+        const double dbl = AnimatedValue(_element, _name.key, _name.dblFallback, -1, -1);
+        if (_name.key.nHash == kShow.nHash)
+            _from.SetAttribute(_name.key.text, dbl != 0);
+        else
+            _from.SetAttribute(_name.key.text, dbl);
+    });
+    _from.RemoveAttribute(keyStart.text);
+    _from.RemoveAttribute(keyDelayTime.text);
+}
+
+void CopyTarget(const CoElement& _target, CoElement& _element) {
+    if (!_target.HasOwnAttribute(keyAccel)) {
+        _element.CopyAttributesFrom(_target, eZrUT_Update);
+        return;
+    }
+    const ElementPtr pCopy = CoElement::CreateTop(u"target");
+    pCopy->CopyAttributesFrom(_target, eZrUT_Update);
+    pCopy->RemoveAttribute(keyAccel.text);
+    _element.CopyAttributesFrom(*pCopy, eZrUT_Update);
+}
+
+}  // namespace
+
+void BeginChange(CoElement& _element, const CoElement& _target, double _dblTime, double _dblDelay, double* _pdblTotal,
+                 int32_t _nDepth) {
+    if (!(_dblTime > 0)) {
+        CopyTarget(_target, _element);
+        return;
+    }
+    // What the change starts from is put together beside the element, as the values are read from it all the while.
+    const ElementPtr pOld = _element.FindChild(kNodeFrom);
+    const ElementPtr pFrom = CoElement::CreateTop(kNodeFrom.text, _element.Shared());
+    if (pOld) {
+        pOld->CopyTo(*pFrom, false, eZrUT_ClearDest);
+        KeepReached(_element, *pFrom);
+    }
+    if (const double dblAccel = _target.AttributeOr(keyAccel.text, -1000.0); dblAccel > -1000)
+        pFrom->SetAttribute(keyAccel.text, dblAccel);
+    ForEachTimed([&](const TIMED_NAME& _name) {
+        if (_target.HasOwnAttribute(_name.key) && !pFrom->HasOwnAttribute(_name.key))
+            StorePresent(_element, _name, *pFrom);
+    });
+    CopyTarget(_target, _element);
+
+    ElementPtr pHide;
+    const Shown eShown = ShowChange(*pFrom, _element, _dblTime, _dblDelay, _pdblTotal, pHide, _nDepth);
+    const bool bChange = eShown == Shown::kTimed || HasTimed(*pFrom);
+    if (bChange) {
+        pFrom->SetAttribute(keyChangeTime.text, _dblTime);
+        if (pHide) {
+            ForEachTimed([&](const TIMED_NAME& _name) {
+                if (!pFrom->HasOwnAttribute(_name.key)) StorePresent(_element, _name, *pFrom);
+            });
+        }
+        _element.AppendChild(pFrom);
+    }
+    if (pOld) _element.RemoveChild(pOld.Get());
+    if (pHide || ReadShow(_element)) RemoveNode(_element, kNodeHide);
+    if (pHide) _element.AppendChild(pHide);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// From texts
+
+namespace {
+
+// What may be left behind by an earlier life of an element.
+constexpr NameKey arrTransient[] = {kNodeFrom, kNodeHide, kClone};
+
+// The old description stays for the time of the change, hiding, beside the new one that shows.
+HRESULT CrossFade(CoElement& _element, std::u16string_view _xml, double _dblTime, double _dblDelay,
+                  double* _pdblTotal) {
+    const ElementPtr pClone = CoElement::CreateTop(kClone.text, _element.Shared());
+    _element.CopyTo(*pClone, false, eZrUT_ClearDest, {arrTransient + 2, 1});
+    const std::u16string strType = _element.Tag();
+    const HRESULT hr = ReplaceElement(_element, _xml, {});
+    if (Failed(hr)) return hr;
+
+    pClone->SetOwnAttribute(kCloneType, strType);
+    ElementChange(*pClone, kShow.text, u"false", _dblTime);
+    if (pClone->FindChild(kNodeFrom)) {
+        pClone->SetAttribute(kRemove.text, true);
+        _element.AppendChild(pClone);
+    }
+    if (!ReadShow(_element)) return S_OK;
+    _element.SetAttribute(kShow.text, false);
+    return ElementChange(_element, kShow.text, u"true", _dblTime, _dblDelay, _pdblTotal);
+}
+
+// Drops what was made from the attributes that are set now.
+void DropStale(CoElement& _element, const std::vector<std::u16string>& _arrNames) {
+    bool bLook = false, bOther = false;
+    for (const std::u16string& strName : _arrNames) {
+        bLook |= IsTextLook(NameKey(strName));
+        bOther |= NameHash(strName) != NameHash(u"src");
+    }
+    if (bLook) _element.RemoveObject(kText);
+    if (bOther) _element.Discard(_element.TakeObjectsBelow());
+}
+
+}  // namespace
+
+HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16string_view _value, double _dblTime,
+                      double _dblDelay, double* _pdblTotal, int32_t _nDepth) {
+    if (_name.empty() && _value.find(u'<') != _value.npos) {
+        if (!(_dblTime > 0) || !ReadShow(_element)) return ReplaceElement(_element, _value, {});
+        return CrossFade(_element, _value, _dblTime, _dblDelay, _pdblTotal);
+    }
+    if (!_name.empty()) {
+        std::u16string strPresent;
+        if (_element.GetAttribute(_name, strPresent) && strPresent == _value) return S_FALSE;
+    }
+    const ElementPtr pTarget = CoElement::CreateTop(u"target");
+    std::vector<std::u16string> arrNames;
+    const auto take = [&](std::u16string_view _key, std::u16string_view _text) {
+        if (FindPathSeparator(_key) != _key.npos)
+            _element.SetAttribute(_key, _text);
+        else
+            pTarget->SetOwnAttribute(_key, _text);
+        arrNames.emplace_back(_key);
+    };
+    if (!_name.empty()) {
+        take(_name, _value);
+    } else {
+        AttributeLineScanner scanner(_value);
+        while (scanner.Next())
+            if (!scanner.IsBare()) take(scanner.Name(), scanner.Value());
+    }
+    const bool bContent = IsContentType(_element);
+    if (bContent) {
+        _dblTime = 0;
+        _element.Discard(_element.TakeObjectsBelow());
+    }
+    BeginChange(_element, *pTarget, HasTimed(*pTarget) ? _dblTime : 0, _dblDelay, _pdblTotal, _nDepth);
+    if (bContent) DropStale(_element, arrNames);
+    return S_OK;
+}
+
+HRESULT ReplaceElement(CoElement& _element, std::u16string_view _xml, std::u16string_view _type) {
+    const ElementPtr pNew = CoElement::CreateTop(u"item", _element.Shared());
+    if (const HRESULT hr = pNew->Parse(_xml); Failed(hr)) return hr;
+    const std::u16string strTag = pNew->Tag();
+    _element.Discard(_element.TakeObjectsBelow());
+    std::vector<XMLNodeRef> arrChildren = pNew->ChildNodes();
+    pNew->RemoveChildren();
+    for (XMLNodeRef& pChild : _element.ChildNodes()) _element.Discard(std::move(pChild));
+    _element.RemoveChildren();
+    _element.CopyAttributesFrom(*pNew, eZrUT_ClearDest);
+    for (XMLNodeRef& pChild : arrChildren) _element.InsertChildNode(std::move(pChild));
+    if (!_element.HasTag(kScene)) _element.SetTag(_type.empty() ? std::u16string_view(strTag) : _type);
+    return S_OK;
+}
+
+void DropRunTimeState(CoElement& _element) {
+    for (const NameKey& key : arrTransient) RemoveNode(_element, key);
+    _element.RemoveAttribute(kRemove.text);
+    _element.Discard(_element.TakeObjectsBelow());
+}
+
+}  // namespace zr

@@ -1,0 +1,215 @@
+#include "scenes/element_select.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "attributes/attribute_line.h"
+#include "scenes/animated_value.h"
+#include "scenes/element_change.h"
+#include "scenes/element_names.h"
+
+namespace zr {
+namespace {
+
+using namespace element;
+
+constexpr std::u16string_view kOnInvoke = u"on_invoke";
+
+// Calls _f for an element and all below it, settings and texts left out.
+template <class F>
+void ForEachElement(const ElementPtr& _pTop, F _f) {
+    std::vector<ElementPtr> arrWaiting{_pTop};
+    while (!arrWaiting.empty()) {
+        const ElementPtr p = std::move(arrWaiting.back());
+        arrWaiting.pop_back();
+        _f(*p);
+        const size_t nCount = p->ChildCount();
+        for (size_t i = nCount; i-- > 0;) {
+            ElementPtr pChild = p->ChildAt(i);
+            if (pChild && !pChild->IsText() && !IsSettingNode(pChild->TypeHash())) arrWaiting.push_back(pChild);
+        }
+    }
+}
+
+std::u16string Line(const XMLNodeBase& _node) {
+    std::u16string strLine;
+    _node.WriteAttributes(strLine);
+    return strLine;
+}
+
+// What is selected by default: the whole of the parent.
+void FillOnSelect(const CoElement& _element, CoElement& _onSelect) {
+    if (_onSelect.AttributeCount() > 0) return;
+    constexpr struct {
+        NameKey key;
+        std::u16string_view szValue;
+    } arrWhole[] = {{u"x", u"0"}, {u"y", u"0"}, {u"w", u"1"}, {u"h", u"1"}};
+    for (const auto& [key, szValue] : arrWhole)
+        if (_element.HasOwnAttribute(key)) _onSelect.SetOwnAttribute(key, szValue);
+}
+
+// What the element has of the names that are about to change, or falls back to.
+ElementPtr MakeRestore(const CoElement& _element, const CoElement& _onSelect) {
+    const ElementPtr pRestore = CoElement::CreateTop(kSelRestore.text, _element.Shared());
+    std::u16string strName, strValue;
+    for (size_t i = 0; _onSelect.AttributeAt(i, &strName, nullptr); ++i) {
+        const NameKey key(strName);
+        if (_element.GetAttribute(strName, strValue))
+            pRestore->SetOwnAttribute(key, strValue);
+        else if (const auto eTimedName = TimedByHash(key.nHash))
+            pRestore->SetOwnAttribute(key, TimedName(*eTimedName).szFallback);
+    }
+    return pRestore;
+}
+
+void Restore(CoElement& _element, const NameKey& _node, double _dblTime) {
+    const ElementPtr pRestore = _element.FindChild(_node);
+    if (!pRestore) return;
+    const std::u16string strLine = Line(*pRestore);
+    _element.RemoveChild(pRestore.Get());
+    _element.RemoveAttribute(kSelected.text);
+    ElementChange(_element, {}, strLine, _dblTime);
+}
+
+void Unselect(CoElement& _element, double _dblTime) { Restore(_element, kSelRestore, _dblTime); }
+
+}  // namespace
+
+HRESULT SelectElement(CoElement& _element, std::u16string_view _param, double _dblTime) {
+    const bool bIsSelected = _element.AttributeOr(kSelected.text, false) && _element.FindChild(kSelRestore);
+    const ElementPtr pParam = CoElement::CreateTop(u"param");
+    bool bSelect = !bIsSelected;
+    if (_param.find(u'=') != _param.npos) {
+        SetAttributeLine(*pParam, _param, eZrUT_Update);
+        pParam->GetAttribute(u"select", bSelect);
+    } else if (!_param.empty()) {
+        pParam->SetAttribute(u"select", _param);
+        pParam->GetAttribute(u"select", bSelect);
+    }
+    if (bSelect == bIsSelected) return S_FALSE;
+    if (!bSelect) {
+        Unselect(_element, _dblTime);
+        return S_OK;
+    }
+    const ElementPtr pOnSelect = _element.Find(kOnSelect.text, true);
+    if (!pOnSelect) return E_FAIL;
+    FillOnSelect(_element, *pOnSelect);
+    _element.AppendChild(MakeRestore(_element, *pOnSelect));
+    ElementChange(_element, {}, Line(*pOnSelect), _dblTime);
+    _element.SetAttribute(kSelected.text, true);
+
+    if (!pParam->AttributeOr(u"multiple_select", false)) {
+        ForEachElement(_element.Top(), [&](CoElement& _other) {
+            if (&_other != &_element) Unselect(_other, _dblTime);
+        });
+    }
+    return S_OK;
+}
+
+void RestoreSelections(CoElement& _scene) {
+    ForEachElement(ElementPtr(&_scene), [](CoElement& _element) {
+        Unselect(_element, 0);
+        Restore(_element, kTickerRestore, 0);
+    });
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Views
+
+namespace {
+
+// By a path, or anywhere below by the id.
+ElementPtr FindElement(CoElement& _scene, std::u16string_view _path) {
+    if (ElementPtr p = _scene.Find(_path); p && p.Get() != &_scene) return p;
+    ElementPtr pFound;
+    const NameKey key(_path);
+    ForEachElement(ElementPtr(&_scene), [&](CoElement& _element) {
+        if (!pFound && &_element != &_scene && _element.HasName(key)) pFound = ElementPtr(&_element);
+    });
+    return pFound;
+}
+
+// A camera looks from where its target is.
+void FollowTarget(CoElement& _scene, CoElement& _camera, double _dblTime) {
+    std::u16string strTarget;
+    if (!_camera.HasTag(u"camera") || !_camera.GetAttribute(u"target_id", strTarget) || strTarget.empty()) return;
+    const ElementPtr pTarget = FindElement(_scene, strTarget);
+    if (!pTarget || pTarget.Get() == &_camera) return;
+    const ElementPtr pPosition = CoElement::CreateTop(u"position");
+    std::u16string strValue;
+    for (const std::u16string_view name : {u"x", u"y", u"z"})
+        if (pTarget->GetAttribute(name, strValue)) pPosition->SetAttribute(name, strValue);
+    BeginChange(_camera, *pPosition, _dblTime, 0, nullptr);
+}
+
+// Each attribute of a view is the id of an element and what that is to become.
+void GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _param, double _dblTime) {
+    std::u16string strID, strLine;
+    for (size_t i = 0; _view.AttributeAt(i, &strID, &strLine); ++i) {
+        if (NameHash(strID) == NameHash(kOnInvoke)) continue;
+        const ElementPtr pElement = FindElement(_scene, strID);
+        if (!pElement) continue;
+        if (!_param.empty()) strLine.append(u" ").append(_param);
+        ElementChange(*pElement, {}, strLine, _dblTime);
+        FollowTarget(_scene, *pElement, _dblTime);
+    }
+}
+
+void AppendNames(std::u16string_view _list, std::deque<std::u16string>& _arrNames) {
+    constexpr std::u16string_view kBreaks = u" ,\t\r\n";
+    for (;;) {
+        const size_t nFirst = _list.find_first_not_of(kBreaks);
+        if (nFirst == _list.npos) return;
+        const size_t nEnd = std::min(_list.find_first_of(kBreaks, nFirst), _list.size());
+        _arrNames.push_back(u"view::" + std::u16string(_list.substr(nFirst, nEnd - nFirst)));
+        _list.remove_prefix(nEnd);
+    }
+}
+
+}  // namespace
+
+bool IsView(const CoElement& _element) {
+    if (_element.HasTag(kView)) return true;
+    const ElementPtr pParent = _element.Parent();
+    return pParent && pParent->HasTag(kView);
+}
+
+HRESULT InvokeView(CoElement& _view, std::u16string_view _param, double _dblTime) {
+    const ElementPtr pScene = _view.Top();
+    if (pScene.Get() == &_view) return E_UNEXPECTED;
+    CoElement::VIEW_QUEUE queue;
+    AppendNames(_view.AttributeOr(kOnInvoke, std::u16string_view()), queue.arrPending);
+    const bool bDirect = queue.arrPending.empty();
+    if (!bDirect) {
+        queue.dblStepTime = _dblTime > 0 ? _dblTime / static_cast<double>(queue.arrPending.size() + 1) : 0;
+        queue.strStepParam = _param;
+        queue.arrPending.push_back(u"view::" + _view.Name());
+    }
+    {
+        MutexLock lock(pScene->mtxViews);
+        pScene->views = std::move(queue);
+    }
+    if (bDirect)
+        GoToView(*pScene, _view, _param, _dblTime);
+    else
+        while (RunViewStep(*pScene) && !(_dblTime > 0)) continue;  // without time all are gone to at once
+    return S_OK;
+}
+
+bool RunViewStep(CoElement& _scene) {
+    std::u16string strPath, strParam;
+    double dblTime = 0;
+    {
+        MutexLock lock(_scene.mtxViews);
+        if (_scene.views.arrPending.empty()) return false;
+        strPath = std::move(_scene.views.arrPending.front());
+        _scene.views.arrPending.pop_front();
+        strParam = _scene.views.strStepParam;
+        dblTime = _scene.views.dblStepTime;
+    }
+    if (const ElementPtr pView = _scene.Find(strPath)) GoToView(_scene, *pView, strParam, dblTime);
+    return true;
+}
+
+}  // namespace zr

@@ -1,0 +1,157 @@
+// Mixers whose sources push their frames in, on the virtual clock.
+
+#include "mixer_fixture.h"
+#include "support/paced_source.h"
+
+namespace zr {
+namespace {
+
+constexpr double kNtsc = 30000.0 / 1001;
+
+class AsyncTest : public MixerTest {
+protected:
+    // Asynchronous, without a background.
+    void MakeAsync(double _dblRate, bool _bKeepFrames = false) {
+        Make(_dblRate, _bKeepFrames);
+        pStreams = pMixer.As<IZrStreams>();
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        pProps->PropsSet(u"object::background", u"");
+        pProps->PropsSet(u"object::sync_mode", u"false");
+    }
+    ZrPtr<CCoZrItem> Add(const char16_t* _szId, IUnknown* _pSource) {
+        ZrPtr<IZrItem> pItem;
+        EXPECT_EQ(pStreams->StreamsAdd(_szId, _pSource, nullptr, nullptr, pItem.Out(), 0), S_OK);
+        return static_cast<CCoZrItem*>(pItem.Get());
+    }
+    ZrPtr<PacedSource> File(double _dblRate, int32_t _nSamples = 0) {
+        return PacedSource::Make(SmallPicture(_dblRate), false, _nSamples);
+    }
+    ZrPtr<PacedSource> Live(double _dblRate) { return PacedSource::Make(SmallPicture(_dblRate), true); }
+    int64_t Counter(const std::u16string& _name) {
+        BSTR bs = nullptr;
+        int64_t n = 0;
+        if (pProps->PropsGet((u"stat::" + _name).c_str(), &bs) == S_OK && bs) {
+            for (const char16_t* p = bs; *p >= u'0' && *p <= u'9'; ++p) n = n * 10 + (*p - u'0');
+        }
+        SysFreeString(bs);
+        return n;
+    }
+    // The output is one line, each frame there, the first alone with a break.
+    void ExpectWholeLine(double _dblSeconds, double _dblRate, double _dblTolerance) {
+        const auto arrFrames = pCollector->Frames();
+        EXPECT_NEAR(static_cast<double>(arrFrames.size()), _dblSeconds * _dblRate, _dblTolerance);
+        int64_t rtEnd = 0;
+        for (size_t i = 0; i < arrFrames.size(); ++i) {
+            ASSERT_EQ(arrFrames[i].time.rtStartTime, rtEnd) << i;
+            ASSERT_EQ((arrFrames[i].time.eFFlags & eZrFF_Break) != 0, i == 0) << i;
+            rtEnd = arrFrames[i].time.rtEndTime;
+        }
+    }
+
+    ZrPtr<IZrStreams> pStreams;
+};
+
+TEST_F(AsyncTest, EachSourceIsUsedAtItsOwnRate) {
+    for (const double dblOutput : {25.0, 50.0, kNtsc}) {
+        SCOPED_TRACE(dblOutput);
+        MakeAsync(dblOutput);
+        const auto pA = File(kNtsc), pB = File(25.0), pC = File(50.0), pD = Live(25.0);
+        Add(u"a", pA.Get());
+        Add(u"b", pB.Get());
+        Add(u"c", pC.Get());
+        Add(u"d", pD.Get());
+        pMixer->ObjectStart(nullptr);
+        SleepFor(60 * kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pA->nGiven), 60 * kNtsc, 3);
+        EXPECT_NEAR(static_cast<double>(pB->nGiven), 60 * 25, 3);
+        EXPECT_NEAR(static_cast<double>(pC->nGiven), 60 * 50, 3);
+        EXPECT_NEAR(static_cast<double>(pD->nGiven), 60 * 25, 2);
+        EXPECT_EQ(pD->nLost, 0);
+        for (const char16_t* szId : {u"a", u"b", u"c", u"d"}) EXPECT_EQ(Counter(std::u16string(u"breaks.") + szId), 1);
+        pMixer->ObjectClose();
+        ExpectWholeLine(60, dblOutput, 4);
+    }
+}
+
+TEST_F(AsyncTest, ABackgroundDrivesTheCycleAtItsRate) {
+    MakeAsync(25.0);
+    const auto pBackground = Live(kNtsc);
+    const auto pClip = File(25.0);
+    pStreams->StreamsBackgroundSet(pBackground.Get(), nullptr, nullptr, nullptr, 0);
+    Add(u"a", pClip.Get());
+    pMixer->ObjectStart(nullptr);
+    SleepFor(30 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pClip->nGiven), 30 * 25, 3);
+    EXPECT_NEAR(static_cast<double>(pBackground->nGiven), 30 * kNtsc, 2);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count()), 30 * kNtsc, 3);
+    // It stalls: its last picture goes on, and 250 ms are all that is lost.
+    pBackground->bStalls = true;
+    SleepFor(10 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count()), 39.75 * kNtsc, 6);
+    // Without it the mixer makes its own frames, at its own rate.
+    const size_t nBefore = pCollector->Count();
+    pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+    SleepFor(10 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 10 * 25, 3);
+    pMixer->ObjectClose();
+}
+
+TEST_F(AsyncTest, AStalledSourceCostsItsLimitOnce) {
+    MakeAsync(25.0);
+    const auto pGood = File(25.0), pBad = File(25.0);
+    Add(u"a", pGood.Get());
+    Add(u"b", pBad.Get());
+    pMixer->ObjectStart(nullptr);
+    SleepFor(2 * kTicksPerSecond);
+    pBad->bStalls = true;
+    SleepFor(4 * kTicksPerSecond);
+    const size_t nStalled = pCollector->Count();
+    EXPECT_GE(nStalled, 6 * 25u - 10u);
+    pBad->bStalls = false;
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_GE(pBad->nGiven.load(), 4 * 25 - 3);
+    pBad->bEnded = true;
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_GE(pCollector->Count(), 10 * 25u - 12u);
+    pMixer->ObjectClose();
+    ExpectWholeLine(10, 25.0, 12);
+}
+
+// A master that comes 300 ms late holds the output back instead of making it jump; one that may drop does not.
+TEST_F(AsyncTest, AMasterPacesTheMixer) {
+    for (const bool bDrop : {false, true}) {
+        SCOPED_TRACE(bDrop);
+        MakeAsync(25.0);
+        const auto pMaster = Live(12.5), pOther = Live(25.0);
+        const auto pItem = Add(u"m", pMaster.Get());
+        Add(u"o", pOther.Get());
+        pItem->Node()->SetAttribute(u"master", true);
+        pItem->Node()->SetAttribute(u"drop_frames", bDrop);
+        pMixer->ObjectStart(nullptr);
+        SleepFor(20 * kTicksPerSecond);
+        pMixer->ObjectClose();
+        ExpectWholeLine(20, 25.0, 4);
+        EXPECT_NEAR(static_cast<double>(pMaster->nGiven), 20 * 12.5, 2);
+    }
+}
+
+TEST_F(AsyncTest, TheWayOfWorkingIsThatOfTheStart) {
+    MakeAsync(25.0);
+    const auto pA = File(50.0);
+    Add(u"a", pA.Get());
+    for (int n = 0; n < 4; ++n) {
+        const bool bSync = n % 2;
+        pProps->PropsSet(u"object::sync_mode", bSync ? u"true" : u"false");
+        const int64_t nBefore = pA->nGiven;
+        pFile->FilePlayStart();
+        SleepFor(2 * kTicksPerSecond);
+        pProps->PropsSet(u"object::sync_mode", bSync ? u"false" : u"true");  // means nothing until the next start
+        SleepFor(2 * kTicksPerSecond);
+        pFile->FilePlayStop(0);
+        EXPECT_NEAR(static_cast<double>(pA->nGiven - nBefore), 4 * (bSync ? 25 : 50), 6) << n;
+    }
+    pMixer->ObjectClose();
+}
+
+}  // namespace
+}  // namespace zr

@@ -1,0 +1,250 @@
+// Whole scenes drawn, against a plain twin and against themselves.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <span>
+
+#include "support/allocation_count.h"
+#include "support/drawn_show.h"
+#include "video/overlay_picture.h"
+
+namespace zr {
+namespace {
+
+std::span<const uint8_t> BytesOf(IZrFFrame& _frame) {
+    int32_t cb = 0;
+    int64_t pb = 0;
+    EXPECT_EQ(_frame.ZrFVideoGetBytes(&cb, &pb), S_OK);
+    return {reinterpret_cast<const uint8_t*>(pb), static_cast<size_t>(cb)};
+}
+int64_t PictureID(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    _frame.ZrFAllGet(&info);
+    return info.llVideoID;
+}
+ZrPtr<IZrFFrame> NoiseFrame(const ZR_VID_PROPS& _props, uint32_t _nSeed) {
+    ZrPtr<IZrFFrame> pFrame = ColourFrame(_props);
+    std::minstd_rand random(_nSeed);
+    int32_t cb = 0;
+    int64_t pb = 0;
+    pFrame->ZrFVideoGetBytes(&cb, &pb);
+    auto* const p = reinterpret_cast<uint8_t*>(pb);
+    for (int32_t i = 0; i < cb; ++i) p[i] = static_cast<uint8_t>(random() >> 8);
+    if (_props.fccType == eZrFCC_ARGB32)  // colours stay below their alpha
+        for (int32_t i = 0; i < cb; i += 4)
+            for (int k = 0; k < 3; ++k) p[i + k] = static_cast<uint8_t>(p[i + k] * p[i + 3] / 255);
+    return pFrame;
+}
+
+// One layer after the other over the whole picture, the way one would do it by hand. Of flat scenes.
+std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
+    const ZR_VID_PROPS& output = _show.output;
+    const ZrPtr<IZrFFrame> pBase = _pBase ? ZrPtr<IZrFFrame>(_pBase) : ColourFrame(output);
+    const std::span<const uint8_t> base = BytesOf(*pBase);
+    std::vector<uint8_t> out(base.begin(), base.end());
+    const ElementPtr pForeground = _show.pScene->FindChild(u"foreground");
+    ScalingEngine engine;
+    for (size_t i = 0; i < pForeground->ChildCount(); ++i) {
+        const ElementPtr p = pForeground->ChildAt(i);
+        const BlockPtr pBlock = p->ObjectAs<BlockPtr>(kVideoBlockKey);
+        RECT_F rect;
+        const CAutoObj<BlockPicture> pPicture = pBlock ? pBlock->PictureToDraw(&rect) : CAutoObj<BlockPicture>();
+        if (!pPicture || !pPicture->pBits) continue;
+        const MIX_OPTIONS options{p->AttributeOr(u"alpha", 1.0), false, 0};
+        const MIX_MASK mask = pPicture->mask.Mask();
+        OverlayPicture(engine, out.data(), output, &pPicture->dstRect, pPicture->pBits, pPicture->props,
+                       &pPicture->srcRect, pPicture->bMasked ? &mask : nullptr, options);
+    }
+    return out;
+}
+
+constexpr const char16_t* arrPositions[] = {u"center", u"top-left", u"bottom-right", u"left", u"next-h", u"next-row"};
+constexpr double arrOdd[] = {1e300, -1e300, std::numeric_limits<double>::quiet_NaN(), 0, -0.5, 7};
+
+void Scatter(std::minstd_rand& _random, CoElement& _element) {
+    const auto Unit = [&] { return static_cast<double>(_random() % 1000) / 1000; };
+    const auto Size = [&] { return _random() % 12 == 0 ? arrOdd[_random() % std::size(arrOdd)] : Unit() * 1.3; };
+    _element.SetAttribute(u"pos", arrPositions[_random() % std::size(arrPositions)]);
+    _element.SetAttribute(u"x", Size() - 0.5);
+    _element.SetAttribute(u"y", Size() - 0.5);
+    _element.SetAttribute(u"w", Size());
+    _element.SetAttribute(u"h", Size());
+    _element.SetAttribute(u"sx", _random() % 4 == 0 ? Size() - 0.5 : 0.0);
+    _element.SetAttribute(u"sw", _random() % 4 == 0 ? Size() : 1.0);
+    _element.SetAttribute(u"alpha", _random() % 2 == 0 ? Unit() : 1.0);
+    const char16_t* const arrMasks[] = {u"", u"", u"", u"circle", u"round_rect"};
+    _element.SetAttribute(u"mask", arrMasks[_random() % std::size(arrMasks)]);
+    _element.SetAttribute(u"screen_mask", _random() % 8 == 0 ? u"circle" : u"");
+    _element.SetAttribute(u"maintain_ar", _random() % 3 == 0);
+    _element.SetAttribute(u"cut_offscreen", _random() % 2 == 0);
+}
+
+struct SHOW_CASE {
+    const char* szName;
+    ZR_VID_PROPS output;
+    bool bBase;
+};
+const SHOW_CASE arrShowCases[] = {
+    {"packed", PictureProps(eZrFCC_UYVY, 320, 180), true},
+    {"packed_on_black", PictureProps(eZrFCC_YUY2, 322, 178), false},
+    {"fields", PictureProps(eZrFCC_UYVY, 320, 576, eZrI_Field1First), true},
+    {"rgb", PictureProps(eZrFCC_RGB24, 324, 181), true},
+    {"alpha", PictureProps(eZrFCC_ARGB32, 320, 180), false},
+};
+
+// Each frame some elements move, some streams show another frame, some masks change; the picture is that of the twin,
+// and of a show that begins with this frame.
+TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
+    const ZR_VID_PROPS arrSources[] = {
+        PictureProps(eZrFCC_UYVY, 320, 180), PictureProps(eZrFCC_ARGB32, 100, 80), PictureProps(eZrFCC_I420, 64, 48),
+        PictureProps(eZrFCC_UYVY, 720, 576, eZrI_Field2First), PictureProps(eZrFCC_RGB32, 33, 21)};
+    for (const SHOW_CASE& c : arrShowCases) {
+        SCOPED_TRACE(c.szName);
+        std::minstd_rand random(7);
+        DrawnShow show(c.output);
+        show.pObject->SetAttribute(u"mixing.threads", 3);
+        std::u16string body;
+        for (size_t i = 0; i < std::size(arrSources); ++i) {
+            const char16_t n = static_cast<char16_t>(u'0' + i);
+            show.AddStream(std::u16string(u"s") + n);
+            show.Show(i, NoiseFrame(arrSources[i], static_cast<uint32_t>(i + 1)));
+            body += std::u16string(u"<video id='v") + n + u"' stream_idx='" + n + u"'/>";
+        }
+        show.Scene(body);
+        const ZrPtr<IZrFFrame> pBase = c.bBase ? NoiseFrame(c.output, 99) : ZrPtr<IZrFFrame>();
+        show.Draw(pBase.Get());
+        for (uint32_t nFrame = 0; nFrame < 60; ++nFrame) {
+            SCOPED_TRACE(nFrame);
+            for (size_t i = 0; i < std::size(arrSources); ++i) {
+                if (random() % 3 == 0) Scatter(random, *show.Element(std::u16string(u"v") + char16_t(u'0' + i)));
+                if (random() % 3 == 0)
+                    show.Show(i, NoiseFrame(arrSources[(i + random() % 2) % std::size(arrSources)],
+                                            nFrame * 10 + static_cast<uint32_t>(i)));
+            }
+            show.Draw(pBase.Get());
+            // Once more, as what was set is laid out in one frame and seen in the next; before that the twin looks.
+            ZrPtr<IZrFFrame> pFrame = show.Draw(pBase.Get());
+            if (!pFrame) pFrame = pBase ? pBase : ColourFrame(c.output);
+            const std::vector<uint8_t> twin = Twin(show, pBase.Get());
+            const std::span<const uint8_t> drawn = BytesOf(*pFrame);
+            ASSERT_EQ(twin.size(), drawn.size());
+            ASSERT_EQ(std::memcmp(twin.data(), drawn.data(), drawn.size()), 0);
+
+            if (nFrame % 6 != 0) continue;
+            DrawnShow fresh(c.output);
+            std::u16string xml;
+            show.pScene->Write(xml);
+            fresh.pScene->Parse(xml);
+            for (size_t i = 0; i < std::size(arrSources); ++i) {
+                fresh.AddStream(show.arrStreams[i]->Id());
+                fresh.Show(i, show.arrFrames[i]);
+            }
+            ZrPtr<IZrFFrame> pAnew;
+            for (int i = 0; i < 3; ++i) pAnew = fresh.Draw(pBase.Get());
+            if (!pAnew) pAnew = pBase ? pBase : ColourFrame(c.output);
+            const std::span<const uint8_t> anew = BytesOf(*pAnew);
+            ASSERT_EQ(std::memcmp(anew.data(), drawn.data(), drawn.size()), 0);
+        }
+    }
+}
+
+// What is not seen, or is the picture already, is not touched.
+TEST(DrawTest, PicturesAreReferencedWhereNothingIsToBeDone) {
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 320, 180);
+    DrawnShow show(hd);
+    show.AddStream(u"under"), show.AddStream(u"top");
+    show.Scene(u"<video id='a' stream_id='under' w='0.5'/><video id='b' stream_id='top'/>");
+    show.Show(0, NoiseFrame(hd, 1)), show.Show(1, NoiseFrame(hd, 2));
+    EXPECT_FALSE(show.Draw());
+    EXPECT_FALSE(show.bReady);  // the scene has elements that could not draw yet
+    const ZrPtr<IZrFFrame> pFrame = show.Draw();
+    ASSERT_TRUE(pFrame);
+    EXPECT_TRUE(show.bReady);
+    EXPECT_EQ(PictureID(*pFrame), PictureID(*show.arrFrames[1]));
+    RECT_F rect;
+    const BlockPtr pUnder = show.Element(u"a")->ObjectAs<BlockPtr>(kVideoBlockKey);
+    const BlockPtr pTop = show.Element(u"b")->ObjectAs<BlockPtr>(kVideoBlockKey);
+    EXPECT_FALSE(pUnder->PictureToDraw(&rect));
+    EXPECT_FALSE(pUnder->State().bVisible);
+
+    // Half the size: made once for a frame, anew for another frame or another place.
+    show.Element(u"b")->SetAttribute(u"w", 0.25);
+    show.DrawTwice();
+    const CAutoObj<BlockPicture> pOnce = pTop->PictureToDraw(&rect);
+    ASSERT_TRUE(pOnce);
+    show.Show(1, show.arrFrames[1]);
+    show.DrawTwice();
+    EXPECT_EQ(pTop->PictureToDraw(&rect).Get(), pOnce.Get());
+    show.Show(1, NoiseFrame(hd, 3));
+    show.Draw();
+    const CAutoObj<BlockPicture> pOther = pTop->PictureToDraw(&rect);
+    EXPECT_NE(pOther.Get(), pOnce.Get());
+    show.Element(u"b")->SetAttribute(u"h", 0.5);
+    show.DrawTwice();
+    EXPECT_NE(pTop->PictureToDraw(&rect).Get(), pOther.Get());
+}
+
+TEST(DrawTest, ASteadySceneTakesNothingFromTheHeap) {
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 320, 180);
+    DrawnShow show(hd);
+    show.AddStream(u"a"), show.AddStream(u"b");
+    show.Scene(
+        u"<group id='g' alpha='0.8'><video id='v' stream_id='a' w='0.5' h='0.5' mask='circle' "
+        u"pos='left' x='0.2'><vary x='0.1' time='2'/></video></group>"
+        u"<video id='w' stream_id='b' w='0.3' borders='2' borders_color='red'><vary y='0.2' time='1'/></video>");
+    const ZrPtr<IZrFFrame> arrFrames[] = {NoiseFrame(PictureProps(eZrFCC_UYVY, 640, 360), 1),
+                                          NoiseFrame(PictureProps(eZrFCC_UYVY, 640, 360), 2)};
+    const auto Draw = [&](size_t _n) {
+        show.Show(0, arrFrames[_n % 2]), show.Show(1, arrFrames[(_n + 1) % 2]);
+        ASSERT_TRUE(show.Draw());
+    };
+    show.Draw();
+    for (size_t i = 0; i < 150; ++i) Draw(i);
+    const int64_t nBefore = AllocationCount();
+    for (size_t i = 0; i < 150; ++i) Draw(i);
+    EXPECT_EQ(AllocationCount(), nBefore);
+}
+
+class EventList final : public IEventSink {
+public:
+    void RaiseEvent(const char16_t* _szName, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
+        arr.push_back(std::u16string(_szName) + u"/" + _szEvent);
+    }
+    void RaiseFrame(const char16_t*, IZrFFrame*) override {}
+    std::vector<std::u16string> arr;
+};
+
+// A change ends once, by its time; an element that goes leaves its siblings in place; one that is hidden loses its
+// block.
+TEST(DrawTest, ChangesEndAndElementsGo) {
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 64, 36);
+    DrawnShow show(hd);
+    show.AddStream(u"s");
+    show.Show(0, NoiseFrame(hd, 1));
+    show.Scene(
+        u"<video id='a' stream_id='s' _remove_='true'><node_from alpha='1' _change_time_='0.1'/></video>"
+        u"<video id='b' stream_id='s'><node_from x='0.5' _change_time_='0.2'/></video>"
+        u"<group id='g'><video id='c' stream_id='s'/></group>");
+    EventList events;
+    for (int i = 0; i < 2; ++i) show.Draw();  // laid out up to 0.08 s
+    show.step.RaiseEvents(events);
+    EXPECT_TRUE(events.arr.empty());
+    EXPECT_TRUE(show.Element(u"a"));
+    for (int i = 0; i < 5; ++i) show.Draw();
+    show.step.RaiseEvents(events);
+    EXPECT_EQ(events.arr, (std::vector<std::u16string>{u"foreground::a/trans-done", u"foreground::b/trans-done"}));
+    EXPECT_FALSE(show.Element(u"a"));
+    ASSERT_TRUE(show.Element(u"b"));
+    EXPECT_FALSE(show.Element(u"b::node_from"));
+    EXPECT_TRUE(show.Element(u"g::c")->Object(kVideoBlockKey));
+    show.Element(u"g")->SetAttribute(u"show", false);
+    show.arrStreams[0]->ClearBlocks();  // and one whose stream went away
+    show.Draw();
+    EXPECT_FALSE(show.Element(u"g::c")->Object(kVideoBlockKey));
+    EXPECT_FALSE(show.Element(u"b")->Object(kVideoBlockKey));
+}
+
+}  // namespace
+}  // namespace zr
