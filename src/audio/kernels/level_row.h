@@ -1,0 +1,27 @@
+#pragma once
+// What a level meter sums up over a row of samples of one channel. Any alignment; at most 512 samples.
+//
+// Floats are added in eight partial sums, sample i to sum i modulo 8, each product rounded before it is added; then sum
+// k takes in sum k + 4, k + 2, k + 1. Every instruction set gives the same bits.
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zr {
+
+struct LEVEL_SUMS {
+    float fSquares = 0;
+    float fPeak = 0;                // largest magnitude
+    float fFirst = 0, fSecond = 0;  // of magnitude times weight
+};
+struct LEVEL_SUMS_16 {
+    uint64_t nSquares = 0;          // exact
+    int32_t nPeak = 0;              // up to 32768
+    float fFirst = 0, fSecond = 0;  // of float(magnitude) times weight
+};
+
+void LevelRow32f(const float* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples, LEVEL_SUMS* _pSums);
+void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
+                 LEVEL_SUMS_16* _pSums);
+
+}  // namespace zr
