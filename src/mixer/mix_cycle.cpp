@@ -99,7 +99,7 @@ void MixCycle::RunThread(ThreadRun& _run) {
         ++nCycle;
         bFirstFrame.store(false, std::memory_order_relaxed);
         // The cycle goes on by itself: the pace comes from the output.
-        if (hr == S_OK) _run.Wake();
+        if (hr == S_OK || (hr == S_FALSE && IsSynchronous(0))) _run.Wake();
     }
 }
 
@@ -151,7 +151,10 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     if (pass.bBlack) {
         if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
     }
-    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) return S_FALSE;
+    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) {
+        WaitOne(evStop, kNoSourcesPause);
+        return S_FALSE;
+    }
     if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
     if (bSync) {
         parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
@@ -312,12 +315,13 @@ void MixCycle::CollectStreams(PASS& _pass) {
 // The streams may be given their next frames. One of them gives the output its time code.
 void MixCycle::MarkConsumed(PASS& _pass) {
     if (!_pass.pRequest) return;
+    const int64_t rtFrame = FrameDurationOfRate(_pass.props.vidProps.dblRate).rtDuration;
     const int32_t nTimecode = parts.props.Object()->AttributeOr(u"timecode.source_idx", 0);
     for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
         const MIX_INPUT& input = (*_pass.pRequest)[i].input;
         if (!input.pStream) continue;
         ZR_TIME time;
-        input.pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, &time);
+        input.pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, rtFrame, &time);
         if (input.nIndex == nTimecode) _pass.time.tcFrame = time.tcFrame;
     }
 }

@@ -46,13 +46,14 @@ void ZrMixerStream::AddGains(double _dblVisible, double _dblAudio) {
     dblAudioGain.store(AudioGain() + _dblAudio, std::memory_order_relaxed);
 }
 
-void ZrMixerStream::MarkConsumed(int32_t _nWaitState, ZR_TIME* _pTime) {
+void ZrMixerStream::MarkConsumed(int32_t _nWaitState, int64_t _rtFrame, ZR_TIME* _pTime) {
     MutexLock lock(mtxFrame);
     if (IsPaused()) {
         if (rtPauseRemainder < 1) {
             evReady.Set();
         } else {
-            rtPauseRemainder -= std::max<int64_t>(lastTime.rtEndTime - lastTime.rtStartTime, 1);
+            const int64_t rtOwn = lastTime.rtEndTime - lastTime.rtStartTime;
+            rtPauseRemainder -= rtOwn > 0 ? rtOwn : _rtFrame;
             if (rtPauseRemainder > 0) {
                 evReady.Set();
             } else {

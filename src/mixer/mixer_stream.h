@@ -84,8 +84,9 @@ public:
     void AddGains(double _dblVisible, double _dblAudio);
     double VisibleGain() const { return dblVisibleGain.load(std::memory_order_relaxed); }
     double AudioGain() const { return dblAudioGain.load(std::memory_order_relaxed); }
-    // The cycle has drawn: the producer may put the next frame. _pTime (may be null): that of the last frame.
-    void MarkConsumed(int32_t _nWaitState, ZR_TIME* _pTime);
+    // The cycle has drawn: the producer may put the next frame. _rtFrame: how long a frame lasts that does not say so
+    // itself; pauses are counted in frames. _pTime (may be null): that of the last frame.
+    void MarkConsumed(int32_t _nWaitState, int64_t _rtFrame, ZR_TIME* _pTime);
     // The oldest caption bytes that wait, 608 pairs, onto a frame. False: there are none.
     bool TakeCaptions(IZrFFrame* _pFrame);
     int32_t CaptionLevel() const { return nCaptionLevel.load(std::memory_order_relaxed); }

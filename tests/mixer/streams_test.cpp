@@ -1,15 +1,16 @@
 // The streams of a mixer: the table that hosts see, and what comes of their sources' frames.
 
 #include <atomic>
-#include <map>
+#include <memory>
 #include <random>
 
 #include "mixer_fixture.h"
 #include "platform/thread.h"
-#include "support/stress.h"
 
 namespace zr {
 namespace {
+
+constexpr int kRounds = 2000;
 
 class StreamsTest : public MixerTest {
 protected:
@@ -138,6 +139,230 @@ TEST_F(StreamsTest, OneSourceIsAskedOnceForAllItsStreams) {
         ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * static_cast<int64_t>(i));
         ASSERT_EQ((arrFrames[i].time.eFFlags & eZrFF_Break) != 0, i == 0);
     }
+}
+
+TEST_F(StreamsTest, APausedStreamKeepsItsPictureAndLosesNothing) {
+    Make(25.0);
+    const auto pPaused = NewSource();
+    const auto pOther = NewSource();
+    ZrPtr<IZrItem> pA, pB;
+    Add(u"a", pPaused.Get(), &pA);
+    Add(u"b", pOther.Get(), &pB);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    StreamOf(pA)->Pause(0.5);
+    SleepFor(kTicksPerSecond / 10);
+    const int32_t nHeld = NumberIn(StreamOf(pA));
+    EXPECT_EQ(nHeld, pPaused->nNext - 1);
+    SleepFor(kTicksPerSecond / 4);
+    EXPECT_EQ(pPaused->nNext - 1, nHeld);
+    EXPECT_NEAR(NumberIn(StreamOf(pB)) - nHeld, 8, 2);
+    // Shared with a stream that plays, the source goes on; the paused one loses frames and says so by a break.
+    ZrPtr<IZrItem> pC;
+    Add(u"c", pPaused.Get(), &pC);
+    SleepFor(kTicksPerSecond / 10);
+    EXPECT_EQ(NumberIn(StreamOf(pA)), nHeld);
+    EXPECT_GT(NumberIn(StreamOf(pC)), nHeld);
+    SleepFor(kTicksPerSecond);
+    EXPECT_FALSE(StreamOf(pA)->IsPaused());
+    EXPECT_EQ(NumberIn(StreamOf(pA)), NumberIn(StreamOf(pC)));
+    BSTR bs = nullptr;
+    pProps->PropsGet(u"stat::user_breaks.a", &bs);
+    EXPECT_TRUE(bs && std::u16string(bs) == u"1");
+    SysFreeString(bs);
+    // One that comes to a paused mixer shows its first picture, once.
+    pFile->FilePlayPause(0);
+    SleepFor(kTicksPerSecond / 5);
+    const auto pLate = NewSource();
+    ZrPtr<IZrItem> pD;
+    Add(u"d", pLate.Get(), &pD);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(NumberIn(StreamOf(pD)), 0);
+    EXPECT_EQ(pLate->nNext, 1);
+    pFile->FilePlayStart();
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(NumberIn(StreamOf(pD)), pLate->nNext - 1);
+    EXPECT_GT(pLate->nNext, 20);
+}
+
+TEST_F(StreamsTest, AStalledSourceHoldsNobodyElse) {
+    Make(25.0);
+    const auto pGood = NewSource();
+    const auto pBad = NewSource();
+    ZrPtr<IZrItem> pA, pB;
+    Add(u"a", pGood.Get(), &pA);
+    Add(u"b", pBad.Get(), &pB);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    pBad->bStalls = true;
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_EQ(pBad->rtWaited.load(), 250 * kTicksPerMs);
+    const int32_t nShown = NumberIn(StreamOf(pB));
+    EXPECT_EQ(nShown, -1);  // a repeat carries no data, but the picture
+    ASSERT_TRUE(StreamOf(pB)->LastFrame());
+    pBad->bStalls = false;
+    SleepFor(kTicksPerSecond);
+    pFile->FilePlayStop(0);
+    EXPECT_EQ(NumberIn(StreamOf(pB)), pBad->nNext - 1);
+    EXPECT_EQ(NumberIn(StreamOf(pA)), pGood->nNext - 1);
+    const auto arrFrames = pCollector->Frames();
+    for (size_t i = 0; i < arrFrames.size(); ++i) ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * int64_t(i)) << i;
+}
+
+// What the table must hold, done the simple way.
+struct TABLE_MODEL {
+    std::vector<std::u16string> arrIds;
+
+    int IndexOf(const std::u16string& _id) const {
+        const auto it = std::find(arrIds.begin(), arrIds.end(), _id);
+        return it == arrIds.end() ? -1 : static_cast<int>(it - arrIds.begin());
+    }
+    void Add(const std::u16string& _id) {
+        if (IndexOf(_id) < 0) arrIds.push_back(_id);
+    }
+    HRESULT RemoveRange(int _nIndex, int _nExtra) {
+        const int nCount = static_cast<int>(arrIds.size());
+        if (nCount == 0) return ZR_E_EMPTY;
+        if (_nIndex < 0) _nIndex += nCount;
+        if (_nIndex < 0 || _nIndex >= nCount) return ZR_E_BAD_INDEX;
+        std::vector<std::u16string> arrLeft;
+        for (int i = 0; i < nCount; ++i) {
+            const bool bGoes =
+                _nExtra < 0 ? i <= _nIndex && i >= _nIndex + _nExtra : i >= _nIndex && i <= _nIndex + _nExtra;
+            if (!bGoes) arrLeft.push_back(arrIds[static_cast<size_t>(i)]);
+        }
+        arrIds = arrLeft;
+        return S_OK;
+    }
+    HRESULT Reorder(int _nIndex, int _nAdd) {
+        const std::u16string id = arrIds[static_cast<size_t>(_nIndex)];
+        arrIds.erase(arrIds.begin() + _nIndex);
+        const int nTo = std::clamp(_nIndex + _nAdd, 0, static_cast<int>(arrIds.size()));
+        arrIds.insert(arrIds.begin() + nTo, id);
+        return nTo == _nIndex ? S_FALSE : S_OK;
+    }
+    std::u16string Order() const {
+        std::u16string order;
+        for (const auto& id : arrIds) order += (order.empty() ? u"" : u" ") + id;
+        return order;
+    }
+};
+
+TEST_F(StreamsTest, RandomCallsOnARunningMixerAgreeWithASimpleTable) {
+    Make(50.0);
+    pMixer->ObjectStart(nullptr);
+    std::mt19937 random(7);
+    const auto Roll = [&](int _n) { return static_cast<int>(random() % static_cast<unsigned>(_n)); };
+    TABLE_MODEL model;
+    std::vector<ZrPtr<ScriptedSource>> arrSources;
+    for (int i = 0; i < 4; ++i) arrSources.push_back(NewSource());
+    bool bStopped = false;
+    for (int nStep = 0; nStep < 3000; ++nStep) {
+        const std::u16string id(1, static_cast<char16_t>(u'a' + Roll(12)));
+        const int nIndex = model.IndexOf(id);
+        const auto& pAdded = arrSources[static_cast<size_t>(Roll(4))];
+        ZrPtr<IZrItem> pItem;
+        pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
+        ASSERT_EQ(static_cast<bool>(pItem), nIndex >= 0) << nStep;
+        switch (Roll(9)) {
+            case 0:
+            case 1: {
+                ZrPtr<IUnknown> pPresent;
+                if (pItem) pItem->ItemInnerGet(pPresent.Out());
+                const bool bSame = pPresent && pPresent == QueryAs<IUnknown>(pAdded.Get());
+                ASSERT_EQ(Add(id.c_str(), pAdded.Get()), bSame ? ZR_E_EXISTS : S_OK) << nStep;
+                if (!bSame) model.Add(id);
+                break;
+            }
+            case 2:
+                if (pItem) {
+                    ASSERT_EQ(pStreams->StreamsRemove(pItem.Get(), 0), S_OK) << nStep;
+                    model.RemoveRange(nIndex, 0);
+                }
+                break;
+            case 3: {
+                const int nFrom = Roll(20) - 10;
+                const int nExtra = Roll(5) - 2;
+                ASSERT_EQ(pStreams->StreamsRemoveByIndex(nFrom, nExtra, 0), model.RemoveRange(nFrom, nExtra)) << nStep;
+                break;
+            }
+            case 4:
+                if (pItem) {
+                    const int nAdd = Roll(11) - 5;
+                    ASSERT_EQ(pStreams->StreamsReorder(pItem.Get(), nAdd, 0), model.Reorder(nIndex, nAdd)) << nStep;
+                }
+                break;
+            case 5: pAdded->bStalls = Roll(4) == 0; break;
+            case 6:
+                if (pItem) StreamOf(pItem)->Pause(Roll(3) == 0 ? 0.1 : Roll(2) - 1.0);
+                break;
+            case 7:
+                if (Roll(20) == 0) bStopped = true, pFile->FilePlayStop(0), pFile->FilePlayStart();
+                if (Roll(10) == 0) pFile->FilePlayPause(0.05);
+                break;
+            default: SleepFor(Roll(60) * kTicksPerMs); break;
+        }
+        ASSERT_EQ(Order(), model.Order()) << nStep;
+    }
+    EXPECT_TRUE(bStopped);
+    // Every stream that is left is fed again, by the one get of its source.
+    for (auto& p : arrSources) p->bStalls = false;
+    pFile->FilePlayStart();
+    SleepFor(kTicksPerSecond);
+    pFile->FilePlayStop(0);
+    for (size_t i = 0; i < model.arrIds.size(); ++i) {
+        ZrPtr<IZrItem> pItem;
+        pStreams->StreamsGetByIndex(static_cast<int32_t>(i), nullptr, pItem.Out());
+        ZrPtr<IUnknown> pInner;
+        pItem->ItemInnerGet(pInner.Out());
+        EXPECT_EQ(NumberIn(StreamOf(pItem)), static_cast<ScriptedSource*>(pInner.Get())->nNext - 1) << i;
+    }
+    pMixer->ObjectClose();
+    EXPECT_EQ(Order(), u"");
+    // Within each line of time no frame was missed, whatever was done.
+    ZR_TIME last;
+    for (const auto& received : pCollector->Frames()) {
+        const bool bBreak = received.time.eFFlags & eZrFF_Break;
+        const bool bFromPause = (last.eFFlags & eZrFF_Break) && received.time.rtStartTime == last.rtStartTime;
+        ASSERT_TRUE(bBreak || bFromPause || received.time.rtStartTime == last.rtEndTime);
+        last = received.time;
+    }
+    SleepFor(kTicksPerMs);
+    EXPECT_EQ(CountEvents(u"source_connected/External"), CountEvents(u"source_disconnected/External"));
+}
+
+TEST_F(StreamsTest, FourThreadsChangeSixteenStreamsDuringTheMix) {
+    Make(50.0);
+    pMixer->ObjectStart(nullptr);
+    std::vector<std::unique_ptr<Thread>> arrThreads;
+    std::atomic<int> nAdded{0};
+    for (unsigned i = 0; i < 4; ++i) {
+        arrThreads.push_back(std::make_unique<Thread>());
+        arrThreads.back()->Start("edits", [this, i, &nAdded](ManualEvent&) {
+            std::mt19937 random(i);
+            const auto pAdded = NewSource();
+            for (int n = 0; n < kRounds; ++n) {
+                const std::u16string id = u"s" + std::u16string(1, static_cast<char16_t>(u'a' + random() % 16));
+                ZrPtr<IZrItem> pItem;
+                pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
+                switch (random() % 6) {
+                    case 0:
+                    case 1: nAdded += Add(id.c_str(), pAdded.Get()) == S_OK; break;
+                    case 2: pStreams->StreamsRemove(pItem.Get(), 0); break;
+                    case 3: pStreams->StreamsReorder(pItem.Get(), static_cast<int>(random() % 9) - 4, 0); break;
+                    case 4: pStreams->StreamsRemoveByIndex(-1, -1, 0); break;
+                    default: SleepFor(static_cast<int64_t>(random() % 100'000)); break;
+                }
+            }
+        });
+    }
+    for (auto& pThread : arrThreads) pThread->Join();
+    EXPECT_GT(nAdded, kRounds / 4);
+    const size_t nBefore = pCollector->Count();
+    SleepFor(kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 3);
+    pMixer->ObjectClose();
+    EXPECT_EQ(Order(), u"");
 }
 
 }  // namespace
