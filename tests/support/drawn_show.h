@@ -83,7 +83,7 @@ public:
         dblNow += dblStep;
         ZrPtr<IZrFFrame> pFrame;
         hrComposed = step.Compose(_pBase, &pFrame);
-        for (const auto& pStream : arrStreams) pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, nullptr);
+        for (const auto& pStream : arrStreams) pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, 0, nullptr);
         return pFrame;
     }
     // The second frame is the first that shows what has been set.
