@@ -1,8 +1,7 @@
 #include "video/copy_frame.h"
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "platform/thread_pool.h"
-#include "support/row_test.h"
 #include "video/conversion_matrix.h"
 #include "video/picture.h"
 
@@ -10,22 +9,14 @@ namespace zr {
 namespace {
 
 using test::Bytes;
+using test::Noise;
 
 constexpr int32_t kWidth = 96, kLines = 9;  // whole groups of v210; an odd number of lines
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nHeight, eZrInterlace _eInterlace = eZrI_Progressive) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fcc;
-    props.nWidth = kWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, kWidth) + 4;
+    ZR_VID_PROPS props = test::Props(_fcc, kWidth, _nHeight, 4);
     props.eInterlace = _eInterlace;
     return props;
-}
-
-Bytes Noise(const ZR_VID_PROPS& _props, uint32_t _nSeed = 4) {
-    std::mt19937 rng(_nSeed);
-    return test::HarshBytes(rng, PictureBytes(_props));
 }
 
 // Row y from the top, without its padding.
@@ -106,6 +97,25 @@ TEST(CopyFrame, FieldOrderMovesThePictureByALine) {
     }
 }
 
+TEST(CopyFrame, OneLineHasNoFieldsToExchange) {
+    const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 1, eZrI_Field2First), to = Props(eZrFCC_YUY2, 1, eZrI_Field1First);
+    const Bytes src = Noise(from);
+    EXPECT_EQ(Converted(src, from, to), Converted(src, Props(eZrFCC_UYVY, 1), Props(eZrFCC_YUY2, 1)));
+}
+
+TEST(CopyFrame, OddWidthLosesItsLastPixel) {
+    for (const eZrFCC fccFrom : {eZrFCC_v210, eZrFCC_YUY2}) {
+        ZR_VID_PROPS from = Props(fccFrom, 2), to = Props(eZrFCC_UYVY, 2);
+        Bytes src = Noise(from), whole = Converted(src, from, to);
+        from.nWidth = to.nWidth = 7;
+        const Bytes seven = Converted(src, from, to);
+        for (size_t i = 0; i < seven.size(); ++i) {
+            const size_t nRow = i / static_cast<size_t>(to.nRowBytes), nByte = i % static_cast<size_t>(to.nRowBytes);
+            ASSERT_EQ(seven[i], nRow < 2 && nByte < 12 ? whole[i] : 0x33) << i;
+        }
+    }
+}
+
 TEST(CopyFrame, ManyWorkersGiveTheSame) {
     const ZR_VID_PROPS from = Props(eZrFCC_HDYC, kLines), to = Props(eZrFCC_RGB32, kLines);
     const Bytes src = Noise(from), one = Converted(src, from, to);
@@ -131,11 +141,11 @@ TEST(CopyFrame, RefusesWhatItCannotDo) {
     EXPECT_EQ(Copy(uyvy, Props(eZrFCC_I420, 8)), kTypeNotAccepted);
     EXPECT_EQ(Copy(uyvy, Props(eZrFCC_RGB8, 8)), kTypeNotAccepted);
     EXPECT_EQ(CopyFrameCC(nullptr, dst.data(), uyvy, rgb, 1), E_POINTER);
-    ZR_VID_PROPS odd = uyvy, huge = uyvy, upside = uyvy;
-    odd.nWidth = 95;
+    ZR_VID_PROPS one = uyvy, huge = uyvy, upside = uyvy;
+    one.nWidth = 1;
     huge.nWidth = huge.nHeight = 65536;
     upside.nRowBytes = -256;
-    for (const ZR_VID_PROPS& bad : {odd, huge, upside, Props(eZrFCC_UYVY, 0)}) EXPECT_EQ(Copy(bad, rgb), E_INVALIDARG);
+    for (const ZR_VID_PROPS& bad : {one, huge, upside, Props(eZrFCC_UYVY, 0)}) EXPECT_EQ(Copy(bad, rgb), E_INVALIDARG);
     EXPECT_EQ(dst, Bytes(dst.size(), 0x33));
 }
 
