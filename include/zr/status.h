@@ -35,6 +35,7 @@ inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110
 inline constexpr HRESULT ZR_E_RETRY = static_cast<HRESULT>(0x80040203u);  // not now, or not mine: the caller goes on
 inline constexpr HRESULT ZR_E_NOT_RUNNING = static_cast<HRESULT>(0x80040226u);  // the object is not running
 inline constexpr HRESULT ZR_E_WRONG_STATE = static_cast<HRESULT>(0x80040227u);  // the state forbids the operation
+inline constexpr HRESULT VFW_E_UNSUPPORTED_AUDIO = static_cast<HRESULT>(0x80040248u);  // a sound format nobody converts
 
 // System errors that interfaces return under a name.
 inline constexpr HRESULT ZR_E_NOT_FOUND_FILE = Win32Error(2);

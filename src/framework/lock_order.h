@@ -70,6 +70,8 @@ inline constexpr LockRank kReaders{1240, "readers lock"};
 inline constexpr LockRank kReader{1250, "reader lock"};
 // A format converter or scaler with its tables; held while it converts.
 inline constexpr LockRank kConverter{1300, "converter lock"};
+// The filters of the resamplers in use.
+inline constexpr LockRank kResampleFilters{1310, "resample filters lock"};
 
 // Listeners (reader/writer, copied out before a call), then the events that wait for delivery.
 inline constexpr LockRank kListeners{1400, "listeners lock"};

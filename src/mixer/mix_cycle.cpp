@@ -32,6 +32,7 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
       async(_parts.props.Object(), _parts.format, _parts.streams),
       draw(_parts.props.Object(), _parts.blocks),
+      audioMixer(_parts.statistics),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
       nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),
       nSyncFrames(_parts.statistics.Resolve(u"sync.mix_frames")),
@@ -74,6 +75,7 @@ void MixCycle::Stop(IEventSink& _events) {
     nWay.store(kByKeys, std::memory_order_relaxed);
     clock.Reset();
     audioCalc.Reset();
+    audioMixer.Reset();
     rateMeter.Reset();
     request.Release();
     draw.Reset();
@@ -379,17 +381,18 @@ HRESULT MixCycle::TakeBlack(PASS& _pass) {
     return TakePicture(_pass, pBlack.Get());
 }
 
-// The sound of the background is the output's; without it there is silence, to the sample.
+// As many samples as the line of time says, but for a background that brings its own sound.
 void MixCycle::MixAudio(PASS& _pass) {
     const ZR_AUD_PROPS& audProps = _pass.props.audProps;
-    if (!AudUsable(audProps)) return;
-    int64_t nSamples = 0;
-    audioCalc.SamplesByTime(audProps, _pass.time, eZrFF_None, kAudioGapLimit, &nSamples);
-    int32_t cbAudio = 0;
-    int64_t pbAudio = 0;
-    _pass.pFrame->ZrFAudioGetBytes(&cbAudio, &pbAudio);
-    constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
-    if (cbAudio == 0) _pass.pFrame->ZrFAudioAlloc(&audProps, static_cast<int32_t>(std::min(nSamples, kMost)));
+    int64_t nClock = 0;
+    audioCalc.SamplesByTime(audProps, _pass.time, eZrFF_None, kAudioGapLimit, &nClock);
+    arrSound.clear();
+    for (size_t i = 0; _pass.pRequest && i < _pass.pRequest->Count(); ++i) {
+        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
+        if (pStream) arrSound.push_back(pStream);
+    }
+    const int64_t rtFrame = _pass.time.rtEndTime - _pass.time.rtStartTime;
+    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, arrSound);
 }
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {
@@ -412,6 +415,7 @@ void MixCycle::ApplyAudioKeys(PASS& _pass) {
     const XMLNodePtr& pObject = parts.props.Object();
     const std::u16string channels = pObject->AttributeOr(u"audio_channels", u"");
     if (!channels.empty()) _pass.pFrame->ZrFAVPropsSet(nullptr, channels.c_str());
+    audioMixer.MasterGain(*_pass.pFrame, pObject->AttributeOr(u"audio_gain", u""));
 }
 
 // A timed pause is counted in frames. Two events go out: the streams have been resumed, and the mixer runs.

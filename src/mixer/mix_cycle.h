@@ -11,6 +11,7 @@
 #include "framework/statistics_sink.h"
 #include "mixer/async_mixer.h"
 #include "mixer/async_producers.h"
+#include "mixer/audio_mixer.h"
 #include "mixer/draw_step.h"
 #include "mixer/elapsed.h"
 #include "mixer/frame_output.h"
@@ -118,6 +119,8 @@ private:
     std::vector<DRAW_STREAM> arrDraw;  // of the pass
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
     ZrAudioCalc audioCalc;
+    AudioMixer audioMixer;
+    std::vector<ZrMixerStream*> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;
     int32_t nPriority = 0;  // that the mix thread has

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 
 #include "media/aud_props.h"
 #include "media/frame_time.h"
@@ -18,6 +17,10 @@ constexpr int64_t kSlackTicks = 10'000;     // that a frame's sound may be short
 constexpr int64_t kMostHeld = 2'000'000;    // ticks, before the producer is to wait
 constexpr double kSameRate = 0.01;
 constexpr int64_t kPadSamples = 256;
+// Silence before the first sound of a source that is pulled. Its blocks and those of the output have lengths that are
+// rounded each in its own way: without a few samples in hand the output would now and then lack one.
+constexpr int64_t kLeadSamples = 4;
+constexpr ZR_AUD_PROPS kDefaultAudio{2, 48000, 16, 0};
 
 int64_t SamplesOf(int64_t _rtDuration, const ZR_AUD_PROPS& _props) {
     return _rtDuration * _props.nSamplesPerSec / kTicksPerSecond;
@@ -51,41 +54,63 @@ void StreamAudio::Put(const STREAM_SOUND& _sound) {
     }
     // A block that is too short says nothing; a frame without sound, or for an output without, ends what is held.
     const bool bHasSound = AudUsable(_sound.audOutput) && AudUsable(_sound.props);
-    if ((bHasSound && (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause) || ring.Count() == 0) return;
+    if ((bHasSound && (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause) || buffer.Clear(false) == 0) return;
     statistics.AddCount(counters.nReset, 1);
-    ring.Restart(1);
     evWanted.Set();
     evRoom.Set();
 }
 
 void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
+    const ZR_AUD_PROPS& output = AudUsable(_sound.audOutput) ? _sound.audOutput : kDefaultAudio;
+    buffer.FormatSet(output);
     if (IsPureBreak(_sound.eFlags)) {
-        if (ring.Count() > 0) statistics.AddCount(counters.nDropOnBreak, ring.Count());
-        ring.Restart(1);
+        if (const int64_t nHeld = buffer.Clear(false); nHeld > 0) statistics.AddCount(counters.nDropOnBreak, nHeld);
         evWanted.Reset();
         evRoom.Set();
     }
-    const int64_t nFrameSamples = SamplesOf(_rtFrame, _sound.props);
     const int64_t nSamples = _sound.cbAudio / AudBlockBytes(_sound.props);
-    if (std::abs(nSamples - nFrameSamples) >= kWrongSizeSamples) statistics.AddCount(counters.nWrongSize, 1);
+    if (std::abs(nSamples - SamplesOf(_rtFrame, _sound.props)) >= kWrongSizeSamples)
+        statistics.AddCount(counters.nWrongSize, 1);
 
-    int64_t nLimit = nFrameSamples + kSlackSamples;
+    int64_t nLimit = SamplesOf(_rtFrame, output) + kSlackSamples;
     if (!_sound.bSync) {
         const bool bSameRate = std::fabs(_sound.dblSourceRate - _sound.vidOutput.dblRate) <= kSameRate;
-        nLimit = SamplesOf(_rtFrame * (bSameRate ? 3 : 4), _sound.props) + kWrongSizeSamples;
+        nLimit = SamplesOf(_rtFrame * (bSameRate ? 3 : 4), output) + kWrongSizeSamples;
     }
     const int64_t nPad = Padding(_sound, _rtFrame);
     bResumed = false;
     nLimit += nPad;
     if (nPad > 0) {
         statistics.AddCount(counters.nFake, 1);
-        Append(_sound, nullptr, nPad);
+        buffer.PutAudio(output, nullptr, nPad * AudBlockBytes(output), true, true);
     }
-    if (ring.Count() > nLimit && _sound.bHasVideo) {
-        statistics.AddCount(counters.nOverflow, ring.Count());
-        ring.Restart(1);
+    if (const int64_t nHeld = buffer.Fill(); nHeld > nLimit && _sound.bHasVideo) {
+        statistics.AddCount(counters.nOverflow, nHeld);
+        buffer.Clear(false);
+    } else if (nHeld == 0 && _sound.bSync) {
+        buffer.PutAudio(output, nullptr, kLeadSamples * AudBlockBytes(output), true, true);
     }
-    Append(_sound, _sound.pbAudio, nSamples);
+    // A block for which there is no memory is lost; the mix counts it as missing.
+    buffer.PutAudio(_sound.props, _sound.pbAudio, nSamples * AudBlockBytes(_sound.props), false, true);
+}
+
+int64_t StreamAudio::Held_I(const ZR_AUD_PROPS& _output) const {
+    const ZR_AUD_PROPS held = buffer.Format();
+    const bool bSame = held.nChannels == _output.nChannels && held.nSamplesPerSec == _output.nSamplesPerSec &&
+                       held.nBitsPerSample == _output.nBitsPerSample;
+    return bSame ? buffer.Fill() : 0;
+}
+
+int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
+    MutexLock lock(mtx);
+    return Held_I(_output);
+}
+
+int64_t StreamAudio::Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame) {
+    MutexLock lock(mtx);
+    const int64_t nTaken = Held_I(_output) > 0 ? buffer.GetAudio(_p, _nSamples) : 0;
+    UpdateEvents(_rtFrame);
+    return nTaken;
 }
 
 // Silence that leads in the sound of a stream of another rate, which is otherwise short of some whenever the rate
@@ -95,29 +120,14 @@ int64_t StreamAudio::Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const
     const double dblSource = _sound.dblSourceRate;
     if (_sound.bSync || std::fabs(dblSource - dblOutput) <= kSameRate) return 0;
     if (!bResumed && !(_sound.eFlags & eZrFF_Break) && !_sound.bRateStep) return 0;
-    const int64_t nHalfFrame = SamplesOf(_rtFrame / 2, _sound.props);
+    const int64_t nHalfFrame = SamplesOf(_rtFrame / 2, _sound.audOutput);
     if (dblSource > dblOutput) return nHalfFrame;
     if (dblSource == 25.0) return 0;
     return bResumed ? nHalfFrame : kPadSamples;
 }
 
-void StreamAudio::Append(const STREAM_SOUND& _sound, const uint8_t* _p, int64_t _nSamples) try {
-    const int64_t cbBlock = AudBlockBytes(_sound.props);
-    const bool bSame = AudBlockBytes(ringProps) == cbBlock && ringProps.nBitsPerSample == _sound.props.nBitsPerSample &&
-                       ringProps.nSamplesPerSec == _sound.props.nSamplesPerSec;
-    if (!bSame || ring.Count() == 0) ring.Restart(static_cast<size_t>(cbBlock));
-    ringProps = _sound.props;
-    ring.Append(_p, _nSamples);
-} catch (const std::bad_alloc&) {
-    // This block is lost; the mix counts it as missing.
-}
-
-int64_t StreamAudio::Held() const {
-    return ring.Count() == 0 ? 0 : ring.Count() * kTicksPerSecond / ringProps.nSamplesPerSec;
-}
-
 void StreamAudio::UpdateEvents(int64_t _rtFrame) {
-    const int64_t rtHeld = Held();
+    const int64_t rtHeld = buffer.Duration();
     if (rtHeld + kSlackTicks < _rtFrame) {
         evWanted.Reset();
         evRoom.Set();
@@ -138,7 +148,7 @@ void StreamAudio::MarkResumed() {
 
 void StreamAudio::Clear() {
     MutexLock lock(mtx);
-    ring.Restart(1);
+    buffer.Clear(false);
     evWanted.Set();
     evRoom.Set();
 }

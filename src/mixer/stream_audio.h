@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <string>
 
+#include "audio/audio_buffer2.h"
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
 #include "platform/event.h"
 #include "platform/lock.h"
-#include "sources/sample_queue.h"
 #include "zr/records.h"
 
 namespace zr {
@@ -40,19 +40,20 @@ public:
     // Drops what is held and sets both events: nobody is to wait for a stream that has ended.
     void Clear();
 
-    // For the audio mix. Held for the take of one block.
-    Mutex mtx{lock_order::kStreamAudio};
-    SampleQueue ring ZR_GUARDED_BY(mtx);
-    ZR_AUD_PROPS ringProps ZR_GUARDED_BY(mtx);  // of what the ring holds
-    // After a take: the events follow what is left. _rtFrame: duration of an output frame in ticks.
-    void OnTaken(int64_t _rtFrame) ZR_REQUIRES(mtx) { UpdateEvents(_rtFrame); }
+    // Mix thread. Up to _nSamples of each channel in the format _output go to _p, and the events follow what is left.
+    // Returns how many there were; 0 too when what is held is of another format. _rtFrame: duration of an output frame.
+    int64_t Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame);
+    // Samples of each channel that such a take would find.
+    int64_t Held(const ZR_AUD_PROPS& _output);
+    double dblLastGain = 0;  // at the end of the last block; the mix thread's
+
     void CountNotEnough() { statistics.AddCount(counters.nNotEnough, 1); }
     void CountSilence() { statistics.AddCount(counters.nSilence, 1); }
 
     // How much sound is held, in ticks. Any thread.
     int64_t HeldTime() {
         MutexLock lock(mtx);
-        return Held();
+        return buffer.Duration();
     }
     // Whether a put of such sound goes into the ring.
     static bool IsUsable(const STREAM_SOUND& _sound);
@@ -66,10 +67,12 @@ private:
     };
 
     void PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) ZR_REQUIRES(mtx);
+    int64_t Held_I(const ZR_AUD_PROPS& _output) const ZR_REQUIRES(mtx);
     int64_t Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const ZR_REQUIRES(mtx);
-    void Append(const STREAM_SOUND& _sound, const uint8_t* _p, int64_t _nSamples) ZR_REQUIRES(mtx);
-    int64_t Held() const ZR_REQUIRES(mtx);
     void UpdateEvents(int64_t _rtFrame) ZR_REQUIRES(mtx);
+
+    Mutex mtx{lock_order::kStreamAudio};
+    ZrAudioBuffer2 buffer ZR_GUARDED_BY(mtx);  // of the output's format
 
     IStatisticsSink& statistics;
     const COUNTERS counters;

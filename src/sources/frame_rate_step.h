@@ -8,7 +8,7 @@
 #include "framework/time_normaliser.h"
 #include "platform/clock.h"
 #include "platform/status.h"
-#include "sources/sample_queue.h"
+#include "audio/sample_queue.h"
 #include "zr/frame.h"
 #include "zr/ptr.h"
 #include "zr/records.h"

@@ -1,0 +1,50 @@
+#pragma once
+// The ring of sound between a source whose blocks have any length and format, and an output that takes so many samples
+// of its own format at a time.
+
+#include <cstdint>
+#include <vector>
+
+#include "audio/audio_converter.h"
+#include "audio/sample_queue.h"
+#include "framework/lock_order.h"
+#include "platform/lock.h"
+#include "platform/ref_object.h"
+#include "zr/records.h"
+
+namespace zr {
+
+// Can be a member of its owner or be shared by counted reference. Any thread. Nothing is allocated once it has reached
+// its size.
+class ZrAudioBuffer2 final : public AutoObjBase<ZrAudioBuffer2> {
+public:
+    // The format that it holds and gives out. Another one than before empties it. E_INVALIDARG: not usable.
+    HRESULT FormatSet(const ZR_AUD_PROPS& _props);
+    ZR_AUD_PROPS Format() const;
+
+    // Appends _cb bytes of that format at _p, converted to what the ring holds; null and _bAddSilence: as much silence.
+    // A ring without a format takes that of the block, and so does one of another format unless _bCorrect says that
+    // what it holds is right, or when it is empty. E_INVALIDARG: not usable, or nothing to put.
+    // VFW_E_UNSUPPORTED_AUDIO: a format that cannot be converted. On failure nothing was put.
+    HRESULT PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence, bool _bCorrect);
+    // Takes up to _nSamples of each channel, the oldest ones, to _p (null: drops them). Returns how many.
+    int64_t GetAudio(uint8_t* _p, int64_t _nSamples);
+
+    // What it holds, in samples of each channel and in ticks.
+    int64_t Fill() const;
+    int64_t Duration() const;
+    // Empties it; with _bResetFormat it has no format either. Returns how many samples it held.
+    int64_t Clear(bool _bResetFormat);
+
+private:
+    HRESULT Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples) ZR_REQUIRES(mtx);
+    void Reformat_I(const ZR_AUD_PROPS& _props) ZR_REQUIRES(mtx);
+
+    mutable Mutex mtx{lock_order::kAudioBuffer};
+    ZR_AUD_PROPS props ZR_GUARDED_BY(mtx);
+    SampleQueue ring ZR_GUARDED_BY(mtx);
+    ZrAudioConverter converter ZR_GUARDED_BY(mtx);
+    std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx);
+};
+
+}  // namespace zr

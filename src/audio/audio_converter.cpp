@@ -1,0 +1,222 @@
+#include "audio/audio_converter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <type_traits>
+
+#include "audio/sample_convert.h"
+#include "media/aud_props.h"
+
+namespace zr {
+namespace {
+
+bool IsSupported(const ZR_AUD_PROPS& _props) {
+    return AudBytesPerSample(_props.nBitsPerSample) > 0 && _props.nSamplesPerSec > 0 && _props.nChannels > 0 &&
+           _props.nChannels <= kMaxConvertedChannels;
+}
+
+bool SameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
+    return _a.nChannels == _b.nChannels && _a.nSamplesPerSec == _b.nSamplesPerSec &&
+           _a.nBitsPerSample == _b.nBitsPerSample;
+}
+
+int32_t ScaledRate(const ZR_AUD_PROPS& _props, double _dblScale) {
+    return static_cast<int32_t>(
+        std::min(std::round(_props.nSamplesPerSec * _dblScale), double{std::numeric_limits<int32_t>::max()}));
+}
+
+// 16-bit samples add with saturation, float ones up to full scale.
+void AddTo(int16_t* _pTo, const int16_t* _p, size_t _n) {
+    for (size_t i = 0; i < _n; ++i) {
+        const int32_t nSum = _pTo[i] + _p[i];
+        _pTo[i] = static_cast<int16_t>(std::clamp(nSum, -32768, 32767));
+    }
+}
+
+void AddTo(float* _pTo, const float* _p, size_t _n) {
+    for (size_t i = 0; i < _n; ++i) _pTo[i] = std::clamp(_pTo[i] + _p[i], -1.0f, 1.0f);
+}
+
+// Calls _add(source, destination) in the order in which a destination's sources are summed.
+template <class ADD>
+void ForEachMapping(int32_t _nSrc, int32_t _nDst, const ADD& _add) {
+    if (_nSrc == 1) {
+        for (int32_t d = 0; d < _nDst; ++d) _add(0, d);
+    } else if (_nSrc == 6 && _nDst == 2) {
+        for (const int32_t s : {0, 2, 4}) _add(s, 0);
+        for (const int32_t s : {1, 2, 5}) _add(s, 1);
+    } else if (_nSrc == 2 && _nDst == 6) {
+        for (const int32_t d : {0, 2, 4, 5}) _add(0, d);
+        for (const int32_t d : {1, 2, 4, 5}) _add(1, d);
+    } else {
+        for (int32_t i = 0; i < std::max(_nSrc, _nDst); ++i) _add(i % _nSrc, i % _nDst);
+    }
+}
+
+template <class SAMPLE>
+void Split(const SAMPLE* _p, size_t _nChannels, size_t _nSamples, SAMPLE* _pRows) {
+    for (size_t c = 0; c < _nChannels; ++c)
+        for (size_t i = 0; i < _nSamples; ++i) _pRows[c * _nSamples + i] = _p[i * _nChannels + c];
+}
+
+template <class SAMPLE>
+void Join(const SAMPLE* _pRows, size_t _nStride, size_t _nChannels, size_t _nSamples, SAMPLE* _p) {
+    for (size_t c = 0; c < _nChannels; ++c)
+        for (size_t i = 0; i < _nSamples; ++i) _p[i * _nChannels + c] = _pRows[c * _nStride + i];
+}
+
+void Pcm8ToFloat(const uint8_t* _p, float* _pTo, size_t _n) {
+    for (size_t i = 0; i < _n; ++i) _pTo[i] = static_cast<float>(_p[i] - 128) / 128.0f;
+}
+
+void FloatToPcm8(const float* _p, uint8_t* _pTo, size_t _n) {
+    for (size_t i = 0; i < _n; ++i) {
+        const float f = std::isnan(_p[i]) ? 0.0f : std::clamp(_p[i] * 128.0f, -128.0f, 127.0f);
+        _pTo[i] = static_cast<uint8_t>(static_cast<int32_t>(std::nearbyint(f)) + 128);
+    }
+}
+
+template <class ROW>
+void GrowTo(ROW& _row, size_t _n) {
+    if (_row.size() < _n) _row.resize(_n);
+}
+
+}  // namespace
+
+HRESULT ZrAudioConverter::Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst, int32_t _nSamples,
+                               double _dblScale) try {
+    if (!(_dblScale >= 0.1 && _dblScale <= 10.0) || _nSamples < 0) return E_INVALIDARG;
+    if (!IsSupported(_src) || !IsSupported(_dst)) return VFW_E_UNSUPPORTED_AUDIO;
+    const bool bSame = SameFormat(src, _src) && SameFormat(dst, _dst);
+    if (bSame && dblScale == _dblScale) return S_FALSE;
+    const bool bRate = src.nChannels == _src.nChannels && src.nBitsPerSample == _src.nBitsPerSample &&
+                       dst.nChannels == _dst.nChannels && dst.nBitsPerSample == _dst.nBitsPerSample;
+    if (!bRate) {
+        arr16s.clear();
+        arr32f.clear();
+    }
+    const auto nChannels = static_cast<size_t>(_dst.nChannels);
+    const bool b16 = _src.nBitsPerSample == 16 && _dst.nBitsPerSample == 16;
+    arr16s.resize(b16 ? nChannels : 0);
+    arr32f.resize(b16 ? 0 : nChannels);
+    const int32_t nOutRate = ScaledRate(_dst, _dblScale);
+    const auto InitAll = [&](auto& _arrResamplers) {
+        for (auto& resampler : _arrResamplers) {
+            const HRESULT hr = resampler.Init(_src.nSamplesPerSec, nOutRate, IPPResampler32f::kTaps, _nSamples);
+            if (Failed(hr)) return hr;
+        }
+        return S_OK;
+    };
+    HRESULT hr = InitAll(arr16s);
+    if (Succeeded(hr)) hr = InitAll(arr32f);
+    if (Failed(hr)) return hr;
+    src = _src;
+    dst = _dst;
+    dblScale = _dblScale;
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+void ZrAudioConverter::Reset() {
+    for (auto& resampler : arr16s) resampler.Reset();
+    for (auto& resampler : arr32f) resampler.Reset();
+}
+
+// Samples of each channel that a block may become.
+int32_t ZrAudioConverter::RoomFor(int64_t _nSamples, double _dblScale) const {
+    const double dblRatio = std::max(dst.nSamplesPerSec * _dblScale, static_cast<double>(ScaledRate(dst, _dblScale)));
+    const double n = std::round(static_cast<double>(_nSamples) * dblRatio / src.nSamplesPerSec + 1);
+    return static_cast<int32_t>(std::min(std::ceil(n / 4) * 4, double{std::numeric_limits<int32_t>::max() - 3}));
+}
+
+HRESULT ZrAudioConverter::Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t* _pDst, int32_t* _pcbDst,
+                                  double _dblScale) try {
+    if (!_pcbDst) return E_POINTER;
+    if (!(_dblScale >= 0.1 && _dblScale <= 10.0) || _cbSrc < 0 || (_cbSrc > 0 && !_pSrc)) return E_INVALIDARG;
+    if (!IsSupported(src)) return VFW_E_UNSUPPORTED_AUDIO;
+    const int64_t nSamples = _cbSrc / AudBlockBytes(src);
+    const int64_t nRoom = RoomFor(nSamples, _dblScale);
+    const int64_t cbRoom = nRoom * AudBlockBytes(dst);
+    if (cbRoom > std::numeric_limits<int32_t>::max()) return E_INVALIDARG;
+    if (!_pDst) {
+        *_pcbDst = static_cast<int32_t>(cbRoom);
+        return S_OK;
+    }
+    if (*_pcbDst < cbRoom) return E_INVALIDARG;
+    if (_dblScale != dblScale) {
+        const HRESULT hr = Init(src, dst, static_cast<int32_t>(nSamples), _dblScale);
+        if (Failed(hr)) return hr;
+    }
+    const auto n = static_cast<size_t>(nSamples);
+    const auto nMost = static_cast<size_t>(nRoom);
+    const int64_t nDone =
+        arr16s.empty() ? Run(rows32f, arr32f, _pSrc, n, _pDst, nMost) : Run(rows16s, arr16s, _pSrc, n, _pDst, nMost);
+    *_pcbDst = static_cast<int32_t>(nDone * AudBlockBytes(dst));
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+template <class SAMPLE, class RESAMPLER>
+int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrResamplers, const uint8_t* _pSrc,
+                              size_t _nSamples, uint8_t* _pDst, size_t _nRoom) {
+    constexpr bool kFloat = std::is_same_v<SAMPLE, float>;
+    const auto nSrc = static_cast<size_t>(src.nChannels), nDst = static_cast<size_t>(dst.nChannels);
+    GrowTo(_rows.arrIn, nSrc * _nSamples);
+    GrowTo(_rows.arrMixed, nDst * _nSamples);
+
+    // Interleaved and of the width that is computed in, then channel by channel.
+    const SAMPLE* pPacked = reinterpret_cast<const SAMPLE*>(_pSrc);
+    if constexpr (kFloat) {
+        GrowTo(arrPacked, std::max(nSrc * _nSamples, nDst * _nRoom) * sizeof(float));
+        pPacked = reinterpret_cast<const float*>(arrPacked.data());
+        if (src.nBitsPerSample == 8) {
+            Pcm8ToFloat(_pSrc, reinterpret_cast<float*>(arrPacked.data()), nSrc * _nSamples);
+        } else {
+            ConvertSamples(src.nBitsPerSample, _pSrc, -32, arrPacked.data(), nSrc * _nSamples);
+        }
+    }
+    Split(pPacked, nSrc, _nSamples, _rows.arrIn.data());
+
+    uint32_t nFilled = 0;  // destination channels that have something, a bit each
+    ForEachMapping(src.nChannels, dst.nChannels, [&](int32_t _nFrom, int32_t _nTo) {
+        const SAMPLE* const pFrom = _rows.arrIn.data() + static_cast<size_t>(_nFrom) * _nSamples;
+        SAMPLE* const pTo = _rows.arrMixed.data() + static_cast<size_t>(_nTo) * _nSamples;
+        const uint32_t nBit = uint32_t{1} << _nTo;
+        if (nFilled & nBit) {
+            AddTo(pTo, pFrom, _nSamples);
+        } else {
+            std::copy_n(pFrom, _nSamples, pTo);
+        }
+        nFilled |= nBit;
+    });
+    for (size_t c = 0; c < nDst; ++c)
+        if (!(nFilled & uint32_t{1} << c)) std::fill_n(_rows.arrMixed.data() + c * _nSamples, _nSamples, SAMPLE{0});
+
+    size_t nResults = 0;
+    const size_t nStride = _arrResamplers[0].MostFor(_nSamples);
+    GrowTo(_rows.arrOut, nDst * nStride);
+    for (size_t c = 0; c < nDst; ++c) {
+        nResults =
+            _arrResamplers[c].Put(_rows.arrMixed.data() + c * _nSamples, _nSamples, _rows.arrOut.data() + c * nStride);
+    }
+    nResults = std::min(nResults, _nRoom);
+
+    if constexpr (kFloat) {
+        Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<float*>(arrPacked.data()));
+        if (dst.nBitsPerSample == 8) {
+            FloatToPcm8(reinterpret_cast<const float*>(arrPacked.data()), _pDst, nDst * nResults);
+        } else {
+            ConvertSamples(-32, arrPacked.data(), dst.nBitsPerSample, _pDst, nDst * nResults);
+        }
+    } else {
+        Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<SAMPLE*>(_pDst));
+    }
+    return static_cast<int64_t>(nResults);
+}
+
+}  // namespace zr

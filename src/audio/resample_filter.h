@@ -1,0 +1,23 @@
+#pragma once
+// The weights of the resampler: a windowed sinc, taken at the places between two samples.
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "audio/kernels/resample_row.h"
+
+namespace zr {
+
+// Computed once for each ratio and shared by all that use it. Never changes.
+struct ResampleFilter {
+    uint32_t nPlaces = 1;
+    std::vector<float> arrWeights;  // kResampleTaps for each place and one place more, which is a sample further
+};
+using ResampleFilterPtr = std::shared_ptr<const ResampleFilter>;
+
+// For _nPlaces places from one sample to the next. _dblRatio: output rate / input rate; below 1 the band is narrowed
+// to the output's. Any thread; throws std::bad_alloc.
+ResampleFilterPtr FilterFor(uint32_t _nPlaces, double _dblRatio);
+
+}  // namespace zr

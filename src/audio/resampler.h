@@ -1,0 +1,63 @@
+#pragma once
+// One channel from one sample rate to another.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "audio/kernels/resample_row.h"
+#include "audio/resample_filter.h"
+#include "platform/status.h"
+
+namespace zr {
+
+// Float samples. Positions are exact fractions: nothing drifts, however long it runs. A change of rates while it runs
+// goes on from the same place in the sound, without a step. One thread at a time.
+class IPPResampler32f {
+public:
+    // Half the length of the filter, in input samples: what comes out lags behind by so much.
+    static constexpr int32_t kTaps = 32;
+
+    // Rates in Hz. _nTaps: kTaps. _nBufferSamples: of the input that one call of Put will bring, room that is made at
+    // once. S_OK: rebuilt. S_FALSE: nothing has changed. E_FAIL: there is no such filter.
+    HRESULT Init(int32_t _nInRate, int32_t _nOutRate, int32_t _nTaps, int32_t _nBufferSamples);
+    // Forgets what went through.
+    void Reset();
+
+    // Takes _nSamples and gives out all that can be said of them. Returns how many samples were written, at most
+    // MostFor(_nSamples). Equal rates copy, exactly and without lag, until the rates have been others.
+    // Throws std::bad_alloc where Init made no room.
+    size_t Put(const float* _pSrc, size_t _nSamples, float* _pDst);
+    size_t MostFor(size_t _nSamples) const;
+    bool Copies() const { return nInRate == nOutRate && !bFiltering; }
+
+private:
+    void Plan(uint32_t _nPhases, uint32_t _nStep, double _dblPosition);
+    size_t ResultsFor(size_t _nHeld) const;
+
+    int32_t nInRate = 0, nOutRate = 0;
+    uint32_t nPhases = 1, nStep = 1;  // output and input rate, reduced
+    bool bFiltering = false;
+    ResampleFilterPtr pFilter;
+    RESAMPLE_PLAN plan;
+    RESAMPLE_POSITION position;  // of the next result, in arrHeld
+    std::vector<float> arrHeld;  // the samples that results still need, then room for the next ones
+    size_t nHeld = 0;
+};
+
+// 16-bit samples, computed in float: the sums are of 24 bits and more, and the result is rounded once.
+class IPPResampler16s {
+public:
+    HRESULT Init(int32_t _nInRate, int32_t _nOutRate, int32_t _nTaps, int32_t _nBufferSamples) {
+        return inner.Init(_nInRate, _nOutRate, _nTaps, _nBufferSamples);
+    }
+    void Reset() { inner.Reset(); }
+    size_t Put(const int16_t* _pSrc, size_t _nSamples, int16_t* _pDst);
+    size_t MostFor(size_t _nSamples) const { return inner.MostFor(_nSamples); }
+
+private:
+    IPPResampler32f inner;
+    std::vector<float> arrIn, arrOut;
+};
+
+}  // namespace zr

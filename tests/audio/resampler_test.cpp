@@ -1,0 +1,151 @@
+#include "audio/resampler.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "support/row_test.h"
+
+namespace zr {
+namespace {
+
+using Sound = std::vector<float>;
+
+Sound Sine(double _dblFrequency, int32_t _nRate, size_t _n) {
+    Sound sound(_n);
+    for (size_t i = 0; i < _n; ++i) {
+        sound[i] =
+            static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * _dblFrequency * static_cast<double>(i) / _nRate));
+    }
+    return sound;
+}
+
+// In blocks of these lengths in turn; 0: all at once.
+Sound Resampled(IPPResampler32f& _resampler, const Sound& _in, std::vector<size_t> _arrBlocks = {0}) {
+    Sound out;
+    for (size_t n = 0, k = 0; n < _in.size(); ++k) {
+        size_t nBlock = std::min(_arrBlocks[k % _arrBlocks.size()], _in.size() - n);
+        if (_arrBlocks[0] == 0) nBlock = _in.size();
+        Sound block(_resampler.MostFor(nBlock));
+        block.resize(_resampler.Put(_in.data() + n, nBlock, block.data()));
+        out.insert(out.end(), block.begin(), block.end());
+        n += nBlock;
+    }
+    return out;
+}
+
+// Power of what is left of the second half when a sine of that frequency is fitted and taken away, in dB of the sine's.
+double ResidueDb(const Sound& _sound, double _dblFrequency, int32_t _nRate) {
+    const size_t nFrom = _sound.size() / 2;
+    double ss = 0, cc = 0, sc = 0, xs = 0, xc = 0;
+    const auto Angle = [&](size_t i) { return 2 * std::numbers::pi * _dblFrequency * static_cast<double>(i) / _nRate; };
+    for (size_t i = nFrom; i < _sound.size(); ++i) {
+        const double s = std::sin(Angle(i)), c = std::cos(Angle(i)), x = double{_sound[i]};
+        ss += s * s, cc += c * c, sc += s * c, xs += x * s, xc += x * c;
+    }
+    const double det = ss * cc - sc * sc;
+    const double a = (xs * cc - xc * sc) / det, b = (xc * ss - xs * sc) / det;
+    double dblRest = 0, dblAll = 0;
+    for (size_t i = nFrom; i < _sound.size(); ++i) {
+        const double f = a * std::sin(Angle(i)) + b * std::cos(Angle(i));
+        dblRest += (double{_sound[i]} - f) * (double{_sound[i]} - f);
+        dblAll += f * f;
+    }
+    return 10 * std::log10(dblRest / dblAll);
+}
+
+TEST(Resampler, KeepsATonePureAndItsLength) {
+    struct {
+        int32_t nIn, nOut;
+        double dblFrequency;
+    } const arrCases[] = {{44100, 48000, 997},   {48000, 44100, 997},   {32000, 48000, 12000}, {96000, 48000, 15000},
+                          {48000, 48005, 10000}, {44101, 48000, 15000}, {8000, 48000, 3000}};
+    for (const auto& c : arrCases) {
+        SCOPED_TRACE(testing::Message() << c.nIn << " to " << c.nOut);
+        IPPResampler32f resampler;
+        ASSERT_EQ(resampler.Init(c.nIn, c.nOut, IPPResampler32f::kTaps, 0), S_OK);
+        const Sound out = Resampled(resampler, Sine(c.dblFrequency, c.nIn, static_cast<size_t>(c.nIn)), {1024});
+        EXPECT_NEAR(static_cast<double>(out.size()), c.nOut, 1.0);
+        EXPECT_LT(ResidueDb(out, c.dblFrequency, c.nOut), -100);
+    }
+}
+
+TEST(Resampler, LetsNothingThroughThatTheOutputCannotHold) {
+    IPPResampler32f resampler;
+    resampler.Init(48000, 32000, IPPResampler32f::kTaps, 0);
+    const Sound out = Resampled(resampler, Sine(19000, 48000, 48000));
+    double dblPower = 0;
+    for (size_t i = 1000; i < out.size(); ++i) dblPower += double{out[i]} * double{out[i]};
+    EXPECT_LT(10 * std::log10(dblPower / static_cast<double>(out.size() - 1000) / 0.125), -90);
+}
+
+TEST(Resampler, BlocksOfAnyLengthGiveTheSameSamples) {
+    for (const int32_t nOut : {48000, 47999, 22050}) {
+        IPPResampler32f whole, parts;
+        whole.Init(44100, nOut, IPPResampler32f::kTaps, 0);
+        parts.Init(44100, nOut, IPPResampler32f::kTaps, 0);
+        const Sound in = Sine(1234, 44100, 20000);
+        EXPECT_EQ(Resampled(whole, in), Resampled(parts, in, {1, 2, 0x100, 3, 63, 64, 65, 1764}));
+    }
+}
+
+// The largest second difference of a sine is its amplitude times the square of its step: a click is above.
+TEST(Resampler, AChangeOfRatesMakesNoStep) {
+    IPPResampler32f resampler;
+    resampler.Init(48000, 48000, IPPResampler32f::kTaps, 0);
+    Sound out;
+    const Sound in = Sine(1000, 48000, 48000);
+    const int32_t arrRates[] = {48000, 48005, 48000, 47990, 48100, 44100, 48000};
+    size_t n = 0;
+    for (const int32_t nRate : arrRates) {
+        ASSERT_TRUE(Succeeded(resampler.Init(48000, nRate, IPPResampler32f::kTaps, 0)));
+        const Sound part = Resampled(
+            resampler, Sound(in.begin() + static_cast<ptrdiff_t>(n), in.begin() + static_cast<ptrdiff_t>(n + 4800)));
+        out.insert(out.end(), part.begin(), part.end());
+        n += 4800;
+    }
+    const double dblStep = 2 * std::numbers::pi * 1000 / 44100;
+    for (size_t i = 2; i < out.size(); ++i) {
+        const double d = double{out[i]} - 2 * double{out[i - 1]} + double{out[i - 2]};
+        ASSERT_LT(std::fabs(d), 0.5 * dblStep * dblStep * 1.5) << i;
+    }
+}
+
+TEST(Resampler, RowsFollowTheirFormulaOnEveryTarget) {
+    test::OnEveryTarget(40, [](std::mt19937& _rng, size_t _n, size_t _nSkew) {
+        std::uniform_real_distribution<float> random(-1, 1);
+        Sound weights(6 * kResampleTaps), src(200);
+        for (float& f : weights) f = random(_rng);
+        for (float& f : src) f = random(_rng);
+        for (const bool bExact : {true, false}) {
+            const RESAMPLE_PLAN plan{weights.data(), 5, bExact ? 5u : 7u, 1, 2, bExact, bExact ? 0 : 0.25};
+            RESAMPLE_POSITION position{_nSkew, 3};
+            Sound out(_n + 1, 9.0f);
+            ResampleRow(src.data(), out.data(), _n, plan, position);
+            EXPECT_EQ(out[_n], 9.0f);
+            for (size_t r = 0; r < _n; ++r) {
+                const uint64_t nAt = 3 + r * (plan.nPhases + 2);
+                const double dblPlace =
+                    (static_cast<double>(nAt % plan.nPhases) + plan.dblOffset) / plan.nPhases * plan.nPlaces;
+                const auto nPlace = static_cast<size_t>(dblPlace);
+                const auto fPart = static_cast<float>(dblPlace - static_cast<double>(nPlace));
+                float s[16];
+                for (size_t i = 0; i < kResampleTaps; ++i) {
+                    const float a = weights[nPlace * kResampleTaps + i], b = weights[(nPlace + 1) * kResampleTaps + i];
+                    volatile float w = bExact ? a : b - a;
+                    if (!bExact) w = w * fPart;
+                    if (!bExact) w = a + w;
+                    volatile float product = src[_nSkew + nAt / plan.nPhases + i] * w;
+                    s[i % 16] = i < 16 ? product : s[i % 16] + product;
+                }
+                for (size_t i = 0; i < 8; ++i) s[i] += s[i + 8];
+                for (size_t i = 0; i < 4; ++i) s[i] += s[i + 4];
+                EXPECT_EQ(out[r], (s[0] + s[1]) + (s[2] + s[3])) << r << " of " << _n;
+            }
+        }
+    });
+}
+
+}  // namespace
+}  // namespace zr
