@@ -24,7 +24,6 @@ struct DrawContext {
     ZR_VID_PROPS target_props;  // of the output
     double now = 0;             // stream time in seconds
     int32_t blocks_done = 0;    // pictures that had something to show, or were laid out
-    bool big_overlay_seen = false;
     bool bChangeEnded = false;  // some element has reached the end of its change
     MOTION motion;              // of "add"; of a frame's passes only one moves
 };

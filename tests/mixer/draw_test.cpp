@@ -66,6 +66,18 @@ constexpr double arrOdd[] = {1e300, -1e300, std::numeric_limits<double>::quiet_N
 void Scatter(std::minstd_rand& _random, CoElement& _element) {
     const auto Unit = [&] { return static_cast<double>(_random() % 1000) / 1000; };
     const auto Size = [&] { return _random() % 12 == 0 ? arrOdd[_random() % std::size(arrOdd)] : Unit() * 1.3; };
+    const uint32_t nWhat = _random() % 4;
+    if (nWhat < 2) {  // only another part of the picture
+        _element.SetAttribute(u"sx", Unit() * 0.5);
+        _element.SetAttribute(u"sw", 0.5);
+    }
+    if (nWhat == 1) {  // ... in its own size, half seen through
+        _element.SetAttribute(u"w", 0.5);
+        _element.SetAttribute(u"h", 1.0);
+        _element.SetAttribute(u"alpha", 0.5);
+        _element.SetAttribute(u"maintain_ar", false);
+    }
+    if (nWhat < 2) return;
     _element.SetAttribute(u"pos", arrPositions[_random() % std::size(arrPositions)]);
     _element.SetAttribute(u"x", Size() - 0.5);
     _element.SetAttribute(u"y", Size() - 0.5);
@@ -118,7 +130,7 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
         for (uint32_t nFrame = 0; nFrame < 60; ++nFrame) {
             SCOPED_TRACE(nFrame);
             for (size_t i = 0; i < std::size(arrSources); ++i) {
-                if (random() % 3 == 0) Scatter(random, *show.Element(std::u16string(u"v") + char16_t(u'0' + i)));
+                if (random() % 4 == 0) Scatter(random, *show.Element(std::u16string(u"v") + char16_t(u'0' + i)));
                 if (random() % 3 == 0)
                     show.Show(i, NoiseFrame(arrSources[(i + random() % 2) % std::size(arrSources)],
                                             nFrame * 10 + static_cast<uint32_t>(i)));
