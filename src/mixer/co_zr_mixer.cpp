@@ -23,8 +23,8 @@ CCoZrMixer::CCoZrMixer()
 }
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
-    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrProps, IZrFormat, IZrSource,
-                      IZrSource_I, IZrSender_I, IZrEventsAdvise>(
+    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrProps, IZrFormat,
+                      IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(
 
         this, _iid, _ppv);
 }
@@ -37,6 +37,10 @@ uint32_t CCoZrMixer::Release() {
         delete this;
     }
     return nLeft;
+}
+
+void CCoZrMixer::OnSceneLoad(std::u16string_view _path, std::u16string_view _name) {
+    PersistLoad(std::u16string(_name).c_str(), std::u16string(_path).c_str(), nullptr);
 }
 
 void CCoZrMixer::OnName(std::u16string_view _name, std::u16string_view) { core.state.name.Set(_name); }
@@ -80,9 +84,18 @@ HRESULT CCoZrMixer::ObjectStart(IUnknown*) {
 HRESULT CCoZrMixer::ObjectClose() {
     return InterfaceCall([&] {
         const HRESULT hr = core.control.ObjectClose();
+        SaveLastScene();
         events.Close();
         return hr;
     });
+}
+
+void CCoZrMixer::SaveLastScene() {
+    const XMLNodePtr& pRoot = props.Root();
+    const std::u16string strPath = pRoot->AttributeOr(u"last_scene.path", std::u16string_view());
+    if (pRoot->AttributeOr(u"last_scene.save", int32_t{0}) <= 0 || strPath.empty()) return;
+    const bool bUnicode = pRoot->AttributeOr(u"last_scene.unicode", false);
+    PersistSaveToFile(u"scenes", strPath.c_str(), bUnicode ? u"unicode=true" : u"");
 }
 
 HRESULT CCoZrMixer::ObjectStateGet(eZrState* _peState) {

@@ -1,6 +1,7 @@
 #pragma once
 // The mixer as its hosts know it: the faces around the parts.
 
+#include "attributes/persist_impl.h"
 #include "attributes/props_impl.h"
 #include "framework/events.h"
 #include "framework/object_format.h"
@@ -19,6 +20,7 @@ class CCoZrMixer final : public IZrObject,
                          public IZrFile,
                          public IZrStreams,
                          public IZrScenesImpl<CCoZrMixer>,
+                         public IZrPersistImpl<CCoZrMixer, ElementPtr>,
                          public IZrPropsImpl<CCoZrMixer>,
                          public IZrFormatImpl<CCoZrMixer>,
                          public IZrSourceImpl<CCoZrMixer>,
@@ -40,6 +42,13 @@ public:
     Sender& Sender_I() { return sender; }
     ObjectEvents& Events_I() { return events; }
     ScenesSet& Scenes_I() { return core.scenes; }
+    ElementPtr NewTree_I() { return CoElement::CreateTop(u"zr_config"); }
+    HRESULT Save_I(std::u16string_view _object, const ElementPtr& _pTop, const PERSIST_PARAM& _param) {
+        return core.persist.Save(_object, *_pTop, _param);
+    }
+    HRESULT Load_I(std::u16string_view _object, const ElementPtr& _pTree, const PERSIST_PARAM& _param) {
+        return core.persist.Load(_object, *_pTree, _param);
+    }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
     // --- IZrObject
@@ -97,8 +106,10 @@ public:
 
 private:
     ~CCoZrMixer() = default;
+    void SaveLastScene();
     ZrPtr<CCoZrItem> Background() const { return core.streams.Background(); }
 
+    void OnSceneLoad(std::u16string_view _path, std::u16string_view _name) override;
     void OnName(std::u16string_view _name, std::u16string_view _configFile) override;
     void OnOutputBuffers(int32_t _nMin, int32_t _nMax) override;
 

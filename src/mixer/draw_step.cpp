@@ -50,7 +50,8 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     bCutOffscreen = pObject->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
-    const ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
+    ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
+    if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
     if (pForeground) {
         draw.bDraw = true;

@@ -23,7 +23,6 @@ std::u16string Rate(double _dbl) {
     return {str.begin(), str.end()};
 }
 
-// What a source is told of the output, so that it can give frames that need no conversion.
 std::u16string FormatLine(const ZR_VID_PROPS& _props) {
     const std::u16string pixels = u" pixel_format='" + PixelFormatText(_props.fccType) + u"'";
     const ZrVideoFormatRow* const pRow = RowOf(_props.eVideoFormat);
@@ -37,10 +36,14 @@ std::u16string FormatLine(const ZR_VID_PROPS& _props) {
 
 }  // namespace
 
-std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
-    std::u16string line(_param);
+std::u16string ItemMaker::OutputLine() const {
     const ZR_VID_PROPS wanted = format.Wanted().vidProps;
-    if (wanted.eVideoFormat != eZrVF_Disabled && PropsValid(&wanted, true)) line += FormatLine(wanted);
+    const bool bWanted = wanted.eVideoFormat != eZrVF_Disabled && PropsValid(&wanted, true);
+    return bWanted ? FormatLine(wanted) : std::u16string();
+}
+
+std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
+    std::u16string line = std::u16string(_param) + OutputLine();
     if (line.find(u"loop=") == std::u16string::npos && props.Root()->AttributeOr(u"file.loop", true)) {
         line += u" loop='true'";
     }

@@ -22,6 +22,9 @@ public:
     HRESULT Make(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                  ZrPtr<CCoZrItem>& _pItem) const;
 
+    // What a file source is told of the output, so that it can give frames that need no conversion.
+    std::u16string OutputLine() const;
+
 private:
     std::u16string FileLine(std::u16string_view _param) const;
 

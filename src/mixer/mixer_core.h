@@ -11,6 +11,7 @@
 #include "mixer/mixer_control.h"
 #include "mixer/mixer_links.h"
 #include "mixer/mixer_output.h"
+#include "mixer/mixer_persist.h"
 #include "mixer/mixer_state.h"
 #include "mixer/mixer_streams.h"
 #include "mixer/stream_table.h"
@@ -22,8 +23,7 @@ namespace zr {
 class MixerCore {
 public:
     // All outlive the core.
-    MixerCore(const ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender,
-              IEventSink& _events)
+    MixerCore(ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender, IEventSink& _events)
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
@@ -32,7 +32,8 @@ public:
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
-          control({_props, state, _format, streams, cycle, background, inputs, links, output, statistics, _events}) {}
+          control({_props, state, _format, streams, cycle, background, inputs, links, output, statistics, _events}),
+          persist({_props, streams, maker, background, inputs, scenes}) {}
 
     MixerState state;
     StatisticsNode statistics;
@@ -47,6 +48,7 @@ public:
     MixerBackground background;
     MixerStreams inputs;
     MixerControl control;
+    MixerPersist persist;
 };
 
 }  // namespace zr

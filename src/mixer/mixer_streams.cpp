@@ -71,16 +71,21 @@ HRESULT MixerStreams::Add(std::u16string_view _id, IUnknown* _pExternOrRef, std:
     }
     ZrPtr<CCoZrItem> pItem;
     if (const HRESULT hr = parts.maker.Make(_pExternOrRef, _path, _param, pItem); Failed(hr)) return hr;
+    if (const HRESULT hr = AddItem(_id, pItem); Failed(hr)) return hr;
+    if (_ppItem) ZrPtr<IZrItem>(pItem).CopyTo(_ppItem);
+    return S_OK;
+}
+
+HRESULT MixerStreams::AddItem(std::u16string_view _id, const ZrPtr<CCoZrItem>& _pItem) {
     ZrPtr<CCoZrItem> pOld;
     LinkEvents events(parts.links, parts.events);
-    const HRESULT hr = Place(_id, pItem, pOld, events);
+    const HRESULT hr = Place(_id, _pItem, pOld, events);
     if (Failed(hr)) {
-        pItem->Close();
+        _pItem->Close();
         return hr;
     }
     parts.cycle.producers.Update();
     if (pOld && !parts.links.streams.Uses(pOld->Source())) pOld->Close();
-    if (_ppItem) ZrPtr<IZrItem>(pItem).CopyTo(_ppItem);
     parts.cycle.Wake();
     return S_OK;
 }

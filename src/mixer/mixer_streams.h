@@ -32,6 +32,8 @@ public:
     HRESULT Get(std::u16string_view _id, int32_t* _pnIndex, IZrItem** _ppStream) const;
     HRESULT Add(std::u16string_view _id, IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                 IZrItem** _ppItem, double _dblTimeForChange);
+    // Puts an item that was made elsewhere, and that nobody has, in the place of that id or on top.
+    HRESULT AddItem(std::u16string_view _id, const ZrPtr<CCoZrItem>& _pItem);
     HRESULT Remove(IZrItem* _pStream, double _dblTimeForChange);
     HRESULT RemoveByIndex(int32_t _nIndex, int32_t _nExtraRemove, double _dblTimeForChange);
     HRESULT Reorder(IZrItem* _pStream, int32_t _nIndexAdd, double _dblTimeForChange);

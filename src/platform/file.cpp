@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <limits>
 #include <new>
 #include <string>
@@ -107,6 +108,15 @@ HRESULT File::Trim() {
     const HRESULT hr = Size(&cb);
     if (Failed(hr)) return hr;
     return ftruncate(nDescriptor, static_cast<off_t>(cb)) == 0 ? S_OK : StatusFromErrno(errno);
+}
+
+std::u16string AbsolutePath(std::u16string_view _name) {
+    if (_name.empty() || _name.starts_with(u'/')) return std::u16string(_name);
+    char szFolder[PATH_MAX];
+    if (!getcwd(szFolder, sizeof(szFolder))) return std::u16string(_name);
+    while (_name.starts_with(u"./")) _name.remove_prefix(2);
+    const std::u16string strFolder = Utf16FromUtf8(szFolder);
+    return strFolder + (strFolder.ends_with(u'/') ? u"" : u"/") + std::u16string(_name);
 }
 
 HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb) {

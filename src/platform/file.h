@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "platform/status.h"
 
@@ -42,6 +44,10 @@ private:
     friend HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb);
     int nDescriptor = -1;
 };
+
+// The name from the root of the file system on: below the folder that the process works in, where it is relative.
+// Throws std::bad_alloc.
+std::u16string AbsolutePath(std::u16string_view _name);
 
 // Puts a file with these bytes in the place of the one of that name, if any: who opens it sees the old one or the new
 // one, whole, whatever happens meanwhile.

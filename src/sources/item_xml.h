@@ -30,7 +30,8 @@ struct ITEM_LOAD {
         OwnedSourcePtr pOwned;
         std::u16string strPath;
     };
-    std::u16string strFolder;  // what relative paths are looked up in; empty: where the process is
+    std::u16string strFormatLine;  // what file sources are told of the output they are for
+    std::u16string strFolder;      // what relative paths are looked up in; empty: where the process is
     std::map<int32_t, SOURCE> mapSources;
 };
 

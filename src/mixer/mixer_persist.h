@@ -1,0 +1,42 @@
+#pragma once
+// A mixer as a saved configuration: keys, background, streams, scenes.
+
+#include <string_view>
+
+#include "attributes/persist_impl.h"
+#include "attributes/props.h"
+#include "mixer/mixer_background.h"
+#include "mixer/mixer_streams.h"
+#include "mixer/stream_table.h"
+#include "scenes/scenes_set.h"
+
+namespace zr {
+
+// Any thread, with no lock of the mixer held; the mix goes on.
+class MixerPersist {
+public:
+    struct PARTS {
+        ZrPropsHW& props;
+        const StreamTable& streams;
+        const ItemMaker& maker;
+        MixerBackground& background;
+        MixerStreams& inputs;
+        ScenesSet& scenes;
+    };
+    explicit MixerPersist(const PARTS& _parts) : parts(_parts) {}
+
+    // _object: "scenes" for the scenes alone. _top: a new tree, which becomes "zr_config".
+    HRESULT Save(std::u16string_view _object, CoElement& _top, const PERSIST_PARAM& _param) const;
+    // What the tree does not speak of stays, but for the scenes when they alone are loaded. The first failure of the
+    // scenes is the result; a stream that cannot be opened is left out.
+    HRESULT Load(std::u16string_view _object, CoElement& _tree, const PERSIST_PARAM& _param);
+
+private:
+    void SaveItems(CoElement& _top, const PERSIST_PARAM& _param) const;
+    void LoadKeys(const CoElement& _node, std::u16string_view _prefix);
+    void LoadItems(CoElement& _tree, const PERSIST_PARAM& _param);
+
+    const PARTS parts;
+};
+
+}  // namespace zr

@@ -1,0 +1,201 @@
+// A mixer saved and loaded again.
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "mixer_fixture.h"
+#include "zr/persist.h"
+#include "zr/scenes.h"
+#include "zr/streams.h"
+#include "zr/utf8.h"
+
+namespace zr {
+namespace {
+
+using std::string;
+
+class PersistTest : public MixerTest {
+protected:
+    PersistTest() {
+        char szTemplate[] = "/tmp/zr-persist-XXXXXX";
+        strFolder = mkdtemp(szTemplate);
+    }
+    ~PersistTest() override { EXPECT_EQ(std::system(("rm -rf " + strFolder).c_str()), 0); }
+    // Another mixer, with the background taken away.
+    ZrPtr<IZrPersist> NewMixer() {
+        if (pMixer) pMixer->ObjectClose();
+        Make(25.0, true);
+        pMixer.As<IZrStreams>()->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        return pMixer.As<IZrPersist>();
+    }
+    void Write(const string& _strName, const string& _strText) {
+        std::ofstream(strFolder + "/" + _strName) << _strText;
+    }
+    string Read(const string& _strName) {
+        std::ostringstream text;
+        text << std::ifstream(strFolder + "/" + _strName).rdbuf();
+        return text.str();
+    }
+    HRESULT Save(const ZrPtr<IZrPersist>& _p, const string& _strName, const char16_t* _szParam = nullptr) {
+        return _p->PersistSaveToFile(nullptr, ToUtf16(strFolder + "/" + _strName).c_str(), _szParam);
+    }
+    HRESULT Load(const ZrPtr<IZrPersist>& _p, const string& _strName) {
+        return _p->PersistLoad(nullptr, ToUtf16(strFolder + "/" + _strName).c_str(), nullptr);
+    }
+    static string TextOf(const ZrPtr<IZrPersist>& _p, const char16_t* _szObject = u"") {
+        Text text;
+        EXPECT_EQ(_p->PersistSaveToString(_szObject, text.Out(), nullptr), S_OK);
+        return ToUtf8(text.View());
+    }
+    string Scenes() {
+        const auto pScenes = pMixer.As<IZrScenes>();
+        string str;
+        int32_t nActive = -1;
+        pScenes->ScenesActiveGet(nullptr, &nActive, nullptr);
+        Text id;
+        for (int32_t i = 0; pScenes->ScenesGetByIndex(i, id.Out(), nullptr) == S_OK; ++i)
+            str += ToUtf8(id.View()) + (i == nActive ? "* " : " ");
+        return str;
+    }
+    // What the mixer shows after a while.
+    string Picture() {
+        pMixer->ObjectStart(nullptr);
+        SleepFor(kTicksPerSecond);
+        ZRF_FRAME_INFO info;
+        pCollector->Frames().back().pFrame->ZrFAllGet(&info);
+        const ZR_VID_PROPS& props = info.avProps.vidProps;
+        return string(reinterpret_cast<const char*>(info.lpVideo),
+                      static_cast<size_t>(props.nRowBytes * props.nHeight));
+    }
+    void FillShow() {
+        const auto pStreams = pMixer.As<IZrStreams>();
+        EXPECT_EQ(pStreams->StreamsBackgroundSet(nullptr, u"grey", nullptr, nullptr, 0), S_OK);
+        ZrPtr<IZrItem> pItem;
+        EXPECT_EQ(pStreams->StreamsAdd(u"one", nullptr, u"bars", nullptr, pItem.Out(), 0), S_OK);
+        pItem.As<IZrProps>()->PropsSet(u"audio", u"false");
+        EXPECT_EQ(pStreams->StreamsAdd(nullptr, nullptr, u"white", u"loop=false", nullptr, 0), S_OK);
+        pProps->PropsSet(u"object::background", u"navy");
+        pProps->PropsSet(u"pause.no_input", u"true");
+        const auto pScenes = pMixer.As<IZrScenes>();
+        BSTR bs = SysAllocString(u"two & <three>");
+        pScenes->ScenesAdd(
+            u"<zr_scene><foreground><video id='a' stream_id='one' w='0.5'/><group id='g' x='0.25'>"
+            u"<video stream_idx='1' h='0.5' alpha='0.7'/><text>Hi &amp; ho</text></group></foreground>"
+            u"<view><far a='x=1'/></view></zr_scene>",
+            &bs, nullptr);
+        EXPECT_EQ(pScenes->ScenesActiveSet(bs, nullptr), S_OK);
+        SysFreeString(bs);
+    }
+
+    string strFolder;
+};
+
+TEST_F(PersistTest, ComesBackTheSame) {
+    auto p = NewMixer();
+    FillShow();
+    const string strPicture = Picture();
+    EXPECT_EQ(std::count(strPicture.begin(), strPicture.end(), strPicture[0]) < 3000, true) << "something is shown";
+    const string strText = TextOf(p);
+    EXPECT_EQ(Save(p, "show.xml"), S_OK);
+    EXPECT_EQ(Save(p, "wide.xml", u"unicode=true xml_header=true"), S_OK);
+    EXPECT_EQ(Save(p, "parts.xml", u"separate_files=true"), S_OK);
+    EXPECT_EQ(Read("wide.xml").substr(0, 8), string("\xFF\xFE<\0?\0x\0", 8));
+    EXPECT_TRUE(Read("show.xml").starts_with("<zr_config ")) << Read("show.xml");
+    EXPECT_FALSE(Read("parts_scene_000.xml").empty());
+    EXPECT_NE(Read("parts_two & _three_.xml").find("Hi &amp; ho"), string::npos);
+    EXPECT_EQ(strText.find("attributes_info"), string::npos);
+    const string strShow = Read("show.xml");
+    for (const char* szFile : {"show.xml", "wide.xml", "parts.xml"}) {
+        SCOPED_TRACE(szFile);
+        p = NewMixer();
+        EXPECT_EQ(Load(p, szFile), S_OK);
+        EXPECT_EQ(Scenes(), "scene_000 two & <three>* ");
+        EXPECT_EQ(TextOf(p), strText);
+        EXPECT_EQ(Save(p, "again.xml"), S_OK);
+        EXPECT_EQ(Read("again.xml"), strShow);
+        EXPECT_TRUE(Picture() == strPicture) << "bit for bit";
+    }
+    // The scenes alone leave the streams.
+    EXPECT_EQ(p->PersistLoad(u"scenes", u"<zr_scene name='only'><video/></zr_scene>", nullptr), S_OK);
+    EXPECT_EQ(Scenes(), "only* ");
+    int32_t nCount = 0;
+    pMixer.As<IZrStreams>()->StreamsGetCount(&nCount);
+    EXPECT_EQ(nCount, 2);
+    EXPECT_EQ(TextOf(p, u"scenes").find("mixer_streams"), string::npos);
+}
+
+// A change that is under way is not saved, only where it goes; what is fading out for good is gone.
+TEST_F(PersistTest, SavesWhereChangesGo) {
+    const auto p = NewMixer();
+    const auto pElements = pMixer.As<IZrElements>();
+    ZrPtr<IZrElement> pA, pB, pC;
+    pElements->ElementsAdd(u"a", u"video", u"x=0.1", pA.Out(), 0);
+    pElements->ElementsAdd(u"b", u"video", u"", pB.Out(), 0);
+    pElements->ElementsAdd(u"c", u"video", u"x=0.3", pC.Out(), 0);
+    pA->ElementDoubleSet(u"x", 0.5, 10);
+    pB->ElementDetach(10);
+    pC->ElementSet(nullptr, u"<group x='0.4'/>", 10);
+    EXPECT_NE(TextOf(p).find("<view/>\r\n\t\t\t<video id='a' x='0.5'/>\r\n\t\t\t<group id='c' x='0.4' show='true'/>"),
+              string::npos)
+        << TextOf(p);
+}
+
+TEST_F(PersistTest, NamesFilesFromWhereItStands) {
+    Write("logo.png", "x");
+    EXPECT_EQ(std::system(("mkdir " + strFolder + "/sub").c_str()), 0);
+    Write("sub/part.xml", "<zr_scene><video id='v' mask='m.png'/></zr_scene>");
+    Write("sub/m.png", "x");
+    Write("loop.xml", "<zr_scene src='loop2.xml'/>");
+    Write("loop2.xml", "<zr_scene src='loop.xml'/>");
+    Write("main.xml",
+          "<zr_config><zr_scenes active_scene='none'><zr_scene name='out' src='../part.xml'/>"
+          "<zr_scene name='p' src='sub/part.xml'/><zr_scene name='r' src='loop.xml'/><zr_scene name='s'>"
+          "<video mask='logo.png' src='../../etc/passwd' id='w'/><video mask='circle'/></zr_scene>"
+          "<zr_scene name='gone' src='no.xml'/></zr_scenes></zr_config>");
+    const auto p = NewMixer();
+    EXPECT_EQ(Load(p, "main.xml"), static_cast<HRESULT>(0x80070005)) << "the first that fails";
+    EXPECT_EQ(Scenes(), "p* s ");
+    const string strText = TextOf(p);
+    EXPECT_NE(strText.find("<video id='v' mask='" + strFolder + "/sub/m.png'/>"), string::npos) << strText;
+    EXPECT_NE(strText.find("<video id='w' mask='" + strFolder + "/logo.png'/>"), string::npos) << strText;
+    EXPECT_NE(strText.find("<video mask='circle'/>"), string::npos);
+    EXPECT_EQ(Save(p, "moved.xml"), S_OK);
+    EXPECT_NE(Read("moved.xml").find("<video id='v' mask='sub/m.png'/>"), string::npos) << Read("moved.xml");
+}
+
+TEST_F(PersistTest, TakesAnyTextOrSaysWhy) {
+    const auto p = NewMixer();
+    EXPECT_EQ(p->PersistSaveToFile(nullptr, u"", nullptr), E_INVALIDARG);
+    EXPECT_EQ(p->PersistSaveToFile(nullptr, u"/no/such/folder/x.xml", nullptr), ZR_E_NOT_FOUND_FILE);
+    EXPECT_EQ(p->PersistLoad(nullptr, nullptr, nullptr), E_INVALIDARG);
+    EXPECT_EQ(p->PersistLoad(nullptr, u"no tags", nullptr), ZR_E_NOT_FOUND_FILE);
+    EXPECT_EQ(p->PersistLoad(nullptr, u"<", nullptr), E_INVALIDARG);
+    EXPECT_EQ(Scenes(), "scene_000* ");
+    EXPECT_EQ(p->PersistLoad(nullptr,
+                             u"<zr_config><object sync_mode='true'/><mixer_streams><item stream_id='x'><file "
+                             u"path='/no/such.mp4'/></item><item stream_id='y'><file path='bars'/></item><odd/>"
+                             u"</mixer_streams></zr_config>",
+                             nullptr),
+              S_OK);
+    BSTR bs = nullptr;
+    EXPECT_EQ(pMixer.As<IZrStreams>()->StreamsGetByIndex(0, &bs, nullptr), S_OK);
+    EXPECT_EQ(ToUtf8(bs ? bs : u""), "y") << "one that fails leaves the others";
+    SysFreeString(bs);
+    std::u16string strDeep = u"<zr_scene>";
+    for (int i = 0; i < 50000; ++i) strDeep += u"<group w='0.9'><on_show nested='true'/>";
+    EXPECT_EQ(p->PersistLoad(nullptr, strDeep.c_str(), nullptr), S_OK);
+    Picture();
+    ZrPtr<IZrElement> pTop;
+    ASSERT_EQ(pMixer.As<IZrElements>()->ElementsGetByIndex(0, pTop.Out()), S_OK);
+    pTop->ElementBoolSet(u"show", 0, 0.1);
+    pTop->ElementBoolSet(u"show", 1, 0.1);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(Scenes(), "scene_000* ");
+}
+
+}  // namespace
+}  // namespace zr
