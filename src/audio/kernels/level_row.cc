@@ -115,6 +115,32 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
     *sums = {nSquares, nPeak, Fold(arrFirst), Fold(arrSecond)};
 }
 
+template <class DT>
+HWY_INLINE vec::Vec<DT> HighestOfThree(DT d, const float* src, const float (*taps)[kTruePeakTaps]) {
+    auto first = vec::Zero(d), second = first, third = first;
+    for (size_t k = 0; k < kTruePeakTaps; ++k) {
+        const auto x = vec::LoadU(d, src + k);
+        first = vec::Add(first, vec::Mul(x, vec::Set(d, taps[0][k])));
+        second = vec::Add(second, vec::Mul(x, vec::Set(d, taps[1][k])));
+        third = vec::Add(third, vec::Mul(x, vec::Set(d, taps[2][k])));
+    }
+    const auto high = vec::Max(vec::Max(vec::Abs(first), vec::Abs(second)), vec::Abs(third));
+    const auto sum = vec::Add(vec::Add(first, second), third);
+    return vec::IfThenElseZero(vec::Eq(sum, sum), high);
+}
+
+float TruePeakRowImpl(const float* src, size_t n, const float (*taps)[kTruePeakTaps]) {
+    const vec::ScalableTag<float> d;
+    const vec::CappedTag<float, 1> dOne;
+    const size_t nStep = vec::Lanes(d);
+    auto peak = vec::Zero(d);
+    size_t x = 0;
+    for (; n - x >= nStep; x += nStep) peak = vec::Max(peak, HighestOfThree(d, src + x, taps));
+    float fPeak = vec::GetLane(vec::MaxOfLanes(d, peak));
+    for (; x < n; ++x) fPeak = std::max(fPeak, vec::GetLane(HighestOfThree(dOne, src + x, taps)));
+    return fPeak;
+}
+
 }  // namespace
 }  // namespace zr::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -133,6 +159,11 @@ HWY_EXPORT(LevelRow16sImpl);
 void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
                  LEVEL_SUMS_16* _pSums) {
     HWY_DYNAMIC_DISPATCH(LevelRow16sImpl)(_pSrc, _pFirst, _pSecond, _nSamples, _pSums);
+}
+
+HWY_EXPORT(TruePeakRowImpl);
+float TruePeakRow(const float* _pSrc, size_t _nSamples, const float (*_pTaps)[kTruePeakTaps]) {
+    return HWY_DYNAMIC_DISPATCH(TruePeakRowImpl)(_pSrc, _nSamples, _pTaps);
 }
 
 }  // namespace zr
