@@ -26,15 +26,15 @@ HWY_INLINE float Fold(float* p) {
 #if HWY_TARGET != HWY_SCALAR
 
 using D = vec::CappedTag<float, 4>;  // two of these make the eight sums, whatever the machine has
-constexpr D d;
+constexpr D d4;
 constexpr vec::Rebind<int32_t, D> di;
 using V = vec::Vec<D>;
 
 HWY_INLINE void AddProducts(V a, V b, V& sum) { sum = vec::Add(sum, vec::Mul(a, b)); }
 
 HWY_INLINE void StorePair(V lower, V upper, float* p) {
-    vec::StoreU(lower, d, p);
-    vec::StoreU(upper, d, p + 4);
+    vec::StoreU(lower, d4, p);
+    vec::StoreU(upper, d4, p + 4);
 }
 
 #endif
@@ -45,22 +45,22 @@ void LevelRow32fImpl(const float* src, const float* w1, const float* w2, size_t 
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     if (n >= kSums) {
-        V sqLo = vec::Zero(d), sqHi = sqLo, firstLo = sqLo, firstHi = sqLo, secondLo = sqLo, secondHi = sqLo;
+        V sqLo = vec::Zero(d4), sqHi = sqLo, firstLo = sqLo, firstHi = sqLo, secondLo = sqLo, secondHi = sqLo;
         V peak = sqLo;
         for (; n - x >= kSums; x += kSums) {
-            const V lo = vec::Abs(vec::LoadU(d, src + x)), hi = vec::Abs(vec::LoadU(d, src + x + 4));
+            const V lo = vec::Abs(vec::LoadU(d4, src + x)), hi = vec::Abs(vec::LoadU(d4, src + x + 4));
             AddProducts(lo, lo, sqLo);
             AddProducts(hi, hi, sqHi);
-            AddProducts(lo, vec::LoadU(d, w1 + x), firstLo);
-            AddProducts(hi, vec::LoadU(d, w1 + x + 4), firstHi);
-            AddProducts(lo, vec::LoadU(d, w2 + x), secondLo);
-            AddProducts(hi, vec::LoadU(d, w2 + x + 4), secondHi);
+            AddProducts(lo, vec::LoadU(d4, w1 + x), firstLo);
+            AddProducts(hi, vec::LoadU(d4, w1 + x + 4), firstHi);
+            AddProducts(lo, vec::LoadU(d4, w2 + x), secondLo);
+            AddProducts(hi, vec::LoadU(d4, w2 + x + 4), secondHi);
             peak = vec::Max(vec::Max(lo, hi), peak);
         }
         StorePair(sqLo, sqHi, arrSquares);
         StorePair(firstLo, firstHi, arrFirst);
         StorePair(secondLo, secondHi, arrSecond);
-        fPeak = vec::GetLane(vec::MaxOfLanes(d, peak));
+        fPeak = vec::GetLane(vec::MaxOfLanes(d4, peak));
     }
 #endif
     for (; x < n; ++x) {
@@ -82,7 +82,7 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
     if (n >= kSums) {
         const vec::Rebind<int16_t, D> d16;
         const auto low16 = vec::Set(di, 0xFFFF);
-        V firstLo = vec::Zero(d), firstHi = firstLo, secondLo = firstLo, secondHi = firstLo;
+        V firstLo = vec::Zero(d4), firstHi = firstLo, secondLo = firstLo, secondHi = firstLo;
         auto peak = vec::Zero(di), lower = peak, upper = peak;  // of the squares: 16 and 15 bits, for 64 steps
         for (; n - x >= kSums; x += kSums) {
             const auto lo = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + x)));
@@ -91,11 +91,11 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
             lower = vec::Add(lower, vec::Add(vec::And(sqLo, low16), vec::And(sqHi, low16)));
             upper = vec::Add(upper, vec::Add(vec::ShiftRight<16>(sqLo), vec::ShiftRight<16>(sqHi)));
             peak = vec::Max(peak, vec::Max(lo, hi));
-            const V fLo = vec::ConvertTo(d, lo), fHi = vec::ConvertTo(d, hi);
-            AddProducts(fLo, vec::LoadU(d, w1 + x), firstLo);
-            AddProducts(fHi, vec::LoadU(d, w1 + x + 4), firstHi);
-            AddProducts(fLo, vec::LoadU(d, w2 + x), secondLo);
-            AddProducts(fHi, vec::LoadU(d, w2 + x + 4), secondHi);
+            const V fLo = vec::ConvertTo(d4, lo), fHi = vec::ConvertTo(d4, hi);
+            AddProducts(fLo, vec::LoadU(d4, w1 + x), firstLo);
+            AddProducts(fHi, vec::LoadU(d4, w1 + x + 4), firstHi);
+            AddProducts(fLo, vec::LoadU(d4, w2 + x), secondLo);
+            AddProducts(fHi, vec::LoadU(d4, w2 + x + 4), secondHi);
         }
         StorePair(firstLo, firstHi, arrFirst);
         StorePair(secondLo, secondHi, arrSecond);
