@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "media/frame_time.h"
 #include "mixer/mix_clock.h"
 #include "platform/clock.h"
 
@@ -62,9 +63,11 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
     input.pItem->StartSource();
     while (!_evStop.IsSet()) {
         FramePtr pFrame = Get(_evStop);
-        // A background that has stalled or ended goes on giving the pace, with its last picture.
-        if (!pFrame && IsStalled()) pFrame = RepeatOfLast();
-        if (!pFrame || _evStop.IsSet()) continue;
+        // A background that has stalled or ended goes on giving the pace, with its last picture; before it has one,
+        // with black.
+        const bool bPace = !pFrame && !input.pStream && IsStalled();
+        if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
+        if ((!pFrame && !bPace) || _evStop.IsSet()) continue;
         try {
             Push(pFrame, _evStop);
         } catch (const std::bad_alloc&) {
@@ -77,7 +80,11 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
 
 bool AsyncProducer::IsStalled() const { return rtWaited >= kNoFrames; }
 
-FramePtr AsyncProducer::RepeatOfLast() const { return pLast ? BreakClone(pLast, eZrFC_VideoRef) : FramePtr(); }
+// How long an ask for a frame lasts.
+int64_t AsyncProducer::Slice() const {
+    if (input.pStream || !IsStalled()) return kGetSlice;
+    return pLast ? DurationOf(*pLast) : FrameDurationOfRate(host.PutNow().output.vidProps.dblRate).rtDuration;
+}
 
 // Null: there is none yet, or the wait was ended.
 FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
@@ -85,7 +92,7 @@ FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
     uint64_t ll = llReaderID.load(std::memory_order_relaxed);
     const uint64_t llBefore = ll;
     FramePtr pFrame;
-    const int64_t rtSlice = IsStalled() && pLast ? DurationOf(*pLast) : kGetSlice;
+    const int64_t rtSlice = Slice();
     HRESULT hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
     if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
         ll = 0;
@@ -100,7 +107,7 @@ FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
     if (Failed(hr) || !pFrame) {
         Note(false, false);
         rtWaited = kNoFrames;
-        WaitOne(_evStop, pLast ? DurationOf(*pLast) : kNap);
+        WaitOne(_evStop, input.pStream ? kNap : Slice());
         return {};
     }
     rtWaited = 0;

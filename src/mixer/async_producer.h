@@ -16,8 +16,8 @@ class IProducerHost {
 public:
     // What a put goes by at this moment.
     virtual STREAM_PUT PutNow() const = 0;
-    // Makes an output frame on one of the background, waiting for the streams. Returns when it is out, or when
-    // _evStop is set.
+    // Makes an output frame on one of the background, or on black for null, waiting for the streams. Returns when it is
+    // out, or when _evStop is set.
     virtual HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) = 0;
 
 protected:
@@ -46,7 +46,7 @@ public:
 private:
     void Run(ManualEvent& _evStop);
     FramePtr Get(ManualEvent& _evStop);
-    FramePtr RepeatOfLast() const;
+    int64_t Slice() const;
     void Push(const FramePtr& _pFrame, ManualEvent& _evStop);
     void Note(bool _bFed, bool _bHasFrames);
     bool IsStalled() const;

@@ -45,8 +45,10 @@ void CCoZrMixer::OnSceneLoad(std::u16string_view _path, std::u16string_view _nam
 
 void CCoZrMixer::OnName(std::u16string_view _name, std::u16string_view) { core.state.name.Set(_name); }
 
-void CCoZrMixer::OnOutputBuffers(int32_t _nMin, int32_t _nMax) {
-    core.output.SetBounds(_nMin, _nMax, props.IsSynchronous());
+void CCoZrMixer::OnOutputBuffers(int32_t _nMin, int32_t) {
+    // By the way that the mixer works, which is not always what the key says.
+    const int32_t nMax = props.Object()->AttributeOr(u"output.max_buffers", 0);
+    core.output.SetBounds(_nMin, nMax, core.cycle.IsSynchronous(0));
 }
 
 HRESULT CCoZrMixer::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {

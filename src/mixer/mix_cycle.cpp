@@ -182,7 +182,7 @@ HRESULT MixCycle::TakePushed(PASS& _pass, const FramePtr& _pFrameIn) {
     const AsyncMixer::CYCLE cycle{_pFrameIn, eState == eZrS_Paused, parts.output.IsPacedByReceiver(), &evStop};
     const HRESULT hr = async.Async_Request(cycle, request, &_pass.bLocked);
     _pass.pRequest = &request;
-    _pass.bHasInputs = _pFrameIn || request.Count() > 0;
+    _pass.bHasInputs = request.Count() > 0 || parts.streams.Background();
     return hr;
 }
 
@@ -271,9 +271,12 @@ HRESULT MixCycle::Compose(PASS& _pass) {
     MutexLock lock(mtxCycle);
     if (parts.state.Get() < eZrS_Paused || !_pass.bHasInputs) {
         MarkFirst(_pass);
+        if (!bOffLine) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
+        bOffLine = true;
         clock.SetBreakPending();
         return S_OK;
     }
+    bOffLine = false;
     if (evStop.IsSet()) return ZR_E_NOT_RUNNING;
     CollectStreams(_pass);
     Stamp(_pass);

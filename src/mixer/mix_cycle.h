@@ -115,6 +115,7 @@ private:
     AutoEvent evDriver{true};            // taken by the thread that runs a pass: mix thread or background's producer
     SyncRequest request;                 // of the pass under way; its memory stays
     MixClock clock;
+    bool bOffLine ZR_GUARDED_BY(mtxCycle) = false;  // the last frame was stamped by its number, not by the clock
     DrawStep draw;
     std::vector<DRAW_STREAM> arrDraw;  // of the pass
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing

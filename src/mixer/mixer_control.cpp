@@ -151,7 +151,7 @@ HRESULT MixerControl::StartAs_I(eZrState _eState, double _dblSeconds, DeferredEv
 
 HRESULT MixerControl::Mixer_Start(double _dblSeconds, DeferredEvents& _events) {
     // Here and not at the start of the object: one in error plays without such a start.
-    if (const HRESULT hr = parts.output.Open(parts.props.IsSynchronous()); Failed(hr)) return hr;
+    if (const HRESULT hr = parts.output.Open(parts.cycle.IsSynchronous(0)); Failed(hr)) return hr;
     {
         LinkEvents links(parts.links, _events);
         parts.links.ConnectAll(_dblSeconds, links);

@@ -17,9 +17,12 @@ void MixerOutput::SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue) {
 }
 
 HRESULT MixerOutput::Open(bool _bQueue) {
-    if (bOpen) return S_FALSE;
+    const int32_t nMin = pObject->AttributeOr(u"output.min_buffers", 0);
     const int32_t nMax = std::max(pObject->AttributeOr(u"output.max_buffers", 0), _bQueue ? 1 : 0);
-    const HRESULT hr = queue.Init(pObject->AttributeOr(u"output.min_buffers", 0), nMax, false);
+    if (bOpen && (nMax > 0) == (queue.MaxSize() > 0)) return S_FALSE;
+    // With another way of sending, what still waits would come after what is sent from now on.
+    if (bOpen) queue.Stop();
+    const HRESULT hr = queue.Init(nMin, nMax, false);
     bOpen = Succeeded(hr);
     return hr;
 }
