@@ -73,7 +73,7 @@ public:
     HRESULT ZrFResize(eZrFCC _fccOutput, int32_t _nWidth, int32_t _nHeight, int32_t _nResizeField,
                       IZrFFrame** _ppFrameRes, const char16_t* _bsPropsList, const char16_t* _bsConverterID) override;
 
-    // frame_processing.cpp, frame_overlay.cpp
+    // frame_processing.cpp, frame_sound.cpp, frame_overlay.cpp
     HRESULT ZrFVideoGetHbitmap(int64_t* _pllHBitmap) override;
     HRESULT ZrFVideoSaveToFile(const char16_t* _bsFileName) override;
     HRESULT ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFrameMixFrom, int32_t* _plAudioOffsetMix,

@@ -5,6 +5,7 @@
 
 #include "frame_module/converter_pool.h"
 #include "frame_module/frame.h"
+#include "frame_module/frame_sound.h"
 #include "frame_module/props_line.h"
 #include "media/vid_props.h"
 #include "platform/unknown.h"
@@ -24,12 +25,6 @@ FRAME_CONVERT_OPTIONS OptionsInLine(const char16_t* _szLine) {
     std::u16string_view svQuality;
     if (!FindInLine(_szLine, u"scaling_quality", &svQuality)) options.nQuality = kSingleFrameQuality;
     return options;
-}
-
-bool AsksForOtherAudio(const ZR_AUD_PROPS& _wanted, const ZR_AUD_PROPS& _own) {
-    const auto Differs = [](int32_t _nWanted, int32_t _nOwn) { return _nWanted > 0 && _nWanted != _nOwn; };
-    return Differs(_wanted.nChannels, _own.nChannels) || Differs(_wanted.nSamplesPerSec, _own.nSamplesPerSec) ||
-           Differs(_wanted.nBitsPerSample, _own.nBitsPerSample);
 }
 
 // The audio of one frame as a copy in another.
@@ -79,14 +74,15 @@ HRESULT CZrFrame::ZrFConvert(const ZR_AV_PROPS* _pPropsDest, IZrFFrame** _ppFram
     *_ppFrameRes = nullptr;
     if (_pnFrameRest) *_pnFrameRest = 0;
     if (!_pPropsDest) return E_POINTER;
-    if (content.audio.Samples() > 0 && AsksForOtherAudio(_pPropsDest->audProps, content.avProps.audProps))
-        return E_NOTIMPL;
     ZrPtr<IZrFrame> pResult;
     const bool bVideo = !content.picture.Empty() && PropsValid(&_pPropsDest->vidProps, false);
-    const HRESULT hr = bVideo
-                           ? ConvertFrameTo(*this, _pPropsDest->vidProps, _bsPropsList, _bsConverterID, pResult.Out())
-                           : FrameClone(pResult.Out(), eZrFC_VideoRef_Audio, eZrFCC_Default);
-    return Failed(hr) ? hr : pResult.As<IZrFFrame>().CopyTo(_ppFrameRes);
+    HRESULT hr = bVideo ? ConvertFrameTo(*this, _pPropsDest->vidProps, _bsPropsList, _bsConverterID, pResult.Out())
+                        : FrameClone(pResult.Out(), eZrFC_VideoRef_Audio, eZrFCC_Default);
+    if (Failed(hr)) return hr;
+    const ZrPtr<IZrFFrame> pFrame = pResult.As<IZrFFrame>();
+    if (content.audio.Samples() > 0 && AsksForOtherAudio(_pPropsDest->audProps, content.avProps.audProps))
+        hr = ConvertSound(*pFrame, _pPropsDest->audProps, _bsConverterID);
+    return Failed(hr) ? hr : pFrame.CopyTo(_ppFrameRes);
 }
 
 HRESULT CZrFrame::ZrFResize(eZrFCC _fccOutput, int32_t _nWidth, int32_t _nHeight, int32_t _nResizeField,

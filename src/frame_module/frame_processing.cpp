@@ -14,19 +14,6 @@ HRESULT CZrFrame::ZrFVideoGetHbitmap(int64_t* _pllHBitmap) {
 
 HRESULT CZrFrame::ZrFVideoSaveToFile(const char16_t* _bsFileName) { return SavePictureFrame(*this, _bsFileName); }
 
-HRESULT CZrFrame::ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFrameMixFrom, int32_t* _plAudioOffsetMix,
-                                    int32_t, double, double, int32_t) {
-    return _plAudioOffsetSrc && _pFrameMixFrom && _plAudioOffsetMix ? E_NOTIMPL : E_POINTER;
-}
-
-HRESULT CZrFrame::ZrFAudioMix(IZrFFrame* _pFrameMixFrom, double, double, int32_t, const char16_t*) {
-    return _pFrameMixFrom ? E_NOTIMPL : E_POINTER;
-}
-
-HRESULT CZrFrame::ZrFAudioCopyTo(const char16_t*, IZrFFrame* _pFrameTo) { return _pFrameTo ? E_NOTIMPL : E_POINTER; }
-
-HRESULT CZrFrame::ZrFAudioGain(const char16_t*, double, double) { return E_NOTIMPL; }
-
 HRESULT CZrFrame::ZrFTransition(IZrFFrame* _pFrameFrom, IZrFFrame** _ppFrameRes, double, const char16_t*,
                                 const char16_t*, const char16_t*) {
     if (!_ppFrameRes) return E_POINTER;
