@@ -61,7 +61,7 @@ std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
 }
 
 constexpr const char16_t* arrPositions[] = {u"center", u"top-left", u"bottom-right", u"left", u"next-h", u"next-row"};
-constexpr double arrOdd[] = {1e300, -1e300, std::numeric_limits<double>::quiet_NaN(), 0, -0.5, 7};
+constexpr double arrOdd[] = {1e300, -1e300, 1e-300, 0, -0.5, 7};
 
 void Scatter(std::minstd_rand& _random, CoElement& _element) {
     const auto Unit = [&] { return static_cast<double>(_random() % 1000) / 1000; };
@@ -195,7 +195,11 @@ TEST(DrawTest, PicturesAreReferencedWhereNothingIsToBeDone) {
     EXPECT_NE(pOther.Get(), pOnce.Get());
     show.Element(u"b")->SetAttribute(u"h", 0.5);
     show.DrawTwice();
-    EXPECT_NE(pTop->PictureToDraw(&rect).Get(), pOther.Get());
+    const CAutoObj<BlockPicture> pTaller = pTop->PictureToDraw(&rect);
+    EXPECT_NE(pTaller.Get(), pOther.Get());
+    show.Element(u"b")->SetAttribute(u"sw", 0.5);
+    show.DrawTwice();
+    EXPECT_NE(pTop->PictureToDraw(&rect).Get(), pTaller.Get());
 }
 
 TEST(DrawTest, ASteadySceneTakesNothingFromTheHeap) {
