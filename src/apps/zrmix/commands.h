@@ -9,6 +9,7 @@
 namespace zrmix {
 
 void AddPlay(CLI::App& _app);
+void AddMix(CLI::App& _app);
 void AddConvert(CLI::App& _app);
 void AddProbe(CLI::App& _app);
 void AddFormats(CLI::App& _app);

@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     CLI::App app{"Mixes files, pictures and test signals into a file or a stream.", "zrmix"};
     app.require_subcommand(1);
     zrmix::AddPlay(app);
+    zrmix::AddMix(app);
     zrmix::AddConvert(app);
     zrmix::AddProbe(app);
     zrmix::AddFormats(app);

@@ -53,7 +53,8 @@ void OpenFile(zr::IZrFile* _pFile, const std::string& _file) {
 std::string OpenErrorOf(zr::IZrProps* _pProps, const std::string& _file, zr::HRESULT _hr) {
     std::string reason;
     if (_pProps) zr::GetText([&](zr::BSTR* _pbs) { return _pProps->PropsGet(u"info::error", _pbs); }, reason);
-    return reason.empty() ? _file + ": " + zr::StatusText(_hr) : reason;
+    if (reason.empty()) reason = zr::StatusText(_hr);
+    return reason.find(_file) == std::string::npos ? _file + ": " + reason : reason;
 }
 
 void AddProbe(CLI::App& _app) {

@@ -1,0 +1,183 @@
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "apps/zrmix/commands.h"
+#include "apps/zrmix/mix_layout.h"
+#include "apps/zrmix/progress.h"
+#include "apps/zrmix/run_error.h"
+#include "apps/zrmix/writer_run.h"
+
+namespace zrmix {
+namespace {
+
+struct MIX_OPTIONS {
+    std::vector<std::string> arrInputs;
+    std::string layout = "full";
+    std::string logo;
+    std::string format;
+    double dblDuration = 0;  // seconds; 0: of the longest input
+    WRITER_OPTIONS writer;
+    OUTPUT_STYLE style;
+};
+
+volatile int bInterrupted = 0;
+void OnSignal(int) { bInterrupted = 1; }
+
+zr::Text ToText(const std::string& _text) { return zr::Text(std::string_view(_text)); }
+
+// What a file says of itself.
+struct INPUT {
+    double dblSeconds = 0;  // 0: a picture, which has no length that anybody means
+    double dblRate = 0;
+};
+
+INPUT ProbeInput(const std::string& _file) {
+    zr::ZrPtr<zr::IZrFile> pFile;
+    Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
+    OpenFile(pFile.Get(), _file);  // says why a file cannot be opened
+    INPUT input;
+    std::string kind;
+    const auto pProps = pFile.As<zr::IZrProps>();
+    zr::GetText([&](zr::BSTR* _pbs) { return pProps->PropsGet(u"info::format", _pbs); }, kind);
+    double dblIn = 0, dblOut = 0;
+    if (kind.find("picture") == std::string::npos) {
+        pFile->FileInOutGet(&dblIn, &dblOut, &input.dblSeconds);
+        zr::ZR_VID_PROPS props;
+        const auto pFormat = pFile.As<zr::IZrFormat>();
+        if (pFormat && zr::Succeeded(pFormat->FormatVideoGet(zr::eZrFT_Input, &props, nullptr, nullptr)))
+            input.dblRate = props.dblRate;
+    }
+    pFile.As<zr::IZrObject>()->ObjectClose();
+    return input;
+}
+
+// One run: a mixer with a stream and an element for each input, and a writer that takes what it sends.
+class MixRun {
+public:
+    explicit MixRun(const MIX_OPTIONS& _options) : options(_options), progress(_options.style) {}
+
+    void Run() {
+        arrPlaces = PlacesOf(options.layout, options.arrInputs.size());
+        if (options.arrInputs.size() > arrPlaces.size())
+            throw UsageError("layout " + options.layout + " has room for " + std::to_string(arrPlaces.size()) +
+                             " inputs, " + std::to_string(options.arrInputs.size()) + " are given");
+        for (const std::string& file : options.arrInputs) Probe(file);
+        if (!options.logo.empty()) Probe(options.logo);
+        if (options.dblDuration > 0) dblSeconds = options.dblDuration;
+        if (dblSeconds <= 0)
+            throw UsageError("no input has a length of its own: --duration SECONDS says how long the mix is");
+        MakeMixer();
+        for (size_t i = 0; i < options.arrInputs.size(); ++i)
+            AddInput("input" + std::to_string(i + 1), options.arrInputs[i], arrPlaces[i].Attributes());
+        if (!options.logo.empty())
+            AddInput("logo", options.logo, "pos='top-right' x='0.03' y='0.05' w='0.15' h='0.15'");
+        WriterRun writer(options.writer, dblRate, std::max<int64_t>(std::llround(dblSeconds * dblRate), 1));
+        writer.Open(pMixer.Get());
+        Check(pMixer->ObjectStart(nullptr), "mixer");
+        writer.Wait(progress, &bInterrupted);
+        const RUN_FIGURES figures = writer.Finish();
+        pMixer->ObjectClose();
+        progress.Summary(figures, options.writer.output);
+    }
+
+private:
+    void Probe(const std::string& _file) {
+        const INPUT input = ProbeInput(_file);
+        dblSeconds = std::max(dblSeconds, input.dblSeconds);
+        if (dblRate <= 0 && input.dblRate > 0) dblRate = input.dblRate;
+    }
+
+    void MakeMixer() {
+        Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
+        const auto pProps = pMixer.As<zr::IZrProps>();
+        pProps->PropsSet(u"object::sync_mode", u"true");
+        pProps->PropsSet(u"object::rate_control", u"0");
+        pProps->PropsSet(u"object::sync_mode.get_max_wait", u"-1");
+        const auto pFormat = pMixer.As<zr::IZrFormat>();
+        zr::ZR_VID_PROPS props;
+        if (!options.format.empty()) {
+            props = FindFormat(pFormat.Get());
+        } else {
+            props.nWidth = 1920;
+            props.nHeight = 1080;
+            props.nAspectX = 16;
+            props.nAspectY = 9;
+            props.eInterlace = zr::eZrI_Progressive;
+            props.dblRate = dblRate > 0 ? dblRate : 25.0;
+        }
+        Check(pFormat->FormatVideoSet(zr::eZrFT_Convert, &props), "format");
+        Check(pFormat->FormatVideoGet(zr::eZrFT_Convert, &props, nullptr, nullptr), "format");
+        dblRate = props.dblRate;
+        zr::ZrPtr<zr::IZrElements> pScene;
+        zr::ZrPtr<zr::IZrElement> pElement;
+        Check(pMixer.As<zr::IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), "scene");
+        Check(pScene->ElementsGetByID(u"foreground", pElement.Out()), "scene");
+        pForeground = pElement.As<zr::IZrElements>();
+    }
+
+    zr::ZR_VID_PROPS FindFormat(zr::IZrFormat* _pFormat) const {
+        int32_t nCount = 0;
+        _pFormat->FormatVideoGetCount(zr::eZrFT_Convert, &nCount);
+        for (int32_t i = 1; i < nCount; ++i) {
+            zr::ZR_VID_PROPS props;
+            zr::Text name;
+            if (zr::Failed(_pFormat->FormatVideoGetByIndex(zr::eZrFT_Convert, i, &props, name.Out()))) continue;
+            if (props.nWidth > 0 && name.Utf8() == options.format) return props;
+        }
+        throw UsageError("--format " + options.format + ": no such format; \"zrmix formats\" lists them");
+    }
+
+    // The last picture of an input that ends before the others stays.
+    void AddInput(const std::string& _id, const std::string& _file, const std::string& _attributes) {
+        const auto pStreams = pMixer.As<zr::IZrStreams>();
+        const zr::HRESULT hr =
+            pStreams->StreamsAdd(ToText(_id).Get(), nullptr, ToText(_file).Get(), u"loop='false'", nullptr, 0);
+        if (zr::Failed(hr)) throw RunError(_file, hr);
+        Check(pForeground->ElementsAdd(ToText(_id).Get(), u"video",
+                                       ToText("stream_id='" + _id + "' " + _attributes).Get(), nullptr, 0),
+              "scene");
+    }
+
+    const MIX_OPTIONS& options;
+    Progress progress;
+    std::vector<MIX_PLACE> arrPlaces;
+    zr::ZrPtr<zr::IZrObject> pMixer;
+    zr::ZrPtr<zr::IZrElements> pForeground;
+    double dblSeconds = 0;
+    double dblRate = 0;
+};
+
+}  // namespace
+
+void AddMix(CLI::App& _app) {
+    CLI::App* const pCommand = _app.add_subcommand("mix", "Show several inputs in one picture.");
+    const auto pOptions = std::make_shared<MIX_OPTIONS>();
+    MIX_OPTIONS& o = *pOptions;
+    pCommand->add_option("FILE", o.arrInputs, "Files, URLs, pictures, test signals or colours.")->required();
+    pCommand->add_option("-o,--output", o.writer.output, "Where to: a file (mp4, mkv, mov, ts, nut) or a URL.")
+        ->required();
+    pCommand->add_option("--layout", o.layout, "full, 2x2, 3x3, pip or side-by-side.")
+        ->check(CLI::IsMember(LayoutNames()));
+    pCommand->add_option("--logo", o.logo, "A picture over all, small in the upper right corner.");
+    pCommand->add_option("--format", o.format, "Output format by name; without it 1920x1080 at the first file's rate.");
+    pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it as long as the longest file.")
+        ->check(CLI::PositiveNumber);
+    pCommand->add_option("--container", o.writer.container, "Kind of file, where the ending does not say it.");
+    pCommand->add_option("--video-codec", o.writer.videoCodec, "Video encoder (h264).");
+    pCommand->add_option("--video-bitrate", o.writer.videoBitrate, "Bits a second, such as 8M.");
+    pCommand->add_option("--audio-codec", o.writer.audioCodec, "Audio encoder (aac).");
+    pCommand->add_option("--audio-bitrate", o.writer.audioBitrate, "Bits a second, such as 192k.");
+    pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
+    pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");
+    pCommand->callback([pOptions] {
+        std::signal(SIGINT, OnSignal);
+        std::signal(SIGTERM, OnSignal);
+        MixRun(*pOptions).Run();
+    });
+}
+
+}  // namespace zrmix

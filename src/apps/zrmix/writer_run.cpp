@@ -1,0 +1,64 @@
+#include "apps/zrmix/writer_run.h"
+
+#include <chrono>
+#include <thread>
+
+#include "apps/zrmix/run_error.h"
+
+namespace zrmix {
+
+WriterRun::WriterRun(const WRITER_OPTIONS& _options, double _dblRate, int64_t _nFrames)
+    : options(_options), dblRate(_dblRate), nFrames(_nFrames) {}
+
+void WriterRun::Open(zr::IUnknown* _pMixer) {
+    Check(zr::ZrCreateInstance(zr::kClsidZrWriter, pWriter), "writer");
+    std::string param = "frames='" + std::to_string(nFrames) + "'";
+    const auto Add = [&](const char* _szKey, const std::string& _value) {
+        const char cQuote = _value.find('\'') == std::string::npos ? '\'' : '"';
+        if (!_value.empty()) param += " " + (_szKey + ("=" + (cQuote + _value))) + cQuote;
+    };
+    Add("format", options.container);
+    Add("video.codec", options.videoCodec);
+    Add("video.bitrate", options.videoBitrate);
+    Add("audio.codec", options.audioCodec);
+    Add("audio.bitrate", options.audioBitrate);
+    CheckWriter(
+        pWriter->WriterOpen(zr::Text(std::string_view(options.output)).Get(), zr::Text(std::string_view(param)).Get()));
+    CheckWriter(pWriter->WriterStart(_pMixer, u"rate_control=0"));
+}
+
+void WriterRun::CheckWriter(zr::HRESULT _hr) {
+    if (zr::Succeeded(_hr)) return;
+    std::string reason;
+    zr::GetText([&](zr::BSTR* _pbs) { return pWriter->WriterErrorGet(_pbs); }, reason);
+    throw RunError(reason.empty() ? options.output + ": " + zr::StatusText(_hr) : reason);
+}
+
+zr::ZR_WRITER_STATE WriterRun::State() {
+    zr::ZR_WRITER_STATE state;
+    pWriter->WriterStateGet(&state);
+    return state;
+}
+
+RUN_FIGURES WriterRun::Figures() {
+    const zr::ZR_WRITER_STATE state = State();
+    return {state.nFrames, state.nDropped, static_cast<double>(state.nFrames) / dblRate, dblRate};
+}
+
+void WriterRun::Wait(Progress& _progress, const volatile int* _pbInterrupted) {
+    while (!*_pbInterrupted) {
+        const zr::ZR_WRITER_STATE state = State();
+        if (zr::Failed(state.hrResult) || state.nFrames >= nFrames) return;
+        _progress.Show(Figures(), static_cast<double>(nFrames) / dblRate);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+RUN_FIGURES WriterRun::Finish() {
+    const zr::HRESULT hr = pWriter->WriterStop();
+    const RUN_FIGURES figures = Figures();
+    CheckWriter(hr);
+    return figures;
+}
+
+}  // namespace zrmix
