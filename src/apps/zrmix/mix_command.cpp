@@ -97,6 +97,7 @@ private:
         pProps->PropsSet(u"object::sync_mode", u"true");
         pProps->PropsSet(u"object::rate_control", u"0");
         pProps->PropsSet(u"object::sync_mode.get_max_wait", u"-1");
+        pProps->PropsSet(u"object::output.skip_if_not_ready", u"true");  // the first frame has all of it
         const auto pFormat = pMixer.As<zr::IZrFormat>();
         zr::ZR_VID_PROPS props;
         if (!options.format.empty()) {

@@ -27,7 +27,7 @@ std::vector<MIX_PLACE> PlacesOf(const std::string& _layout, size_t _nInputs) {
     if (_layout == "full") return std::vector<MIX_PLACE>(_nInputs);
     if (_layout == "2x2") return Grid(2, 2);
     if (_layout == "3x3") return Grid(3, 3);
-    if (_layout == "side-by-side") return Grid(2, 1);
+    if (_layout == "side-by-side") return {{0, 0.25, 0.5, 0.5}, {0.5, 0.25, 0.5, 0.5}};
     if (_layout == "pip") return {MIX_PLACE(), {0.68, 0.65, 0.29, 0.29}};
     return {};
 }
