@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 
+#include "audio/kernels/level_row.h"
 #include "platform/status.h"
 
 namespace zr {
@@ -21,13 +22,13 @@ struct LOUDNESS {
     float fTruePeak = kNothing;    // dB of full scale: the highest of the last block, between the samples too
 };
 
-// Measures K-weighted loudness and true peak. Made by MakeLoudnessEngine, the only place that knows the library.
+// Measures K-weighted loudness. Made by MakeLoudnessEngine, the only place that knows the library.
 class ILoudnessEngine {
 public:
     virtual ~ILoudnessEngine() = default;
     // Interleaved floats. False: memory is out.
     virtual bool Add(const float* _pSamples, size_t _nSamples) = 0;
-    // Fills all but the quasi-peak.
+    // Fills the three that are in LUFS, which move every 100 ms.
     virtual void Read(LOUDNESS* _pLoudness) = 0;
 };
 
@@ -35,7 +36,7 @@ public:
 std::unique_ptr<ILoudnessEngine> MakeLoudnessEngine(int32_t _nChannels, int32_t _nRate);
 
 // One track or programme of at most 32 channels. One thread at a time; nothing is allocated but by the first block of a
-// format. In a build without the library only the quasi-peak is measured and the others stay at minus infinity.
+// format. In a build without the library only the two peaks are measured and the others stay at minus infinity.
 class LoudnessMeter {
 public:
     static constexpr int32_t kMaxChannels = 32;
@@ -48,13 +49,21 @@ public:
     void Reset();
 
 private:
-    void StepNeedles(const float* _pSamples, size_t _nSamples);
+    struct CHANNEL {
+        std::array<float, kTruePeakTaps - 1> arrLast{};  // samples before the next block
+        float fNeedle = 0;
+    };
+
+    void Begin(int32_t _nChannels, int32_t _nRate);
+    void MeasurePeaks(const float* _pSamples, size_t _nSamples);
+    float StepNeedle(float _fNeedle, const float* _pSamples, size_t _nSamples) const;
 
     std::unique_ptr<ILoudnessEngine> pEngine;
     LOUDNESS loudness;
-    std::array<float, kMaxChannels> arrNeedles{};
-    float fRise = 0;  // part of the way up in one sample
-    float fFall = 1;  // factor of one sample
+    std::array<CHANNEL, kMaxChannels> arrChannels{};
+    float arrTaps[3][kTruePeakTaps] = {};  // a quarter, a half, three quarters of the way between two samples
+    float fRise = 0;                       // part of the way up in one sample
+    float fFall = 1;                       // factor of one sample
     int32_t nChannels = 0, nRate = 0;
 };
 

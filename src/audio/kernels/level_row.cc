@@ -26,15 +26,15 @@ HWY_INLINE float Fold(float* p) {
 #if HWY_TARGET != HWY_SCALAR
 
 using D = vec::CappedTag<float, 4>;  // two of these make the eight sums, whatever the machine has
-constexpr D d;
+constexpr D d4;
 constexpr vec::Rebind<int32_t, D> di;
 using V = vec::Vec<D>;
 
 HWY_INLINE void AddProducts(V a, V b, V& sum) { sum = vec::Add(sum, vec::Mul(a, b)); }
 
 HWY_INLINE void StorePair(V lower, V upper, float* p) {
-    vec::StoreU(lower, d, p);
-    vec::StoreU(upper, d, p + 4);
+    vec::StoreU(lower, d4, p);
+    vec::StoreU(upper, d4, p + 4);
 }
 
 #endif
@@ -45,22 +45,22 @@ void LevelRow32fImpl(const float* src, const float* w1, const float* w2, size_t 
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     if (n >= kSums) {
-        V sqLo = vec::Zero(d), sqHi = sqLo, firstLo = sqLo, firstHi = sqLo, secondLo = sqLo, secondHi = sqLo;
+        V sqLo = vec::Zero(d4), sqHi = sqLo, firstLo = sqLo, firstHi = sqLo, secondLo = sqLo, secondHi = sqLo;
         V peak = sqLo;
         for (; n - x >= kSums; x += kSums) {
-            const V lo = vec::Abs(vec::LoadU(d, src + x)), hi = vec::Abs(vec::LoadU(d, src + x + 4));
+            const V lo = vec::Abs(vec::LoadU(d4, src + x)), hi = vec::Abs(vec::LoadU(d4, src + x + 4));
             AddProducts(lo, lo, sqLo);
             AddProducts(hi, hi, sqHi);
-            AddProducts(lo, vec::LoadU(d, w1 + x), firstLo);
-            AddProducts(hi, vec::LoadU(d, w1 + x + 4), firstHi);
-            AddProducts(lo, vec::LoadU(d, w2 + x), secondLo);
-            AddProducts(hi, vec::LoadU(d, w2 + x + 4), secondHi);
+            AddProducts(lo, vec::LoadU(d4, w1 + x), firstLo);
+            AddProducts(hi, vec::LoadU(d4, w1 + x + 4), firstHi);
+            AddProducts(lo, vec::LoadU(d4, w2 + x), secondLo);
+            AddProducts(hi, vec::LoadU(d4, w2 + x + 4), secondHi);
             peak = vec::Max(vec::Max(lo, hi), peak);
         }
         StorePair(sqLo, sqHi, arrSquares);
         StorePair(firstLo, firstHi, arrFirst);
         StorePair(secondLo, secondHi, arrSecond);
-        fPeak = vec::GetLane(vec::MaxOfLanes(d, peak));
+        fPeak = vec::GetLane(vec::MaxOfLanes(d4, peak));
     }
 #endif
     for (; x < n; ++x) {
@@ -82,7 +82,7 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
     if (n >= kSums) {
         const vec::Rebind<int16_t, D> d16;
         const auto low16 = vec::Set(di, 0xFFFF);
-        V firstLo = vec::Zero(d), firstHi = firstLo, secondLo = firstLo, secondHi = firstLo;
+        V firstLo = vec::Zero(d4), firstHi = firstLo, secondLo = firstLo, secondHi = firstLo;
         auto peak = vec::Zero(di), lower = peak, upper = peak;  // of the squares: 16 and 15 bits, for 64 steps
         for (; n - x >= kSums; x += kSums) {
             const auto lo = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + x)));
@@ -91,11 +91,11 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
             lower = vec::Add(lower, vec::Add(vec::And(sqLo, low16), vec::And(sqHi, low16)));
             upper = vec::Add(upper, vec::Add(vec::ShiftRight<16>(sqLo), vec::ShiftRight<16>(sqHi)));
             peak = vec::Max(peak, vec::Max(lo, hi));
-            const V fLo = vec::ConvertTo(d, lo), fHi = vec::ConvertTo(d, hi);
-            AddProducts(fLo, vec::LoadU(d, w1 + x), firstLo);
-            AddProducts(fHi, vec::LoadU(d, w1 + x + 4), firstHi);
-            AddProducts(fLo, vec::LoadU(d, w2 + x), secondLo);
-            AddProducts(fHi, vec::LoadU(d, w2 + x + 4), secondHi);
+            const V fLo = vec::ConvertTo(d4, lo), fHi = vec::ConvertTo(d4, hi);
+            AddProducts(fLo, vec::LoadU(d4, w1 + x), firstLo);
+            AddProducts(fHi, vec::LoadU(d4, w1 + x + 4), firstHi);
+            AddProducts(fLo, vec::LoadU(d4, w2 + x), secondLo);
+            AddProducts(fHi, vec::LoadU(d4, w2 + x + 4), secondHi);
         }
         StorePair(firstLo, firstHi, arrFirst);
         StorePair(secondLo, secondHi, arrSecond);
@@ -113,6 +113,32 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
         nPeak = std::max(nPeak, nMagnitude);
     }
     *sums = {nSquares, nPeak, Fold(arrFirst), Fold(arrSecond)};
+}
+
+template <class DT>
+HWY_INLINE vec::Vec<DT> HighestOfThree(DT d, const float* src, const float (*taps)[kTruePeakTaps]) {
+    auto first = vec::Zero(d), second = first, third = first;
+    for (size_t k = 0; k < kTruePeakTaps; ++k) {
+        const auto x = vec::LoadU(d, src + k);
+        first = vec::Add(first, vec::Mul(x, vec::Set(d, taps[0][k])));
+        second = vec::Add(second, vec::Mul(x, vec::Set(d, taps[1][k])));
+        third = vec::Add(third, vec::Mul(x, vec::Set(d, taps[2][k])));
+    }
+    const auto high = vec::Max(vec::Max(vec::Abs(first), vec::Abs(second)), vec::Abs(third));
+    const auto sum = vec::Add(vec::Add(first, second), third);
+    return vec::IfThenElseZero(vec::Eq(sum, sum), high);
+}
+
+float TruePeakRowImpl(const float* src, size_t n, const float (*taps)[kTruePeakTaps]) {
+    const vec::ScalableTag<float> d;
+    const vec::CappedTag<float, 1> dOne;
+    const size_t nStep = vec::Lanes(d);
+    auto peak = vec::Zero(d);
+    size_t x = 0;
+    for (; n - x >= nStep; x += nStep) peak = vec::Max(peak, HighestOfThree(d, src + x, taps));
+    float fPeak = vec::GetLane(vec::MaxOfLanes(d, peak));
+    for (; x < n; ++x) fPeak = std::max(fPeak, vec::GetLane(HighestOfThree(dOne, src + x, taps)));
+    return fPeak;
 }
 
 }  // namespace
@@ -133,6 +159,11 @@ HWY_EXPORT(LevelRow16sImpl);
 void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
                  LEVEL_SUMS_16* _pSums) {
     HWY_DYNAMIC_DISPATCH(LevelRow16sImpl)(_pSrc, _pFirst, _pSecond, _nSamples, _pSums);
+}
+
+HWY_EXPORT(TruePeakRowImpl);
+float TruePeakRow(const float* _pSrc, size_t _nSamples, const float (*_pTaps)[kTruePeakTaps]) {
+    return HWY_DYNAMIC_DISPATCH(TruePeakRowImpl)(_pSrc, _nSamples, _pTaps);
 }
 
 }  // namespace zr

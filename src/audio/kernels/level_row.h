@@ -24,4 +24,11 @@ void LevelRow32f(const float* _pSrc, const float* _pFirst, const float* _pSecond
 void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
                  LEVEL_SUMS_16* _pSums);
 
+// Taps of one interpolated place between two samples.
+inline constexpr size_t kTruePeakTaps = 16;
+// The largest magnitude at the three places: of the sums over k, in their order, of tap k times sample i + k, for each
+// i below _nSamples; each product is rounded before it is added. Reads _nSamples + kTruePeakTaps - 1 samples; a sum
+// that is no number is left out.
+float TruePeakRow(const float* _pSrc, size_t _nSamples, const float (*_pTaps)[kTruePeakTaps]);
+
 }  // namespace zr
