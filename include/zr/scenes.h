@@ -23,7 +23,8 @@ struct IZrScenes : IUnknown {
     // Adds a scene from XML, or an XML file; empty: a new one, "copy_active=true": a copy of the active one.
     // _pbsSceneID: the wished id on entry, a BSTR that the call frees, or null for one of its making; the id that
     // it was given on return, which the caller frees. An id in use gets "_001" and on. _ppScene may be null.
-    // E_INVALIDARG: the text is no XML. ZR_E_NOT_FOUND_FILE: it is neither XML nor attributes, nor a file that is there.
+    // E_INVALIDARG: the text is no XML. ZR_E_NOT_FOUND_FILE: it is neither XML nor attributes, nor a file that is
+    // there.
     virtual HRESULT ScenesAdd(const char16_t* _bsXMLDescOrPathName, BSTR* _pbsSceneID, IZrElements** _ppScene) = 0;
     // Removes a scene; if it was active, the next becomes so, or the one before the last. E_INVALIDARG: an empty id.
     // ZR_E_NOT_FOUND_FILE: no such id. ZR_E_EMPTY: it is the only one, and stays.
