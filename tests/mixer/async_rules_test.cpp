@@ -8,6 +8,7 @@
 
 #include "mixer/async_collect.h"
 #include "mixer/async_pace.h"
+#include "mixer/stream_rate.h"
 
 namespace zr {
 namespace {
@@ -102,6 +103,45 @@ TEST(AsyncRulesTest, AHundredCyclesAreRemembered) {
     EXPECT_EQ(pace.Interval(rt += 500'000, 400'000, false, 0), -300'000);
     for (int n = 0; n < 98; ++n) ASSERT_EQ(pace.Interval(rt += 400'000, 400'000, false, 0), -300'000) << n;
     EXPECT_EQ(pace.Interval(rt += 400'000, 400'000, false, 0), -400'000);
+}
+
+TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
+    struct CASE {
+        const char* szName;
+        double dblRate, dblOutput;
+        eZrFrameFlags eFlags;
+        std::vector<int64_t> arrStarts;  // ms
+        std::string slots, steps;        // of each frame: how many; a step: y
+    };
+    constexpr auto eLive = eZrFF_Live;
+    const CASE arrCases[] = {
+        {"same rate", 25, 25, eZrFF_None, {0, 40, 80, 500}, "1111", "nnnn"},
+        {"25 to 50", 25, 50, eZrFF_None, {0, 40, 80, 120}, "1222", "nnnn"},
+        {"50 to 25", 50, 25, eZrFF_None, {0, 20, 40, 60, 80}, "10101", "nnnnn"},
+        // Slots at 0, 40, 80, ...: 33 is early, 67 fills 40 and 80, 100 is early, 133 fills 120, and so on.
+        {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200}, "1020111", "nnynnnn"},
+        {"live ones jump and are filled up", 25, 25, eLive, {0, 40, 120, 160}, "1121", "nnyn"},
+        {"live ones are early and left out", 25, 25, eLive, {0, 40, 70, 120}, "1102", "nnyy"},
+        {"a jump begins anew", 25, 50, eZrFF_None, {0, 40, 9000, 9040, 10, 50}, "121212", "nnnnnn"},
+    };
+    std::vector<ZR_TIME> arrSlots;
+    for (const CASE& c : arrCases) {
+        SCOPED_TRACE(c.szName);
+        StreamRate rate;
+        std::string slots, steps;
+        for (const int64_t nMs : c.arrStarts) {
+            ZR_TIME time;
+            time.rtStartTime = nMs * 10'000;
+            time.rtEndTime = time.rtStartTime + static_cast<int64_t>(1e7 / c.dblRate);
+            time.eFFlags = c.eFlags;
+            rate.Put(time, c.dblRate, c.dblOutput, arrSlots);
+            slots += std::to_string(arrSlots.size());
+            steps += rate.HasStepped() ? 'y' : 'n';
+            for (size_t i = 1; i < arrSlots.size(); ++i) EXPECT_EQ(arrSlots[i].rtStartTime, arrSlots[i - 1].rtEndTime);
+        }
+        EXPECT_EQ(slots, c.slots);
+        EXPECT_EQ(steps, c.steps);
+    }
 }
 
 }  // namespace
