@@ -147,5 +147,29 @@ TEST(Resampler, RowsFollowTheirFormulaOnEveryTarget) {
     });
 }
 
+// From a copy and back, by a little and by an octave: no step is larger than the slope of the sound.
+TEST(Resampler, AChangeOfTheRateDoesNotClick) {
+    constexpr double kHz = 440, kTurn = 6.283185307179586;
+    IPPResampler32f resampler;
+    std::vector<float> in(1600), out(8000);
+    const double dblSlope = 0.5 * kTurn * kHz / 47990;
+    double dblLast = 0, dblLastStep = 0;
+    int64_t nIn = 0, nOut = 0;
+    for (int nBlock = 0; nBlock < 300; ++nBlock) {
+        static constexpr int32_t arrRates[] = {48000, 48005, 48000, 47990, 48117, 96000};
+        ASSERT_GE(resampler.Init(48000, arrRates[nBlock / 10 % 6], IPPResampler32f::kTaps, 1600), S_OK);
+        for (float& f : in) f = static_cast<float>(0.5 * std::sin(kTurn * kHz * static_cast<double>(nIn++) / 48000));
+        const size_t n = resampler.Put(in.data(), in.size(), out.data());
+        for (size_t i = 0; i < n; ++i, ++nOut) {
+            const double dblStep = out[i] - dblLast;
+            ASSERT_LT(std::fabs(dblStep), dblSlope * 1.01) << nOut;
+            // A jump by a hundredth of a sample shows here.
+            ASSERT_LT(std::fabs(dblStep - dblLastStep), dblSlope * (nOut < 100 ? 1.1 : 0.6)) << nOut;
+            dblLast = out[i];
+            dblLastStep = dblStep;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zr
