@@ -18,7 +18,10 @@ CCoZrMixer::CCoZrMixer()
       events(props.Object()),
       readers(props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
-      core(props, format, readers, sender, events) {
+      core(props, format, readers, sender, events),
+      pItemHost(
+          ZrPtr<MixerItemHost>::Attach(new MixerItemHost(*static_cast<IZrObject*>(this), references, core.control))) {
+    core.maker.SetHost(pItemHost);
     props.Start_I();
 }
 
@@ -32,6 +35,7 @@ HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
 uint32_t CCoZrMixer::Release() {
     const uint32_t nLeft = references.Drop();
     if (nLeft == 0) {
+        pItemHost->Detach();
         references.Add();  // whoever is told of the end may take a reference and give it back
         ObjectClose();
         delete this;

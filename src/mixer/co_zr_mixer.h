@@ -6,6 +6,7 @@
 #include "framework/events.h"
 #include "framework/object_format.h"
 #include "mixer/mixer_core.h"
+#include "mixer/mixer_item_host.h"
 #include "platform/unknown.h"
 #include "scenes/scenes_impl.h"
 #include "transport/sender_impl.h"
@@ -122,6 +123,7 @@ private:
     SourceReaders readers;
     Sender sender;
     MixerCore core;
+    const ZrPtr<MixerItemHost> pItemHost;
 };
 
 }  // namespace zr

@@ -57,10 +57,14 @@ HRESULT ItemMaker::Make(IUnknown* _pExternOrRef, std::u16string_view _path, std:
         const ZrPtr<IUnknown> pSource = SourceOf(_pExternOrRef);
         if (!QueryAs<IZrSource_I>(pSource.Get())) return E_NOINTERFACE;
         _pItem = CCoZrItem::Make(pSource.Get(), _path);
-        return _pItem ? S_OK : E_OUTOFMEMORY;
+        if (!_pItem) return E_OUTOFMEMORY;
+        _pItem->SetHost(pHost);
+        return S_OK;
     }
     if (_path.empty()) return E_INVALIDARG;
-    return InterfaceCall([&] { return CCoZrItem::MakeFile(_path, FileLine(_param), _pItem); });
+    const HRESULT hr = InterfaceCall([&] { return CCoZrItem::MakeFile(_path, FileLine(_param), _pItem); });
+    if (_pItem) _pItem->SetHost(pHost);
+    return hr;
 }
 
 ZrPtr<IUnknown> SourceOf(IUnknown* _pExternOrRef) {

@@ -25,11 +25,15 @@ public:
     // What a file source is told of the output, so that it can give frames that need no conversion.
     std::u16string OutputLine() const;
 
+    // Where the items' play calls go. Once, before the first item is made.
+    void SetHost(ZrPtr<IItemHost> _pHost) { pHost = std::move(_pHost); }
+
 private:
     std::u16string FileLine(std::u16string_view _param) const;
 
     const ZrPropsHW& props;
     const ObjectFormat& format;
+    ZrPtr<IItemHost> pHost;
 };
 
 // The object whose frames are meant by the argument of a host: itself, or what is in it when it is an item.

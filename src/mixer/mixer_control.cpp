@@ -75,6 +75,56 @@ HRESULT MixerControl::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) 
     return S_OK;
 }
 
+HRESULT MixerControl::ItemPlay(IZrItem* _pItem, double _dblSeconds) {
+    if (std::isnan(_dblSeconds)) return E_INVALIDARG;
+    if (_dblSeconds >= 0 && !parts.props.Object()->AttributeOr(u"pause.no_input", false)) return ZR_E_RETRY;
+    CInputStream input;
+    if (parts.streams.Find(_pItem, &input) < 0) input.pItem = parts.streams.Background();
+    if (static_cast<IZrItem*>(input.pItem.Get()) != _pItem) return ZR_E_NOT_FOUND_FILE;
+    input.pItem->StartSource();
+    eZrState eState = eZrS_Running;
+    double dblRemain = 0;
+    const ZrPtr<IZrFile> pSource = QueryAs<IZrFile>(input.pItem->Source());
+    if (pSource && Succeeded(pSource->FileStateGet(&eState, &dblRemain)) && eState < eZrS_Paused) {
+        return ZR_E_NOT_RUNNING;
+    }
+    DeferredEvents events(parts.events);
+    CRWWriteScope scope(parts.state.lock, "ContainerFilePlayStart");
+    if (const HRESULT hr = PlayWithItem_I(_dblSeconds, events); Failed(hr)) return hr;
+    if (!input.pStream) return S_OK;
+    LinkEvents links(parts.links, events);
+    MutexLock lock(parts.links.streams.mtxChange);
+    if (parts.links.streams.Find(_pItem, nullptr) < 0) return ZR_E_NOT_FOUND_FILE;
+    parts.links.Connect(input, _dblSeconds, links);
+    return S_OK;
+}
+
+// A mixer that is paused runs on with the input; one that is stopped starts with it.
+HRESULT MixerControl::PlayWithItem_I(double _dblSeconds, DeferredEvents& _events) {
+    const eZrState eState = parts.state.Get();
+    if (eState == eZrS_Paused && _dblSeconds <= 0) {
+        parts.state.Set(eZrS_Running);
+        parts.state.rtPauseRemainder = 0;
+        parts.links.PauseAll(-1.0);
+        Raise(_events, u"pause", u"pause-done");
+        return S_OK;
+    }
+    return eState < eZrS_Paused ? PlayOpen_I(_dblSeconds, _events) : S_OK;
+}
+
+HRESULT MixerControl::ItemStop(IZrItem* _pItem) {
+    LinkEvents links(parts.links, parts.events);
+    MutexLock lock(parts.links.streams.mtxChange);
+    CInputStream input;
+    if (parts.links.streams.Find(_pItem, &input) < 0) {
+        const bool bBackground = static_cast<IZrItem*>(parts.links.streams.Background().Get()) == _pItem;
+        return bBackground ? S_OK : ZR_E_NOT_FOUND_FILE;
+    }
+    parts.links.Disconnect(input, links);
+    input.pStream->Pause(-1.0);
+    return S_OK;
+}
+
 HRESULT MixerControl::Start_I(DeferredEvents& _events) {
     if (parts.state.Get() >= eZrS_Stopped) return S_FALSE;
     parts.statistics.Clear();

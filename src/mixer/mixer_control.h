@@ -39,7 +39,12 @@ public:
     HRESULT FilePlayStop(double _dblSeconds);
     HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain);
 
+    // One input alone; see IItemHost.
+    HRESULT ItemPlay(IZrItem* _pItem, double _dblSeconds);
+    HRESULT ItemStop(IZrItem* _pItem);
+
 private:
+    HRESULT PlayWithItem_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT Start_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT OnObjectStart(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Close_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);

@@ -70,6 +70,14 @@ HRESULT QueryFaces(T* _pObject, const GUID& _iid, void** _ppv) {
 class ReferenceCount {
 public:
     uint32_t Add() { return nReferences.fetch_add(1, std::memory_order_relaxed) + 1; }
+    // One more, unless there is none any more: false.
+    bool TryAdd() {
+        uint32_t nHeld = nReferences.load(std::memory_order_relaxed);
+        while (nHeld != 0) {
+            if (nReferences.compare_exchange_weak(nHeld, nHeld + 1, std::memory_order_acquire)) return true;
+        }
+        return false;
+    }
     // 0: that was the last.
     uint32_t Drop() { return nReferences.fetch_sub(1, std::memory_order_acq_rel) - 1; }
 

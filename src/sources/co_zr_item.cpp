@@ -91,6 +91,16 @@ uint32_t CCoZrItem::Release() {
     return nLeft;
 }
 
+void CCoZrItem::SetHost(ZrPtr<IItemHost> _pHost) {
+    MutexLock lock(mtxHost);
+    std::swap(pHost, _pHost);
+}
+
+ZrPtr<IItemHost> CCoZrItem::Host() const {
+    MutexLock lock(mtxHost);
+    return pHost;
+}
+
 void CCoZrItem::StartSource() {
     eZrState eState = eZrS_Running;
     double dblRemain = 0;
@@ -143,11 +153,26 @@ HRESULT CCoZrItem::FilePosSet(double _dblPos, double _dblPreroll) {
     return pFile ? pFile->FilePosSet(_dblPos, _dblPreroll) : E_NOINTERFACE;
 }
 HRESULT CCoZrItem::FilePosGet(double* _pdblFilePos) { return pFile ? pFile->FilePosGet(_pdblFilePos) : E_NOINTERFACE; }
-HRESULT CCoZrItem::FilePlayStart() { return pFile ? pFile->FilePlayStart() : E_NOINTERFACE; }
+HRESULT CCoZrItem::FilePlayStart() {
+    const ZrPtr<IItemHost> p = Host();
+    if (!p) return pFile ? pFile->FilePlayStart() : E_NOINTERFACE;
+    const HRESULT hr = p->ItemPlay(this, -1.0);
+    eZrState eState = eZrS_Running;
+    double dblRemain = 0;
+    if (Failed(hr) || !pFile || Failed(pFile->FileStateGet(&eState, &dblRemain)) || eState != eZrS_Paused) return hr;
+    return pFile->FilePlayStart();
+}
 HRESULT CCoZrItem::FilePlayPause(double _dblSeconds) {
+    const ZrPtr<IItemHost> p = Host();
+    const HRESULT hr = p ? p->ItemPlay(this, _dblSeconds > 0 ? _dblSeconds : 0.0) : ZR_E_RETRY;
+    if (hr != ZR_E_RETRY) return hr;
     return pFile ? pFile->FilePlayPause(_dblSeconds) : E_NOINTERFACE;
 }
-HRESULT CCoZrItem::FilePlayStop(double _dblSeconds) { return pFile ? pFile->FilePlayStop(_dblSeconds) : E_NOINTERFACE; }
+HRESULT CCoZrItem::FilePlayStop(double _dblSeconds) {
+    const ZrPtr<IItemHost> p = Host();
+    const HRESULT hr = p ? p->ItemStop(this) : E_NOINTERFACE;
+    return pFile ? pFile->FilePlayStop(_dblSeconds) : hr;
+}
 HRESULT CCoZrItem::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) {
     return pFile ? pFile->FileStateGet(_peState, _pdblTimeRemain) : E_NOINTERFACE;
 }

@@ -11,6 +11,7 @@
 #include "platform/lock.h"
 #include "platform/unknown.h"
 #include "sources/break_list.h"
+#include "sources/item_host.h"
 #include "sources/item_start.h"
 #include "zr/file.h"
 #include "zr/items.h"
@@ -88,6 +89,8 @@ public:
     PLAY_RANGE Range();
     // The item's place in the list that has it.
     void ListIndexSet(int32_t _nIndex) { nListIndex.store(_nIndex, std::memory_order_relaxed); }
+    // Whose input it is; the item's play calls go there first.
+    void SetHost(ZrPtr<IItemHost> _pHost);
     // Has a source that is stopped or closed play. Without a lock.
     void StartSource();
     // Ends an owned source, unless another item has it too.
@@ -150,6 +153,8 @@ private:
     CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned, bool _bCommand);
     ~CCoZrItem() = default;
 
+    ZrPtr<IItemHost> Host() const;
+
     // Keys of the source are its own: "object::..." goes there.
     HRESULT OnHostedSet(std::u16string_view _name, std::u16string_view _value) override;
     HRESULT OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) override;
@@ -164,6 +169,8 @@ private:
     const ZrPtr<IZrObject> pObject;
     const ZrPtr<IZrFile> pFile;
     const bool bOwnsSource;
+    mutable Mutex mtxHost;
+    ZrPtr<IItemHost> pHost ZR_GUARDED_BY(mtxHost);
     const bool bCommand;
     std::atomic<int32_t> nListIndex{0};
     BreakList breaks;

@@ -185,6 +185,43 @@ TEST_F(StreamsTest, APausedStreamKeepsItsPictureAndLosesNothing) {
     EXPECT_GT(pLate->nNext, 20);
 }
 
+TEST_F(StreamsTest, OneStreamIsStoppedAndPlaysAgainByItsItem) {
+    Make(25.0);
+    const auto pStopped = NewSource();
+    ZrPtr<IZrItem> pA, pB;
+    Add(u"a", pStopped.Get(), &pA);
+    Add(u"b", NewSource().Get(), &pB);
+    const ZrPtr<IZrFile> pPlay = pA.As<IZrFile>();
+    ASSERT_EQ(pPlay->FilePlayStart(), S_OK);  // the mixer was closed
+    EXPECT_EQ(State(), eZrS_Running);
+    SleepFor(kTicksPerSecond);
+    ASSERT_EQ(pPlay->FilePlayStop(0), S_OK);
+    SleepFor(kTicksPerSecond / 5);
+    const int nGets = pStopped->nGets;
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(pStopped->nGets, nGets);
+    EXPECT_GT(NumberIn(StreamOf(pB)), 45);
+    // A pause is the source's own affair, unless the mixer's key says otherwise.
+    EXPECT_EQ(pPlay->FilePlayPause(0), E_NOINTERFACE);
+    pProps->PropsSet(u"object::pause.no_input", u"true");
+    pFile->FilePlayPause(0);
+    ASSERT_EQ(pPlay->FilePlayStart(), S_OK);
+    EXPECT_EQ(State(), eZrS_Running);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(NumberIn(StreamOf(pA)), pStopped->nNext - 1);
+    EXPECT_FALSE(StreamOf(pB)->IsPaused());
+    ASSERT_EQ(pPlay->FilePlayPause(0.5), S_OK);
+    EXPECT_TRUE(StreamOf(pA)->IsPaused());
+    SleepFor(kTicksPerSecond);
+    EXPECT_FALSE(StreamOf(pA)->IsPaused());
+    pStreams->StreamsRemove(pA.Get(), 0);
+    EXPECT_EQ(pPlay->FilePlayStart(), ZR_E_NOT_FOUND_FILE);
+    pMixer->ObjectClose();
+    EXPECT_EQ(CountEvents(u"start/"), 1);
+    pMixer.Reset(), pFile.Reset(), pProps.Reset(), pStreams.Reset();
+    EXPECT_EQ(pPlay->FilePlayStart(), ZR_E_NOT_FOUND_FILE);
+}
+
 TEST_F(StreamsTest, AStalledSourceHoldsNobodyElse) {
     Make(25.0);
     const auto pGood = NewSource();
