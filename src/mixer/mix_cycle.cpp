@@ -416,9 +416,14 @@ HRESULT MixCycle::FinishFrame(PASS& _pass) {
 // The keys "audio_channels" and "audio_gain", of which a form with the frame's channel id in front comes first.
 void MixCycle::ApplyAudioKeys(PASS& _pass) {
     const XMLNodePtr& pObject = parts.props.Object();
+    const bool bLevels = pObject->AttributeOr(u"izraudio.enabled", true);
+    if (bLevels) frameLevels.MeasureOriginal(*_pass.pFrame);
     const std::u16string channels = pObject->AttributeOr(u"audio_channels", u"");
     if (!channels.empty()) _pass.pFrame->ZrFAVPropsSet(nullptr, channels.c_str());
     audioMixer.MasterGain(*_pass.pFrame, pObject->AttributeOr(u"audio_gain", u""));
+    if (!bLevels) return;
+    frameLevels.LoudnessSet(pObject->AttributeOr(u"izraudio.loudness", false));
+    frameLevels.MeasureOutput(*_pass.pFrame);
 }
 
 // A timed pause is counted in frames. Two events go out: the streams have been resumed, and the mixer runs.

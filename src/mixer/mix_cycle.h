@@ -14,6 +14,7 @@
 #include "mixer/audio_mixer.h"
 #include "mixer/draw_step.h"
 #include "mixer/elapsed.h"
+#include "mixer/frame_levels.h"
 #include "mixer/frame_output.h"
 #include "mixer/mix_clock.h"
 #include "mixer/mixer_links.h"
@@ -121,6 +122,7 @@ private:
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
     ZrAudioCalc audioCalc;
     AudioMixer audioMixer;
+    FrameLevels frameLevels;
     std::vector<ZrMixerStream*> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;

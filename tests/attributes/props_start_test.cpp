@@ -138,7 +138,7 @@ TEST_F(PropsStart, UserValuesGoOverTheDefaults) {
     EXPECT_EQ(key.mapValues.at(u"default_tracks"), UserValue(int32_t{1}));
     EXPECT_EQ(key.mapValues.at(u"loop"), UserValue(std::u16string(u"true")));
     ASSERT_NE(key.Find(u"Inner\\Two"), nullptr);
-    EXPECT_EQ(key.mapValues.size(), 58u);  // those of the mixer, and two that were there
+    EXPECT_EQ(key.mapValues.size(), 59u);  // those of the mixer, and two that were there
 }
 
 TEST_F(PropsStart, SecondRunReadsWhatTheFirstWroteAndWritesNothing) {

@@ -19,7 +19,7 @@ TEST(Props, DefaultsStandInObjectAsTheirTypes) {
     EXPECT_EQ(object.Get("OBJECT::Pause_Changes"), "1");
     EXPECT_EQ(object.Get("object::preview.crop"), "0.0%,0.0%,0.0%,0.0%");
     EXPECT_EQ(object.Get("sync_mode"), "S_FALSE <null>");
-    EXPECT_EQ(node.AttributeCount(), 56u);  // keys without a registered default are not there
+    EXPECT_EQ(node.AttributeCount(), 57u);  // keys without a registered default are not there
     EXPECT_FALSE(node.AttributeOr(u"background.direct_out", true));
 }
 
