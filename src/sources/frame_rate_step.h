@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "audio/sample_queue.h"
 #include "framework/time_normaliser.h"
 #include "platform/clock.h"
 #include "platform/status.h"
-#include "audio/sample_queue.h"
 #include "zr/frame.h"
 #include "zr/ptr.h"
 #include "zr/records.h"
