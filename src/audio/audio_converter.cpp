@@ -13,6 +13,8 @@
 namespace zr {
 namespace {
 
+constexpr int64_t kMostBytes = int64_t{1} << 28;  // of one block; a rate that is nonsense asks for more
+
 bool IsSupported(const ZR_AUD_PROPS& _props) {
     return AudBytesPerSample(_props.nBitsPerSample) > 0 && _props.nSamplesPerSec > 0 && _props.nChannels > 0 &&
            _props.nChannels <= kMaxConvertedChannels;
@@ -141,7 +143,7 @@ HRESULT ZrAudioConverter::Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t*
     const int64_t nSamples = _cbSrc / AudBlockBytes(src);
     const int64_t nRoom = RoomFor(nSamples, _dblScale);
     const int64_t cbRoom = nRoom * AudBlockBytes(dst);
-    if (cbRoom > std::numeric_limits<int32_t>::max()) return E_INVALIDARG;
+    if (cbRoom > kMostBytes) return E_INVALIDARG;
     if (!_pDst) {
         *_pcbDst = static_cast<int32_t>(cbRoom);
         return S_OK;

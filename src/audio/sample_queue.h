@@ -21,6 +21,7 @@ public:
     // Null appends silence.
     void Append(const uint8_t* _p, int64_t _nSamples) {
         const size_t cb = static_cast<size_t>(_nSamples) * cbSample;
+        if (cb == 0) return;
         uint8_t* const pRoom = MakeRoom(cb);
         _p ? std::memcpy(pRoom, _p, cb) : std::memset(pRoom, 0, cb);
         nTail += cb;

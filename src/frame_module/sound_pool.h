@@ -16,7 +16,7 @@ namespace zr {
 // The sound of one stream of frames.
 class NamedSound final : public AutoObjBase<NamedSound> {
 public:
-    Mutex mtx{lock_order::kConverter};
+    Mutex mtx{lock_order::kFrameSound};
     ZrAudioConverter converter ZR_GUARDED_BY(mtx);  // of ZrFConvert
     std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx);
     ZrAudioBuffer2 waiting;  // of ZrFAudioMix: what did not fit the last frame

@@ -44,6 +44,8 @@ inline constexpr LockRank kAudioTracks{900, "audio tracks lock"};
 inline constexpr LockRank kAudioTrack{910, "audio track lock"};
 // The audio ring of a stream and its two events.
 inline constexpr LockRank kStreamAudio{920, "audio lock of a stream"};
+// Sound of frames that waits under a name, and what converts it.
+inline constexpr LockRank kFrameSound{925, "frame sound lock"};
 // The ring buffer and the converter it owns.
 inline constexpr LockRank kAudioBuffer{930, "audio buffer lock"};
 // Copies of the level records; held for the copy only.

@@ -227,7 +227,8 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
     } else {
         _pass.props.vidProps = propsFrame.vidProps;  // a background may be of another size
     }
-    if (AudUsable(propsFrame.audProps)) _pass.props.audProps = propsFrame.audProps;
+    // Its sound becomes that of the output, in which the streams are kept.
+    if (!AudUsable(_pass.props.audProps)) _pass.props.audProps = propsFrame.audProps;
     return S_OK;
 }
 

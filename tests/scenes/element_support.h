@@ -13,7 +13,7 @@
 namespace zr {
 
 inline ElementPtr ElementOf(std::u16string_view _xml) {
-    const ElementPtr p = CoElement::CreateTop(u"temp", std::make_shared<ScenesShared>());
+    const ElementPtr p = CoElement::CreateTop(u"temp");
     p->Parse(_xml);
     return p;
 }
