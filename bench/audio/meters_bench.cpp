@@ -30,7 +30,7 @@ void MeterFrames(benchmark::State& _state, bool _bLoudness) {
     ChannelMeters meters;
     meters.LoudnessSet(_bLoudness);
     for (auto _ : _state) meters.Measure(props, bytes.data(), kBlock);
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * bytes.size()));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(bytes.size()));
 }
 
 void BM_Audio_Meters(benchmark::State& _state) { MeterFrames(_state, false); }
@@ -48,7 +48,7 @@ void EffectFrames(benchmark::State& _state) {
         bytes = source;  // or it would become ever softer
         pEffect->Process(props, bytes.data(), kBlock);
     }
-    _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations() * bytes.size()));
+    _state.SetBytesProcessed(_state.iterations() * static_cast<int64_t>(bytes.size()));
 }
 
 void BM_Audio_Compressor(benchmark::State& _state) { EffectFrames<ZrAudioProcessor::CCompressor>(_state); }
