@@ -101,7 +101,7 @@ private:
         const auto pFormat = pMixer.As<zr::IZrFormat>();
         zr::ZR_VID_PROPS props;
         if (!options.format.empty()) {
-            props = FindFormat(pFormat.Get());
+            props = FindFormat(pFormat.Get(), options.format);
         } else {
             props.nWidth = 1920;
             props.nHeight = 1080;
@@ -118,18 +118,6 @@ private:
         Check(pMixer.As<zr::IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), "scene");
         Check(pScene->ElementsGetByID(u"foreground", pElement.Out()), "scene");
         pForeground = pElement.As<zr::IZrElements>();
-    }
-
-    zr::ZR_VID_PROPS FindFormat(zr::IZrFormat* _pFormat) const {
-        int32_t nCount = 0;
-        _pFormat->FormatVideoGetCount(zr::eZrFT_Convert, &nCount);
-        for (int32_t i = 1; i < nCount; ++i) {
-            zr::ZR_VID_PROPS props;
-            zr::Text name;
-            if (zr::Failed(_pFormat->FormatVideoGetByIndex(zr::eZrFT_Convert, i, &props, name.Out()))) continue;
-            if (props.nWidth > 0 && name.Utf8() == options.format) return props;
-        }
-        throw UsageError("--format " + options.format + ": no such format; \"zrmix formats\" lists them");
     }
 
     // The last picture of an input that ends before the others stays.
@@ -167,11 +155,7 @@ void AddMix(CLI::App& _app) {
     pCommand->add_option("--format", o.format, "Output format by name; without it 1920x1080 at the first file's rate.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it as long as the longest file.")
         ->check(CLI::PositiveNumber);
-    pCommand->add_option("--container", o.writer.container, "Kind of file, where the ending does not say it.");
-    pCommand->add_option("--video-codec", o.writer.videoCodec, "Video encoder (h264).");
-    pCommand->add_option("--video-bitrate", o.writer.videoBitrate, "Bits a second, such as 8M.");
-    pCommand->add_option("--audio-codec", o.writer.audioCodec, "Audio encoder (aac).");
-    pCommand->add_option("--audio-bitrate", o.writer.audioBitrate, "Bits a second, such as 192k.");
+    AddWriterOptions(*pCommand, o.writer);
     pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
     pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");
     pCommand->callback([pOptions] {

@@ -1,25 +1,23 @@
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/frame_watch.h"
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/writer_run.h"
 
 namespace zrmix {
 namespace {
 
 struct PLAY_OPTIONS {
     std::string file;
-    std::string output;
     std::string format;
-    std::string videoCodec, audioCodec, videoBitrate, audioBitrate, container;
+    WRITER_OPTIONS writer;
     std::vector<std::string> arrSet;  // "key=value" for the mixer
     double dblDuration = 0;           // seconds; 0 to the end of the file
     bool bFast = false;
@@ -27,16 +25,10 @@ struct PLAY_OPTIONS {
     OUTPUT_STYLE style;
 };
 
-volatile std::sig_atomic_t bInterrupted = 0;
-
+volatile int bInterrupted = 0;
 void OnSignal(int) { bInterrupted = 1; }
 
 bool IsUrl(const std::string& _text) { return _text.find("://") != std::string::npos; }
-
-std::string Quote(const std::string& _value) {
-    const char cQuote = _value.find('\'') == std::string::npos ? '\'' : '"';
-    return cQuote + _value + cQuote;
-}
 
 // One run: a mixer with a file as its background, and a writer that takes what it sends.
 class PlayRun {
@@ -47,19 +39,23 @@ public:
         MakeMixer();
         SetBackground();
         SetFormat();
-        if (options.output == "null") {
+        if (options.writer.output == "null") {
             Watch();
             return;
         }
-        OpenWriter();
+        WriterRun writer(options.writer, propsOutput.dblRate, std::llround(dblTotal * propsOutput.dblRate));
+        writer.Open(pMixer.Get());
         Check(pMixer->ObjectStart(nullptr), "mixer");
-        WaitForEnd();
-        Finish();
+        writer.Wait(progress, &bInterrupted, [this] { return dblTotal <= 0 && SourceHasEnded(); });
+        const RUN_FIGURES figures = writer.Finish();
+        pMixer->ObjectClose();
+        progress.Summary(figures, options.writer.output);
     }
 
 private:
     bool Fast() const {
-        return options.bFast || (!options.bRealtime && options.output != "null" && !IsUrl(options.output));
+        return options.bFast ||
+               (!options.bRealtime && options.writer.output != "null" && !IsUrl(options.writer.output));
     }
 
     void MakeMixer() {
@@ -101,7 +97,7 @@ private:
         const auto pFormat = pMixer.As<zr::IZrFormat>();
         zr::ZR_VID_PROPS props;
         if (!options.format.empty()) {
-            props = FindFormat(pFormat.Get());
+            props = FindFormat(pFormat.Get(), options.format);
         } else if (propsFile.nWidth > 0) {
             props.fccType = propsFile.fccType;
             props.nWidth = propsFile.nWidth;
@@ -122,18 +118,6 @@ private:
         if (zr::Failed(hr)) throw RunError(options.file, hr);
     }
 
-    zr::ZR_VID_PROPS FindFormat(zr::IZrFormat* _pFormat) const {
-        int32_t nCount = 0;
-        _pFormat->FormatVideoGetCount(zr::eZrFT_Convert, &nCount);
-        for (int32_t i = 1; i < nCount; ++i) {
-            zr::ZR_VID_PROPS props;
-            zr::Text name;
-            if (zr::Failed(_pFormat->FormatVideoGetByIndex(zr::eZrFT_Convert, i, &props, name.Out()))) continue;
-            if (props.nWidth > 0 && name.Utf8() == options.format) return props;
-        }
-        throw UsageError("--format " + options.format + ": no such format; \"zrmix formats\" lists them");
-    }
-
     // Frames go nowhere; what is shown is when they came.
     void Watch() {
         const int64_t nMost = dblTotal > 0 ? std::llround(dblTotal * propsOutput.dblRate) : 0;
@@ -148,47 +132,10 @@ private:
             progress.Show(figures, dblTotal);
         }
         pMixer->ObjectClose();
-        progress.Summary(figures, options.output);
+        progress.Summary(figures, options.writer.output);
         if (!options.style.bQuiet) {
             std::fprintf(stderr, "mean rate %.6f frames/s, latest %.3f ms; %s\n", watch.Figures().dblMeanRate,
                          watch.Figures().dblWorstMs, watch.Figures().Text().c_str());
-        }
-    }
-
-    void OpenWriter() {
-        Check(zr::ZrCreateInstance(zr::kClsidZrWriter, pWriter), "writer");
-        std::string param;
-        const auto Add = [&](const char* _szKey, const std::string& _value) {
-            if (!_value.empty()) param += std::string(_szKey) + "=" + Quote(_value) + " ";
-        };
-        Add("format", options.container);
-        Add("video.codec", options.videoCodec);
-        Add("video.bitrate", options.videoBitrate);
-        Add("audio.codec", options.audioCodec);
-        Add("audio.bitrate", options.audioBitrate);
-        if (dblTotal > 0) {
-            nWanted = std::llround(dblTotal * propsOutput.dblRate);
-            Add("frames", std::to_string(nWanted));
-        }
-        CheckWriter(pWriter->WriterOpen(zr::Text(std::string_view(options.output)).Get(),
-                                        zr::Text(std::string_view(param)).Get()));
-        CheckWriter(pWriter->WriterStart(pMixer.Get(), u"rate_control=0"));
-    }
-
-    void CheckWriter(zr::HRESULT _hr) {
-        if (zr::Succeeded(_hr)) return;
-        std::string reason;
-        zr::GetText([&](zr::BSTR* _pbs) { return pWriter->WriterErrorGet(_pbs); }, reason);
-        throw RunError(reason.empty() ? options.output + ": " + zr::StatusText(_hr) : reason);
-    }
-
-    void WaitForEnd() {
-        while (!bInterrupted) {
-            const zr::ZR_WRITER_STATE state = State();
-            if (zr::Failed(state.hrResult) || (nWanted > 0 && state.nFrames >= nWanted)) return;
-            if (nWanted == 0 && SourceHasEnded()) return;
-            progress.Show(Figures(state), dblTotal);
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
 
@@ -205,34 +152,13 @@ private:
         return bSourcePlayed && eState < zr::eZrS_Paused;
     }
 
-    zr::ZR_WRITER_STATE State() {
-        zr::ZR_WRITER_STATE state;
-        pWriter->WriterStateGet(&state);
-        return state;
-    }
-
-    RUN_FIGURES Figures(const zr::ZR_WRITER_STATE& _state) const {
-        return {_state.nFrames, _state.nDropped, static_cast<double>(_state.nFrames) / propsOutput.dblRate,
-                propsOutput.dblRate};
-    }
-
-    void Finish() {
-        const zr::HRESULT hr = pWriter->WriterStop();
-        pMixer->ObjectClose();
-        const RUN_FIGURES figures = Figures(State());
-        CheckWriter(hr);
-        progress.Summary(figures, options.output);
-    }
-
     const PLAY_OPTIONS& options;
     Progress progress;
     zr::ZrPtr<zr::IZrObject> pMixer;
     zr::ZrPtr<zr::IZrProps> pProps;
-    zr::ZrPtr<zr::IZrWriter> pWriter;
     zr::ZR_VID_PROPS propsFile;
     zr::ZR_VID_PROPS propsOutput;
     double dblTotal = 0;  // seconds; 0 not known
-    int64_t nWanted = 0;  // frames; 0 as many as come
     bool bSourcePlayed = false;
 };
 
@@ -244,7 +170,7 @@ void AddPlay(CLI::App& _app) {
     PLAY_OPTIONS& o = *pOptions;
     pCommand->add_option("FILE", o.file, "A file, a URL, a picture, or a colour such as \"black\".")->required();
     pCommand
-        ->add_option("-o,--output", o.output,
+        ->add_option("-o,--output", o.writer.output,
                      "Where to: a file (mp4, mkv, mov, ts, nut), a URL, or \"null\" to measure only.")
         ->required();
     pCommand->add_option("--format", o.format, "Output format by name; without it that of the file.");
@@ -252,11 +178,7 @@ void AddPlay(CLI::App& _app) {
         ->check(CLI::PositiveNumber);
     CLI::Option* const pFast = pCommand->add_flag("--fast", o.bFast, "As fast as the machine goes (into files).");
     pCommand->add_flag("--realtime", o.bRealtime, "At the rate of the output (into URLs).")->excludes(pFast);
-    pCommand->add_option("--container", o.container, "Kind of file, where the ending does not say it.");
-    pCommand->add_option("--video-codec", o.videoCodec, "Video encoder (h264).");
-    pCommand->add_option("--video-bitrate", o.videoBitrate, "Bits a second, such as 8M.");
-    pCommand->add_option("--audio-codec", o.audioCodec, "Audio encoder (aac).");
-    pCommand->add_option("--audio-bitrate", o.audioBitrate, "Bits a second, such as 192k.");
+    AddWriterOptions(*pCommand, o.writer);
     pCommand->add_option("--set", o.arrSet, "A key of the mixer: key=value; may be repeated.");
     pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
     pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");

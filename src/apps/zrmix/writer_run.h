@@ -1,7 +1,9 @@
 #pragma once
 // Writes what a mixer sends, and waits until there is as much as was wanted.
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "apps/zrmix/progress.h"
@@ -14,13 +16,18 @@ struct WRITER_OPTIONS {
     std::string videoCodec, audioCodec, videoBitrate, audioBitrate, container;
 };
 
+// The options of a command that say what is written.
+void AddWriterOptions(CLI::App& _command, WRITER_OPTIONS& _options);
+// The output format of that name, as "zrmix formats" lists it. Throws UsageError.
+zr::ZR_VID_PROPS FindFormat(zr::IZrFormat* _pFormat, const std::string& _name);
+
 class WriterRun {
 public:
-    // _nFrames: how many are written. Each throws RunError with what the writer says.
+    // _nFrames: how many are written; 0: as many as come. Each operation throws RunError with what the writer says.
     WriterRun(const WRITER_OPTIONS& _options, double _dblRate, int64_t _nFrames);
     void Open(zr::IUnknown* _pMixer);
-    // Until all are written or *_pbInterrupted is set.
-    void Wait(Progress& _progress, const volatile int* _pbInterrupted);
+    // Until all are written, the writer fails, *_pbInterrupted is set, or _hasEnded (may be empty) says so.
+    void Wait(Progress& _progress, const volatile int* _pbInterrupted, const std::function<bool()>& _hasEnded = {});
     RUN_FIGURES Finish();
 
 private:
