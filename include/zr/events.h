@@ -13,6 +13,9 @@
 // Events of a mixer: "start"; "pause" with seconds, "pause-start" or "pause-done"; "stop" with seconds; "connect" and
 // "disconnect" with the item; "source_connected" and "source_disconnected" with the source; "trans-done";
 // "scene_active_set" with "true" or "false"; and each command of ObjectCommandExecute, channel "command-execute".
+// With the key "on_mix.event" also "mix" before each frame, with its number since the start, 0 first. Streams, items
+// and scenes may be changed then, unless somebody closes the mixer meanwhile; with "on_event.sync" the change shows in
+// that very frame.
 
 #include <cstdint>
 

@@ -18,6 +18,10 @@ constexpr PROP_KEY arrMixerKeys[] = {
     BoolKey(u"on_frame.sync", false, "Frame callbacks run in the sending thread and hold it."),
     BoolKey(u"on_frame.data", false, "Queued frame events carry the picture with them."),
     BoolKey(u"on_event.sync", false, "An event reaches its listener before the call that caused it returns."),
+    OpenKey(
+        u"on_mix.event", eZrKeyType::Bool,
+        "Before each frame is mixed the event \"mix\" goes out with the frame's number; with on_event.sync the frame "
+        "waits for the listener, so that what it changes shows in that frame (false)."),
     BoolKey(u"events.use_window", true, "Events reach a listener on the thread that subscribed."),
     BoolKey(u"external_access", true, "Other processes can find this object and take its output."),
     StringKey(u"default_name", u"ZrMixer", "Name of a new object, and base of its configuration file name."),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "attributes/attr_text.h"
 #include "attributes/number_text.h"
@@ -41,15 +42,18 @@ void DrawStep::Reset() {
     arrBlocks.clear();
     arrSet.clear();
     canvas.Clear();
+    nLaidOut = 0;
+    arrStreamsLaidOut.clear();
 }
 
 bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
-                         CoElement* _pScene) {
+                         CoElement* _pScene, uint64_t _nChanges) {
     streams = _streams;
     layerProps = Canvas::LayerProps(_output);
     bCutOffscreen = pObject->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
+    const bool bChanged = HasOtherStreams() | (std::exchange(nLaidOut, _nChanges) != _nChanges);
     ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
     if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
@@ -57,14 +61,21 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
         draw.bDraw = true;
         draw.target_props = collect.target_props = layerProps;
         draw.now = _times.dblDraw;
+        if (bChanged) {
+            DrawContext again;
+            again.target_props = layerProps;
+            again.now = _times.dblDraw;
+            bLayingOutAgain = true;
+            CollectBlocks(*_pScene, *pForeground, again);
+            bLayingOutAgain = false;
+            arrBlocks.clear();
+        }
         collect.now = _times.dblCollect;
         {
             const TraceScope trace("DoMixing_I(Draw)");
             DrawXML_CPU(draw, *_pScene, *pForeground);
         }
-        const TraceScope trace("DrawXML_CPU(Collect) + Update");
-        DrawXML_CPU(collect, *_pScene, *pForeground);
-        UpdateBlocks(layerProps, arrBlocks, pObject->AttributeOr(u"cut_overlapped", true));
+        CollectBlocks(*_pScene, *pForeground, collect);
     }
     AddGains();
     // The set gets this list; the one that it gives back is used next.
@@ -74,6 +85,23 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     arrBlocks.clear();
     streams = {};
     return draw.blocks_done == collect.blocks_done;
+}
+
+void DrawStep::CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context) {
+    const TraceScope trace("DrawXML_CPU(Collect) + Update");
+    DrawXML_CPU(_context, _scene, _foreground);
+    UpdateBlocks(layerProps, arrBlocks, pObject->AttributeOr(u"cut_overlapped", true));
+}
+
+// Than at the last layout.
+bool DrawStep::HasOtherStreams() {
+    const auto Address = [](const DRAW_STREAM& _stream) -> const void* { return _stream.pStream; };
+    if (std::equal(streams.begin(), streams.end(), arrStreamsLaidOut.begin(), arrStreamsLaidOut.end(),
+                   [&](const DRAW_STREAM& _stream, const void* _p) { return Address(_stream) == _p; }))
+        return false;
+    arrStreamsLaidOut.resize(streams.size());
+    std::transform(streams.begin(), streams.end(), arrStreamsLaidOut.begin(), Address);
+    return true;
 }
 
 HRESULT DrawStep::Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame) {
@@ -123,6 +151,9 @@ bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context
         element.SetObject(kVideoBlockKey, ObjectVal<BlockPtr>::Make(pBlock));
     }
     pBlock->Bind(pFound->pStream, pFound->id);
+    // Drawn in this very frame, and the frames of the streams have been put already.
+    if (bLayingOutAgain)
+        if (const CAutoObj<IZrFFrame> pLast = pFound->pStream->LastFrame()) pBlock->Offer(*pLast);
     KeepProps(element, kSrcPropsKey, pFound->pStream->LastVideoProps());
     KeepProps(element, kMixPropsKey, _context.target_props);
 
@@ -153,6 +184,9 @@ void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
         return;
     }
     ++_context.blocks_done;
+    // A stream that stands still gives no frame that would bring the picture to its new place.
+    if (pBlock->IsStale())
+        if (const CAutoObj<IZrFFrame> pLast = pFound->pStream->LastFrame()) pBlock->Offer(*pLast);
     const ZR_VID_PROPS source = pBlock->SourceProps();
     if (!PropsValid(&source, true)) return;
     RECT_F rect;

@@ -37,9 +37,10 @@ public:
     DrawStep(XMLNodePtr _pObject, BlockSet& _blocks) : pObject(std::move(_pObject)), blocks(_blocks) {}
 
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
-    // False: the scene has elements that could not draw yet.
+    // _nChanges: ScenesShared::Changes. What has changed since it was laid out, and what was never laid out, is before
+    // it is drawn. False: the scene has elements that could not draw yet.
     bool WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
-                   CoElement* _pScene);
+                   CoElement* _pScene, uint64_t _nChanges);
     // The picture of the draw pass; see Canvas::Compose. The scenes lock is not needed.
     HRESULT Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame);
     // The events of changes that have ended; with no lock held.
@@ -54,6 +55,8 @@ public:
     void ChangeEnded_I(CoElement& _scene);
 
 private:
+    bool HasOtherStreams();
+    void CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context);
     const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;
     void AddGains() const;
 
@@ -64,6 +67,10 @@ private:
     std::span<const DRAW_STREAM> streams;
     ZR_VID_PROPS layerProps;
     bool bCutOffscreen = true;
+    bool bLayingOutAgain = false;
+    // Of the last layout
+    uint64_t nLaidOut = 0;  // its ScenesShared::Changes; 0: there was none
+    std::vector<const void*> arrStreamsLaidOut;
     std::vector<BlockPtr> arrBlocks;  // in the order in which they are drawn
     std::vector<BlockPtr> arrSet;     // goes to and fro with the set
 };

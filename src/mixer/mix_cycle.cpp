@@ -8,6 +8,7 @@
 #include "media/frame_time.h"
 #include "media/vid_props.h"
 #include "platform/trace.h"
+#include "platform/wide_text.h"
 
 namespace zr {
 namespace {
@@ -73,6 +74,7 @@ void MixCycle::Stop(IEventSink& _events) {
     producers.Stop();
     thread.Stop(-1);
     nWay.store(kByKeys, std::memory_order_relaxed);
+    nFramesOut = 0;
     clock.Reset();
     audioCalc.Reset();
     audioMixer.Reset();
@@ -125,6 +127,7 @@ HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
 
 HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
     ApplyPriority();
+    AnnounceFrame();
     Elapsed syncTimer;
     PASS pass;
     pass.bFirst = _bFirst;
@@ -166,6 +169,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     }
     cycleTimer.Restart();
     parts.output.Output(std::move(pass.pFrame));
+    ++nFramesOut;
     parts.statistics.SetValue(nMixOutput, cycleTimer.Ms());
     draw.RaiseEvents(parts.events);
     EndTimedPause(pass.time);
@@ -194,6 +198,14 @@ void MixCycle::ApplyPriority() {
     nPriority = nWanted;
     thread.SetPriority(nWanted);
     parts.output.SetPriority(nWanted);
+}
+
+// A host that changes the show at a frame of its choice does so now.
+void MixCycle::AnnounceFrame() {
+    if (parts.state.Get() < eZrS_Paused || !parts.props.Object()->AttributeOr(u"on_mix.event", false)) return;
+    std::u16string number;
+    AppendInt(number, nFramesOut);
+    parts.events.RaiseEvent(parts.state.name.Get()->c_str(), u"mix", number.c_str(), nullptr);
 }
 
 // The frame that the pass works on: the background's, or one of its own.
@@ -347,7 +359,7 @@ void MixCycle::DrawScene(PASS& _pass) {
         // One that has been left meanwhile has lost its blocks already.
         CoElement* const pDrawn = pScene->bSceneActive.load() ? pScene.Get() : nullptr;
         const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
-        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn);
+        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn, parts.scenes.Shared().Changes());
     }
     parts.scenes.Shared().EndDiscarded();
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {

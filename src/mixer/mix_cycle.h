@@ -91,6 +91,7 @@ private:
     HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
 
     void ApplyPriority();
+    void AnnounceFrame();
     HRESULT TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn);
     HRESULT MakeOwnFrame(PASS& _pass);
     void PrepareFrame(PASS& _pass);
@@ -126,7 +127,8 @@ private:
     std::vector<ZrMixerStream*> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;
-    int32_t nPriority = 0;  // that the mix thread has
+    int64_t nFramesOut = 0;  // since the start; of the thread that runs a pass
+    int32_t nPriority = 0;   // that the mix thread has
     std::atomic<bool> bFirstFrame{false};
     ManualEvent evStop{true};
 

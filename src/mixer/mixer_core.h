@@ -33,7 +33,7 @@ public:
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
           control({_props, state, _format, streams, cycle, background, inputs, links, output, statistics, _events}),
-          persist({_props, streams, maker, background, inputs, scenes}) {}
+          persist({_props, _format, streams, maker, background, inputs, scenes}) {}
 
     MixerState state;
     StatisticsNode statistics;

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "mixer/format_xml.h"
 #include "platform/trace.h"
 #include "platform/wide_text.h"
 #include "scenes/scene_file.h"
@@ -52,7 +53,10 @@ HRESULT MixerPersist::Save(std::u16string_view _object, CoElement& _top, const P
     const bool bAll = !IsScenesOnly(_object);
     if (bAll) _top.CopyAttributesFrom(*parts.props.Root(), eZrUT_Update);
     _top.Find(kObjectNode, true)->CopyAttributesFrom(*parts.props.Object(), eZrUT_Update);
-    if (bAll) SaveItems(_top, _param);
+    if (bAll) {
+        SaveFormat(parts.format, _top);
+        SaveItems(_top, _param);
+    }
     return SaveScenes(parts.scenes, *_top.Find(kScenesNode, true), _param);
 }
 
@@ -106,6 +110,7 @@ HRESULT MixerPersist::Load(std::u16string_view _object, CoElement& _tree, const 
     if (!IsScenesOnly(_object) && _tree.HasTag(NameKey(kConfig))) {
         LoadKeys(_tree, {});
         if (const ElementPtr pObject = _tree.Find(kObjectNode)) LoadKeys(*pObject, u"object::");
+        LoadFormat(_tree, parts.format);  // before the items, which are asked for it
         LoadItems(_tree, _param);
         if (!_tree.Find(kScenesNode)) return S_OK;
     }

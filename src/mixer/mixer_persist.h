@@ -1,10 +1,11 @@
 #pragma once
-// A mixer as a saved configuration: keys, background, streams, scenes.
+// A mixer as a saved configuration: keys, output format, background, streams, scenes.
 
 #include <string_view>
 
 #include "attributes/persist_impl.h"
 #include "attributes/props.h"
+#include "framework/object_format.h"
 #include "mixer/mixer_background.h"
 #include "mixer/mixer_streams.h"
 #include "mixer/stream_table.h"
@@ -17,6 +18,7 @@ class MixerPersist {
 public:
     struct PARTS {
         ZrPropsHW& props;
+        ObjectFormat& format;
         const StreamTable& streams;
         const ItemMaker& maker;
         MixerBackground& background;
@@ -28,7 +30,7 @@ public:
     // _object: "scenes" for the scenes alone. _top: a new tree, which becomes "zr_config".
     HRESULT Save(std::u16string_view _object, CoElement& _top, const PERSIST_PARAM& _param) const;
     // What the tree does not speak of stays, but for the scenes when they alone are loaded. The first failure of the
-    // scenes is the result; a stream that cannot be opened is left out.
+    // scenes is the result; a stream that cannot be opened is left out, and so is a format that there is not.
     HRESULT Load(std::u16string_view _object, CoElement& _tree, const PERSIST_PARAM& _param);
 
 private:

@@ -68,10 +68,7 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
     {
         MutexLock lock(mtx);
         nQuality = _nQuality;
-        if (!SameRecord(sourceProps, info.avProps.vidProps)) {
-            sourceProps = info.avProps.vidProps;
-            if (layout.place.bMaintainAr) LayOut_I();
-        }
+        NoteSource_I(info.avProps.vidProps);
         if (!map.IsVisible()) {
             pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
             return S_FALSE;
@@ -80,6 +77,21 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
         if (!NeedsPicture_I(info.llVideoID, &planNew)) return S_OK;
     }
     return Make_I(_frame, info, planNew);
+}
+
+void ZrVideoBlock::Offer(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    if (Failed(_frame.ZrFAllGet(&info)) || info.lpVideo == 0) return;
+    ZrPtr<IZrFFrame> pOldLatest;
+    MutexLock lock(mtx);
+    NoteSource_I(info.avProps.vidProps);
+    pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
+}
+
+void ZrVideoBlock::NoteSource_I(const ZR_VID_PROPS& _props) {
+    if (SameRecord(sourceProps, _props)) return;
+    sourceProps = _props;
+    if (layout.place.bMaintainAr) LayOut_I();
 }
 
 // The one before stays where it is for whoever draws it: a third is found or made.
@@ -200,6 +212,12 @@ void UpdateBlocks(const ZR_VID_PROPS& _output, const std::vector<BlockPtr>& _arr
 }
 
 // ---- The draw pass
+
+bool ZrVideoBlock::IsStale() const {
+    MutexLock lock(mtx);
+    PICTURE_PLAN planNow;
+    return map.IsVisible() && !pLatest && pPicture && NeedsPicture_I(llPictureID, &planNow) && llPictureID != 0;
+}
 
 CAutoObj<BlockPicture> ZrVideoBlock::PictureToDraw(RECT_F* _pRect) {
     ZrPtr<IZrFFrame> pFrame;

@@ -54,6 +54,8 @@ public:
     // already. The frame is referenced, not copied, and must not be written to afterwards. _nQuality:
     // scaling_quality.blocks. S_FALSE: nobody sees the block. Else as MakeBlockPicture; the old picture stays then.
     HRESULT Put(IZrFFrame& _frame, int32_t _nQuality);
+    // The same without making the picture: the draw pass does where it needs one.
+    void Offer(IZrFFrame& _frame);
     void SetLastTime(const ZR_TIME& _time);
     // The stream has ended, or shows nothing here any more.
     void ClearLastTime();
@@ -79,6 +81,8 @@ public:
 
     // --- The draw pass
 
+    // Its picture is of another place or crop than the block has now.
+    bool IsStale() const;
     // The picture to lay, empty when there is none or nobody sees it. *_pRect: of the whole block, in output pixels.
     CAutoObj<BlockPicture> PictureToDraw(RECT_F* _pRect);
 
@@ -86,6 +90,7 @@ private:
     bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
     HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtxMake);
     CAutoObj<BlockPicture> FreePicture_I() ZR_REQUIRES(mtxMake);
+    void NoteSource_I(const ZR_VID_PROPS& _props) ZR_REQUIRES(mtx);
     void LayOut_I() ZR_REQUIRES(mtx);
 
     std::atomic<const void*> pShown{nullptr};
@@ -110,7 +115,7 @@ private:
     CAutoObj<BlockPicture> pPicture ZR_GUARDED_BY(mtx);
     PICTURE_PLAN plan ZR_GUARDED_BY(mtx);         // of pPicture
     int64_t llPictureID ZR_GUARDED_BY(mtx) = 0;   // of the frame that pPicture shows; 0: of none
-    ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // came while nobody saw the block: made when it is drawn after all
+    ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // not made yet: made when it is drawn
 };
 
 using BlockPtr = CAutoObj<ZrVideoBlock>;

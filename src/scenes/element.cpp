@@ -31,6 +31,7 @@ ElementLock::ElementLock(const CoElement& _element, const char* _szLabel) ZR_NO_
 
 ElementLock::~ElementLock() ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (!pShared) return;
+    pShared->NoteChange();
     pShared->lock.LeaveWrite();
     pShared->EndDiscarded();
 }

@@ -32,7 +32,12 @@ public:
     // Not under the lock.
     void EndDiscarded();
 
+    // What the elements show has changed otherwise than by time. Under the lock, unless only single attributes have.
+    void NoteChange() { nChanges.fetch_add(1, std::memory_order_release); }
+    uint64_t Changes() const { return nChanges.load(std::memory_order_acquire); }
+
 private:
+    std::atomic<uint64_t> nChanges{1};
     Mutex mtx;  // a leaf
     std::vector<XMLNodeRef> arrNodes ZR_GUARDED_BY(mtx);
     std::vector<ObjectsMap::ObjectPtr> arrObjects ZR_GUARDED_BY(mtx);

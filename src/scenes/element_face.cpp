@@ -38,6 +38,12 @@ std::vector<size_t> ElementPositions(const CoElement& _parent) {
     return arr;
 }
 
+// An attribute that is set at once, without the scenes lock.
+HRESULT NoteSet(const CoElement& _element, HRESULT _hr) {
+    if (const auto& pShared = _element.Shared()) pShared->NoteChange();
+    return _hr;
+}
+
 bool IsMadeFromText(std::u16string_view _description) { return _description.find(u'<') != _description.npos; }
 
 // The body of a text, with what says how it shows kept.
@@ -120,7 +126,8 @@ HRESULT ElementFace::ParentSet(IZrElement* _pParent) {
 HRESULT ElementFace::BoolSet(const char16_t* _bsName, int32_t _bValue, double _dblTime) {
     const std::u16string_view name = TextArgument(_bsName);
     if (name.empty()) return E_INVALIDARG;
-    if (!(_dblTime > 0) || !IsTimedName(NameKey(name))) return AttributeSet(element).ValueSet(_bsName, _bValue != 0);
+    if (!(_dblTime > 0) || !IsTimedName(NameKey(name)))
+        return NoteSet(element, AttributeSet(element).ValueSet(_bsName, _bValue != 0));
     return StringSet(_bsName, _bValue != 0 ? u"true" : u"false", _dblTime);
 }
 
@@ -129,7 +136,7 @@ HRESULT ElementFace::DoubleSet(const char16_t* _bsName, double _dblValue, double
     if (name.empty()) return E_INVALIDARG;
     return InterfaceCall([&] {
         if (!IsTimedName(NameKey(name)) && !IsContentType(element))
-            return AttributeSet(element).ValueSet(_bsName, _dblValue);
+            return NoteSet(element, AttributeSet(element).ValueSet(_bsName, _dblValue));
         AttrValue value;
         value.Set(_dblValue);
         return StringSet(_bsName, std::u16string(value.Text()).c_str(), _dblTime);
@@ -141,7 +148,7 @@ HRESULT ElementFace::StringSet(const char16_t* _bsName, const char16_t* _bsValue
     if (name.empty()) return E_INVALIDARG;
     return InterfaceCall([&] {
         if (!IsTimedName(NameKey(name)) && !IsContentType(element))
-            return AttributeSet(element).StringSet(_bsName, _bsValue);
+            return NoteSet(element, AttributeSet(element).StringSet(_bsName, _bsValue));
         ElementLock lock(element, "ElementStringSet");
         return ElementChange(element, name, TextArgument(_bsValue), _dblTime);
     });

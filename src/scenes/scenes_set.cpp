@@ -265,6 +265,7 @@ void ScenesSet::Activate(const ElementPtr& _pRoot, bool _bReset, bool _bRestart,
     if (pActive && pActive != _pRoot) Deactivate(_bReset, _events);
     const ElementPtr pNew = _pRoot;  // it may stand in the list that changes
     pActive = pNew;
+    pShared->NoteChange();
     pNew->bSceneActive = true;
     AddSchema(*pNew);
     _events.push_back({std::u16string(arrScenes.NameAt(PositionOf(pNew))), true});

@@ -128,6 +128,31 @@ TEST_F(PersistTest, ComesBackTheSame) {
     EXPECT_EQ(TextOf(p, u"scenes").find("mixer_streams"), string::npos);
 }
 
+// The output format goes along; what asks for one that there is not leaves the present one.
+TEST_F(PersistTest, TheFormatComesBack) {
+    auto p = NewMixer();
+    ZR_VID_PROPS video;
+    video.eVideoFormat = eZrVF_HD720_50p;
+    video.fccType = eZrFCC_ARGB32;
+    const ZR_AUD_PROPS audio{6, 48000, 24, 0};
+    EXPECT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &video), S_OK);
+    EXPECT_EQ(pMixer.As<IZrFormat>()->FormatAudioSet(eZrFT_Convert, &audio), S_OK);
+    const string strText = TextOf(p);
+    p = NewMixer();
+    EXPECT_EQ(p->PersistLoad(nullptr, ToUtf16(strText).c_str(), nullptr), S_OK);
+    EXPECT_EQ(
+        p->PersistLoad(nullptr, u"<zr_config><format video_format='HD9000' audio_channels='-1'/></zr_config>", nullptr),
+        S_OK);
+    EXPECT_EQ(TextOf(p), strText);
+    ZR_VID_PROPS props;
+    ZR_AUD_PROPS audioNow;
+    pMixer.As<IZrFormat>()->FormatVideoGet(eZrFT_Convert, &props, nullptr, nullptr);
+    pMixer.As<IZrFormat>()->FormatAudioGet(eZrFT_Convert, &audioNow, nullptr, nullptr);
+    EXPECT_EQ(props.eVideoFormat, eZrVF_HD720_50p);
+    EXPECT_EQ(props.fccType, eZrFCC_ARGB32);
+    EXPECT_EQ(audioNow.nChannels * 1000 + audioNow.nBitsPerSample, 6024);
+}
+
 // A change that is under way is not saved, only where it goes; what is fading out for good is gone.
 TEST_F(PersistTest, SavesWhereChangesGo) {
     const auto p = NewMixer();

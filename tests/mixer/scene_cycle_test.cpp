@@ -6,6 +6,7 @@
 #include "support/allocation_count.h"
 #include "zr/elements.h"
 #include "zr/scenes.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -81,6 +82,60 @@ TEST_F(SceneCycleTest, ASceneThatIsNotReadyIsNotSent) {
     ASSERT_GE(arrFrames.size(), 20u);
     for (const auto& received : arrFrames) EXPECT_EQ(InfoOf(received.pFrame).llVideoID, llStream);
     EXPECT_TRUE(arrFrames[0].time.eFFlags & eZrFF_Break);
+}
+
+// Nothing of what a host changes between two frames shows half or late: a scene is whole in its first frame, a stream
+// that stands still goes along, and what is done at the event of a frame shows in that frame.
+TEST_F(SceneCycleTest, WhatChangesShowsWholeInTheNextFrame) {
+    MakeScene(u"stream_id=s");
+    const auto pScenes = pMixer.As<IZrScenes>();
+    BSTR bs = SysAllocString(u"other");
+    ASSERT_EQ(pScenes->ScenesAdd(u"<zr_scene><foreground><video id='w' stream_id='s'/></foreground></zr_scene>", &bs,
+                                 nullptr),
+              S_OK);
+    SysFreeString(bs);
+    pProps->PropsSet(u"object::on_mix.event", u"true");
+    pProps->PropsSet(u"object::on_event.sync", u"true");
+    struct HOST {
+        ZrPtr<IZrScenes> pScenes;
+        ZrPtr<IZrElement> pVideo;
+        ZrPtr<IZrItem> pItem;
+        int64_t nFrame = -1;
+        bool bCounted = true;
+        static HRESULT OnEvent(int64_t _llUser, const char16_t*, const char16_t* _szEvent, const char16_t* _szParam,
+                               IUnknown*) {
+            auto& host = *reinterpret_cast<HOST*>(_llUser);
+            if (std::u16string_view(_szEvent) != u"mix") return S_OK;
+            const int64_t n = std::stoll(ToUtf8(_szParam));
+            host.bCounted &= n == host.nFrame + 1;
+            host.nFrame = n;
+            if (n == 5) host.pScenes->ScenesActiveSet(u"other", nullptr);
+            if (n == 10) host.pItem.As<IZrFile>()->FilePlayPause(0);
+            if (n == 12) host.pScenes->ScenesActiveSet(u"scene_000", nullptr);
+            if (n == 15) host.pVideo->ElementMultipleSet(u"w=0.4", 0);
+            if (n == 16) host.pVideo->ElementMultipleSet(u"w=1 alpha=0.5", 0);
+            return S_OK;
+        }
+    };
+    pProps->PropsSet(u"object::pause.no_input", u"true");
+    HOST host{pScenes, pVideo, {}};
+    ASSERT_EQ(pMixer.As<IZrStreams>()->StreamsGet(u"s", nullptr, host.pItem.Out()), S_OK);
+    pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&HOST::OnEvent), 0, reinterpret_cast<int64_t>(&host));
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    pProps->PropsSet(u"object::on_mix.event", u"false");
+    pMixer->ObjectCallbackSetFunc(0, 0, 0);
+    EXPECT_TRUE(host.bCounted);
+    const auto arrFrames = pCollector->Frames();
+    ASSERT_GE(arrFrames.size(), 20u);
+    const auto At = [&](size_t _n, int32_t _x) {
+        const ZRF_FRAME_INFO info = InfoOf(arrFrames[_n].pFrame);
+        return reinterpret_cast<const uint8_t*>(info.lpVideo)[18 * info.avProps.vidProps.nRowBytes + 2 * _x + 1];
+    };
+    for (size_t i = 0; i < 20; ++i) {
+        EXPECT_NEAR(At(i, 32), i < 16 ? 200 : 108, 1) << i;
+        EXPECT_NEAR(At(i, 4), i == 15 ? 16 : i < 16 ? 200 : 108, 1) << i;
+    }
 }
 
 }  // namespace

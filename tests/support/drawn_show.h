@@ -79,7 +79,7 @@ public:
             if (arrFrames[i]) arrStreams[i]->PutMedia(arrFrames[i].Get(), put);
             arrList.push_back({arrStreams[i].Get(), arrStreams[i]->Id()});
         }
-        bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get());
+        bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get(), nChanges);
         dblNow += dblStep;
         ZrPtr<IZrFFrame> pFrame;
         hrComposed = step.Compose(_pBase, &pFrame);
@@ -102,6 +102,7 @@ public:
     std::vector<ZrPtr<IZrFFrame>> arrFrames;
     std::vector<DRAW_STREAM> arrList;
     double dblNow = 0, dblStep = 0.04;
+    uint64_t nChanges = 1;  // more of them: what was set shows in the next frame
     bool bReady = false;
     HRESULT hrComposed = S_OK;
 };
