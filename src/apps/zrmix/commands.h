@@ -10,6 +10,8 @@ namespace zrmix {
 
 void AddPlay(CLI::App& _app);
 void AddMix(CLI::App& _app);
+void AddRun(CLI::App& _app);
+void AddSnapshot(CLI::App& _app);
 void AddConvert(CLI::App& _app);
 void AddProbe(CLI::App& _app);
 void AddFormats(CLI::App& _app);
@@ -19,5 +21,8 @@ void AddKeys(CLI::App& _app);
 void OpenFile(zr::IZrFile* _pFile, const std::string& _file);
 // The sentence for a file that could not be opened. _pProps: of the source; may be null.
 std::string OpenErrorOf(zr::IZrProps* _pProps, const std::string& _file, zr::HRESULT _hr);
+
+// Writes a picture; its name says the type. Throws RunError with the reason.
+void SavePicture(zr::IZrFrame* _pFrame, const std::string& _file);
 
 }  // namespace zrmix

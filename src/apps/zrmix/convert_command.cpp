@@ -118,10 +118,14 @@ void Convert(const CONVERT_OPTIONS& _options) {
         if (!_options.strScaleType.empty()) wanted.eScaleType = mapScaleTypes.at(_options.strScaleType);
         Check(ConvertFrame(&pFrame, wanted, strLine), _options.strIn);
     }
-    CheckFile(pFrame->FrameVideoSaveToFile(Text(_options.strOut).Get()), _options.strOut);
+    SavePicture(pFrame.Get(), _options.strOut);
 }
 
 }  // namespace
+
+void SavePicture(IZrFrame* _pFrame, const std::string& _file) {
+    CheckFile(_pFrame->FrameVideoSaveToFile(Text(std::string_view(_file)).Get()), _file);
+}
 
 void AddConvert(CLI::App& _app) {
     CLI::App* const pCommand = _app.add_subcommand("convert", "Convert a picture file: size, pixel format, crop, turn");

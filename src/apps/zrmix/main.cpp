@@ -11,6 +11,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     zrmix::AddPlay(app);
     zrmix::AddMix(app);
+    zrmix::AddRun(app);
+    zrmix::AddSnapshot(app);
     zrmix::AddConvert(app);
     zrmix::AddProbe(app);
     zrmix::AddFormats(app);

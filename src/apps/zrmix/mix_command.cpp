@@ -1,14 +1,15 @@
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "apps/zrmix/commands.h"
+#include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/mix_layout.h"
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/show.h"
 #include "apps/zrmix/writer_run.h"
 
 namespace zrmix {
@@ -23,11 +24,6 @@ struct MIX_OPTIONS {
     WRITER_OPTIONS writer;
     OUTPUT_STYLE style;
 };
-
-volatile int bInterrupted = 0;
-void OnSignal(int) { bInterrupted = 1; }
-
-zr::Text ToText(const std::string& _text) { return zr::Text(std::string_view(_text)); }
 
 // What a file says of itself.
 struct INPUT {
@@ -78,7 +74,7 @@ public:
         WriterRun writer(options.writer, dblRate, std::max<int64_t>(std::llround(dblSeconds * dblRate), 1));
         writer.Open(pMixer.Get());
         Check(pMixer->ObjectStart(nullptr), "mixer");
-        writer.Wait(progress, &bInterrupted);
+        writer.Wait(progress, InterruptFlag());
         const RUN_FIGURES figures = writer.Finish();
         pMixer->ObjectClose();
         progress.Summary(figures, options.writer.output);
@@ -159,8 +155,7 @@ void AddMix(CLI::App& _app) {
     pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
     pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");
     pCommand->callback([pOptions] {
-        std::signal(SIGINT, OnSignal);
-        std::signal(SIGTERM, OnSignal);
+        CatchInterrupts();
         MixRun(*pOptions).Run();
     });
 }

@@ -1,15 +1,12 @@
 #include <cmath>
-#include <csignal>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "apps/zrmix/commands.h"
-#include "apps/zrmix/frame_watch.h"
-#include "apps/zrmix/progress.h"
+#include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
-#include "apps/zrmix/writer_run.h"
+#include "apps/zrmix/run_output.h"
 
 namespace zrmix {
 namespace {
@@ -17,52 +14,29 @@ namespace {
 struct PLAY_OPTIONS {
     std::string file;
     std::string format;
-    WRITER_OPTIONS writer;
     std::vector<std::string> arrSet;  // "key=value" for the mixer
     double dblDuration = 0;           // seconds; 0 to the end of the file
-    bool bFast = false;
-    bool bRealtime = false;
-    OUTPUT_STYLE style;
+    RUN_OPTIONS run;
 };
-
-volatile int bInterrupted = 0;
-void OnSignal(int) { bInterrupted = 1; }
-
-bool IsUrl(const std::string& _text) { return _text.find("://") != std::string::npos; }
 
 // One run: a mixer with a file as its background, and a writer that takes what it sends.
 class PlayRun {
 public:
-    explicit PlayRun(const PLAY_OPTIONS& _options) : options(_options), progress(_options.style) {}
+    explicit PlayRun(const PLAY_OPTIONS& _options) : options(_options) {}
 
     void Run() {
         MakeMixer();
         SetBackground();
         SetFormat();
-        if (options.writer.output == "null") {
-            Watch();
-            return;
-        }
-        WriterRun writer(options.writer, propsOutput.dblRate, std::llround(dblTotal * propsOutput.dblRate));
-        writer.Open(pMixer.Get());
-        Check(pMixer->ObjectStart(nullptr), "mixer");
-        writer.Wait(progress, &bInterrupted, [this] { return dblTotal <= 0 && SourceHasEnded(); });
-        const RUN_FIGURES figures = writer.Finish();
-        pMixer->ObjectClose();
-        progress.Summary(figures, options.writer.output);
+        const auto HasEnded = [this] { return dblTotal <= 0 && SourceHasEnded(); };
+        RunOutput({pMixer.Get(), propsOutput.dblRate, dblTotal, options.file, HasEnded, {}}, options.run);
     }
 
 private:
-    bool Fast() const {
-        return options.bFast ||
-               (!options.bRealtime && options.writer.output != "null" && !IsUrl(options.writer.output));
-    }
-
     void MakeMixer() {
         Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
         pProps = pMixer.As<zr::IZrProps>();
-        pProps->PropsSet(u"object::rate_control", Fast() ? u"0" : u"1");
-        if (Fast()) pProps->PropsSet(u"object::sync_mode.get_max_wait", u"-1");
+        SetPace(pProps.Get(), IsFast(options.run));
         for (const std::string& pair : options.arrSet) {
             const size_t nEqual = pair.find('=');
             if (nEqual == std::string::npos || nEqual == 0)
@@ -118,27 +92,6 @@ private:
         if (zr::Failed(hr)) throw RunError(options.file, hr);
     }
 
-    // Frames go nowhere; what is shown is when they came.
-    void Watch() {
-        const int64_t nMost = dblTotal > 0 ? std::llround(dblTotal * propsOutput.dblRate) : 0;
-        FrameWatch watch(pMixer.As<zr::IZrSource>().Get(), propsOutput.dblRate);
-        Check(pMixer->ObjectStart(nullptr), "mixer");
-        RUN_FIGURES figures{0, 0, 0, propsOutput.dblRate};
-        while (!bInterrupted && (nMost == 0 || figures.nFrames < nMost)) {
-            if (!watch.Next()) throw RunError(options.file + ": no frame came for a second");
-            figures.nFrames = watch.Figures().nFrames;
-            figures.nDropped = watch.Figures().nBreaks;
-            figures.dblMediaSeconds = static_cast<double>(figures.nFrames) / propsOutput.dblRate;
-            progress.Show(figures, dblTotal);
-        }
-        pMixer->ObjectClose();
-        progress.Summary(figures, options.writer.output);
-        if (!options.style.bQuiet) {
-            std::fprintf(stderr, "mean rate %.6f frames/s, latest %.3f ms; %s\n", watch.Figures().dblMeanRate,
-                         watch.Figures().dblWorstMs, watch.Figures().Text().c_str());
-        }
-    }
-
     // Of a source whose length nobody knew.
     bool SourceHasEnded() {
         const auto pStreams = pMixer.As<zr::IZrStreams>();
@@ -153,7 +106,6 @@ private:
     }
 
     const PLAY_OPTIONS& options;
-    Progress progress;
     zr::ZrPtr<zr::IZrObject> pMixer;
     zr::ZrPtr<zr::IZrProps> pProps;
     zr::ZR_VID_PROPS propsFile;
@@ -170,21 +122,16 @@ void AddPlay(CLI::App& _app) {
     PLAY_OPTIONS& o = *pOptions;
     pCommand->add_option("FILE", o.file, "A file, a URL, a picture, or a colour such as \"black\".")->required();
     pCommand
-        ->add_option("-o,--output", o.writer.output,
+        ->add_option("-o,--output", o.run.writer.output,
                      "Where to: a file (mp4, mkv, mov, ts, nut), a URL, or \"null\" to measure only.")
         ->required();
     pCommand->add_option("--format", o.format, "Output format by name; without it that of the file.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it all of the file.")
         ->check(CLI::PositiveNumber);
-    CLI::Option* const pFast = pCommand->add_flag("--fast", o.bFast, "As fast as the machine goes (into files).");
-    pCommand->add_flag("--realtime", o.bRealtime, "At the rate of the output (into URLs).")->excludes(pFast);
-    AddWriterOptions(*pCommand, o.writer);
     pCommand->add_option("--set", o.arrSet, "A key of the mixer: key=value; may be repeated.");
-    pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
-    pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");
+    AddRunOptions(*pCommand, o.run);
     pCommand->callback([pOptions] {
-        std::signal(SIGINT, OnSignal);
-        std::signal(SIGTERM, OnSignal);
+        CatchInterrupts();
         PlayRun(*pOptions).Run();
     });
 }

@@ -1,0 +1,173 @@
+#include "apps/zrmix/show.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "apps/zrmix/commands.h"
+#include "apps/zrmix/run_error.h"
+#include "apps/zrmix/run_output.h"
+
+namespace zrmix {
+namespace {
+
+constexpr const char* arrPropertyNodes[] = {"object", "file", "audio", "device", "stat"};
+
+// Seconds that a source plays, once; 0: as long as somebody looks.
+double LengthOf(zr::IZrItem* _pItem) {
+    const auto pProps = zr::QueryAs<zr::IZrProps>(_pItem);
+    const auto pFile = zr::QueryAs<zr::IZrFile>(_pItem);
+    if (!pProps || !pFile) return 0;
+    std::string kind, loop;
+    zr::GetText([&](zr::BSTR* _pbs) { return pProps->PropsGet(u"info::format", _pbs); }, kind);
+    zr::GetText([&](zr::BSTR* _pbs) { return pProps->PropsGet(u"file::loop", _pbs); }, loop);
+    if (kind.find("picture") != std::string::npos || loop == "true" || loop == "1") return 0;
+    double dblIn = 0, dblOut = 0, dblDuration = 0;
+    if (zr::Failed(pFile->FileInOutGet(&dblIn, &dblOut, &dblDuration))) return 0;
+    return std::max((dblOut > dblIn ? std::min(dblOut, dblDuration) : dblDuration) - dblIn, 0.0);
+}
+
+// By its id, at any depth.
+zr::ZrPtr<zr::IZrElement> FindBelow(zr::IZrElements* _pParent, const std::string& _id, int _nDepth) {
+    constexpr int kMostDepth = 64;
+    zr::ZrPtr<zr::IZrElement> pFound;
+    if (zr::Succeeded(_pParent->ElementsGetByID(ToText(_id).Get(), pFound.Out()))) return pFound;
+    int32_t nCount = 0;
+    if (_nDepth >= kMostDepth || zr::Failed(_pParent->ElementsGetCount(&nCount))) return {};
+    for (int32_t i = 0; i < nCount; ++i) {
+        zr::ZrPtr<zr::IZrElement> pChild;
+        if (zr::Failed(_pParent->ElementsGetByIndex(i, pChild.Out()))) continue;
+        if (auto p = FindBelow(pChild.As<zr::IZrElements>().Get(), _id, _nDepth + 1)) return p;
+    }
+    return {};
+}
+
+}  // namespace
+
+Show::Show(const SHOW_OPTIONS& _options, bool _bFast) {
+    document = ScanXml(ReadTextFile(_options.file));
+    Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
+    const auto pProps = As<zr::IZrProps>();
+    const zr::HRESULT hr = As<zr::IZrPersist>()->PersistLoad(nullptr, ToText(_options.file).Get(), nullptr);
+    if (zr::Failed(hr)) throw RunError(_options.file + ": it does not load; \"zrmix check\" says where and why", hr);
+    CheckStreams(_options);
+    pProps->PropsSet(u"object::sync_mode", u"true");
+    SetPace(pProps.Get(), _bFast);
+    SetFormat(_options);
+    for (const std::string& pair : _options.arrSet) Set(pair);
+}
+
+// Those that could not be opened have been left out by the loading.
+void Show::CheckStreams(const SHOW_OPTIONS& _options) const {
+    const auto CheckItem = [&](const XML_ELEMENT& _place, const std::string& _id) {
+        if (_place.arrChildren.empty() || FindItem(pMixer.Get(), _id)) return;
+        const XML_ELEMENT& kind = document.arrElements[_place.arrChildren[0]];
+        const std::string path = kind.Value("path");
+        zr::ZrPtr<zr::IZrFile> pFile;
+        Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
+        const std::string where = _options.file + ": " + _id + ": ";
+        try {
+            OpenFile(pFile.Get(), PathInShow(_options.file, path));
+        } catch (const RunError& error) {
+            throw RunError(where + error.what());
+        }
+        throw RunError(where + path + " cannot be opened from the show's folder");
+    };
+    if (const XML_ELEMENT* const p = document.Child(document.Top(), "background")) CheckItem(*p, "background");
+    const XML_ELEMENT* const pStreams = document.Child(document.Top(), "mixer_streams");
+    if (!pStreams) return;
+    for (const size_t n : pStreams->arrChildren)
+        if (const std::string id = document.arrElements[n].Value("stream_id"); !id.empty())
+            CheckItem(document.arrElements[n], id);
+}
+
+void Show::SetFormat(const SHOW_OPTIONS& _options) {
+    const auto pFormat = As<zr::IZrFormat>();
+    Check(pFormat->FormatVideoGet(zr::eZrFT_Convert, &props, nullptr, nullptr), "format");
+    if (!_options.format.empty()) {
+        const zr::eZrFCC fccType = props.fccType;
+        props = FindFormat(pFormat.Get(), _options.format);
+        if (fccType != zr::eZrFCC_Default) props.fccType = fccType, props.nRowBytes = 0;
+    } else if (props.dblRate <= 0) {
+        props = {};
+        props.eVideoFormat = zr::eZrVF_HD1080_25p;
+    }
+    Check(pFormat->FormatVideoSet(zr::eZrFT_Convert, &props), "format");
+    Check(pFormat->FormatVideoGet(zr::eZrFT_Convert, &props, nullptr, nullptr), "format");
+}
+
+void Show::Set(const std::string& _pair) {
+    const size_t nEqual = _pair.find('=');
+    if (nEqual == std::string::npos || nEqual == 0)
+        throw UsageError("--set " + _pair + ": not of the form key=value or element::attribute=value");
+    std::string key = _pair.substr(0, nEqual);
+    const std::string value = _pair.substr(nEqual + 1);
+    const size_t nLast = key.rfind("::");
+    const bool bProperty = nLast == std::string::npos ||
+                           std::any_of(std::begin(arrPropertyNodes), std::end(arrPropertyNodes),
+                                       [&](const char* _sz) { return key.substr(0, key.find("::")) == _sz; });
+    if (bProperty) {
+        if (nLast == std::string::npos) key = "object::" + key;
+        Check(As<zr::IZrProps>()->PropsSet(ToText(key).Get(), ToText(value).Get()), "--set " + _pair);
+        return;
+    }
+    const auto pElement = FindElement(pMixer.Get(), key.substr(0, nLast));
+    if (!pElement) throw UsageError("--set " + _pair + ": the show has no element " + key.substr(0, nLast));
+    Check(pElement->ElementStringSet(ToText(key.substr(nLast + 2)).Get(), ToText(value).Get(), 0), "--set " + _pair);
+}
+
+double Show::Length() const {
+    const auto pStreams = As<zr::IZrStreams>();
+    zr::ZrPtr<zr::IZrItem> pItem;
+    double dblLength = 0;
+    if (zr::Succeeded(pStreams->StreamsBackgroundGet(nullptr, pItem.Out())) && pItem) dblLength = LengthOf(pItem.Get());
+    int32_t nCount = 0;
+    pStreams->StreamsGetCount(&nCount);
+    for (int32_t i = 0; i < nCount; ++i)
+        if (zr::Succeeded(pStreams->StreamsGetByIndex(i, nullptr, pItem.Out())) && pItem)
+            dblLength = std::max(dblLength, LengthOf(pItem.Get()));
+    return dblLength;
+}
+
+std::string ReadTextFile(const std::string& _file) {
+    std::ifstream stream(_file, std::ios::binary);
+    if (!stream) throw RunError(_file + ": there is no such file, or it may not be read");
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (stream.bad() || text.fail()) throw RunError(_file + ": it cannot be read, or is empty");
+    return text.str();
+}
+
+std::string PathInShow(const std::string& _show, const std::string& _path) {
+    const size_t nFolder = _show.rfind('/');
+    if (nFolder == std::string::npos || _path.starts_with('/') || IsUrl(_path)) return _path;
+    const std::string inFolder = _show.substr(0, nFolder + 1) + _path;
+    return std::ifstream(inFolder) || _path.find('.') != std::string::npos ? inFolder : _path;
+}
+
+zr::Text ToText(std::string_view _text) { return zr::Text(_text); }
+
+zr::ZrPtr<zr::IZrItem> FindItem(zr::IUnknown* _pMixer, const std::string& _id) {
+    const auto pStreams = zr::QueryAs<zr::IZrStreams>(_pMixer);
+    zr::ZrPtr<zr::IZrItem> pItem;
+    if (zr::Succeeded(pStreams->StreamsGet(ToText(_id).Get(), nullptr, pItem.Out()))) return pItem;
+    if (_id == "background") pStreams->StreamsBackgroundGet(nullptr, pItem.Out());
+    return pItem;
+}
+
+zr::ZrPtr<zr::IZrElement> FindElement(zr::IUnknown* _pMixer, const std::string& _id) {
+    const auto pScenes = zr::QueryAs<zr::IZrScenes>(_pMixer);
+    zr::ZrPtr<zr::IZrElements> pScene;
+    if (zr::Succeeded(pScenes->ScenesActiveGet(nullptr, nullptr, pScene.Out())) && pScene)
+        if (auto p = FindBelow(pScene.Get(), _id, 0)) return p;
+    int32_t nCount = 0;
+    pScenes->ScenesGetCount(&nCount);
+    for (int32_t i = 0; i < nCount; ++i) {
+        if (zr::Failed(pScenes->ScenesGetByIndex(i, nullptr, pScene.Out()))) continue;
+        if (auto p = FindBelow(pScene.Get(), _id, 0)) return p;
+    }
+    return {};
+}
+
+}  // namespace zrmix
