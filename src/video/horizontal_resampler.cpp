@@ -150,7 +150,7 @@ HRESULT HorizontalFilter::Init(int32_t _nSrcWidth, int32_t _nDstWidth, eInterpol
     nSrcWidth = 0;
     if (_nSrcWidth != _nDstWidth) {
         try {
-            const HRESULT hr = Build(ResampleTaps(_nSrcWidth, _nDstWidth, _eMode));
+            const HRESULT hr = Build(ResampleTaps(_nSrcWidth, _nDstWidth, _eMode), _nSrcWidth);
             if (Failed(hr)) return hr;
         } catch (const std::bad_alloc&) {
             return E_OUTOFMEMORY;
@@ -162,9 +162,10 @@ HRESULT HorizontalFilter::Init(int32_t _nSrcWidth, int32_t _nDstWidth, eInterpol
     return S_OK;
 }
 
-HRESULT HorizontalFilter::Build(const std::vector<RESAMPLE_TAPS>& _taps) {
+HRESULT HorizontalFilter::Build(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth) {
     row = {};
     row.nPairs = static_cast<int32_t>((_taps[0].arrCoefficients.size() + 1) / 2);
+    if (const HRESULT hr = BuildHalves(_taps, _nSrcWidth); hr != S_FALSE) return hr;
     if (FitsSevenBits(_taps) && FitsWindows(_taps, 8))
         row.eLayout = eResampleLayout::Octets;
     else
@@ -174,6 +175,51 @@ HRESULT HorizontalFilter::Build(const std::vector<RESAMPLE_TAPS>& _taps) {
     row.pStart = arrStart.data();
     row.pBlocks = blocks.Data();
     return hr;
+}
+
+// S_FALSE: it is no reduction to half, or its coefficients are too many.
+HRESULT HorizontalFilter::BuildHalves(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth) {
+    const auto nWidth = static_cast<int32_t>(_taps.size());
+    const size_t nPadded = static_cast<size_t>(row.nPairs) * 2;
+    if (_nSrcWidth != 2 * nWidth || static_cast<size_t>(_nSrcWidth) < nPadded || row.nPairs > int32_t{kMaxHalvePairs})
+        return S_FALSE;
+    // All have as many coefficients; where that is odd, one without weight follows, which must not lie behind the row.
+    const RESAMPLE_TAPS& middle = _taps[_taps.size() / 2];
+    row.nOffset = middle.nStart - nWidth / 2 * 2;
+    const auto IsInner = [&](int32_t _x) {
+        const RESAMPLE_TAPS& taps = _taps[static_cast<size_t>(_x)];
+        return taps.nStart == 2 * _x + row.nOffset && taps.nStart + static_cast<int32_t>(nPadded) <= _nSrcWidth &&
+               taps.arrCoefficients == middle.arrCoefficients;
+    };
+    row.nInner = row.nInnerEnd = nWidth / 2;
+    while (row.nInner > 0 && IsInner(row.nInner - 1)) --row.nInner;
+    while (row.nInnerEnd < nWidth && IsInner(row.nInnerEnd)) ++row.nInnerEnd;
+
+    const bool bBytes = FitsSevenBits(_taps);
+    row.eLayout = bBytes ? eResampleLayout::HalvesOfBytes : eResampleLayout::Halves;
+    if (Failed(blocks.Resize(static_cast<uint32_t>(2 * nPadded), true, 0, -1))) return E_OUTOFMEMORY;
+    for (size_t k = 0; k < middle.arrCoefficients.size(); ++k) {
+        const int16_t n = middle.arrCoefficients[k];
+        if (bBytes)
+            blocks.Data()[k] = static_cast<uint8_t>(n / 128);
+        else
+            std::memcpy(blocks.Data() + 2 * k, &n, 2);
+    }
+    arrStart.clear();
+    arrEnds.clear();
+    for (int32_t x = 0; x < nWidth; ++x) {
+        if (x >= row.nInner && x < row.nInnerEnd) continue;
+        const RESAMPLE_TAPS& taps = _taps[static_cast<size_t>(x)];
+        const int32_t nStart = std::min(taps.nStart, _nSrcWidth - static_cast<int32_t>(nPadded));
+        arrStart.push_back(nStart);
+        arrEnds.resize(arrEnds.size() + nPadded);
+        std::copy(taps.arrCoefficients.begin(), taps.arrCoefficients.end(),
+                  arrEnds.end() - static_cast<ptrdiff_t>(nPadded) + taps.nStart - nStart);
+    }
+    row.pStart = arrStart.data();
+    row.pBlocks = blocks.Data();
+    row.pEnds = arrEnds.data();
+    return S_OK;
 }
 
 HRESULT HorizontalFilter::BuildGroups(const std::vector<RESAMPLE_TAPS>& _taps) {

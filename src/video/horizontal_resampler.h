@@ -38,13 +38,15 @@ public:
     void Run(const uint8_t* _pSrc, uint8_t* _pDst) const { ResampleRow(row, _pSrc, _pDst, nDstWidth); }
 
 private:
-    HRESULT Build(const std::vector<RESAMPLE_TAPS>& _taps);
+    HRESULT Build(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth);
+    HRESULT BuildHalves(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth);
     HRESULT BuildGroups(const std::vector<RESAMPLE_TAPS>& _taps);
     HRESULT BuildLong(const std::vector<RESAMPLE_TAPS>& _taps);
 
     RESAMPLE_ROW row{};
     std::vector<RESAMPLE_GROUP> arrGroups;
     std::vector<int32_t> arrStart;
+    std::vector<int16_t> arrEnds;
     CBLOBHolder<CVirtualAlloc> blocks;  // page-aligned
     int32_t nSrcWidth = 0, nDstWidth = 0;
     eInterpolation eMode = eInterpolation::Nearest;

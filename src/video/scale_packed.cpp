@@ -43,6 +43,17 @@ void PlaneRowInto(const VERTICAL_PASS& _down, const PLANE& _plane, int32_t _y, u
     if (pRow != _pDst) std::memcpy(_pDst, pRow, cb);
 }
 
+// A row of packed samples, scaled vertically and taken apart.
+void VerticalPackedRow(const VERTICAL_PASS& _down, const PICTURE& _src, int32_t _y, const SAMPLE_ROWS& _in) {
+    const PLANE& plane = _src.Packed();
+    const auto nPairs = static_cast<size_t>(_src.Width() / 2);
+    if (_down.bCopy) return SplitPacked(_src.fccType, plane.Row(_down.CopyOf(_y)), _in, nPairs);
+    const WEIGHED_ROWS rows(_down, plane, _y);
+    const bool bCrFirst = _src.fccType == eZrFCC_YVYU;
+    WeighSplitRows(rows.arrRows, rows.weights, !LumaFirst(_src.fccType), _down.NextRows(plane, _y),
+                   {_in.pLuma, bCrFirst ? _in.pCr : _in.pCb, bCrFirst ? _in.pCb : _in.pCr}, nPairs);
+}
+
 void VerticalSamples(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
     const SAMPLE_ROWS in = _job.InRows(_pScratch);
     const PLANE* planes = _job.src.arrPlanes;
@@ -58,8 +69,7 @@ void VerticalSamples(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
         }
         return;
     }
-    const uint8_t* pRow = VerticalRow(_job.lumaDown, planes[0], _y, _job.Middle(_pScratch), 4 * nPairs);
-    SplitPacked(_job.src.fccType, pRow, in, nPairs);
+    VerticalPackedRow(_job.lumaDown, _job.src, _y, in);
 }
 
 void MakePackedRow(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {

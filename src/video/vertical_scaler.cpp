@@ -24,6 +24,18 @@ int32_t TapsOf(int32_t _nSrcRows, int32_t _nDstRows, double _dblWidth, int32_t _
 
 }  // namespace
 
+NEXT_ROWS VERTICAL_PASS::NextRows(const PLANE& _src, int32_t _y) const {
+    NEXT_ROWS next;
+    if (_y + 1 >= nDstRows) return next;
+    const auto Last = [](const FILTER_ROW& _filter) {
+        return *std::max_element(_filter.arrRow, _filter.arrRow + _filter.weights.nRows);
+    };
+    const int32_t nEnd = Last(FilterOf(_y + 1)) + 1;
+    for (int32_t nRow = Last(FilterOf(_y)) + 1; nRow < nEnd && next.nRows < NEXT_ROWS::kMax; ++nRow)
+        next.arrRows[next.nRows++] = _src.Row(nRow);
+    return next;
+}
+
 HRESULT VerticalScaler::Prepare(int32_t _nSrcRows, int32_t _nDstRows, double _dblWidth, uint32_t _nFlags,
                                 VERTICAL_PASS& _pass) {
     if (_nSrcRows < 1 || _nDstRows < 1 || !std::isfinite(_dblWidth)) return E_INVALIDARG;
@@ -74,10 +86,8 @@ HRESULT VerticalScaler::Scale_Dyn(const uint8_t* _pSrc, uint8_t* _pDst, int32_t 
 
 const uint8_t* VerticalRow(const VERTICAL_PASS& _pass, const PLANE& _src, int32_t _y, uint8_t* _pDst, size_t _cbRow) {
     if (_pass.bCopy) return _src.Row(_pass.CopyOf(_y));
-    const FILTER_ROW& filter = _pass.FilterOf(_y);
-    const uint8_t* arrRows[kMaxWeighedRows];
-    for (int32_t k = 0; k < filter.weights.nRows; ++k) arrRows[k] = _src.Row(filter.arrRow[k]);
-    WeighRows(arrRows, filter.weights, _pDst, _cbRow);
+    const WEIGHED_ROWS rows(_pass, _src, _y);
+    WeighRows(rows.arrRows, rows.weights, _pDst, _cbRow);
     return _pDst;
 }
 

@@ -26,6 +26,8 @@ struct VERTICAL_PASS {
         if (nField != eScale_Interlaced) return pFilter->Row(nField == eScale_Field2 ? 1 : 0, _y);
         return pFilter->Row((_y + (nFlags & eScale_SwapFields ? 1 : 0)) & 1, _y / 2);
     }
+    // The rows that output row _y + 1 reads and _y does not, as far as they come one after the other.
+    NEXT_ROWS NextRows(const PLANE& _src, int32_t _y) const;
     // With bCopy: the source row.
     int32_t CopyOf(int32_t _y) const { return bSame ? TableRow(_y) : FilterOf(_y).arrRow[0]; }
 
@@ -56,6 +58,18 @@ public:
 private:
     Mutex mtx;              // a leaf, against two calls of Scale_Dyn at once
     VerticalFilter filter;  // whoever calls Prepare is alone with the scaler (the engine's lock)
+};
+
+// The source rows of an output row, of a pass that does not copy.
+struct WEIGHED_ROWS {
+    const ROW_WEIGHTS& weights;
+    const uint8_t* arrRows[kMaxWeighedRows];
+    WEIGHED_ROWS(const VERTICAL_PASS& _pass, const PLANE& _src, int32_t _y) : WEIGHED_ROWS(_pass.FilterOf(_y), _src) {}
+
+private:
+    WEIGHED_ROWS(const FILTER_ROW& _filter, const PLANE& _src) : weights(_filter.weights) {
+        for (int32_t k = 0; k < weights.nRows; ++k) arrRows[k] = _src.Row(_filter.arrRow[k]);
+    }
 };
 
 // One output row of a pass into _pDst, or the source row itself where the pass copies: returns where the row is.

@@ -49,6 +49,41 @@ TEST(ScaleRow, WeighsRowsByParityOfTheByte) {
     });
 }
 
+// Luma and chroma with filters of their own length, as the vertical tables have them.
+TEST(ScaleRow, WeighsPackedRowsApart) {
+    static constexpr int32_t arrUsed[][2] = {{1, 1}, {2, 2}, {3, 1}, {3, 3}, {4, 2}, {5, 3}, {7, 5}, {12, 12}};
+    OnEveryTarget(130, [](std::mt19937& rng, size_t nPairs, size_t nSkew) {
+        const auto& arrCounts = arrUsed[rng() % std::size(arrUsed)];
+        const bool bLumaOdd = rng() % 2 == 0;
+        ROW_WEIGHTS weights;
+        weights.nRows = arrCounts[0];
+        uint8_t *pLuma = bLumaOdd ? weights.arrOdd : weights.arrEven,
+                *pChroma = bLumaOdd ? weights.arrEven : weights.arrOdd;
+        for (int32_t n = 0; n < 255; ++n) {
+            const auto Any = [&](int32_t _nRows) { return n < _nRows ? n : static_cast<int32_t>(rng() % 12) % _nRows; };
+            ++pLuma[Any(arrCounts[0])];
+            ++pChroma[Any(arrCounts[1])];
+        }
+        std::vector<Bytes> rows;
+        std::vector<SourceRow> sources;
+        std::vector<const uint8_t*> pointers;
+        for (int32_t k = 0; k < weights.nRows; ++k) rows.push_back(test::HarshBytes(rng, 4 * nPairs));
+        for (const Bytes& row : rows) sources.emplace_back(row, nSkew);
+        for (const SourceRow& row : sources) pointers.push_back(row.Get());
+        GuardedRow luma(2 * nPairs, nSkew), first(nPairs, nSkew), second(nPairs, nSkew);
+        NEXT_ROWS next{1, {pointers[0]}};
+        WeighSplitRows(pointers.data(), weights, bLumaOdd, next, {luma.Get(), first.Get(), second.Get()}, nPairs);
+        const Bytes gotLuma = luma.Take(), gotFirst = first.Take(), gotSecond = second.Take();
+        for (size_t i = 0; i < 4 * nPairs; ++i) {
+            const bool bLuma = (i % 2 != 0) == bLumaOdd;
+            int32_t nSum = 0;
+            for (size_t k = 0; k < rows.size(); ++k) nSum += rows[k][i] * (bLuma ? pLuma[k] : pChroma[k]);
+            const uint8_t nGot = bLuma ? gotLuma[i / 2] : (i % 4 < 2 ? gotFirst : gotSecond)[i / 4];
+            ASSERT_EQ(nGot, nSum / 256) << i << " of " << 4 * nPairs;
+        }
+    });
+}
+
 struct WIDTH_CASE {
     const char* szName;
     int32_t nSrc, nDst;
@@ -62,6 +97,11 @@ constexpr WIDTH_CASE arrWidths[] = {
     {"two_thirds_linear", 99, 66, eInterpolation::Linear},
     {"just_smaller_linear", 67, 66, eInterpolation::Linear},
     {"larger_linear", 33, 71, eInterpolation::Linear},
+    {"half_linear_long", 402, 201, eInterpolation::Linear},
+    {"half_nearest_long", 300, 150, eInterpolation::Nearest},
+    {"half_area_long", 274, 137, eInterpolation::SuperSampling},
+    {"half_cubic_long", 402, 201, eInterpolation::Cubic},
+    {"half_lanczos_long", 402, 201, eInterpolation::Lanczos},
     {"half_area", 80, 40, eInterpolation::SuperSampling},
     {"third_area", 100, 33, eInterpolation::SuperSampling},
     {"tenth_area", 211, 20, eInterpolation::SuperSampling},

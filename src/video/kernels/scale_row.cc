@@ -1,16 +1,30 @@
 #include "video/kernels/scale_row.h"
 
 #include <algorithm>
+#include <array>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "video/kernels/scale_row.cc"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>  // what follows is compiled once per CPU target
 #include <hwy/highway.h>
 
 #include "video/kernels/vector_ops-inl.h"
+#undef ZR_BYTE_PERMUTE
+#define ZR_BYTE_PERMUTE (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL)
 HWY_BEFORE_NAMESPACE();
 namespace zr::HWY_NAMESPACE {
 namespace {
+
+#if ZR_BYTE_PERMUTE
+// A table of byte numbers for permutations over two vectors.
+template <size_t n, class F>
+constexpr std::array<uint8_t, n> PickBytes(const F& pick) {
+    std::array<uint8_t, n> picks{};
+    for (size_t i = 0; i < n; ++i) picks[i] = static_cast<uint8_t>(pick(i));
+    return picks;
+}
+#endif
 
 uint8_t WeighByte(const uint8_t* const* rows, const ROW_WEIGHTS& weights, size_t i) {
     const uint8_t* pWeights = i & 1 ? weights.arrOdd : weights.arrEven;
@@ -89,6 +103,135 @@ void WeighRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, uint8
 
 #endif
 
+// ---- Vertical, taken apart
+
+void WeighSplitPairs(const uint8_t* const* rows, const ROW_WEIGHTS& weights, bool lumaOdd, const SPLIT_ROWS& split,
+                     size_t first, size_t end) {
+    const size_t nLuma = lumaOdd ? 1 : 0, nChroma = 1 - nLuma;
+    for (size_t i = first; i < end; ++i) {
+        split.pFirst[i] = WeighByte(rows, weights, 4 * i + nChroma);
+        split.pLuma[2 * i] = WeighByte(rows, weights, 4 * i + nLuma);
+        split.pSecond[i] = WeighByte(rows, weights, 4 * i + nChroma + 2);
+        split.pLuma[2 * i + 1] = WeighByte(rows, weights, 4 * i + nLuma + 2);
+    }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+using VU16 = vec::Vec<DU16>;
+
+constexpr size_t kCacheLine = 64;
+
+// Rows up to the last with a weight: those of chroma are often fewer.
+int32_t CountUsed(const uint8_t* weights, int32_t nRows) {
+    while (nRows > 1 && weights[nRows - 1] == 0) --nRows;
+    return nRows;
+}
+
+// The high bytes of all lanes, in memory order.
+HWY_INLINE V8 HighBytes(VU16 a, VU16 b) {
+#if ZR_BYTE_PERMUTE
+    alignas(64) static constexpr auto arrPicks = PickBytes<64>([](size_t i) { return 2 * i + 1; });
+    return V8{_mm512_permutex2var_epi8(a.raw, _mm512_load_si512(arrPicks.data()), b.raw)};
+#else
+    const D16 d16;
+    return OrderPackedHalves(
+        PackBlocks(vec::BitCast(d16, vec::ShiftRight<8>(a)), vec::BitCast(d16, vec::ShiftRight<8>(b))));
+#endif
+}
+
+// The same with those of even lanes in the lower half and those of odd lanes in the upper half.
+HWY_INLINE V8 HighBytesApart(VU16 a, VU16 b) {
+#if ZR_BYTE_PERMUTE
+    alignas(64) static constexpr auto arrPicks = PickBytes<64>([](size_t i) { return i % 32 * 4 + i / 32 * 2 + 1; });
+    return V8{_mm512_permutex2var_epi8(a.raw, _mm512_load_si512(arrPicks.data()), b.raw)};
+#else
+    const D16 d16;
+    const DU16 du16;
+    const VU16 pairs = vec::BitCast(du16, HighBytes(a, b));
+    return OrderPackedHalves(PackBlocks(vec::BitCast(d16, vec::And(pairs, vec::Set(du16, 0x00FF))),
+                                        vec::BitCast(d16, vec::ShiftRight<8>(pairs))));
+#endif
+}
+
+// Luma and chroma each in 16-bit lanes, where their weighted sums fit: 255 times at most 255.
+template <bool kLumaOdd>
+HWY_INLINE VU16 LumaOf(VU16 v) {
+    return kLumaOdd ? vec::ShiftRight<8>(v) : vec::And(v, vec::Set(DU16(), 0x00FF));
+}
+
+// kLuma, kChroma: how many rows have a weight for it; 0: as the arguments say.
+template <bool kLumaOdd, int32_t kLuma, int32_t kChroma>
+HWY_NOINLINE void WeighSplitOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& weights, const NEXT_ROWS& next,
+                               const SPLIT_ROWS& split, size_t nPairs) {
+    const DU16 du16;
+    const D8 d8;
+    const vec::Half<D8> dHalf;
+    const uint8_t* const lumaIn = kLumaOdd ? weights.arrOdd : weights.arrEven;
+    const uint8_t* const chromaIn = kLumaOdd ? weights.arrEven : weights.arrOdd;
+    const int32_t nLuma = kLuma ? kLuma : CountUsed(lumaIn, weights.nRows);
+    const int32_t nChroma = kChroma ? kChroma : CountUsed(chromaIn, weights.nRows);
+    const int32_t nRows = HWY_MAX(nLuma, nChroma);
+    const uint8_t* rows[kMaxWeighedRows];
+    uint16_t luma[kMaxWeighedRows], chroma[kMaxWeighedRows];
+    for (int32_t k = 0; k < nRows; ++k) {
+        rows[k] = rowsIn[k];
+        luma[k] = lumaIn[k];
+        chroma[k] = chromaIn[k];
+    }
+    const size_t n = vec::Lanes(d8), nPairsAtOnce = n / 2;
+    if (nPairs < nPairsAtOnce) return WeighSplitPairs(rowsIn, weights, kLumaOdd, split, 0, nPairs);
+    for (size_t i = 0; i < nPairs; i += nPairsAtOnce) {
+        i = HWY_MIN(i, nPairs - nPairsAtOnce);  // the last vectors once more over pairs that are done
+        for (int32_t k = 0; k < next.nRows; ++k)
+            for (size_t at = 0; at < 2 * n; at += kCacheLine) hwy::Prefetch(next.arrRows[k] + 4 * i + at);
+        VU16 luma0 = vec::Zero(du16), luma1 = luma0, chroma0 = luma0, chroma1 = luma0;
+        for (int32_t k = 0; k < (kLuma ? HWY_MAX(kLuma, kChroma) : nRows); ++k) {
+            const VU16 a = vec::BitCast(du16, vec::LoadU(d8, rows[k] + 4 * i));
+            const VU16 b = vec::BitCast(du16, vec::LoadU(d8, rows[k] + 4 * i + n));
+            if (k < nLuma) {
+                const VU16 weight = vec::Set(du16, luma[k]);
+                luma0 = vec::Add(luma0, vec::Mul(LumaOf<kLumaOdd>(a), weight));
+                luma1 = vec::Add(luma1, vec::Mul(LumaOf<kLumaOdd>(b), weight));
+            }
+            if (k < nChroma) {
+                const VU16 weight = vec::Set(du16, chroma[k]);
+                chroma0 = vec::Add(chroma0, vec::Mul(LumaOf<!kLumaOdd>(a), weight));
+                chroma1 = vec::Add(chroma1, vec::Mul(LumaOf<!kLumaOdd>(b), weight));
+            }
+        }
+        vec::StoreU(HighBytes(luma0, luma1), d8, split.pLuma + 2 * i);
+        const V8 apart = HighBytesApart(chroma0, chroma1);
+        vec::StoreU(vec::LowerHalf(dHalf, apart), dHalf, split.pFirst + i);
+        vec::StoreU(vec::UpperHalf(dHalf, apart), dHalf, split.pSecond + i);
+    }
+}
+
+template <bool kLumaOdd>
+void WeighSplitBy(const uint8_t* const* rows, const ROW_WEIGHTS& weights, const NEXT_ROWS& next,
+                  const SPLIT_ROWS& split, size_t nPairs) {
+    const int32_t nLuma = CountUsed(kLumaOdd ? weights.arrOdd : weights.arrEven, weights.nRows);
+    const int32_t nChroma = CountUsed(kLumaOdd ? weights.arrEven : weights.arrOdd, weights.nRows);
+    if (nLuma == 3 && nChroma == 1) return WeighSplitOf<kLumaOdd, 3, 1>(rows, weights, next, split, nPairs);
+    if (nLuma == 3 && nChroma == 3) return WeighSplitOf<kLumaOdd, 3, 3>(rows, weights, next, split, nPairs);
+    if (nLuma == 5 && nChroma == 3) return WeighSplitOf<kLumaOdd, 5, 3>(rows, weights, next, split, nPairs);
+    WeighSplitOf<kLumaOdd, 0, 0>(rows, weights, next, split, nPairs);
+}
+
+void WeighSplitRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, bool lumaOdd, const NEXT_ROWS& next,
+                        const SPLIT_ROWS& split, size_t nPairs) {
+    (lumaOdd ? WeighSplitBy<true> : WeighSplitBy<false>)(rows, weights, next, split, nPairs);
+}
+
+#else
+
+void WeighSplitRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, bool lumaOdd, const NEXT_ROWS&,
+                        const SPLIT_ROWS& split, size_t nPairs) {
+    WeighSplitPairs(rows, weights, lumaOdd, split, 0, nPairs);
+}
+
+#endif
+
 // ---- Horizontal
 
 uint8_t RoundedSample(int32_t nSum, int32_t nShift) {
@@ -116,6 +259,129 @@ void ResampleLong(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int
         dst[x] = RoundedSample(nSum, 14);
     }
 }
+
+// ---- Horizontal, to half
+
+// Inner samples one by one.
+void HalfSamples(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t first, int32_t end) {
+    const bool bBytes = row.eLayout == eResampleLayout::HalvesOfBytes;
+    for (int32_t x = first; x < end; ++x) {
+        const uint8_t* p = src + 2 * x + row.nOffset;
+        int32_t nSum = 0;
+        for (int32_t k = 0; k < 2 * row.nPairs; ++k)
+            nSum += p[k] * (bBytes ? static_cast<int32_t>(static_cast<int8_t>(row.pBlocks[k]))
+                                   : static_cast<int32_t>(reinterpret_cast<const int16_t*>(row.pBlocks)[k]));
+        dst[x] = RoundedSample(nSum, bBytes ? 7 : 14);
+    }
+}
+
+void HalfEnds(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+    const int16_t* coefficients = row.pEnds;
+    const int32_t* start = row.pStart;
+    for (int32_t x = 0; x < width; ++x) {
+        if (x == row.nInner) x = row.nInnerEnd;
+        if (x >= width) return;
+        const uint8_t* p = src + *start++;
+        int32_t nSum = 0;
+        for (int32_t k = 0; k < 2 * row.nPairs; ++k) nSum += p[k] * *coefficients++;
+        dst[x] = RoundedSample(nSum, 14);
+    }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+// Both samples of a pair lie side by side, as the multiplication takes them.
+template <size_t kPairs>
+HWY_INLINE V16 HalfSumsOfBytes(const uint8_t* src, const V8* factors, size_t nPairs) {
+    V16 sum = vec::Set(D16(), 64);
+    for (size_t k = 0; k < (kPairs ? kPairs : nPairs); ++k)
+        sum = vec::Add(sum, MulAddBytePairs(vec::LoadU(D8(), src + 2 * k), factors[k]));
+    return vec::ShiftRight<7>(sum);
+}
+
+template <size_t kPairs>
+HWY_INLINE V32 HalfSums(const uint8_t* src, const V16* factors, size_t nPairs) {
+    const D16 d16;
+    const vec::Rebind<uint8_t, D16> dBytes;
+    V32 sum = vec::Set(D32(), 1 << 13), rest = vec::Zero(D32());
+    for (size_t k = 0; k < (kPairs ? kPairs : nPairs); ++k)
+        sum = vec::ReorderWidenMulAccumulate(D32(), vec::PromoteTo(d16, vec::LoadU(dBytes, src + 2 * k)), factors[k],
+                                             sum, rest);
+    return vec::ShiftRight<14>(vec::RearrangeToOddPlusEven(sum, rest));
+}
+
+// Quarters that packing four vectors left block by block, in memory order.
+HWY_INLINE V8 OrderPackedQuarters(V8 v) {
+#if HWY_TARGET == HWY_AVX2
+    return V8{_mm256_permutevar8x32_epi32(v.raw, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
+#elif ZR_X86_VECTORS && HWY_TARGET < HWY_AVX2
+    return V8{_mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v.raw)};
+#else
+    return v;
+#endif
+}
+
+template <size_t kPairs>
+void HalveOfBytes(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
+    const size_t n = vec::Lanes(D8()), nPairs = static_cast<size_t>(row.nPairs);
+    V8 factors[kMaxHalvePairs];
+    for (size_t k = 0; k < nPairs; ++k) {
+        const uint32_t nPair = row.pBlocks[2 * k] | uint32_t{row.pBlocks[2 * k + 1]} << 8;
+        factors[k] = vec::BitCast(D8(), vec::Set(DU16(), static_cast<uint16_t>(nPair)));
+    }
+    src += row.nOffset;
+    const auto nEnd = static_cast<size_t>(row.nInnerEnd);
+    for (size_t x = static_cast<size_t>(row.nInner); x < nEnd; x += n) {
+        x = HWY_MIN(x, nEnd - n);  // the last vector once more over samples that are done
+        const V16 lower = HalfSumsOfBytes<kPairs>(src + 2 * x, factors, nPairs);
+        const V16 upper = HalfSumsOfBytes<kPairs>(src + 2 * x + n, factors, nPairs);
+        vec::StoreU(OrderPackedHalves(PackBlocks(lower, upper)), D8(), dst + x);
+    }
+}
+
+template <size_t kPairs>
+void Halve(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
+    const D16 d16;
+    const size_t n = vec::Lanes(D8()), nPairs = static_cast<size_t>(row.nPairs);
+    const auto* coefficients = reinterpret_cast<const int16_t*>(row.pBlocks);
+    V16 factors[kMaxHalvePairs];
+    for (size_t k = 0; k < nPairs; ++k) factors[k] = SetPair(coefficients[2 * k], coefficients[2 * k + 1]);
+    src += row.nOffset;
+    const auto nEnd = static_cast<size_t>(row.nInnerEnd);
+    for (size_t x = static_cast<size_t>(row.nInner); x < nEnd; x += n) {
+        x = HWY_MIN(x, nEnd - n);
+        const uint8_t* p = src + 2 * x;
+        const V16 lower = vec::ReorderDemote2To(d16, HalfSums<kPairs>(p, factors, nPairs),
+                                                HalfSums<kPairs>(p + n / 2, factors, nPairs));
+        const V16 upper = vec::ReorderDemote2To(d16, HalfSums<kPairs>(p + n, factors, nPairs),
+                                                HalfSums<kPairs>(p + n / 2 * 3, factors, nPairs));
+        vec::StoreU(OrderPackedQuarters(PackBlocks(lower, upper)), D8(), dst + x);
+    }
+}
+
+void ResampleHalves(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+    HalfEnds(row, src, dst, width);
+    if (row.nInnerEnd - row.nInner < static_cast<int32_t>(vec::Lanes(D8())))
+        return HalfSamples(row, src, dst, row.nInner, row.nInnerEnd);
+    if (row.eLayout == eResampleLayout::HalvesOfBytes)
+        return (row.nPairs == 2 ? HalveOfBytes<2> : HalveOfBytes<0>)(row, src, dst);
+    switch (row.nPairs) {
+        case 4: return Halve<4>(row, src, dst);
+        case 6: return Halve<6>(row, src, dst);
+        default: return Halve<0>(row, src, dst);
+    }
+}
+
+#else
+
+void ResampleHalves(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+    HalfEnds(row, src, dst, width);
+    HalfSamples(row, src, dst, row.nInner, row.nInnerEnd);
+}
+
+#endif
+
+// ---- Horizontal, to any width
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -251,6 +517,7 @@ void ResampleQuads(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, in
 
 void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
     if (row.eLayout == eResampleLayout::Long) return ResampleLong(row, src, dst, width);
+    if (IsHalves(row.eLayout)) return ResampleHalves(row, src, dst, width);
     if (row.eLayout == eResampleLayout::Octets) {
         switch (row.nPairs) {
             case 1: return ResampleOctets<1>(row, src, dst, width);
@@ -273,6 +540,7 @@ void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, 
 // The same layouts, one sample after the other.
 void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
     if (row.eLayout == eResampleLayout::Long) return ResampleLong(row, src, dst, width);
+    if (IsHalves(row.eLayout)) return ResampleHalves(row, src, dst, width);
     const bool bOctets = row.eLayout == eResampleLayout::Octets;
     const int32_t nInWindow = bOctets ? 8 : 4, nPickStep = 16 / nInWindow, nShift = bOctets ? 7 : 14;
     for (int32_t x = 0; x < width; ++x) {
@@ -299,10 +567,15 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zr {
 HWY_EXPORT(WeighRowsImpl);
+HWY_EXPORT(WeighSplitRowsImpl);
 HWY_EXPORT(ResampleRowImpl);
 
 void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, uint8_t* _pDst, size_t _cbRow) {
     HWY_DYNAMIC_DISPATCH(WeighRowsImpl)(_ppRows, _weights, _pDst, _cbRow);
+}
+void WeighSplitRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, bool _bLumaOdd, const NEXT_ROWS& _next,
+                    const SPLIT_ROWS& _split, size_t _nPairs) {
+    HWY_DYNAMIC_DISPATCH(WeighSplitRowsImpl)(_ppRows, _weights, _bLumaOdd, _next, _split, _nPairs);
 }
 void ResampleRow(const RESAMPLE_ROW& _row, const uint8_t* _pSrc, uint8_t* _pDst, int32_t _nWidth) {
     HWY_DYNAMIC_DISPATCH(ResampleRowImpl)(_row, _pSrc, _pDst, _nWidth);

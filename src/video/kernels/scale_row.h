@@ -22,19 +22,42 @@ struct ROW_WEIGHTS {
 // every row are equal. The destination is none of the rows.
 void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, uint8_t* _pDst, size_t _cbRow);
 
+// The same of packed 4:2:2 rows, taken apart on the way: luma, and both chromas in their order in memory. _bLumaOdd:
+// luma stands at odd places. No row is read beyond its 4 * _nPairs bytes; the destinations are none of the rows. _next:
+// rows as long that the next output row needs besides; they come into the cache on the way, which halves the time of
+// pictures from cold memory.
+struct SPLIT_ROWS {
+    uint8_t *pLuma, *pFirst, *pSecond;
+};
+struct NEXT_ROWS {
+    static constexpr int32_t kMax = 4;
+    int32_t nRows = 0;
+    const uint8_t* arrRows[kMax];
+};
+void WeighSplitRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, bool _bLumaOdd, const NEXT_ROWS& _next,
+                    const SPLIT_ROWS& _split, size_t _nPairs);
+
 // ---- Horizontal
 
 // Each output sample x is a weighted sum of nTaps neighbouring source samples from arrStart[x] on:
 //     clamp((sum of src[arrStart[x] + k] * coefficient[x][k] + half) >> nShift), half = 1 << (nShift - 1)
 // The coefficients of a sample sum to 1 << nShift. They are laid out for the vector path in groups of 16 samples;
-// groups with the same coefficients share a block.
+// groups with the same coefficients share a block. A reduction to half needs no groups: its coefficients are the same
+// all along.
 inline constexpr int32_t kResampleGroup = 16;
 
 enum class eResampleLayout {
     Octets,  // 7-bit coefficients in bytes, [pair of taps][sample][2]; a window of 16 source bytes serves 8 samples
     Quads,   // 14-bit coefficients, [pair of taps][sample][2]; a window serves 4 samples
     Long,    // 14-bit coefficients, [sample][tap], taps a multiple of 16: for reductions whose windows are too wide
+    HalvesOfBytes,  // every second sample with the same 7-bit coefficients, in bytes, but for the row's ends
+    Halves,         // the same with 14-bit coefficients
 };
+
+constexpr bool IsHalves(eResampleLayout _eLayout) {
+    return _eLayout == eResampleLayout::HalvesOfBytes || _eLayout == eResampleLayout::Halves;
+}
+inline constexpr size_t kMaxHalvePairs = 8;
 
 struct RESAMPLE_GROUP {
     int32_t arrWindow[4];  // first source byte of each window; Octets use the first two
@@ -49,7 +72,12 @@ struct RESAMPLE_ROW {
     const RESAMPLE_GROUP* pGroups;
     const uint8_t* pBlocks;
     size_t cbBlock;
-    const int32_t* pStart;  // Long only, of each sample
+    const int32_t* pStart;  // Long: of each sample; halves: of each at the ends
+
+    // Halves: samples x from nInner to nInnerEnd take 2 * nPairs source samples from 2 * x + nOffset on, by the
+    // coefficients in pBlocks. The others, from left to right, have lists of 2 * nPairs 14-bit coefficients in pEnds.
+    int32_t nInner, nInnerEnd, nOffset;
+    const int16_t* pEnds;
 };
 
 // _nWidth output samples. Up to kResampleSlack bytes behind the last source sample are read, none of them counts; up to
