@@ -32,7 +32,7 @@ struct Object final : UnknownImpl<IUnknown>, ISourceHost, ISenderHost {
     HRESULT OnSenderFormat(ZR_VID_PROPS*, ZR_AUD_PROPS*) override { return S_OK; }
 
     XMLNodePtr pObject = CoXMLNode::Create(u"object");
-    SourceReaders readers{pObject, *this};
+    SourceReaders readers{pObject, pObject, *this};
     Sender sender{pObject, *this, readers, *this};
 };
 

@@ -95,6 +95,10 @@ constexpr PROP_KEY arrFileKeys[] = {
     OpenKey(u"file.buffer_wait_kf", eZrKeyType::Bool, "A file starts at a key frame."),
     OpenKey(u"duration", eZrKeyType::Double, "Seconds to take as the duration, instead of what the reader finds."),
     OpenKey(u"pull_mode", eZrKeyType::Bool, "Frames are fetched by readers, not sent."),
+    kRateControlKey,
+    kPutWaitKey,
+    kOutputTypeKey,
+    OpenKey(u"thread.priority", eZrKeyType::String, "Priority of the thread that plays, -15 to 15."),
     OpenKey(u"playback_rate", eZrKeyType::Double, "Rate of play: 1.0 is normal, below 0 is backward."),
 };
 

@@ -7,6 +7,18 @@
 
 namespace zr {
 
+// Read by everything that sends frames or has readers, and set only by who wants them.
+inline constexpr PROP_KEY kRateControlKey =
+    OpenKey(u"rate_control", eZrKeyType::Int,
+            "Who keeps real time: 0 nobody, 1 the object always, 2 its receivers alone, and frames are held until one "
+            "that does is there, 3 the object unless a receiver does (as if not set), 4 the readers that fetch.");
+inline constexpr PROP_KEY kPutWaitKey =
+    OpenKey(u"pull_mode.put_wait", eZrKeyType::Int,
+            "How a frame waits for readers that have not fetched the one before, as a sum: 1 longer, and for the first "
+            "reader to come, 2 with live frames too, 4 not for the first to come. Else by rate_control.");
+inline constexpr PROP_KEY kOutputTypeKey =
+    OpenKey(u"pull_mode.output_type", eZrKeyType::Int, "Above 1: live frames wait for readers too.");
+
 // Keys of the preview object.
 KeyNames PreviewKeyNames();
 bool IsPreviewKey(std::u16string_view _strName);

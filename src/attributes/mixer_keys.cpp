@@ -84,6 +84,18 @@ constexpr PROP_KEY arrMixerKeys[] = {
     StringKey(u"background", u"black", "Colour of the frame where nothing is drawn."),
     StringKey(u"locked.force_master", u"false",
               "The cycle waits for a live stream that is locked to the output, as it does for a file."),
+
+    // What is read but not started with.
+    kRateControlKey,
+    kPutWaitKey,
+    kOutputTypeKey,
+    OpenKey(u"pull_mode.cycles_before_disconnect", eZrKeyType::Int,
+            "Cycles that a reader may miss before nobody waits for it (15)."),
+    OpenKey(u"pull_mode.wait_till_get", eZrKeyType::Int, "Milliseconds added to the wait for readers (200)."),
+    OpenKey(u"sync_mode.control_fps", eZrKeyType::Bool, "Sources are asked for the frame rate of the output (true)."),
+    OpenKey(u"mixing.threads", eZrKeyType::Int, "Threads that draw a frame of more than 240 lines (1)."),
+    OpenKey(u"pause.no_input", eZrKeyType::Bool, "A single item may be told to pause (false)."),
+    OpenKey(u"last_scene.unicode", eZrKeyType::Bool, "That file is written as UTF-16, not as UTF-8 (false)."),
 };
 
 // Handed on to the file sources of the streams.

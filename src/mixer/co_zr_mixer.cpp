@@ -16,7 +16,7 @@ const ClassRegistrar registrarMixer(kClsidZrMixer, &MakeObject<CCoZrMixer>);
 CCoZrMixer::CCoZrMixer()
     : IZrPropsImpl<CCoZrMixer>(MixerProfile(), *this, lock_order::kProperties),
       events(props.Object()),
-      readers(props.Object(), *this),
+      readers(props.Root(), props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
       core(props, format, readers, sender, events),
       pItemHost(
@@ -100,7 +100,7 @@ void CCoZrMixer::SaveLastScene() {
     const XMLNodePtr& pRoot = props.Root();
     const std::u16string strPath = pRoot->AttributeOr(u"last_scene.path", std::u16string_view());
     if (pRoot->AttributeOr(u"last_scene.save", int32_t{0}) <= 0 || strPath.empty()) return;
-    const bool bUnicode = pRoot->AttributeOr(u"last_scene.unicode", false);
+    const bool bUnicode = props.Object()->AttributeOr(u"last_scene.unicode", false);
     PersistSaveToFile(u"scenes", strPath.c_str(), bUnicode ? u"unicode=true" : u"");
 }
 

@@ -50,7 +50,7 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
                          CoElement* _pScene, uint64_t _nChanges) {
     streams = _streams;
     layerProps = Canvas::LayerProps(_output);
-    bCutOffscreen = pObject->AttributeOr(u"cut_offscreen", true);
+    bCutOffscreen = pRoot->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
     const bool bChanged = HasOtherStreams() | (std::exchange(nLaidOut, _nChanges) != _nChanges);

@@ -33,8 +33,10 @@ struct DRAW_TIMES {
 // Mix thread only, but for what says otherwise.
 class DrawStep final : public CSceneDrawXML_CPU<DrawStep> {
 public:
-    // _pObject: the node with the mixer's keys. _blocks outlives the step.
-    DrawStep(XMLNodePtr _pObject, BlockSet& _blocks) : pObject(std::move(_pObject)), blocks(_blocks) {}
+    // The mixer's keys are read at every step, from the top of its tree or from its node `object`, where each of them
+    // stands. _blocks outlives the step.
+    DrawStep(XMLNodePtr _pRoot, XMLNodePtr _pObject, BlockSet& _blocks)
+        : pRoot(std::move(_pRoot)), pObject(std::move(_pObject)), blocks(_blocks) {}
 
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
     // _nChanges: ScenesShared::Changes. What has changed since it was laid out, and what was never laid out, is before
@@ -60,7 +62,7 @@ private:
     const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;
     void AddGains() const;
 
-    const XMLNodePtr pObject;
+    const XMLNodePtr pRoot, pObject;
     BlockSet& blocks;
     Canvas canvas;
     // Of the pass

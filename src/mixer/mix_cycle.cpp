@@ -32,7 +32,7 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       parts(_parts),
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
       async(_parts.props.Object(), _parts.format, _parts.streams),
-      draw(_parts.props.Object(), _parts.blocks),
+      draw(_parts.props.Root(), _parts.props.Object(), _parts.blocks),
       audioMixer(_parts.statistics),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
       nSyncCycle(_parts.statistics.Resolve(u"sync.mix_cycle")),

@@ -77,7 +77,7 @@ HRESULT MixerControl::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) 
 
 HRESULT MixerControl::ItemPlay(IZrItem* _pItem, double _dblSeconds) {
     if (std::isnan(_dblSeconds)) return E_INVALIDARG;
-    if (_dblSeconds >= 0 && !parts.props.Object()->AttributeOr(u"pause.no_input", false)) return ZR_E_RETRY;
+    if (_dblSeconds >= 0 && !parts.props.Root()->AttributeOr(u"pause.no_input", false)) return ZR_E_RETRY;
     CInputStream input;
     if (parts.streams.Find(_pItem, &input) < 0) input.pItem = parts.streams.Background();
     if (static_cast<IZrItem*>(input.pItem.Get()) != _pItem) return ZR_E_NOT_FOUND_FILE;

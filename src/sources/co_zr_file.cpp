@@ -23,7 +23,7 @@ void LinkFileSource() {}
 
 CCoZrFile::CCoZrFile()
     : IZrPropsImpl<CCoZrFile>(FileProfile(), *this, lock_order::kProperties),
-      readers(props.Object(), *this),
+      readers(props.Root(), props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
       events(props.Object()),
       control({props, format, readers, sender, lastFrame, name, events}) {

@@ -200,7 +200,7 @@ HRESULT SourceReaders::PutFrame(IZrFFrame* _pFrame, int32_t _nPutWait, int64_t _
 int32_t SourceReaders::WaitForReaders(IZrFFrame& _frame, bool _bLive, int32_t _nPutWait, int64_t _rtMaxWait,
                                       Waitable* _pStop) {
     if (_bLive && _nPutWait < kPutWaitLive) return 0;
-    const int32_t nCycles = KeyOr(pObject, kCycles, 15);
+    const int32_t nCycles = KeyOr(pRoot, kCycles, 15);
     const bool bLonger = _nPutWait >= kPutWaitForReaders;
     if (nCycles <= 0 && !bLonger) return 0;
     const int64_t rtDeadline = DeadlineAfter(ClockNow(), _rtMaxWait);
@@ -242,7 +242,7 @@ int64_t SourceReaders::FetchLimit(IZrFFrame& _frame, int32_t _nPutWait) const {
     const Thirds nDuration = FrameDuration(info.avProps, info.mTime, info.cbAudio);
     const int64_t rtLimit = (2 * nDuration * 2 + 9) / 18;  // 2/3 of so many thirds, to the nearest
     if (_nPutWait < kPutWaitForReaders) return rtLimit;
-    return rtLimit + std::max(KeyOr(pObject, kWaitTillGet, 200), 0) * kTicksPerMs;
+    return rtLimit + std::max(KeyOr(pRoot, kWaitTillGet, 200), 0) * kTicksPerMs;
 }
 
 HRESULT SourceReaders::OfferToAll(IZrFFrame* _pFrame, Waitable* _pStop, int32_t& _nReaders) {

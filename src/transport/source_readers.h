@@ -40,8 +40,10 @@ enum PUT_WAIT : int32_t {
 // Any thread, one put at a time. The operations return what those of IZrSource_I do.
 class SourceReaders {
 public:
-    // Keys are read from _pObject, the object's node, at every put. _host outlives the readers.
-    SourceReaders(const XMLNodePtr& _pObject, ISourceHost& _host) : pObject(_pObject), host(_host) {}
+    // Keys are read at every put, from the top of the object's tree or from its node `object`, where each of them
+    // stands. _host outlives the readers.
+    SourceReaders(const XMLNodePtr& _pRoot, const XMLNodePtr& _pObject, ISourceHost& _host)
+        : pRoot(_pRoot), pObject(_pObject), host(_host) {}
     ~SourceReaders();
     SourceReaders(const SourceReaders&) = delete;
     SourceReaders& operator=(const SourceReaders&) = delete;
@@ -96,7 +98,7 @@ private:
     void TellCount(size_t _nLeft, bool _bGone);
     bool IsClosed() const { return evStop.IsSet() || evEnd.IsSet(); }
 
-    const XMLNodePtr pObject;
+    const XMLNodePtr pRoot, pObject;
     ISourceHost& host;
     ManualEvent evReadersExist;  // changed under lockReaders
     ManualEvent evStop;

@@ -203,7 +203,7 @@ TEST_F(StreamsTest, OneStreamIsStoppedAndPlaysAgainByItsItem) {
     EXPECT_GT(NumberIn(StreamOf(pB)), 45);
     // A pause is the source's own affair, unless the mixer's key says otherwise.
     EXPECT_EQ(pPlay->FilePlayPause(0), E_NOINTERFACE);
-    pProps->PropsSet(u"object::pause.no_input", u"true");
+    pProps->PropsSet(u"pause.no_input", u"true");
     pFile->FilePlayPause(0);
     ASSERT_EQ(pPlay->FilePlayStart(), S_OK);
     EXPECT_EQ(State(), eZrS_Running);

@@ -156,7 +156,7 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
     ObjectFormat format;
     ObjectName name;
     LastFrame lastFrame;
-    SourceReaders readers{props.Object(), *this};
+    SourceReaders readers{props.Root(), props.Object(), *this};
     ZrPtr<IUnknown> pSelf = QueryAs<IUnknown>(static_cast<IZrFFactory*>(&CZrFrameFactory::Shared()));
     Sender sender{props.Object(), *pSelf, readers, *this};
     FileControl control{{props, format, readers, sender, lastFrame, name, *this}};

@@ -51,7 +51,7 @@ public:
         : output(_output),
           pScene(CoElement::CreateTop(u"zr_scene")),
           pObject(CoXMLNode::Create(u"object")),
-          step(pObject, blocks) {}
+          step(pObject, pObject, blocks) {}
     ~DrawnShow() { step.Reset(); }
 
     // The scene's foreground by its XML body: <video id=.../>...

@@ -84,7 +84,7 @@ TEST(SourceReaders, AFrameAfterAGapIsABreak) {
     for (const BREAK_CASE& c : arrCases) {
         VirtualClock clock;
         Door door;
-        door.pObject->SetAttribute(u"pull_mode.cycles_before_disconnect", 0);
+        door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", 0);
         const uint64_t llID = door.NewReader();
         for (int32_t i = 0; i < c.nMissed; ++i) door.Put(i);
         ASSERT_EQ(door.Put(c.nMissed, c.nFlags), S_OK);
@@ -104,7 +104,7 @@ TEST(SourceReaders, AFrameAfterAGapIsABreak) {
 TEST(SourceReaders, TheHundredAndFirstMissRemovesAReaderThatIsNotKept) {
     VirtualClock clock;
     Door door;
-    door.pObject->SetAttribute(u"pull_mode.cycles_before_disconnect", 0);
+    door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", 0);
     door.pObject->SetAttribute(u"rate_control", 4);
     const uint64_t llLost = door.NewReader(), llKept = door.NewReader();
     ASSERT_EQ(door.readers.ReaderKeep(llKept), S_OK);
@@ -220,7 +220,7 @@ TEST(SourceReaders, PutsWaitByTheirKeys) {
         VirtualClock clock;
         Door door;
         door.NewReader();
-        door.pObject->SetAttribute(u"pull_mode.cycles_before_disconnect", c.nCycles);
+        door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", c.nCycles);
         door.pObject->SetAttribute(u"pull_mode.output_type", c.nOutputType);
         ASSERT_EQ(door.Put(0), S_OK);
         const int64_t rtBegin = ClockNow();
@@ -285,7 +285,7 @@ TEST(SourceReaders, AFlushEndsThePutThatWaits) {
 // Any order of calls from three threads: every get ends, with a frame or a known status, and nothing is left over.
 TEST(SourceReaders, RandomCallsFromThreeThreads) {
     Door door;
-    door.pObject->SetAttribute(u"pull_mode.wait_till_get", 0);
+    door.pRoot->SetAttribute(u"pull_mode.wait_till_get", 0);
     std::atomic<uint64_t> arrIDs[4] = {};
     std::atomic<int32_t> nUnknown{0}, nFrames{0};
     const auto body = [&](uint32_t _nSeed) {

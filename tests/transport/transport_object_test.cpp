@@ -44,7 +44,7 @@ private:
     bool* const pbGone;
     ManualEvent evStop;
     XMLNodePtr pObject = CoXMLNode::Create(u"object");
-    SourceReaders readers{pObject, *this};
+    SourceReaders readers{pObject, pObject, *this};
     Sender sender{pObject, *static_cast<IZrSender_I*>(this), readers, *this};
     Thread thread;
 };

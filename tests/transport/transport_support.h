@@ -68,8 +68,8 @@ struct Door : ISourceHost {
     HRESULT hrStart = S_OK;
     std::atomic<size_t> nCount{0};
     std::atomic<int32_t> nKept{0};
-    XMLNodePtr pObject = CoXMLNode::Create(u"object");
-    SourceReaders readers{pObject, *this};
+    XMLNodePtr pRoot = CoXMLNode::Create(u"props"), pObject = pRoot->Find(u"object", true);
+    SourceReaders readers{pRoot, pObject, *this};
 };
 
 }  // namespace zr
