@@ -1,7 +1,9 @@
-// Whole shows through the public interfaces, as fast as they go, the output discarded:
-//     show_bench --scenario S1..S8 --frames N [--a FILE --b FILE] [--picture FILE]
-// The sources are still pictures made once, of which every frame is a reference; S8 plays two files. Prints frames a
-// second and CPU milliseconds a frame; --picture keeps the last frame for a look.
+// Whole shows in synchronous operation, as fast as they go, the output discarded:
+//     show_bench --scenario S1..S8 --frames N [--buffers N] [--a FILE --b FILE] [--picture FILE]
+// The sources give references to frames that are made before: each has one, a still picture, or goes through --buffers
+// different ones in turn, which is what live sources do: every frame is new, and with sixteen it comes from cold
+// memory. S8 plays two files. Prints frames a second and CPU milliseconds a frame; --picture keeps the last frame for a
+// look.
 
 #include <chrono>
 #include <cstdio>
@@ -11,40 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "media/transport_interfaces.h"
+#include "platform/unknown.h"
 #include "zr/zr.h"
 
 namespace {
-
-struct STREAM {
-    std::string source;
-    int nWidth, nHeight;  // 0: of the source
-    std::string element;
-};
-
-std::vector<STREAM> Grid(int _nSide, int _nWidth, int _nHeight) {
-    std::vector<STREAM> arrStreams;
-    for (int i = 0; i < _nSide * _nSide; ++i) {
-        char sz[128];
-        std::snprintf(sz, sizeof sz, "pos='top-left' x='%.6f' y='%.6f' w='%.6f' h='%.6f'", i % _nSide / double(_nSide),
-                      i / _nSide / double(_nSide), 1.0 / _nSide, 1.0 / _nSide);
-        arrStreams.push_back({i % 2 == 0 ? "bars" : "bars100", _nWidth, _nHeight, sz});
-    }
-    return arrStreams;
-}
-
-std::map<std::string, std::vector<STREAM>> Scenarios(const std::string& _a, const std::string& _b) {
-    const STREAM full{"bars", 1920, 1080, ""};
-    return {{"S1", {full}},
-            {"S2", Grid(2, 1920, 1080)},
-            {"S3", {full, {"bars100", 1920, 1080, "w='0.333333' h='0.333333' alpha='0.7'"}}},
-            {"S4", {full, {"80FF8040", 1920, 1080, ""}}},
-            {"S5", {full, {"bars100", 1920, 1080, "alpha='0.5'"}}},
-            {"S6", Grid(3, 1280, 720)},
-            {"S7", {{"bars", 3840, 2160, ""}}},
-            {"S8",
-             {{_a, 0, 0, "pos='top-left' y='0.25' w='0.5' h='0.5'"},
-              {_b, 0, 0, "pos='top-left' x='0.5' y='0.25' w='0.5' h='0.5'"}}}};
-}
 
 void Check(zr::HRESULT _hr, const std::string& _what) {
     if (zr::Succeeded(_hr)) return;
@@ -54,33 +27,159 @@ void Check(zr::HRESULT _hr, const std::string& _what) {
 
 zr::Text ToText(const std::string& _text) { return zr::Text(std::string_view(_text)); }
 
-void Build(zr::IZrObject* _pMixer, const std::string& _name, const std::vector<STREAM>& _streams) {
+// ---- Sources
+
+constexpr int kSampleRate = 48000, kFrameSamples = kSampleRate / 25;
+
+// A picture of soft ramps, another for each number; ARGB32 with colours multiplied by its alpha, which grows to the
+// right.
+std::vector<uint8_t> DrawPicture(zr::eZrFCC _fccType, int _nWidth, int _nHeight, int _nNumber) {
+    const bool bAlpha = _fccType == zr::eZrFCC_ARGB32;
+    const size_t cbPixel = bAlpha ? 4 : 2;
+    std::vector<uint8_t> arrBytes(static_cast<size_t>(_nWidth) * static_cast<size_t>(_nHeight) * cbPixel);
+    uint8_t* p = arrBytes.data();
+    for (int y = 0; y < _nHeight; ++y) {
+        for (int x = 0; x < _nWidth; ++x, p += cbPixel) {
+            const int nAcross = 255 * x / _nWidth, nDown = 255 * y / _nHeight, nMoved = (nAcross + 16 * _nNumber) % 256;
+            if (bAlpha) {
+                const int arrColours[] = {128, nDown, nMoved, 255};
+                for (int i = 0; i < 4; ++i) p[i] = static_cast<uint8_t>(arrColours[i] * nAcross / 255);
+            } else {
+                p[0] = static_cast<uint8_t>(x % 2 == 0 ? 64 + nDown / 2 : 64 + nMoved / 2);
+                p[1] = static_cast<uint8_t>(16 + nMoved * 219 / 255);
+            }
+        }
+    }
+    return arrBytes;
+}
+
+// Frames in turn, over and over, without end.
+class RingSource final : public zr::UnknownImpl<zr::IZrSource_I> {
+public:
+    RingSource(zr::eZrFCC _fccType, int _nWidth, int _nHeight, bool _bSound, int _nBuffers) {
+        zr::ZrPtr<zr::IZrFFactory> pFactory;
+        Check(zr::ZrCreateInstance(zr::kClsidZrFrameFactory, pFactory), "frame factory");
+        zr::ZR_AV_PROPS props;
+        props.vidProps.fccType = _fccType;
+        props.vidProps.nWidth = _nWidth;
+        props.vidProps.nHeight = _nHeight;
+        props.vidProps.eInterlace = zr::eZrI_Progressive;
+        props.vidProps.dblRate = 25.0;
+        if (_bSound) props.audProps = {2, kSampleRate, 16, 0};
+        std::vector<int16_t> arrSound(2 * kFrameSamples);
+        for (size_t i = 0; i < arrSound.size(); ++i) arrSound[i] = static_cast<int16_t>(i / 2 * 37 % 6000);
+        arrFrames.resize(static_cast<size_t>(_nBuffers));
+        for (int i = 0; i < _nBuffers; ++i) {
+            const std::vector<uint8_t> arrBytes = DrawPicture(_fccType, _nWidth, _nHeight, i);
+            Check(pFactory->ZrFFrameCreateFromMem(
+                      &props, reinterpret_cast<int64_t>(arrBytes.data()), _bSound ? kFrameSamples : 0,
+                      reinterpret_cast<int64_t>(arrSound.data()), arrFrames[static_cast<size_t>(i)].Out(), nullptr),
+                  "frame");
+        }
+    }
+
+    zr::HRESULT SourceFrameGet_I(int64_t, zr::IZrFFrame** _ppFrame, const char16_t*) override {
+        return arrFrames[nNext++ % arrFrames.size()]->ZrFClone(_ppFrame, zr::eZrFC_Reference, zr::eZrFCC_Default);
+    }
+    zr::HRESULT SourceFrameGetEx_I(uint64_t* _pllReaderID, int64_t _rtMaxWait, zr::IZrFFrame** _ppFrame,
+                                   const char16_t* _szParam) override {
+        if (*_pllReaderID == 0) *_pllReaderID = 1;
+        return _ppFrame ? SourceFrameGet_I(_rtMaxWait, _ppFrame, _szParam) : zr::S_OK;
+    }
+    zr::HRESULT ReaderKeep(uint64_t) override { return zr::S_OK; }
+    zr::HRESULT ReaderRemove(uint64_t) override { return zr::S_OK; }
+    zr::HRESULT ProcessAdd(uint32_t) override { return zr::E_NOTIMPL; }
+    zr::HRESULT ProcessRemove(uint32_t) override { return zr::E_NOTIMPL; }
+    zr::HRESULT ProcessCheck(zr::Waitable**) override { return zr::E_NOTIMPL; }
+    zr::HRESULT LastFrameGet(zr::IZrFFrame** _ppFrame) override { return arrFrames[0].CopyTo(_ppFrame); }
+
+private:
+    std::vector<zr::ZrPtr<zr::IZrFFrame>> arrFrames;
+    size_t nNext = 0;
+};
+
+zr::ZrPtr<zr::IZrFile> OpenFile(const std::string& _file) {
+    zr::ZrPtr<zr::IZrFile> pFile;  // of its own format, which the mixer does not choose
+    Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
+    Check(pFile->FileNameSet(ToText(_file).Get(), u"loop='true'"), _file);
+    Check(pFile->FilePlayStart(), _file);
+    return pFile;
+}
+
+// ---- Shows
+
+struct STREAM {
+    zr::eZrFCC fccType;
+    int nWidth, nHeight;
+    std::string element = {};
+    bool bSound = false;
+    std::string file = {};  // empty: frames made here
+};
+
+constexpr zr::eZrFCC kUyvy = zr::eZrFCC_UYVY;
+
+std::vector<STREAM> Grid(int _nSide, int _nWidth, int _nHeight, bool _bSound) {
+    std::vector<STREAM> arrStreams;
+    for (int i = 0; i < _nSide * _nSide; ++i) {
+        char sz[128];
+        std::snprintf(sz, sizeof sz, "pos='top-left' x='%.6f' y='%.6f' w='%.6f' h='%.6f'", i % _nSide / double(_nSide),
+                      i / _nSide / double(_nSide), 1.0 / _nSide, 1.0 / _nSide);
+        arrStreams.push_back({kUyvy, _nWidth, _nHeight, sz, _bSound, ""});
+    }
+    return arrStreams;
+}
+
+struct SHOW {
+    std::vector<STREAM> arrStreams;
+    const char16_t* szQuality = u"2";
+};
+
+std::map<std::string, SHOW> Scenarios(const std::string& _a, const std::string& _b) {
+    const STREAM full{kUyvy, 1920, 1080, ""};
+    const auto Over = [](zr::eZrFCC _fccType, const char* _szElement) {
+        return STREAM{_fccType, 1920, 1080, _szElement};
+    };
+    return {
+        {"S1", {{full}}},
+        {"S2", {Grid(2, 1920, 1080, false)}},
+        {"S3", {{full, Over(kUyvy, "pos='top-left' x='0.625' y='0.592593' w='0.333333' h='0.333333' alpha='0.7'")}}},
+        {"S4", {{full, Over(zr::eZrFCC_ARGB32, "")}}},
+        {"S5", {{full, Over(kUyvy, "alpha='0.5'")}}},
+        {"S6", {Grid(3, 1280, 720, true)}},
+        {"S7", {{{kUyvy, 3840, 2160, ""}}, u"9"}},
+        {"S8",
+         {{{kUyvy, 0, 0, "pos='top-left' y='0.25' w='0.5' h='0.5'", true, _a},
+           {kUyvy, 0, 0, "pos='top-left' x='0.5' y='0.25' w='0.5' h='0.5'", true, _b}}}}};
+}
+
+void Build(zr::IZrObject* _pMixer, const SHOW& _show, int _nBuffers) {
     const zr::ZrPtr<zr::IZrObject> pMixer(_pMixer);
     const auto pProps = pMixer.As<zr::IZrProps>();
     pProps->PropsSet(u"object::rate_control", u"0");
     pProps->PropsSet(u"object::sync_mode.get_max_wait", u"-1");
-    if (_name == "S7") pProps->PropsSet(u"object::scaling_quality.blocks", u"4");
-    if (_name == "S2") pProps->PropsSet(u"object::scaling_quality.blocks", u"1");
+    pProps->PropsSet(u"object::scaling_quality.blocks", _show.szQuality);
     zr::ZR_VID_PROPS props;
     props.eVideoFormat = zr::eZrVF_HD1080_25p;
-    props.fccType = zr::eZrFCC_UYVY;
-    Check(pMixer.As<zr::IZrFormat>()->FormatVideoSet(zr::eZrFT_Convert, &props), "format");
+    props.fccType = kUyvy;
+    const auto pFormat = pMixer.As<zr::IZrFormat>();
+    Check(pFormat->FormatVideoSet(zr::eZrFT_Convert, &props), "format");
+    const zr::ZR_AUD_PROPS sound{2, kSampleRate, 16, 0};
+    if (_show.arrStreams[0].bSound) Check(pFormat->FormatAudioSet(zr::eZrFT_Convert, &sound), "format of sound");
     zr::ZrPtr<zr::IZrElements> pScene;
     zr::ZrPtr<zr::IZrElement> pForeground;
     Check(pMixer.As<zr::IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), "scene");
     Check(pScene->ElementsGetByID(u"foreground", pForeground.Out()), "scene");
-    for (size_t i = 0; i < _streams.size(); ++i) {
-        const STREAM& stream = _streams[i];
+    for (size_t i = 0; i < _show.arrStreams.size(); ++i) {
+        const STREAM& stream = _show.arrStreams[i];
         const std::string id = "s" + std::to_string(i);
-        zr::ZrPtr<zr::IZrFile> pFile;  // of its own format, which the mixer does not choose
-        Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
-        std::string line = "loop='true'";
-        if (stream.nWidth > 0)
-            line += " width='" + std::to_string(stream.nWidth) + "' height='" + std::to_string(stream.nHeight) +
-                    "' rate='25.0' pixel_format='UYVY'";
-        Check(pFile->FileNameSet(ToText(stream.source).Get(), ToText(line).Get()), stream.source);
-        Check(pFile->FilePlayStart(), stream.source);
-        Check(pMixer.As<zr::IZrStreams>()->StreamsAdd(ToText(id).Get(), pFile.Get(), nullptr, nullptr, nullptr, 0), id);
+        zr::ZrPtr<zr::IUnknown> pSource;
+        if (stream.file.empty())
+            pSource = zr::ZrPtr<zr::IUnknown>::Attach(
+                new RingSource(stream.fccType, stream.nWidth, stream.nHeight, stream.bSound, _nBuffers));
+        else
+            pSource = OpenFile(stream.file).As<zr::IUnknown>();
+        Check(pMixer.As<zr::IZrStreams>()->StreamsAdd(ToText(id).Get(), pSource.Get(), nullptr, nullptr, nullptr, 0),
+              id);
         Check(pForeground.As<zr::IZrElements>()->ElementsAdd(
                   ToText(id).Get(), u"video", ToText("stream_id='" + id + "' " + stream.element).Get(), nullptr, 0),
               id);
@@ -98,13 +197,15 @@ int main(int argc, char** argv) {
     const int nFrames = std::atoi(mapOptions["--frames"].c_str());
     const auto mapScenarios = Scenarios(mapOptions["--a"], mapOptions["--b"]);
     const auto it = mapScenarios.find(name);
-    if (it == mapScenarios.end() || nFrames <= 0 || (name == "S8" && it->second[0].source.empty())) {
-        std::fprintf(stderr, "show_bench --scenario S1..S8 --frames N [--a FILE --b FILE]\n");
+    const int nBuffers = mapOptions.contains("--buffers") ? std::atoi(mapOptions["--buffers"].c_str()) : 1;
+    const bool bFiles = !mapOptions["--a"].empty() && !mapOptions["--b"].empty();
+    if (it == mapScenarios.end() || nFrames <= 0 || nBuffers <= 0 || (name == "S8" && !bFiles)) {
+        std::fprintf(stderr, "show_bench --scenario S1..S8 --frames N [--buffers N] [--a FILE --b FILE]\n");
         return 2;
     }
     zr::ZrPtr<zr::IZrObject> pMixer;
     Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
-    Build(pMixer.Get(), name, it->second);
+    Build(pMixer.Get(), it->second, nBuffers);
     const auto pSource = pMixer.As<zr::IZrSource>();
     int64_t llReader = 0;
     const double dblStart = Now();

@@ -53,7 +53,8 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     bCutOffscreen = pRoot->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
-    const bool bChanged = HasOtherStreams() | (std::exchange(nLaidOut, _nChanges) != _nChanges);
+    const bool bOthers = HasOtherStreams();
+    const bool bChanged = std::exchange(nLaidOut, _nChanges) != _nChanges || bOthers;
     ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
     if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
