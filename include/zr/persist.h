@@ -28,4 +28,21 @@ protected:
     ~IZrPersist() = default;
 };
 
+// What such a file can hold, for who writes one by hand, edits or checks it.
+struct IZrPersistInfo : IUnknown {
+    static constexpr GUID kIid = GuidOf("14A7BFC1-A433-445A-8213-4B7AEE743890");
+
+    // XML, which the caller frees. Its top holds a node for each kind of node, by its name; where there are several of
+    // one name, they count together. "nodes": the kinds it can hold, separated by commas; "inherit": a kind whose
+    // attributes it has as well; "any": it takes whatever attributes and nodes stand there, as does a kind without a
+    // node. Below it its attributes with "type", "default", "values" and, as text, their help. Types: "string", "bool",
+    // "int", "double", "time" (seconds or a date), "option" (one of the values), "path" (a file), "media" (what a
+    // source plays), "format" (of the table of pictures), "numbers" and "colors" (lists), "color", "position" and
+    // "mask". The node "_values_" has the names that values of a type can have.
+    virtual HRESULT PersistInfoGet(BSTR* _pbsXMLInfo) = 0;
+
+protected:
+    ~IZrPersistInfo() = default;
+};
+
 }  // namespace zr

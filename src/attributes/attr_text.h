@@ -32,6 +32,8 @@ void PrintFourCC(AttrFourCC _code, TreeText& _out);
 
 // A name or hexadecimal RGB, RRGGBB or AARRGGBB, an alpha in brackets behind it: "Red(128)", "F00", "80FF0000".
 // Beware that most punctuation ends the text, a "#" or a point too: "#FF0000", as printed, reads as the default.
+// The names that it knows, joined by ", ".
+std::u16string ColourNamesText();
 AttrColour ReadColour(std::u16string_view _text, AttrColour _default);
 void PrintColour(AttrColour _colour, TreeText& _out);
 

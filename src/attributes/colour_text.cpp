@@ -69,6 +69,12 @@ AttrColour ReadNumber(std::u16string_view _text, uint32_t _nAlpha, AttrColour _d
 
 }  // namespace
 
+std::u16string ColourNamesText() {
+    std::u16string text = u"Default, Transparent";
+    for (const COLOUR_NAME& entry : arrReadNames) text.append(u", ").append(entry.name);
+    return text;
+}
+
 AttrColour ReadColour(std::u16string_view _text, AttrColour _default) {
     _text = _text.substr(0, 63);
     _text = _text.substr(0, _text.find_first_of(u"~!@#$%^&*-+=|\\/.,;`"));

@@ -3,6 +3,7 @@
 #include "attributes/interface_call.h"
 #include "attributes/mixer_keys.h"
 #include "framework/object_commands.h"
+#include "mixer/config_info.h"
 #include "platform/class_registry.h"
 #include "zr/class_ids.h"
 
@@ -26,10 +27,8 @@ CCoZrMixer::CCoZrMixer()
 }
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
-    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrProps, IZrFormat,
-                      IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(
-
-        this, _iid, _ppv);
+    return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrPersistInfo, IZrProps,
+                      IZrFormat, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
 }
 
 uint32_t CCoZrMixer::Release() {
@@ -228,6 +227,12 @@ HRESULT CCoZrMixer::StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t
 }
 HRESULT CCoZrMixer::StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) {
     return core.background.Get(_pbsPath, _ppItem);
+}
+
+HRESULT CCoZrMixer::PersistInfoGet(BSTR* _pbsXMLInfo) {
+    if (!_pbsXMLInfo) return E_POINTER;
+    *_pbsXMLInfo = nullptr;
+    return InterfaceCall([&] { return GiveText(ConfigInfoXml(), _pbsXMLInfo); });
 }
 
 }  // namespace zr

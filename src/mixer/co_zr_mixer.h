@@ -22,6 +22,7 @@ class CCoZrMixer final : public IZrObject,
                          public IZrStreams,
                          public IZrScenesImpl<CCoZrMixer>,
                          public IZrPersistImpl<CCoZrMixer, ElementPtr>,
+                         public IZrPersistInfo,
                          public IZrPropsImpl<CCoZrMixer>,
                          public IZrFormatImpl<CCoZrMixer>,
                          public IZrSourceImpl<CCoZrMixer>,
@@ -104,6 +105,10 @@ public:
     HRESULT StreamsBackgroundSet(IUnknown* _pExternOrRef, const char16_t* _bsPath, const char16_t* _bsParam,
                                  IZrItem** _ppItem, double _dblTimeForChange) override;
     HRESULT StreamsBackgroundGet(BSTR* _pbsPath, IZrItem** _ppItem) override;
+
+    // --- IZrPersistInfo
+
+    HRESULT PersistInfoGet(BSTR* _pbsXMLInfo) override;
 
 private:
     ~CCoZrMixer() = default;

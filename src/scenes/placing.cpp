@@ -103,6 +103,14 @@ std::u16string_view PositionName(int32_t _nIndex) {
     return _nIndex >= 0 && _nIndex < kPositionNames ? arrNames[_nIndex] : std::u16string_view();
 }
 
+std::u16string PositionNamesText() {
+    std::u16string text;
+    for (const std::u16string_view name : arrNames)
+        if (name.find(u'!') == name.npos) text.append(name).append(u", ");
+    for (const auto& [name, eCursor] : arrCursorNames) text.append(name).append(u", ");
+    return text += u"front-center, back-center";
+}
+
 POSITION ReadPosition(std::u16string_view _name) {
     if (_name.empty()) return {};
     const uint64_t nHash = NameHash(_name);

@@ -3,6 +3,7 @@
 // that follow the sibling before. Functions of their arguments, without a tree.
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "platform/lock.h"
@@ -24,6 +25,8 @@ struct RECT_F {
 // 3 justify; bits 2 and 3 vertical: 0 middle, 1 top, 2 bottom; bit 4 front, bit 5 back. 48 is "auto".
 inline constexpr int32_t kPositionNames = 49;
 std::u16string_view PositionName(int32_t _nIndex);
+// All that can stand there, with the places that follow the sibling before, joined by ", ".
+std::u16string PositionNamesText();
 
 enum class eCursorPlace : uint8_t { None, NextRow, NextCol, NextH, NextV };
 struct POSITION {

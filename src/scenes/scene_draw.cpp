@@ -50,6 +50,12 @@ RECT_F FractionOf(const RECT_F& _rect, const ZR_VID_PROPS& _output) {
 
 }  // namespace
 
+std::u16string ElementTypesText() {
+    std::u16string text;
+    for (const NameKey& key : arrTypes) text.append(text.empty() ? u"" : u", ").append(key.text);
+    return text;
+}
+
 void SceneWalk::Reset() {
     pHighlight = nullptr;
     dblCollected = -1;

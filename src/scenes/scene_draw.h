@@ -18,6 +18,9 @@ namespace zr {
 // An element answers so when it is to be taken out of its parent.
 inline constexpr HRESULT kRemoveElement = static_cast<HRESULT>(0x8004027Fu);
 
+// The types of elements that the walk knows, joined by ", ".
+std::u16string ElementTypesText();
+
 // One pass of the walk.
 struct DrawContext {
     bool bDraw = false;         // false: the collect pass, which has no picture to draw on

@@ -12,6 +12,7 @@ void AddPlay(CLI::App& _app);
 void AddMix(CLI::App& _app);
 void AddRun(CLI::App& _app);
 void AddSnapshot(CLI::App& _app);
+void AddCheck(CLI::App& _app);
 void AddConvert(CLI::App& _app);
 void AddProbe(CLI::App& _app);
 void AddFormats(CLI::App& _app);

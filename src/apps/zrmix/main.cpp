@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
     zrmix::AddMix(app);
     zrmix::AddRun(app);
     zrmix::AddSnapshot(app);
+    zrmix::AddCheck(app);
     zrmix::AddConvert(app);
     zrmix::AddProbe(app);
     zrmix::AddFormats(app);

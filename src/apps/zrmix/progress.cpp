@@ -27,8 +27,9 @@ std::string TimeText(double _dblSeconds) {
     return sz;
 }
 
-// A JSON string.
-std::string Quoted(const std::string& _text) {
+}  // namespace
+
+std::string JsonText(const std::string& _text) {
     std::string out = "\"";
     for (const char c : _text) {
         if (c == '"' || c == '\\') out += '\\';
@@ -42,8 +43,6 @@ std::string Quoted(const std::string& _text) {
     }
     return out + "\"";
 }
-
-}  // namespace
 
 Progress::Progress(const OUTPUT_STYLE& _style) : style(_style), bTerminal(ErrorIsTerminal()) {}
 
@@ -75,7 +74,7 @@ void Progress::Summary(const RUN_FIGURES& _figures, const std::string& _output) 
         std::printf(
             "{\"output\": %s, \"frames\": %lld, \"drops\": %lld, \"seconds\": %.6f, \"rate\": %.6f, "
             "\"elapsed\": %.3f, \"speed\": %.3f}\n",
-            Quoted(_output).c_str(), static_cast<long long>(_figures.nFrames),
+            JsonText(_output).c_str(), static_cast<long long>(_figures.nFrames),
             static_cast<long long>(_figures.nDropped), _figures.dblMediaSeconds, _figures.dblRate, dblNow, dblSpeed);
         return;
     }

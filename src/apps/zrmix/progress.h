@@ -13,6 +13,9 @@ struct OUTPUT_STYLE {
     bool bJson = false;  // the summary as one JSON object on the standard output
 };
 
+// A text as JSON has it, in its quotes.
+std::string JsonText(const std::string& _text);
+
 struct RUN_FIGURES {
     int64_t nFrames = 0;
     int64_t nDropped = 0;

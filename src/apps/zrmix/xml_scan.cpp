@@ -11,6 +11,7 @@ namespace zrmix {
 namespace {
 
 constexpr size_t kMostFaults = 1000;
+constexpr size_t kMostChecked = 1000;  // attributes of one tag that are looked through for doubles
 
 char Lower(char _ch) { return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch + 32) : _ch; }
 bool IsSpace(char _ch) { return _ch == ' ' || _ch == '\t' || _ch == '\r' || _ch == '\n'; }
@@ -229,7 +230,7 @@ private:
         SkipSpace();
         attribute.placeOfValue = place;
         ReadValue(_element, attribute);
-        if (_element.Find(attribute.name)) {
+        if (_element.arrAttributes.size() < kMostChecked && _element.Find(attribute.name)) {
             Fault(attribute.place, "the attribute " + attribute.name + " is there twice");
             return;
         }
@@ -309,6 +310,7 @@ const XML_ELEMENT* XML_DOCUMENT::Child(const XML_ELEMENT* _pParent, std::string_
 
 XML_DOCUMENT ScanXml(std::string_view _bytes) {
     const std::string text = Utf8Of(_bytes);
+    if (text.find('\0') != text.npos) return {{}, {{{}, "it is no text: there are zeros in it"}}};
     return Scanner(text).Scan();
 }
 
