@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "audio/sample_convert.h"
 #include "media/aud_props.h"
 #include "platform/clock.h"
 
@@ -12,19 +13,15 @@ namespace {
 
 constexpr int64_t kMostBytes = int64_t{1} << 28;  // of one block
 
-bool SameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
-    return _a.nChannels == _b.nChannels && _a.nSamplesPerSec == _b.nSamplesPerSec &&
-           _a.nBitsPerSample == _b.nBitsPerSample;
-}
-
 }  // namespace
 
 HRESULT ZrAudioBuffer2::FormatSet(const ZR_AUD_PROPS& _props) {
     if (!AudUsable(_props)) return E_INVALIDARG;
     MutexLock lock(mtx);
-    if (!SameFormat(props, _props)) Reformat_I(_props);
+    HRESULT hr = S_OK;
+    if (!AudSameFormat(props, _props)) hr = Reformat_I(_props);
     props.nTrackSplitBits = _props.nTrackSplitBits;
-    return S_OK;
+    return hr;
 }
 
 ZR_AUD_PROPS ZrAudioBuffer2::Format() const {
@@ -32,40 +29,99 @@ ZR_AUD_PROPS ZrAudioBuffer2::Format() const {
     return props;
 }
 
-void ZrAudioBuffer2::Reformat_I(const ZR_AUD_PROPS& _props) {
+// What cannot be converted is dropped; the new format holds in any case.
+HRESULT ZrAudioBuffer2::Reformat_I(const ZR_AUD_PROPS& _props) try {
+    int64_t nHeld = 0;
+    if (AudUsable(props) && !bConverts) EnterConverter_I();
+    if (AudUsable(props) && ring.Count() > 0) {
+        if (Failed(ConvertAlone(props, ring.Data(), ring.Count(), _props, arrConverted, &nHeld))) nHeld = 0;
+    }
     props = _props;
-    ring.Restart(static_cast<size_t>(AudBlockBytes(_props)));
-    converter.Reset();
+    ring.Restart(props);
+    edge.Reset();
+    ring.Append(arrConverted.data(), nHeld);
+    edge.Remember(props, arrConverted.data(), nHeld);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    props = _props;
+    ring.Restart(props);
+    edge.Reset();
+    return E_OUTOFMEMORY;
 }
 
 HRESULT ZrAudioBuffer2::PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence,
-                                 bool _bCorrect) try {
+                                 bool _bCorrect, double _dblScale) try {
     if (!AudUsable(_props) || _cb < 0 || _cb > kMostBytes || (!_p && !_bAddSilence)) return E_INVALIDARG;
     MutexLock lock(mtx);
-    if (!AudUsable(props) || (!SameFormat(props, _props) && !_bCorrect)) Reformat_I(_props);
-    return Append_I(_props, _p, _cb / AudBlockBytes(_props));
+    if (!AudUsable(props) || (!AudSameFormat(props, _props) && !_bCorrect)) Reformat_I(_props);
+    const int64_t nSamples = _cb / AudBlockBytes(_props);
+    if (nSamples == 0) return S_OK;
+    if (_p) return Append_I(_props, _p, nSamples, _dblScale);
+    AppendSilence_I(_props, nSamples);
+    return S_OK;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
 
-HRESULT ZrAudioBuffer2::Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples) {
-    if (SameFormat(props, _props)) {
-        ring.Append(_p, _nSamples);
-        return S_OK;
-    }
-    if (!_p) {
+void ZrAudioBuffer2::AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSamples) {
+    if (!bConverts) {
         ring.Append(nullptr, _nSamples * props.nSamplesPerSec / _props.nSamplesPerSec);
-        return S_OK;
+        edge.Reset();
+        return;
     }
-    HRESULT hr = converter.Init(_props, props, static_cast<int32_t>(_nSamples), 1.0);
+    // It comes behind what is in the converter.
+    const ZR_AUD_PROPS src = converter.Source();
+    const int64_t nSilence = _nSamples * src.nSamplesPerSec / _props.nSamplesPerSec;
+    arrSilence.resize(static_cast<size_t>(nSilence * AudBlockBytes(src)));
+    FillSilence(src.nBitsPerSample, arrSilence.data(), arrSilence.size());
+    if (nSilence > 0) Append_I(src, arrSilence.data(), nSilence, 1.0);
+}
+
+// Gives the converter what went past it, as if it had been there from the begin.
+HRESULT ZrAudioBuffer2::EnterConverter_I() {
+    converter.Reset();
+    if (edge.PastSamples() == 0) return S_FALSE;
+    HRESULT hr = converter.Init(props, props, 0, 1.0);
+    int64_t nDropped = 0;
+    if (Succeeded(hr)) hr = Convert_I(edge.Past(), edge.PastSamples() * AudBlockBytes(props), 1.0, &nDropped);
+    if (Succeeded(hr)) bConverts = true;
+    return hr;
+}
+
+HRESULT ZrAudioBuffer2::Convert_I(const uint8_t* _p, int64_t _cb, double _dblScale, int64_t* _pnConverted) {
     int32_t cbRoom = 0;
-    const auto cbSrc = static_cast<int32_t>(_nSamples * AudBlockBytes(_props));
-    if (Succeeded(hr)) hr = converter.Convert(_p, cbSrc, nullptr, &cbRoom, 1.0);
+    HRESULT hr = converter.Convert(_p, static_cast<int32_t>(_cb), nullptr, &cbRoom, _dblScale);
     if (Failed(hr)) return hr;
     if (arrConverted.size() < static_cast<size_t>(cbRoom)) arrConverted.resize(static_cast<size_t>(cbRoom));
-    hr = converter.Convert(_p, cbSrc, arrConverted.data(), &cbRoom, 1.0);
-    if (Succeeded(hr)) ring.Append(arrConverted.data(), cbRoom / AudBlockBytes(props));
+    hr = converter.Convert(_p, static_cast<int32_t>(_cb), arrConverted.data(), &cbRoom, _dblScale);
+    *_pnConverted = cbRoom / AudBlockBytes(props);
     return hr;
+}
+
+HRESULT ZrAudioBuffer2::Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
+    if (!bConverts && AudSameFormat(props, _props) && _dblScale == 1.0) {
+        ring.Append(_p, _nSamples);
+        edge.Remember(props, _p, _nSamples);
+        return S_OK;
+    }
+    if (!bConverts) EnterConverter_I();
+    const bool bGoesOn = bConverts && converter.GoesOn(_props, props);
+    HRESULT hr = converter.Init(_props, props, static_cast<int32_t>(_nSamples), _dblScale);
+    int64_t nEarly = 0, nConverted = 0;
+    if (Succeeded(hr) && !bGoesOn) hr = converter.Prime(_p, _nSamples, &nEarly);
+    if (Succeeded(hr)) hr = Convert_I(_p, _nSamples * AudBlockBytes(_props), _dblScale, &nConverted);
+    if (Failed(hr)) return hr;
+    bConverts = true;
+    if (bGoesOn || edge.PastSamples() == 0) {
+        // Nothing was heard before it, so its lag is silence.
+        const int64_t nSilent = std::min(nEarly, nConverted);
+        FillSilence(props.nBitsPerSample, arrConverted.data(), static_cast<size_t>(nSilent * AudBlockBytes(props)));
+        edge.Remember(props, arrConverted.data(), nConverted);
+    } else {
+        edge.Smooth(props, arrConverted.data(), nConverted, nConverted, true);
+    }
+    ring.Append(arrConverted.data(), nConverted);
+    return S_OK;
 }
 
 int64_t ZrAudioBuffer2::GetAudio(uint8_t* _p, int64_t _nSamples) {
@@ -87,8 +143,10 @@ int64_t ZrAudioBuffer2::Clear(bool _bResetFormat) {
     MutexLock lock(mtx);
     if (!AudUsable(props)) return 0;
     const int64_t nHeld = ring.Count();
-    ring.Restart(static_cast<size_t>(AudBlockBytes(props)));
+    ring.Restart(props);
     converter.Reset();
+    bConverts = false;
+    edge.Reset();
     if (_bResetFormat) props = {};
     return nHeld;
 }

@@ -7,6 +7,7 @@
 
 #include "audio/audio_converter.h"
 #include "audio/sample_queue.h"
+#include "audio/sound_edge.h"
 #include "framework/lock_order.h"
 #include "platform/lock.h"
 #include "platform/ref_object.h"
@@ -18,15 +19,17 @@ namespace zr {
 // its size.
 class ZrAudioBuffer2 final : public AutoObjBase<ZrAudioBuffer2> {
 public:
-    // The format that it holds and gives out. Another one than before empties it. E_INVALIDARG: not usable.
+    // The format that it holds and gives out; what it holds of another one is converted. E_INVALIDARG: not usable.
     HRESULT FormatSet(const ZR_AUD_PROPS& _props);
     ZR_AUD_PROPS Format() const;
 
     // Appends _cb bytes of that format at _p, converted to what the ring holds; null and _bAddSilence: as much silence.
     // A ring without a format takes that of the block, and so does one of another format unless _bCorrect says that
-    // what it holds is right, or when it is empty. E_INVALIDARG: not usable, or nothing to put.
-    // VFW_E_UNSUPPORTED_AUDIO: a format that cannot be converted. On failure nothing was put.
-    HRESULT PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence, bool _bCorrect);
+    // what it holds is right. _dblScale, 0.1 to 10: the sound comes out that much longer, which makes good for a clock
+    // that is fast or slow; samples that need no conversion at 1 are kept bit for bit. E_INVALIDARG: not usable, or
+    // nothing to put. VFW_E_UNSUPPORTED_AUDIO: a format that cannot be converted. On failure nothing was put.
+    HRESULT PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence, bool _bCorrect,
+                     double _dblScale = 1.0);
     // Takes up to _nSamples of each channel, the oldest ones, to _p (null: drops them). Returns how many.
     int64_t GetAudio(uint8_t* _p, int64_t _nSamples);
 
@@ -37,14 +40,20 @@ public:
     int64_t Clear(bool _bResetFormat);
 
 private:
-    HRESULT Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples) ZR_REQUIRES(mtx);
-    void Reformat_I(const ZR_AUD_PROPS& _props) ZR_REQUIRES(mtx);
+    HRESULT Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale)
+        ZR_REQUIRES(mtx);
+    void AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSamples) ZR_REQUIRES(mtx);
+    HRESULT Convert_I(const uint8_t* _p, int64_t _cb, double _dblScale, int64_t* _pnConverted) ZR_REQUIRES(mtx);
+    HRESULT EnterConverter_I() ZR_REQUIRES(mtx);
+    HRESULT Reformat_I(const ZR_AUD_PROPS& _props) ZR_REQUIRES(mtx);
 
     mutable Mutex mtx{lock_order::kAudioBuffer};
     ZR_AUD_PROPS props ZR_GUARDED_BY(mtx);
     SampleQueue ring ZR_GUARDED_BY(mtx);
     ZrAudioConverter converter ZR_GUARDED_BY(mtx);
-    std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx);
+    bool bConverts ZR_GUARDED_BY(mtx) = false;  // the converter has sound in it, behind which all else must come
+    SoundEdge edge ZR_GUARDED_BY(mtx);          // the end of what was put
+    std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx), arrSilence ZR_GUARDED_BY(mtx);
 };
 
 }  // namespace zr

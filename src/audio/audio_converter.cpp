@@ -20,11 +20,6 @@ bool IsSupported(const ZR_AUD_PROPS& _props) {
            _props.nChannels <= kMaxConvertedChannels;
 }
 
-bool SameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
-    return _a.nChannels == _b.nChannels && _a.nSamplesPerSec == _b.nSamplesPerSec &&
-           _a.nBitsPerSample == _b.nBitsPerSample;
-}
-
 int32_t ScaledRate(const ZR_AUD_PROPS& _props, double _dblScale) {
     return static_cast<int32_t>(
         std::min(std::round(_props.nSamplesPerSec * _dblScale), double{std::numeric_limits<int32_t>::max()}));
@@ -70,17 +65,6 @@ void Join(const SAMPLE* _pRows, size_t _nStride, size_t _nChannels, size_t _nSam
         for (size_t i = 0; i < _nSamples; ++i) _p[i * _nChannels + c] = _pRows[c * _nStride + i];
 }
 
-void Pcm8ToFloat(const uint8_t* _p, float* _pTo, size_t _n) {
-    for (size_t i = 0; i < _n; ++i) _pTo[i] = static_cast<float>(_p[i] - 128) / 128.0f;
-}
-
-void FloatToPcm8(const float* _p, uint8_t* _pTo, size_t _n) {
-    for (size_t i = 0; i < _n; ++i) {
-        const float f = std::isnan(_p[i]) ? 0.0f : std::clamp(_p[i] * 128.0f, -128.0f, 127.0f);
-        _pTo[i] = static_cast<uint8_t>(static_cast<int32_t>(std::nearbyint(f)) + 128);
-    }
-}
-
 template <class ROW>
 void GrowTo(ROW& _row, size_t _n) {
     if (_row.size() < _n) _row.resize(_n);
@@ -92,11 +76,9 @@ HRESULT ZrAudioConverter::Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _ds
                                double _dblScale) try {
     if (!(_dblScale >= 0.1 && _dblScale <= 10.0) || _nSamples < 0) return E_INVALIDARG;
     if (!IsSupported(_src) || !IsSupported(_dst)) return VFW_E_UNSUPPORTED_AUDIO;
-    const bool bSame = SameFormat(src, _src) && SameFormat(dst, _dst);
+    const bool bSame = AudSameFormat(src, _src) && AudSameFormat(dst, _dst);
     if (bSame && dblScale == _dblScale) return S_FALSE;
-    const bool bRate = src.nChannels == _src.nChannels && src.nBitsPerSample == _src.nBitsPerSample &&
-                       dst.nChannels == _dst.nChannels && dst.nBitsPerSample == _dst.nBitsPerSample;
-    if (!bRate) {
+    if (!GoesOn(_src, _dst)) {
         arr16s.clear();
         arr32f.clear();
     }
@@ -118,6 +100,39 @@ HRESULT ZrAudioConverter::Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _ds
     src = _src;
     dst = _dst;
     dblScale = _dblScale;
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+bool ZrAudioConverter::GoesOn(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst) const {
+    return src.nChannels == _src.nChannels && src.nBitsPerSample == _src.nBitsPerSample &&
+           dst.nChannels == _dst.nChannels && dst.nBitsPerSample == _dst.nBitsPerSample;
+}
+
+void ZrAudioConverter::Prepare(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst, double _dblScale) {
+    IPPResampler32f::Prepare(_src.nSamplesPerSec, ScaledRate(_dst, _dblScale));
+}
+
+HRESULT ZrAudioConverter::Prime(const uint8_t* _pSrc, int64_t _nSamples, int64_t* _pnEarly) try {
+    *_pnEarly = 0;
+    if (!IsSupported(src)) return VFW_E_UNSUPPORTED_AUDIO;
+    constexpr int64_t kBefore = kResampleTaps;
+    const auto cbBlock = static_cast<size_t>(AudBlockBytes(src));
+    std::vector<uint8_t> arrMirror(kBefore * cbBlock), arrDropped;
+    FillSilence(src.nBitsPerSample, arrMirror.data(), arrMirror.size());
+    for (int64_t i = 0; i < std::min(_nSamples, kBefore); ++i)
+        std::memcpy(arrMirror.data() + static_cast<size_t>(kBefore - 1 - i) * cbBlock,
+                    _pSrc + static_cast<size_t>(i) * cbBlock, cbBlock);
+    const auto cb = static_cast<int32_t>(arrMirror.size());
+    int32_t cbDropped = 0;
+    HRESULT hr = Convert(arrMirror.data(), cb, nullptr, &cbDropped, dblScale);
+    if (Failed(hr)) return hr;
+    arrDropped.resize(static_cast<size_t>(cbDropped));
+    hr = Convert(arrMirror.data(), cb, arrDropped.data(), &cbDropped, dblScale);
+    if (Failed(hr)) return hr;
+    const int64_t nBefore = arr16s.empty() ? arr32f[0].ResultsBefore(kBefore) : arr16s[0].ResultsBefore(kBefore);
+    *_pnEarly = std::max<int64_t>(nBefore - cbDropped / AudBlockBytes(dst), 0);
     return S_OK;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -176,11 +191,7 @@ int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrR
     if constexpr (kFloat) {
         GrowTo(arrPacked, std::max(nSrc * _nSamples, nDst * _nRoom) * sizeof(float));
         pPacked = reinterpret_cast<const float*>(arrPacked.data());
-        if (src.nBitsPerSample == 8) {
-            Pcm8ToFloat(_pSrc, reinterpret_cast<float*>(arrPacked.data()), nSrc * _nSamples);
-        } else {
-            ConvertSamples(src.nBitsPerSample, _pSrc, -32, arrPacked.data(), nSrc * _nSamples);
-        }
+        ConvertSamples(src.nBitsPerSample, _pSrc, -32, arrPacked.data(), nSrc * _nSamples);
     }
     Split(pPacked, nSrc, _nSamples, _rows.arrIn.data());
 
@@ -210,15 +221,43 @@ int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrR
 
     if constexpr (kFloat) {
         Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<float*>(arrPacked.data()));
-        if (dst.nBitsPerSample == 8) {
-            FloatToPcm8(reinterpret_cast<const float*>(arrPacked.data()), _pDst, nDst * nResults);
-        } else {
-            ConvertSamples(-32, arrPacked.data(), dst.nBitsPerSample, _pDst, nDst * nResults);
-        }
+        ConvertSamples(-32, arrPacked.data(), dst.nBitsPerSample, _pDst, nDst * nResults);
     } else {
         Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<SAMPLE*>(_pDst));
     }
     return static_cast<int64_t>(nResults);
+}
+
+HRESULT ConvertAlone(const ZR_AUD_PROPS& _src, const uint8_t* _pSrc, int64_t _nSrc, const ZR_AUD_PROPS& _dst,
+                     std::vector<uint8_t>& _arrDst, int64_t* _pnDst) try {
+    *_pnDst = 0;
+    ZrAudioConverter converter;
+    HRESULT hr = converter.Init(_src, _dst, static_cast<int32_t>(_nSrc), 1.0);
+    int64_t nEarly = 0;
+    if (Succeeded(hr)) hr = converter.Prime(_pSrc, _nSrc, &nEarly);
+    if (Failed(hr) || _nSrc == 0) return hr;
+    // Behind its end, too, it is taken to be mirrored.
+    const auto cbSrc = static_cast<size_t>(AudBlockBytes(_src)), cbDst = static_cast<size_t>(AudBlockBytes(_dst));
+    const auto nSrc = static_cast<size_t>(_nSrc);
+    std::vector<uint8_t> arrLong((nSrc + kResampleTaps) * cbSrc);
+    std::memcpy(arrLong.data(), _pSrc, nSrc * cbSrc);
+    for (size_t i = 0; i < kResampleTaps; ++i)
+        std::memcpy(arrLong.data() + (nSrc + i) * cbSrc, _pSrc + (nSrc - 1 - std::min(i, nSrc - 1)) * cbSrc, cbSrc);
+    const auto cbLong = static_cast<int32_t>(arrLong.size());
+    int32_t cb = 0;
+    hr = converter.Convert(arrLong.data(), cbLong, nullptr, &cb, 1.0);
+    if (Failed(hr)) return hr;
+    _arrDst.resize(static_cast<size_t>(cb));
+    hr = converter.Convert(arrLong.data(), cbLong, _arrDst.data(), &cb, 1.0);
+    if (Failed(hr)) return hr;
+    const auto nEnd =
+        static_cast<int64_t>(std::llround(static_cast<double>(_nSrc) * _dst.nSamplesPerSec / _src.nSamplesPerSec));
+    *_pnDst = std::min<int64_t>(nEnd, static_cast<int64_t>(static_cast<size_t>(cb) / cbDst) - nEarly);
+    std::memmove(_arrDst.data(), _arrDst.data() + static_cast<size_t>(nEarly) * cbDst,
+                 static_cast<size_t>(*_pnDst) * cbDst);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 }  // namespace zr

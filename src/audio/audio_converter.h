@@ -25,8 +25,18 @@ public:
     // was written, or, with _pDst null, the room that the block needs. E_INVALIDARG: less room than that, and nothing
     // is done; or the scale.
     HRESULT Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t* _pDst, int32_t* _pcbDst, double _dblScale);
+    // Before the first block after Reset, or after Init when the sound before was forgotten: what comes before the
+    // block is taken to be its mirror image, so that the sound starts at once and not out of a silence that it never
+    // had. *_pnEarly: so many samples that the next Convert gives lie before the block.
+    HRESULT Prime(const uint8_t* _pSrc, int64_t _nSamples, int64_t* _pnEarly);
+    // Whether Init with these formats will not forget the sound before.
+    bool GoesOn(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst) const;
+    const ZR_AUD_PROPS& Source() const { return src; }
     // Forgets the sound before.
     void Reset();
+
+    // Computes what Init would otherwise compute while its caller waits. Any thread; throws std::bad_alloc.
+    static void Prepare(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst, double _dblScale);
 
 private:
     template <class SAMPLE>
@@ -47,5 +57,10 @@ private:
     ROWS<float> rows32f;
     std::vector<uint8_t> arrPacked;  // interleaved floats
 };
+
+// A block that stands alone: _arrDst gets *_pnDst samples of it in the other format, as long as it was and from its
+// begin to its end.
+HRESULT ConvertAlone(const ZR_AUD_PROPS& _src, const uint8_t* _pSrc, int64_t _nSrc, const ZR_AUD_PROPS& _dst,
+                     std::vector<uint8_t>& _arrDst, int64_t* _pnDst);
 
 }  // namespace zr

@@ -56,26 +56,47 @@ std::vector<float> Weights(uint32_t _nPlaces, double _dblBand) {
 struct CACHE_ENTRY {
     uint32_t nPlaces;
     double dblBand;
-    std::weak_ptr<const ResampleFilter> pFilter;
+    ResampleFilterPtr pFilter;
+    uint64_t nLastUse;
 };
+constexpr size_t kMostKept = 16;  // of a quarter of a megabyte at most
 
-// Guards the list of filters in use; held while one is computed, so that two who ask at once share it.
+// Guards the list. Nothing is computed under it.
 Mutex mtxCache{lock_order::kResampleFilters};
 std::vector<CACHE_ENTRY> arrCache ZR_GUARDED_BY(mtxCache);
+uint64_t nUses ZR_GUARDED_BY(mtxCache) = 0;
+
+ResampleFilterPtr FindFilter(uint32_t _nPlaces, double _dblBand) ZR_REQUIRES(mtxCache) {
+    for (CACHE_ENTRY& entry : arrCache) {
+        if (entry.nPlaces != _nPlaces || entry.dblBand != _dblBand) continue;
+        entry.nLastUse = ++nUses;
+        return entry.pFilter;
+    }
+    return nullptr;
+}
 
 }  // namespace
 
 ResampleFilterPtr FilterFor(uint32_t _nPlaces, double _dblRatio) {
     const double dblBand = kRollOff * std::min(1.0, std::round(_dblRatio * kBandSteps) / kBandSteps);
-    MutexLock lock(mtxCache);
-    std::erase_if(arrCache, [](const CACHE_ENTRY& _entry) { return _entry.pFilter.expired(); });
-    for (const CACHE_ENTRY& entry : arrCache) {
-        if (entry.nPlaces != _nPlaces || entry.dblBand != dblBand) continue;
-        if (ResampleFilterPtr pFilter = entry.pFilter.lock()) return pFilter;
+    {
+        MutexLock lock(mtxCache);
+        if (ResampleFilterPtr pFilter = FindFilter(_nPlaces, dblBand)) return pFilter;
     }
-    auto pFilter = std::make_shared<const ResampleFilter>(ResampleFilter{_nPlaces, Weights(_nPlaces, dblBand)});
-    arrCache.push_back({_nPlaces, dblBand, pFilter});
-    return pFilter;
+    const auto pNew = std::make_shared<const ResampleFilter>(ResampleFilter{_nPlaces, Weights(_nPlaces, dblBand)});
+    ResampleFilterPtr pPushedOut;  // goes when the lock has been left
+    MutexLock lock(mtxCache);
+    if (ResampleFilterPtr pFilter = FindFilter(_nPlaces, dblBand)) return pFilter;  // another thread was faster
+    if (arrCache.size() < kMostKept) {
+        arrCache.push_back({_nPlaces, dblBand, pNew, ++nUses});
+    } else {
+        auto pOldest =
+            std::min_element(arrCache.begin(), arrCache.end(),
+                             [](const CACHE_ENTRY& _a, const CACHE_ENTRY& _b) { return _a.nLastUse < _b.nLastUse; });
+        pPushedOut = std::move(pOldest->pFilter);
+        *pOldest = {_nPlaces, dblBand, pNew, ++nUses};
+    }
+    return pNew;
 }
 
 }  // namespace zr

@@ -9,7 +9,7 @@
 
 namespace zr {
 
-// Computed once for each ratio and shared by all that use it. Never changes.
+// Shared by all that use it. Never changes.
 struct ResampleFilter {
     uint32_t nPlaces = 1;
     std::vector<float> arrWeights;  // kResampleTaps for each place and one place more, which is a sample further
@@ -17,7 +17,8 @@ struct ResampleFilter {
 using ResampleFilterPtr = std::shared_ptr<const ResampleFilter>;
 
 // For _nPlaces places from one sample to the next. _dblRatio: output rate / input rate; below 1 the band is narrowed
-// to the output's. Any thread; throws std::bad_alloc.
+// to the output's. The last ones asked for are kept; one that is not takes milliseconds. Any thread; throws
+// std::bad_alloc.
 ResampleFilterPtr FilterFor(uint32_t _nPlaces, double _dblRatio);
 
 }  // namespace zr

@@ -65,6 +65,18 @@ void IPPResampler32f::Plan(uint32_t _nPhases, uint32_t _nStep, double _dblPositi
     position.nPhase = nPhase;
 }
 
+void IPPResampler32f::Prepare(int32_t _nInRate, int32_t _nOutRate) {
+    if (_nInRate <= 0 || _nOutRate <= 0 || _nInRate == _nOutRate) return;
+    const auto nPhases = static_cast<uint32_t>(_nOutRate / std::gcd(_nInRate, _nOutRate));
+    const double dblRatio = static_cast<double>(_nOutRate) / _nInRate;
+    FilterFor(std::min(nPhases, kMostExactPhases), dblRatio);
+    if (nPhases < kMostExactPhases) FilterFor(kMostExactPhases, dblRatio);  // after a change while it runs
+}
+
+int64_t IPPResampler32f::ResultsBefore(int64_t _nSample) const {
+    return Copies() ? _nSample : ((_nSample + kTaps) * nPhases + nStep - 1) / nStep;
+}
+
 void IPPResampler32f::Reset() {
     if (arrHeld.size() < kLead) arrHeld.resize(2 * kResampleTaps);
     std::fill_n(arrHeld.begin(), kLead, 0.0f);

@@ -31,6 +31,11 @@ public:
     size_t MostFor(size_t _nSamples) const;
     bool Copies() const { return nInRate == nOutRate && !bFiltering; }
 
+    // Computes the filters that a resampler of these rates may ask for, so that Init finds them made. Any thread.
+    static void Prepare(int32_t _nInRate, int32_t _nOutRate);
+    // How many results since Reset lie before the _nSample-th sample: the first one lies kTaps before sample 0.
+    int64_t ResultsBefore(int64_t _nSample) const;
+
 private:
     void Plan(uint32_t _nPhases, uint32_t _nStep, double _dblPosition);
     size_t ResultsFor(size_t _nHeld) const;
@@ -54,6 +59,7 @@ public:
     void Reset() { inner.Reset(); }
     size_t Put(const int16_t* _pSrc, size_t _nSamples, int16_t* _pDst);
     size_t MostFor(size_t _nSamples) const { return inner.MostFor(_nSamples); }
+    int64_t ResultsBefore(int64_t _nSample) const { return inner.ResultsBefore(_nSample); }
 
 private:
     IPPResampler32f inner;

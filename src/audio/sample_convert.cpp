@@ -16,6 +16,7 @@ struct ROWS {
     SampleRow pToFloat, pFromFloat, pTo32, pFrom32;
 };
 constexpr ROWS arrRows[] = {
+    {8, Pcm8ToFloatRow, FloatToPcm8Row, Pcm8To32Row, Pcm32To8Row},
     {16, Pcm16ToFloatRow, FloatToPcm16Row, Pcm16To32Row, Pcm32To16Row},
     {20, Pcm24ToFloatRow, FloatToPcm20Row, Pcm24To32Row, Pcm32To20Row},
     {24, Pcm24ToFloatRow, FloatToPcm24Row, Pcm24To32Row, Pcm32To24Row},
@@ -60,6 +61,10 @@ HRESULT ConvertSamples(int32_t _nSrcBits, const uint8_t* _pSrc, int32_t _nDstBit
         }
     }
     return S_OK;
+}
+
+void FillSilence(int32_t _nBits, uint8_t* _p, size_t _cb) {
+    if (_cb > 0) std::memset(_p, SilenceByte(_nBits), _cb);
 }
 
 }  // namespace zr

@@ -5,15 +5,19 @@
 #include <cstring>
 #include <vector>
 
+#include "audio/sample_convert.h"
+#include "media/aud_props.h"
+
 namespace zr {
 
 // Interleaved samples, first in, first out. Its memory only grows: a steady flow allocates nothing. One thread at a
 // time. Throws std::bad_alloc.
 class SampleQueue {
 public:
-    // Drops what it holds. _cbSample: bytes of one sample of all channels, above 0.
-    void Restart(size_t _cbSample) {
-        cbSample = _cbSample;
+    // Drops what it holds. _props: usable, the format of what comes.
+    void Restart(const ZR_AUD_PROPS& _props) {
+        cbSample = static_cast<size_t>(AudBlockBytes(_props));
+        nSilence = SilenceByte(_props.nBitsPerSample);
         nHead = nTail = 0;
     }
     int64_t Count() const { return static_cast<int64_t>((nTail - nHead) / cbSample); }
@@ -23,9 +27,10 @@ public:
         const size_t cb = static_cast<size_t>(_nSamples) * cbSample;
         if (cb == 0) return;
         uint8_t* const pRoom = MakeRoom(cb);
-        _p ? std::memcpy(pRoom, _p, cb) : std::memset(pRoom, 0, cb);
+        _p ? std::memcpy(pRoom, _p, cb) : std::memset(pRoom, nSilence, cb);
         nTail += cb;
     }
+    const uint8_t* Data() const { return arrBytes.data() + nHead; }
     // Copies up to _nSamples out (_p null: drops them) and returns how many there were.
     int64_t Take(uint8_t* _p, int64_t _nSamples) {
         const int64_t nTaken = _nSamples < Count() ? _nSamples : Count();
@@ -50,6 +55,7 @@ private:
     size_t nHead = 0;
     size_t nTail = 0;
     size_t cbSample = 1;
+    uint8_t nSilence = 0;
 };
 
 }  // namespace zr

@@ -1,81 +1,29 @@
 #include "frame_module/channel_samples.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstring>
+#include <type_traits>
+
+#include "audio/sample_convert.h"
+#include "media/aud_props.h"
 
 namespace zr {
-
 namespace {
 
-// A sample format: how it reads as float and how a float becomes it. Integers are numbers of 32 bits with the low ones
-// missing, so all of them scale by 2^31.
-template <int32_t nBits>
-struct Sample;
+constexpr size_t kPart = 1024;                  // samples of one channel that are in hand at a time
+using Packed = std::array<uint8_t, kPart * 4>;  // of any format
 
-// Rounded to nBits bits, saturated.
-int32_t Quantise(float _f, int32_t _nBits) {
-    if (std::isnan(_f)) return 0;
-    const double dblFull = std::ldexp(1.0, _nBits - 1);
-    return static_cast<int32_t>(std::lrint(std::clamp(_f * dblFull, -dblFull, dblFull - 1)));
-}
-
-template <>
-struct Sample<8> {
-    static float Read(const uint8_t* _p) { return (static_cast<float>(*_p) - 128.0f) / 128.0f; }
-    static void Write(uint8_t* _p, float _f) { *_p = static_cast<uint8_t>(Quantise(_f, 8) + 128); }
-};
-
-// 20 bits stand in the upper bits of three bytes.
-template <int32_t nBits>
-struct Sample24 {
-    static float Read(const uint8_t* _p) {
-        const uint32_t n = uint32_t{_p[0]} << 8 | uint32_t{_p[1]} << 16 | uint32_t{_p[2]} << 24;
-        return static_cast<float>(static_cast<int32_t>(n)) * 0x1p-31f;
-    }
-    static void Write(uint8_t* _p, float _f) {
-        const uint32_t n = static_cast<uint32_t>(Quantise(_f, nBits)) << (24 - nBits);
-        for (int i = 0; i < 3; ++i) _p[i] = static_cast<uint8_t>(n >> (8 * i));
-    }
-};
-template <>
-struct Sample<20> : Sample24<20> {};
-template <>
-struct Sample<24> : Sample24<24> {};
-
-template <>
-struct Sample<32> {
-    static float Read(const uint8_t* _p) {
-        int32_t n;
-        std::memcpy(&n, _p, sizeof(n));
-        return static_cast<float>(n) * 0x1p-31f;
-    }
-    static void Write(uint8_t* _p, float _f) {
-        const int32_t n = Quantise(_f, 32);
-        std::memcpy(_p, &n, sizeof(n));
-    }
-};
-
-template <>
-struct Sample<-32> {
-    static float Read(const uint8_t* _p) {
-        float f;
-        std::memcpy(&f, _p, sizeof(f));
-        return f;
-    }
-    static void Write(uint8_t* _p, float _f) { std::memcpy(_p, &_f, sizeof(_f)); }
-};
-
-template <class S>
-void TakeFloats(const uint8_t* _pFirst, size_t _nStep, size_t _nSamples, float* _pRow) {
-    for (size_t i = 0; i < _nSamples; ++i) _pRow[i] = S::Read(_pFirst + i * _nStep);
-}
-
-template <class S>
-void PutFloats(const float* _pRow, size_t _nStep, size_t _nSamples, uint8_t* _pFirst) {
-    for (size_t i = 0; i < _nSamples; ++i) {
-        uint8_t* p = _pFirst + i * _nStep;
-        if (S::Read(p) != _pRow[i]) S::Write(p, _pRow[i]);
+// _cb bytes of each of _n samples: from every _nFromStep to every _nToStep.
+void CopyStrided(const uint8_t* _pFrom, size_t _nFromStep, uint8_t* _pTo, size_t _nToStep, size_t _cb, size_t _n) {
+    const auto Copy = [&](auto _kBytes) {
+        for (size_t i = 0; i < _n; ++i) std::memcpy(_pTo + i * _nToStep, _pFrom + i * _nFromStep, _kBytes());
+    };
+    switch (_cb) {
+        case 1: return Copy(std::integral_constant<size_t, 1>());
+        case 2: return Copy(std::integral_constant<size_t, 2>());
+        case 3: return Copy(std::integral_constant<size_t, 3>());
+        default: return Copy(std::integral_constant<size_t, 4>());
     }
 }
 
@@ -84,39 +32,36 @@ void PutFloats(const float* _pRow, size_t _nStep, size_t _nSamples, uint8_t* _pF
 int32_t ChannelSampleBytes(int32_t _nBitsPerSample) { return _nBitsPerSample == 16 ? 2 : 4; }
 
 void TakeChannel(int32_t _nBitsPerSample, const uint8_t* _pFirst, size_t _nStep, size_t _nSamples, void* _pRow) {
-    auto* pFloats = static_cast<float*>(_pRow);
-    switch (_nBitsPerSample) {
-        case 8: return TakeFloats<Sample<8>>(_pFirst, _nStep, _nSamples, pFloats);
-        case 16:
-            for (size_t i = 0; i < _nSamples; ++i)
-                std::memcpy(static_cast<uint8_t*>(_pRow) + i * 2, _pFirst + i * _nStep, 2);
-            return;
-        case 20: return TakeFloats<Sample<20>>(_pFirst, _nStep, _nSamples, pFloats);
-        case 24: return TakeFloats<Sample<24>>(_pFirst, _nStep, _nSamples, pFloats);
-        case 32: return TakeFloats<Sample<32>>(_pFirst, _nStep, _nSamples, pFloats);
-        case -32: return TakeFloats<Sample<-32>>(_pFirst, _nStep, _nSamples, pFloats);
-        default: return;
+    auto* const pRow = static_cast<uint8_t*>(_pRow);
+    if (_nBitsPerSample == 16) return CopyStrided(_pFirst, _nStep, pRow, 2, 2, _nSamples);
+    const auto cb = static_cast<size_t>(AudBytesPerSample(_nBitsPerSample));
+    Packed arrPacked;
+    for (size_t x = 0; x < _nSamples; x += kPart) {
+        const size_t n = std::min(_nSamples - x, kPart);
+        CopyStrided(_pFirst + x * _nStep, _nStep, arrPacked.data(), cb, cb, n);
+        ConvertSamples(_nBitsPerSample, arrPacked.data(), -32, pRow + x * 4, n);
     }
 }
 
 void PutChannel(int32_t _nBitsPerSample, const void* _pRow, size_t _nStep, size_t _nSamples, uint8_t* _pFirst) {
-    const auto* pFloats = static_cast<const float*>(_pRow);
-    switch (_nBitsPerSample) {
-        case 8: return PutFloats<Sample<8>>(pFloats, _nStep, _nSamples, _pFirst);
-        case 16:
-            for (size_t i = 0; i < _nSamples; ++i)
-                std::memcpy(_pFirst + i * _nStep, static_cast<const uint8_t*>(_pRow) + i * 2, 2);
-            return;
-        case 20: return PutFloats<Sample<20>>(pFloats, _nStep, _nSamples, _pFirst);
-        case 24: return PutFloats<Sample<24>>(pFloats, _nStep, _nSamples, _pFirst);
-        case 32: return PutFloats<Sample<32>>(pFloats, _nStep, _nSamples, _pFirst);
-        case -32: return PutFloats<Sample<-32>>(pFloats, _nStep, _nSamples, _pFirst);
-        default: return;
+    const auto* const pRow = static_cast<const uint8_t*>(_pRow);
+    if (_nBitsPerSample == 16) return CopyStrided(pRow, 2, _pFirst, _nStep, 2, _nSamples);
+    const auto cb = static_cast<size_t>(AudBytesPerSample(_nBitsPerSample));
+    Packed arrPacked, arrBefore;
+    std::array<float, kPart> arrNew;
+    for (size_t x = 0; x < _nSamples; x += kPart) {
+        const size_t n = std::min(_nSamples - x, kPart);
+        uint8_t* const pTo = _pFirst + x * _nStep;
+        CopyStrided(pTo, _nStep, arrPacked.data(), cb, cb, n);
+        ConvertSamples(_nBitsPerSample, arrPacked.data(), -32, arrBefore.data(), n);
+        ConvertSamples(-32, pRow + x * 4, _nBitsPerSample, arrPacked.data(), n);
+        std::memcpy(arrNew.data(), pRow + x * 4, n * 4);
+        for (size_t i = 0; i < n; ++i) {
+            float fBefore;
+            std::memcpy(&fBefore, arrBefore.data() + i * 4, 4);
+            if (fBefore != arrNew[i]) std::memcpy(pTo + i * _nStep, arrPacked.data() + i * cb, cb);
+        }
     }
-}
-
-void FillSilence(int32_t _nBitsPerSample, uint8_t* _p, size_t _cb) {
-    if (_cb > 0) std::memset(_p, _nBitsPerSample == 8 ? 0x80 : 0, _cb);
 }
 
 }  // namespace zr

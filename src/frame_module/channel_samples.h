@@ -16,7 +16,4 @@ void TakeChannel(int32_t _nBitsPerSample, const uint8_t* _pFirst, size_t _nStep,
 // changed keep the bits that a float does not hold. Rounds to nearest and saturates; what is no number becomes 0.
 void PutChannel(int32_t _nBitsPerSample, const void* _pRow, size_t _nStep, size_t _nSamples, uint8_t* _pFirst);
 
-// _cb bytes of silence.
-void FillSilence(int32_t _nBitsPerSample, uint8_t* _p, size_t _cb);
-
 }  // namespace zr

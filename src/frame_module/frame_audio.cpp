@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "audio/sample_convert.h"
 #include "frame_module/channel_samples.h"
 #include "media/aud_props.h"
 

@@ -12,6 +12,7 @@
 #include "attributes/interface_call.h"
 #include "audio/audio_converter.h"
 #include "audio/sample_convert.h"
+#include "audio/sound_edge.h"
 #include "audio/sound_sum.h"
 #include "frame_module/frame.h"
 #include "frame_module/sound_pool.h"
@@ -31,6 +32,7 @@ struct SOUND {
 struct SCRATCH {
     SoundGain gain;
     SoundSum sum;
+    SoundEdge edge;
     ZrAudioConverter converter;
     std::vector<uint8_t> arrBlock, arrConverted;
 };
@@ -54,8 +56,6 @@ HRESULT SoundOf(IZrFFrame& _frame, SOUND* _pSound) {
     _pSound->nSamples = lp != 0 && cbBlock > 0 ? _pSound->cb / cbBlock : 0;
     return S_OK;
 }
-
-bool CanCompute(const ZR_AUD_PROPS& _props) { return AudUsable(_props) && _props.nBitsPerSample != 8; }
 
 bool SameLayout(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
     return _a.nChannels == _b.nChannels && _a.nBitsPerSample == _b.nBitsPerSample;
@@ -97,6 +97,25 @@ void AddBlock(const ZR_AUD_PROPS& _props, uint8_t* _pOwn, uint8_t* _pBlock, int6
     scratch.sum.End();
 }
 
+// The rest of a sound whose other half of a cross-fade has ended early: it stays at the gain that was reached, and the
+// other one, of which _block holds the _nSamples that were added, fades away.
+void EndCrossFade(const ZR_AUD_PROPS& _props, uint8_t* _pOwn, int64_t _nOwn, std::vector<uint8_t>& _block,
+                  int64_t _nSamples, const GAIN_RAMP& _ramp) {
+    const int64_t nRest = _nOwn - _nSamples;
+    if (nRest <= 0) return;
+    SCRATCH& scratch = Scratch();
+    uint8_t* const pRest = _pOwn + _nSamples * AudBlockBytes(_props);
+    const double dblFrom = _nSamples > 0 ? _ramp.dblEnd : _ramp.dblStart;
+    scratch.gain.Apply(_props, pRest, nRest, {1 - dblFrom, 1 - _ramp.dblEnd});
+    if (_nSamples == 0) return;
+    scratch.edge.Reset();
+    scratch.edge.Remember(_props, _block.data(), _nSamples);
+    const auto cbRest = static_cast<size_t>(nRest * AudBlockBytes(_props));
+    if (_block.size() < cbRest) _block.resize(cbRest);
+    const int64_t nTail = scratch.edge.Smooth(_props, _block.data(), 0, nRest, false);
+    AddBlock(_props, pRest, _block.data(), nTail, {}, false);
+}
+
 // The channels of a list in their order; all of them for an empty one. ZR_E_BAD_INDEX: the sound lacks one.
 HRESULT ChannelsOf(const char16_t* _szList, const ZR_AUD_PROPS& _props, ChannelList* _pList) {
     if (_szList) *_pList = ParseChannelList(_szList);
@@ -113,7 +132,7 @@ HRESULT CZrFrame::ZrFAudioGain(const char16_t* _bsChannelsList, double _dblGainS
     return InterfaceCall([&]() -> HRESULT {
         const ZR_AUD_PROPS& props = content.avProps.audProps;
         if (content.audio.Samples() == 0) return ZR_E_EMPTY;
-        if (!CanCompute(props)) return ZR_E_NOT_SUPPORTED;
+        if (!AudUsable(props)) return ZR_E_NOT_SUPPORTED;
         ChannelList channels;
         if (const HRESULT hr = ChannelsOf(_bsChannelsList, props, &channels); Failed(hr)) return hr;
         const GAIN_RAMP ramp = RampOf(_dblGainStartDb, _dblGainEndDb);
@@ -136,7 +155,7 @@ HRESULT CZrFrame::ZrFAudioMixDirect(int32_t* _plAudioOffsetSrc, IZrFFrame* _pFra
         if (const HRESULT hr = SoundOf(*_pFrameMixFrom, &from); Failed(hr)) return hr;
         const int64_t nOwn = content.audio.Samples();
         if (nOwn == 0 || from.nSamples == 0) return ZR_E_EMPTY;
-        if (!CanCompute(props) || !CanCompute(from.props)) return ZR_E_NOT_SUPPORTED;
+        if (!AudUsable(props) || !AudUsable(from.props)) return ZR_E_NOT_SUPPORTED;
         if (props.nSamplesPerSec != from.props.nSamplesPerSec || *_plAudioOffsetSrc < 0 || *_plAudioOffsetSrc > nOwn ||
             *_plAudioOffsetMix < 0 || *_plAudioOffsetMix > from.nSamples || _lSamplesMixMax < 0)
             return E_INVALIDARG;
@@ -162,7 +181,7 @@ HRESULT CZrFrame::ZrFAudioMix(IZrFFrame* _pFrameMixFrom, double _dblGainStartDb,
         HRESULT hr = SoundOf(*_pFrameMixFrom, &from);
         if (Failed(hr)) return hr;
         if (!AudUsable(props)) return ZR_E_EMPTY;
-        if (!CanCompute(props) || (from.nSamples > 0 && !CanCompute(from.props))) return ZR_E_NOT_SUPPORTED;
+        if (!AudUsable(props) || (from.nSamples > 0 && !AudUsable(from.props))) return ZR_E_NOT_SUPPORTED;
         SCRATCH& scratch = Scratch();
         int64_t nMix = 0;
         if (_bsAudioBufferID && *_bsAudioBufferID) {
@@ -186,6 +205,9 @@ HRESULT CZrFrame::ZrFAudioMix(IZrFFrame* _pFrameMixFrom, double _dblGainStartDb,
         }
         AddBlock(props, content.audio.Data(), scratch.arrBlock.data(), nMix, RampOf(_dblGainStartDb, _dblGainEndDb),
                  _bSymmetricGain != 0);
+        if (_bSymmetricGain)
+            EndCrossFade(props, content.audio.Data(), content.audio.Samples(), scratch.arrBlock, nMix,
+                         RampOf(_dblGainStartDb, _dblGainEndDb));
         return nMix > 0 ? S_OK : S_FALSE;
     });
 }

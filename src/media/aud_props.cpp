@@ -47,6 +47,11 @@ bool AudUsable(const ZR_AUD_PROPS& _props) {
     return _props.nChannels > 0 && _props.nSamplesPerSec > 0 && AudBytesPerSample(_props.nBitsPerSample) != 0;
 }
 
+bool AudSameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
+    return _a.nChannels == _b.nChannels && _a.nSamplesPerSec == _b.nSamplesPerSec &&
+           _a.nBitsPerSample == _b.nBitsPerSample;
+}
+
 int64_t AudBlockBytes(const ZR_AUD_PROPS& _props) {
     return AudUsable(_props) ? int64_t{_props.nChannels} * AudBytesPerSample(_props.nBitsPerSample) : 0;
 }

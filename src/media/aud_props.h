@@ -21,6 +21,8 @@ int32_t AudBytesPerSample(int32_t _nBitsPerSample);
 int64_t AudBlockBytes(const ZR_AUD_PROPS& _props);
 // Channels, rate and bits are all given and are numbers that can be.
 bool AudUsable(const ZR_AUD_PROPS& _props);
+// Channels, rate and bits are the same, whatever the tracks.
+bool AudSameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b);
 
 // Up to kMaxAudioChannels whole numbers without a heap: channel indexes, or channels per track. A range, and a span.
 class ChannelList {

@@ -47,7 +47,7 @@ bool AudioMixer::TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output) 
 HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
                                const std::vector<ZrMixerStream*>& _arrStreams) {
     if (!AudUsable(_output)) {
-        background.Clear(true);
+        Reset();
         return S_FALSE;
     }
     const bool bBackground = TakeBackground(_frame, _output);
@@ -72,21 +72,23 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     const auto cbBlock = static_cast<size_t>(nSamples * AudBlockBytes(_output));
     if (arrBlock.size() < cbBlock) arrBlock.resize(cbBlock);
     sum.Begin(_output, pSum, nSamples);
-    for (ZrMixerStream* const pStream : _arrStreams) AddStream(*pStream, _output, nSamples, _rtFrame);
+    for (ZrMixerStream* const pStream : _arrStreams) AddStream(*pStream, _output, nSamples, _rtFrame, false);
+    // One that was there before and is not now goes in the course of this frame.
+    for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
+        const auto it = std::find(_arrStreams.begin(), _arrStreams.end(), pBefore.Get());
+        if (it == _arrStreams.end()) AddStream(*pBefore, _output, nSamples, _rtFrame, true);
+    }
+    arrBefore.assign(_arrStreams.begin(), _arrStreams.end());
     sum.End();
     return S_OK;
 }
 
 // A block on its way to silence is taken all the same: the stream's sound goes on with its picture.
-void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame) {
+void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
+                           bool _bLeaves) {
     StreamAudio& audio = _stream.Audio();
     const int64_t nTaken = audio.Take(_output, arrBlock.data(), _nSamples, _rtFrame);
-    if (nTaken == 0) {
-        audio.CountSilence();
-    } else if (nTaken < _nSamples) {
-        audio.CountNotEnough();
-    }
-    const double dblGain = _stream.VisibleGain() + _stream.AudioGain();
+    const double dblGain = _bLeaves ? 0 : _stream.VisibleGain() + _stream.AudioGain();
     sum.Add(arrBlock.data(), nTaken, {audio.dblLastGain, dblGain});
     audio.dblLastGain = dblGain;
 }

@@ -26,11 +26,15 @@ public:
     // the gains before to new ones it goes in the course of a frame. A text without a number is no gain.
     HRESULT MasterGain(IZrFFrame& _frame, std::u16string_view _gains);
     // What is held of the background is let go.
-    void Reset() { background.Clear(true); }
+    void Reset() {
+        background.Clear(true);
+        arrBefore.clear();
+    }
 
 private:
     bool TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output);
-    void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame);
+    void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
+                   bool _bLeaves);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;
@@ -38,8 +42,9 @@ private:
     SoundSum sum;
     SoundGain gain;
     std::vector<uint8_t> arrBlock;
-    std::u16string gainText;       // the gains that arrGains are of
-    std::vector<double> arrGains;  // linear; one for all channels, or one each
+    std::vector<CAutoObj<ZrMixerStream>> arrBefore;  // the streams of the frame before
+    std::u16string gainText;                         // the gains that arrGains are of
+    std::vector<double> arrGains;                    // linear; one for all channels, or one each
     std::vector<double> arrGainsBefore;
 };
 

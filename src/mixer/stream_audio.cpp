@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "media/aud_props.h"
 #include "media/frame_time.h"
@@ -46,6 +47,7 @@ bool StreamAudio::IsUsable(const STREAM_SOUND& _sound) {
 
 void StreamAudio::Put(const STREAM_SOUND& _sound) {
     const int64_t rtFrame = FrameDurationOfRate(_sound.vidOutput.dblRate).rtDuration;
+    if (IsUsable(_sound)) PrepareConverter(_sound);
     MutexLock lock(mtx);
     if (IsUsable(_sound)) {
         PutSamples(_sound, rtFrame);
@@ -54,17 +56,29 @@ void StreamAudio::Put(const STREAM_SOUND& _sound) {
     }
     // A block that is too short says nothing; a frame without sound, or for an output without, ends what is held.
     const bool bHasSound = AudUsable(_sound.audOutput) && AudUsable(_sound.props);
-    if ((bHasSound && (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause) || buffer.Clear(false) == 0) return;
+    if ((bHasSound && (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause) || buffer.Fill() == 0) return;
+    Drop();
     statistics.AddCount(counters.nReset, 1);
     evWanted.Set();
     evRoom.Set();
+}
+
+// Filters are computed here, where neither the mix nor anybody else waits.
+void StreamAudio::PrepareConverter(const STREAM_SOUND& _sound) {
+    double dblNext = 1;
+    {
+        MutexLock lock(mtx);
+        dblNext = dblScale;
+    }
+    ZrAudioConverter::Prepare(_sound.props, _sound.audOutput, dblNext);
 }
 
 void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
     const ZR_AUD_PROPS& output = AudUsable(_sound.audOutput) ? _sound.audOutput : kDefaultAudio;
     buffer.FormatSet(output);
     if (IsPureBreak(_sound.eFlags)) {
-        if (const int64_t nHeld = buffer.Clear(false); nHeld > 0) statistics.AddCount(counters.nDropOnBreak, nHeld);
+        if (const int64_t nHeld = buffer.Fill(); nHeld > 0) statistics.AddCount(counters.nDropOnBreak, nHeld);
+        Drop();
         evWanted.Reset();
         evRoom.Set();
     }
@@ -86,31 +100,43 @@ void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
     }
     if (const int64_t nHeld = buffer.Fill(); nHeld > nLimit && _sound.bHasVideo) {
         statistics.AddCount(counters.nOverflow, nHeld);
-        buffer.Clear(false);
+        Drop();
     } else if (nHeld == 0 && _sound.bSync) {
         buffer.PutAudio(output, nullptr, kLeadSamples * AudBlockBytes(output), true, true);
     }
     // A block for which there is no memory is lost; the mix counts it as missing.
-    buffer.PutAudio(_sound.props, _sound.pbAudio, nSamples * AudBlockBytes(_sound.props), false, true);
+    buffer.PutAudio(_sound.props, _sound.pbAudio, nSamples * AudBlockBytes(_sound.props), false, true, dblScale);
+    FollowClock(_sound, _rtFrame, nLimit);
 }
 
-int64_t StreamAudio::Held_I(const ZR_AUD_PROPS& _output) const {
-    const ZR_AUD_PROPS held = buffer.Format();
-    const bool bSame = held.nChannels == _output.nChannels && held.nSamplesPerSec == _output.nSamplesPerSec &&
-                       held.nBitsPerSample == _output.nBitsPerSample;
-    return bSame ? buffer.Fill() : 0;
+// Only a live source that is not asked for its frames has a clock that one must follow; any other waits for the mixer.
+void StreamAudio::FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int64_t _nLimit) {
+    if (_sound.bSync || !(_sound.eFlags & eZrFF_Live)) return;
+    const int64_t nSamples = _sound.cbAudio / AudBlockBytes(_sound.props);
+    const int64_t rtBlock = nSamples * kTicksPerSecond / _sound.props.nSamplesPerSec;
+    const int64_t rtLimit = _nLimit * kTicksPerSecond / std::max(buffer.Format().nSamplesPerSec, 1);
+    dblScale = drift.Next(buffer.Duration(), rtBlock, rtBlock + _rtFrame / 4, rtLimit - _rtFrame / 2);
+}
+
+// What was held does not go on.
+void StreamAudio::Drop() {
+    buffer.Clear(false);
+    bBroken = true;
+    drift.Reset();
+    dblScale = 1;
 }
 
 int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
     MutexLock lock(mtx);
-    return Held_I(_output);
+    return Succeeded(buffer.FormatSet(_output)) ? buffer.Fill() : 0;
 }
 
 int64_t StreamAudio::Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame) {
     MutexLock lock(mtx);
-    const int64_t nTaken = Held_I(_output) > 0 ? buffer.GetAudio(_p, _nSamples) : 0;
+    const int64_t nTaken = Succeeded(buffer.FormatSet(_output)) ? buffer.GetAudio(_p, _nSamples) : 0;
     UpdateEvents(_rtFrame);
-    return nTaken;
+    if (nTaken < _nSamples) statistics.AddCount(nTaken == 0 ? counters.nSilence : counters.nNotEnough, 1);
+    return edge.Smooth(_output, _p, nTaken, _nSamples, std::exchange(bBroken, false));
 }
 
 // Silence that leads in the sound of a stream of another rate, which is otherwise short of some whenever the rate
@@ -148,7 +174,7 @@ void StreamAudio::MarkResumed() {
 
 void StreamAudio::Clear() {
     MutexLock lock(mtx);
-    buffer.Clear(false);
+    Drop();
     evWanted.Set();
     evRoom.Set();
 }

@@ -5,6 +5,8 @@
 #include <string>
 
 #include "audio/audio_buffer2.h"
+#include "audio/drift_control.h"
+#include "audio/sound_edge.h"
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
 #include "platform/event.h"
@@ -40,15 +42,13 @@ public:
     // Drops what is held and sets both events: nobody is to wait for a stream that has ended.
     void Clear();
 
-    // Mix thread. Up to _nSamples of each channel in the format _output go to _p, and the events follow what is left.
-    // Returns how many there were; 0 too when what is held is of another format. _rtFrame: duration of an output frame.
+    // Mix thread. Up to _nSamples of each channel in the format _output go to _p, which has room for them, and the
+    // events follow what is left. Counts a block that has not enough of them. Returns how many are to be heard; they
+    // may be more than the stream had, as its sound fades where it ends. _rtFrame: duration of an output frame.
     int64_t Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame);
     // Samples of each channel that such a take would find.
     int64_t Held(const ZR_AUD_PROPS& _output);
     double dblLastGain = 0;  // at the end of the last block; the mix thread's
-
-    void CountNotEnough() { statistics.AddCount(counters.nNotEnough, 1); }
-    void CountSilence() { statistics.AddCount(counters.nSilence, 1); }
 
     // How much sound is held, in ticks. Any thread.
     int64_t HeldTime() {
@@ -66,8 +66,10 @@ private:
         IStatisticsSink::Handle nDropOnBreak, nWrongSize, nFake, nOverflow, nReset, nNotEnough, nSilence;
     };
 
+    void PrepareConverter(const STREAM_SOUND& _sound) ZR_EXCLUDES(mtx);
     void PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) ZR_REQUIRES(mtx);
-    int64_t Held_I(const ZR_AUD_PROPS& _output) const ZR_REQUIRES(mtx);
+    void Drop() ZR_REQUIRES(mtx);
+    void FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int64_t _nLimit) ZR_REQUIRES(mtx);
     int64_t Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const ZR_REQUIRES(mtx);
     void UpdateEvents(int64_t _rtFrame) ZR_REQUIRES(mtx);
 
@@ -79,6 +81,10 @@ private:
     ManualEvent evWanted;
     ManualEvent evRoom{true};
     bool bResumed ZR_GUARDED_BY(mtx) = false;
+    bool bBroken ZR_GUARDED_BY(mtx) = false;  // what is held does not go on from what was taken
+    SoundEdge edge ZR_GUARDED_BY(mtx);
+    DriftControl drift ZR_GUARDED_BY(mtx);
+    double dblScale ZR_GUARDED_BY(mtx) = 1;  // of the next block, against the drift of its clock
 };
 
 }  // namespace zr

@@ -152,7 +152,7 @@ int64_t FrameRateStep::SampleAt(Thirds _nTime) const { return SamplesBefore(_nTi
 int64_t FrameRateStep::SamplesOfSlot() const { return SampleAt(OutAt(nSlot + 1)) - nGiven; }
 
 void FrameRateStep::RestartSound(const ZR_AUD_PROPS& _props) {
-    samples.Restart(static_cast<size_t>(AudBlockBytes(_props)));
+    samples.Restart(_props);
     audProps = _props;
     nTaken = SampleAt(SourceAt(nSlot));
     nGiven = SampleAt(OutAt(nSlot));

@@ -15,13 +15,14 @@ namespace {
 
 using test::Bytes;
 
-constexpr int32_t arrFormats[] = {16, 20, 24, 32, -32};
+constexpr int32_t arrFormats[] = {8, 16, 20, 24, 32, -32};
 
 size_t CbOf(int32_t _nBits) { return static_cast<size_t>(AudBytesPerSample(_nBits)); }
 
-// The number of 32 bits that an integer sample is the upper part of.
+// The number of 32 bits that an integer sample is the upper part of. 8 bits stand above an offset.
 int64_t ReadPcm(const uint8_t* _p, size_t _cb) {
     int64_t n = 0;
+    if (_cb == 1) return (int64_t{*_p} - 128) << 24;
     for (size_t i = 0; i < _cb; ++i) n += int64_t{_p[i]} << (8 * i);
     const int64_t nFull = int64_t{1} << (8 * _cb - 1);
     return (n >= nFull ? n - 2 * nFull : n) * (int64_t{1} << (32 - 8 * _cb));
@@ -29,6 +30,7 @@ int64_t ReadPcm(const uint8_t* _p, size_t _cb) {
 
 Bytes WritePcm(int64_t _n, size_t _cb) {
     Bytes bytes;
+    if (_cb == 1) return {static_cast<uint8_t>((_n >> 24) + 128)};
     for (size_t i = 4 - _cb; i < 4; ++i) bytes.push_back(static_cast<uint8_t>(_n >> (8 * i)));
     return bytes;
 }

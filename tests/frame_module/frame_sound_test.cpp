@@ -80,6 +80,22 @@ TEST(FrameSound, MixesPartsAndCrossFades) {
     EXPECT_EQ(SoundIn(*p), (Samples{550, 850, 50, 350}));
 }
 
+// The one that ends early does not bring the other one back at full strength, and goes without a step.
+TEST(FrameSound, ACrossFadeIntoAShorterSoundMakesNoStep) {
+    constexpr int kOwn = 2000, kFrom = 1500, kLevel = 20000;
+    for (const int nFrom : {0, kFrom}) {
+        SCOPED_TRACE(nFrom);
+        const ZrPtr<IZrFFrame> p = SoundFrame(Samples(kOwn, kLevel), 1);
+        const HRESULT hr = p->ZrFAudioMix(SoundFrame(Samples(static_cast<size_t>(nFrom), kLevel), 1).Get(), Db(0.25),
+                                          Db(0.75), 1, nullptr);
+        EXPECT_EQ(hr, nFrom > 0 ? S_OK : S_FALSE);
+        const Samples mixed = SoundIn(*p);
+        EXPECT_NEAR(mixed[0], nFrom > 0 ? kLevel : kLevel * 3 / 4, 1);
+        EXPECT_NEAR(mixed[kOwn - 1], kLevel / 4, 10);
+        for (size_t i = 1; i < kOwn; ++i) ASSERT_LE(std::abs(mixed[i] - mixed[i - 1]), kLevel / 240 + 1) << i;
+    }
+}
+
 // What a stream of frames brings comes out whole and in order, whatever the lengths of its frames.
 TEST(FrameSound, WhatDoesNotFitWaitsUnderItsName) {
     int16_t nPut = 0, nGot = 0;

@@ -28,7 +28,9 @@ HWY_INLINE T LoadOne(const uint8_t* p) {
 
 template <int kBits>
 HWY_INLINE int32_t ReadOne(const uint8_t* p) {
-    if constexpr (kBits == 16)
+    if constexpr (kBits == 8)
+        return static_cast<int32_t>(uint32_t{*p ^ 0x80u} << 24);
+    else if constexpr (kBits == 16)
         return static_cast<int32_t>(uint32_t{LoadOne<uint16_t>(p)} << 16);
     else if constexpr (kBits == 24)
         return static_cast<int32_t>(uint32_t{p[0]} << 8 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 24);
@@ -39,8 +41,9 @@ HWY_INLINE int32_t ReadOne(const uint8_t* p) {
 // n: the upper kBits are the sample.
 template <int kBits>
 HWY_INLINE void WriteOne(int32_t n, uint8_t* p) {
-    constexpr size_t cb = kBits == 16 ? 2 : kBits == 32 ? 4 : 3;
+    constexpr size_t cb = kBits == 8 ? 1 : kBits == 16 ? 2 : kBits == 32 ? 4 : 3;
     std::memcpy(p, reinterpret_cast<const uint8_t*>(&n) + 4 - cb, cb);
+    if constexpr (kBits == 8) *p ^= 0x80u;
 }
 
 template <int kBits>
@@ -79,7 +82,10 @@ HWY_INLINE size_t Needed() {
 template <int kBits, class D>
 HWY_INLINE vec::Vec<DI<D>> Read(D, const uint8_t* p) {
     const DI<D> di;
-    if constexpr (kBits == 16) {
+    if constexpr (kBits == 8) {
+        const vec::Rebind<uint8_t, D> d8;
+        return vec::ShiftLeft<24>(vec::Xor(vec::PromoteTo(di, vec::LoadU(d8, p)), vec::Set(di, 0x80)));
+    } else if constexpr (kBits == 16) {
         const vec::Rebind<int16_t, D> d16;
         return vec::ShiftLeft<16>(vec::PromoteTo(di, vec::LoadU(d16, reinterpret_cast<const int16_t*>(p))));
     } else if constexpr (kBits == 24) {
@@ -95,7 +101,10 @@ HWY_INLINE vec::Vec<DI<D>> Read(D, const uint8_t* p) {
 template <int kBits, class D>
 HWY_INLINE void Write(D, vec::Vec<DI<D>> n, uint8_t* p) {
     const DI<D> di;
-    if constexpr (kBits == 16) {
+    if constexpr (kBits == 8) {
+        const vec::Rebind<uint8_t, D> d8;
+        vec::StoreU(vec::DemoteTo(d8, vec::Add(vec::ShiftRight<24>(n), vec::Set(di, 0x80))), d8, p);
+    } else if constexpr (kBits == 16) {
         const vec::Rebind<int16_t, D> d16;
         vec::StoreU(vec::DemoteTo(d16, vec::ShiftRight<16>(n)), d16, reinterpret_cast<int16_t*>(p));
     } else if constexpr (kThreeBytes<kBits>) {
@@ -134,7 +143,7 @@ HWY_INLINE vec::Vec<D> Round(D di, vec::Vec<D> n) {
 
 #endif  // HWY_TARGET != HWY_SCALAR
 
-constexpr size_t Bytes(int nBits) { return nBits == 16 ? 2 : nBits == 32 ? 4 : 3; }
+constexpr size_t Bytes(int nBits) { return nBits == 8 ? 1 : nBits == 16 ? 2 : nBits == 32 ? 4 : 3; }
 
 template <int kBits>
 HWY_INLINE void ToFloat(const uint8_t* src, uint8_t* dst, size_t n) {
@@ -179,15 +188,19 @@ HWY_INLINE void IntToInt(const uint8_t* src, uint8_t* dst, size_t n) {
     for (; x < n; ++x) WriteOne<kTo>(RoundOne<kTo>(ReadOne<kFrom>(src + x * Bytes(kFrom))), dst + x * Bytes(kTo));
 }
 
+void Pcm8ToFloatRowImpl(const uint8_t* src, uint8_t* dst, size_t n) { ToFloat<8>(src, dst, n); }
 void Pcm16ToFloatRowImpl(const uint8_t* src, uint8_t* dst, size_t n) { ToFloat<16>(src, dst, n); }
 void Pcm24ToFloatRowImpl(const uint8_t* src, uint8_t* dst, size_t n) { ToFloat<24>(src, dst, n); }
 void Pcm32ToFloatRowImpl(const uint8_t* src, uint8_t* dst, size_t n) { ToFloat<32>(src, dst, n); }
+void FloatToPcm8RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { FromFloat<8>(src, dst, n); }
 void FloatToPcm16RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { FromFloat<16>(src, dst, n); }
 void FloatToPcm20RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { FromFloat<20>(src, dst, n); }
 void FloatToPcm24RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { FromFloat<24>(src, dst, n); }
 void FloatToPcm32RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { FromFloat<32>(src, dst, n); }
+void Pcm8To32RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<8, 32>(src, dst, n); }
 void Pcm16To32RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<16, 32>(src, dst, n); }
 void Pcm24To32RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<24, 32>(src, dst, n); }
+void Pcm32To8RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<32, 8>(src, dst, n); }
 void Pcm32To16RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<32, 16>(src, dst, n); }
 void Pcm32To20RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<32, 20>(src, dst, n); }
 void Pcm32To24RowImpl(const uint8_t* src, uint8_t* dst, size_t n) { IntToInt<32, 24>(src, dst, n); }
@@ -199,6 +212,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 namespace zr {
+
+HWY_EXPORT(Pcm8ToFloatRowImpl);
+void Pcm8ToFloatRow(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
+    HWY_DYNAMIC_DISPATCH(Pcm8ToFloatRowImpl)(_pSrc, _pDst, _nSamples);
+}
 
 HWY_EXPORT(Pcm16ToFloatRowImpl);
 void Pcm16ToFloatRow(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
@@ -213,6 +231,11 @@ void Pcm24ToFloatRow(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
 HWY_EXPORT(Pcm32ToFloatRowImpl);
 void Pcm32ToFloatRow(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(Pcm32ToFloatRowImpl)(_pSrc, _pDst, _nSamples);
+}
+
+HWY_EXPORT(FloatToPcm8RowImpl);
+void FloatToPcm8Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
+    HWY_DYNAMIC_DISPATCH(FloatToPcm8RowImpl)(_pSrc, _pDst, _nSamples);
 }
 
 HWY_EXPORT(FloatToPcm16RowImpl);
@@ -235,6 +258,11 @@ void FloatToPcm32Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(FloatToPcm32RowImpl)(_pSrc, _pDst, _nSamples);
 }
 
+HWY_EXPORT(Pcm8To32RowImpl);
+void Pcm8To32Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
+    HWY_DYNAMIC_DISPATCH(Pcm8To32RowImpl)(_pSrc, _pDst, _nSamples);
+}
+
 HWY_EXPORT(Pcm16To32RowImpl);
 void Pcm16To32Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(Pcm16To32RowImpl)(_pSrc, _pDst, _nSamples);
@@ -243,6 +271,11 @@ void Pcm16To32Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
 HWY_EXPORT(Pcm24To32RowImpl);
 void Pcm24To32Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
     HWY_DYNAMIC_DISPATCH(Pcm24To32RowImpl)(_pSrc, _pDst, _nSamples);
+}
+
+HWY_EXPORT(Pcm32To8RowImpl);
+void Pcm32To8Row(const uint8_t* _pSrc, uint8_t* _pDst, size_t _nSamples) {
+    HWY_DYNAMIC_DISPATCH(Pcm32To8RowImpl)(_pSrc, _pDst, _nSamples);
 }
 
 HWY_EXPORT(Pcm32To16RowImpl);

@@ -1,0 +1,54 @@
+#pragma once
+// Sound that begins, ends and jumps without a click.
+
+#include <cstdint>
+#include <vector>
+
+#include "zr/records.h"
+
+namespace zr {
+
+// Stands behind blocks of one sound on their way out. What ends goes on as its own mirror image that fades out; what
+// begins fades in; where it jumps, the two meet in a cross-fade. All of them last 5 ms, and no samples are touched
+// where there is no step that is larger than one of such a ramp: sound that begins and ends in silence stays as it is.
+// One thread at a time; throws std::bad_alloc.
+class SoundEdge {
+public:
+    // _p has room for _nRoom samples of each channel, of which _nSamples are the sound: fewer than the room when it
+    // ends here. _bBroken: it does not go on from the block before. Returns how many are to be heard now, _nSamples or
+    // more.
+    int64_t Smooth(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, int64_t _nRoom, bool _bBroken);
+    // Sound that is right as it is.
+    void Remember(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples);
+    // Nothing was heard before.
+    void Reset();
+
+    // The last samples that were heard, in the format of their block.
+    int64_t PastSamples() const { return nPast; }
+    const uint8_t* Past() const { return arrPast.data(); }
+
+private:
+    void Restart(const ZR_AUD_PROPS& _props);
+    void Keep(const uint8_t* _p, int64_t _nSamples);
+    void End();
+    void Begin(const uint8_t* _p, int64_t _nSamples);
+    void Blend(uint8_t* _p, int64_t _nSamples);
+    bool IsLoud(const uint8_t* _pFrame);
+    bool Steps(const uint8_t* _pFrame);
+    float MirrorAt(int64_t _nSample, size_t _nChannel) const;
+
+    enum SOUNDING { eSilent, eWaiting, eHeard };  // eWaiting: for the first sample that is not silent
+
+    ZR_AUD_PROPS props;
+    int64_t nRamp = 1;
+    SOUNDING eSounding = eSilent;
+    int64_t nRisen = 0;     // samples of the fade-in that are through; negative: that come before it
+    int64_t nReleased = 0;  // the same of the fade-out
+    std::vector<uint8_t> arrPast;
+    int64_t nPast = 0;
+    std::vector<float> arrEnd;  // what fades out, played backwards
+    int64_t nEnd = 0;
+    std::vector<float> arrFloat;
+};
+
+}  // namespace zr

@@ -1,0 +1,214 @@
+#include "audio/audio_buffer2.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "audio/drift_control.h"
+#include "audio/sound_sum.h"
+#include "platform/clock.h"
+
+namespace zr {
+namespace {
+
+constexpr double kTurn = 6.283185307179586;
+constexpr ZR_AUD_PROPS kFloat48{1, 48000, -32, 0};
+
+using Sound = std::vector<float>;
+
+// A tone that goes on from block to block whatever their rate.
+class Tone {
+public:
+    explicit Tone(double _dblHz) : dblHz(_dblHz) {}
+    Sound Block(int32_t _nRate, size_t _n) {
+        Sound sound(_n);
+        for (float& f : sound) {
+            f = static_cast<float>(0.5 * std::cos(kTurn * dblTurns));
+            dblTurns += dblHz / _nRate;
+        }
+        return sound;
+    }
+
+private:
+    double dblHz, dblTurns = 0;
+};
+
+HRESULT Put(ZrAudioBuffer2& _buffer, const Sound& _sound, int32_t _nRate, double _dblScale = 1) {
+    const ZR_AUD_PROPS props{1, _nRate, -32, 0};
+    return _buffer.PutAudio(props, reinterpret_cast<const uint8_t*>(_sound.data()),
+                            static_cast<int64_t>(_sound.size() * 4), false, true, _dblScale);
+}
+
+Sound TakeAll(ZrAudioBuffer2& _buffer) {
+    Sound sound(static_cast<size_t>(_buffer.Fill()));
+    _buffer.GetAudio(reinterpret_cast<uint8_t*>(sound.data()), static_cast<int64_t>(sound.size()));
+    return sound;
+}
+
+// A tone bends by no more than its amplitude times the square of its step; what jumps, or is out of order, bends more.
+void ExpectSmooth(const Sound& _sound, size_t _nFrom, double _dblHz, int32_t _nRate) {
+    const double dblStep = kTurn * _dblHz / _nRate;
+    for (size_t i = _nFrom + 2; i < _sound.size(); ++i) {
+        const double d = double{_sound[i]} - 2 * double{_sound[i - 1]} + double{_sound[i - 2]};
+        ASSERT_LT(std::fabs(d), 0.5 * dblStep * dblStep * 1.5) << i << " of " << _sound.size();
+    }
+}
+
+// Blocks in the ring's own format come between others; nothing overtakes, nothing is lost.
+TEST(AudioBuffer, RatesThatComeAndGoKeepTheSoundInOrder) {
+    constexpr double kHz = 500;
+    ZrAudioBuffer2 buffer;
+    ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
+    Tone tone(kHz);
+    constexpr int32_t arrRates[] = {48000, 44100, 48000, 32000, 44100, 48000};
+    for (const int32_t nRate : arrRates) {
+        ASSERT_EQ(Put(buffer, tone.Block(nRate, static_cast<size_t>(nRate / 50)), nRate), S_OK);
+        ASSERT_EQ(Put(buffer, tone.Block(nRate, static_cast<size_t>(nRate / 50)), nRate), S_OK);
+    }
+    EXPECT_NEAR(static_cast<double>(buffer.Fill()), 12 * 960, 60);
+    // The filter reads a few samples of one rate at the step of the next, so the tone may bend, but it does not jump.
+    const Sound sound = TakeAll(buffer);
+    for (size_t i = 1; i < sound.size(); ++i)
+        ASSERT_LT(std::fabs(sound[i] - sound[i - 1]), 0.5 * kTurn * kHz / 32000 * 1.1) << i;
+}
+
+TEST(AudioBuffer, WhatIsHeldGoesAlongIntoAnotherFormat) {
+    constexpr double kHz = 500;
+    ZrAudioBuffer2 buffer;
+    ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
+    Tone tone(kHz);
+    Put(buffer, tone.Block(48000, 960), 48000);
+    ASSERT_EQ(buffer.FormatSet({1, 44100, -32, 0}), S_OK);
+    EXPECT_EQ(buffer.Fill(), 882);
+    Put(buffer, tone.Block(48000, 960), 48000);
+    const Sound sound = TakeAll(buffer);
+    EXPECT_NEAR(static_cast<double>(sound.size()), 2 * 882, 32);
+    ExpectSmooth(sound, 0, kHz, 44000);
+}
+
+// The first samples are those of the sound, not a rise out of a silence before it, and all of them are there.
+TEST(AudioBuffer, ASoundOfAnotherRateStartsAtOnce) {
+    ZrAudioBuffer2 buffer;
+    buffer.FormatSet(kFloat48);
+    Put(buffer, Sound(882, 0.5f), 44100);
+    const Sound sound = TakeAll(buffer);
+    EXPECT_NEAR(static_cast<double>(sound.size()), 960, 1);
+    const auto itSound = std::find_if(sound.begin(), sound.end(), [](float _f) { return _f != 0; });
+    EXPECT_NEAR(static_cast<double>(itSound - sound.begin()), 35, 1);  // the half of the filter
+    EXPECT_TRUE(std::all_of(itSound, sound.end(), [](float _f) { return std::fabs(_f - 0.5f) < 1e-4f; }));
+}
+
+TEST(AudioBuffer, ScaledSoundIsLongerAndDoesNotJumpWhenItBegins) {
+    constexpr double kHz = 500;
+    ZrAudioBuffer2 buffer;
+    buffer.FormatSet(kFloat48);
+    Tone tone(kHz);
+    for (int i = 0; i < 200; ++i) Put(buffer, tone.Block(48000, 960), 48000, i < 100 ? 1 : 1 + 1e-5 * (i - 100));
+    EXPECT_NEAR(static_cast<double>(buffer.Fill()), 200 * 960 + 960e-5 * 100 * 99 / 2, 40);
+    ExpectSmooth(TakeAll(buffer), 0, kHz, 48000);
+}
+
+TEST(AudioBuffer, EightBitsAreNotSilent) {
+    constexpr ZR_AUD_PROPS kProps{1, 8000, 8, 0};
+    ZrAudioBuffer2 buffer;
+    buffer.FormatSet(kProps);
+    buffer.PutAudio(kProps, nullptr, 2, true, true);
+    uint8_t arrBlock[4] = {200, 100, 255, 0};
+    buffer.PutAudio(kProps, arrBlock, 4, false, true);
+    uint8_t arrSum[6] = {128, 129, 128, 128, 200, 10};
+    uint8_t arrTaken[6];
+    ASSERT_EQ(buffer.GetAudio(arrTaken, 6), 6);
+    SoundSum sum;
+    sum.Begin(kProps, arrSum, 6);
+    sum.Add(arrTaken, 6, {1, 1});
+    sum.End();
+    constexpr uint8_t kExpected[6] = {128, 129, 200, 100, 255, 0};
+    EXPECT_EQ(std::memcmp(arrSum, kExpected, 6), 0);
+}
+
+// --- Where sound begins and ends
+
+struct EDGE_CASE {
+    const char* szName;
+    std::vector<std::pair<float, int>> arrParts;  // level and samples; level 9: nothing comes
+    bool bBreaks;                                 // at each part
+    bool bExact;                                  // nothing is touched
+};
+
+TEST(SoundEdge, MakesNoStepLargerThanItsRamp) {
+    const EDGE_CASE arrCases[] = {
+        {"begin", {{0.0f, 100}, {0.8f, 900}}, false, false},
+        {"end", {{0.8f, 1000}, {9.0f, 1000}}, false, false},
+        {"end and begin in its fade", {{0.8f, 500}, {9.0f, 100}, {-0.8f, 700}}, false, false},
+        {"jump", {{0.8f, 500}, {-0.8f, 700}}, true, false},
+        {"jump in a jump: their ramps add", {{0.4f, 500}, {-0.4f, 50}, {0.4f, 60}, {-0.4f, 400}}, true, false},
+        {"short sound", {{0.8f, 100}, {9.0f, 1000}}, false, false},
+        {"silence", {{0.0f, 100}, {0.003f, 500}, {9.0f, 300}, {0.0f, 90}}, false, true},
+        {"break without a jump", {{0.003f, 300}, {0.004f, 500}, {0.0025f, 100}}, true, true},
+    };
+    constexpr int64_t kRoom = 160;
+    for (const EDGE_CASE& c : arrCases) {
+        for (const int32_t nBits : {-32, 16, 24}) {
+            SCOPED_TRACE(testing::Message() << c.szName << ", " << nBits);
+            const ZR_AUD_PROPS props{2, 48000, nBits, 0};
+            const auto cbBlock = static_cast<size_t>(AudBlockBytes(props));
+            SoundEdge edge;
+            Sound heard, wanted;
+            for (const auto& [fLevel, nAll] : c.arrParts) {
+                for (int64_t nDone = 0; nDone < nAll; nDone += kRoom) {
+                    const int64_t nRoom = std::min<int64_t>(kRoom, nAll - nDone);
+                    const int64_t nSound = fLevel > 1 ? 0 : nRoom;
+                    Sound block(static_cast<size_t>(2 * nRoom), fLevel > 1 ? 0.0f : fLevel);
+                    wanted.insert(wanted.end(), block.begin(), block.end());
+                    std::vector<uint8_t> bytes(cbBlock * static_cast<size_t>(nRoom));
+                    ConvertSamples(-32, reinterpret_cast<const uint8_t*>(block.data()), nBits, bytes.data(),
+                                   block.size());
+                    const int64_t n = edge.Smooth(props, bytes.data(), nSound, nRoom, c.bBreaks && nDone == 0);
+                    ASSERT_GE(n, nSound);
+                    std::fill(bytes.begin() + static_cast<ptrdiff_t>(cbBlock) * n, bytes.end(), uint8_t{0});
+                    ConvertSamples(nBits, bytes.data(), -32, reinterpret_cast<uint8_t*>(block.data()), block.size());
+                    heard.insert(heard.end(), block.begin(), block.end());
+                }
+            }
+            for (size_t i = 0; i < heard.size(); ++i) {
+                const float fBefore = i < 2 ? 0.0f : heard[i - 2];
+                ASSERT_LE(std::fabs(heard[i] - fBefore), 1.6f / 240) << i;
+                ASSERT_NEAR(heard[i], wanted[i], c.bExact ? 1.0f / 32768 : 2) << i;
+            }
+            const float fLast = c.arrParts.back().first;
+            EXPECT_NEAR(heard.back(), fLast > 1 ? 0 : fLast, 1e-4f);
+        }
+    }
+}
+
+// --- Clocks that are not the same
+
+// Blocks of a source whose clock is off by so many millionths, taken in blocks of the output, both with jitter.
+TEST(DriftControl, HoldsWhatAStreamHeldInTheBegin) {
+    constexpr int64_t kFrame = 400'000;
+    for (const double dblPpm : {0.0, 100.0, -100.0, 300.0, -1000.0}) {
+        SCOPED_TRACE(dblPpm);
+        std::mt19937 random(5);
+        DriftControl drift;
+        double dblHeld = 1.7 * kFrame, dblScale = 1, dblLeast = 1e9, dblMost = 0, dblMean = 0;
+        constexpr int kBlocks = 25 * 3600;
+        for (int i = 0; i < kBlocks; ++i) {
+            dblHeld += kFrame * (1 + dblPpm * 1e-6) * dblScale - kFrame;
+            const auto nLate = static_cast<int64_t>(random() % 100'000);
+            dblScale = drift.Next(static_cast<int64_t>(dblHeld) - nLate, kFrame, kFrame + kFrame / 4, 5 * kFrame / 2);
+            ASSERT_TRUE(dblPpm != 0 || dblScale == 1) << i;
+            dblLeast = std::min(dblLeast, dblHeld);
+            dblMost = std::max(dblMost, dblHeld);
+            if (i >= kBlocks / 2) dblMean += dblScale / (kBlocks / 2);
+        }
+        EXPECT_GT(dblLeast, 1.7 * kFrame - 200'000);
+        EXPECT_LT(dblMost, 1.7 * kFrame + 200'000);
+        EXPECT_NEAR((dblMean * (1 + dblPpm * 1e-6) - 1) * 1e6, 0, 1);
+    }
+}
+
+}  // namespace
+}  // namespace zr
