@@ -52,12 +52,10 @@ HRESULT SaveXmlFile(const XMLNodeBase& _node, const char16_t* _szFile, const XML
     } else {
         bytes = Utf8FromUtf16(text);
     }
-    File file;
-    const HRESULT hr = file.Open(_szFile, File::Access::Create);
-    return Failed(hr) ? hr : file.WriteAt(0, bytes.data(), bytes.size());
+    return ReplaceFile(_szFile, bytes.data(), bytes.size());
 }
 
-HRESULT LoadXmlFile(const char16_t* _szFile, XMLNodeBase& _node) {
+HRESULT ReadTextFile(const char16_t* _szFile, std::u16string& _strText) {
     File file;
     uint64_t cbSize = 0;
     HRESULT hr = file.Open(_szFile, File::Access::Read);
@@ -69,7 +67,14 @@ HRESULT LoadXmlFile(const char16_t* _szFile, XMLNodeBase& _node) {
     hr = file.ReadAt(0, bytes.data(), bytes.size(), &cbRead);
     if (Failed(hr)) return hr;
     bytes.resize(cbRead);
-    return _node.Parse(TextOfBytes(bytes));
+    _strText = TextOfBytes(bytes);
+    return S_OK;
+}
+
+HRESULT LoadXmlFile(const char16_t* _szFile, XMLNodeBase& _node) {
+    std::u16string strText;
+    const HRESULT hr = ReadTextFile(_szFile, strText);
+    return Failed(hr) ? hr : _node.Parse(strText);
 }
 
 HRESULT LoadXmlFileOrText(std::u16string_view _xmlOrFile, XMLNodeBase& _node, bool* _pbFile) {

@@ -47,6 +47,33 @@ uint32_t XMLNodeBase::Release() {
     return nLeft;
 }
 
+bool XMLNodeBase::TryAddRef() {
+    uint32_t n = nReferences.load(std::memory_order_relaxed);
+    while (n > 0)
+        if (nReferences.compare_exchange_weak(n, n + 1, std::memory_order_acq_rel, std::memory_order_relaxed))
+            return true;
+    return false;
+}
+
+// A parent cannot end before it has taken itself away from its children, which waits for this lock.
+XMLNodeRef XMLNodeBase::ParentNode() const {
+    CRWReadScope lock(lockAttributes);
+    XMLNodeBase* const p = pParent.load(std::memory_order_acquire);
+    return p && p->TryAddRef() ? XMLNodeRef::Attach(p) : XMLNodeRef();
+}
+
+void XMLNodeBase::ForgetParent() {
+    CRWWriteScope lock(lockAttributes, "XMLNodeBase::ForgetParent");
+    pParent.store(nullptr, std::memory_order_release);
+}
+
+bool XMLNodeBase::IsBelow(const XMLNodeBase& _other) const {
+    if (this == &_other) return true;
+    for (XMLNodeRef p = ParentNode(); p; p = p->ParentNode())
+        if (p.Get() == &_other) return true;
+    return false;
+}
+
 namespace {
 
 // Lets go of the homes of nodes, of one that many nodes hold in one go.
@@ -80,9 +107,10 @@ void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) ZR_NO_THREAD_SAFETY_ANALYSIS {
         pDying = pNode->pParent.load(std::memory_order_relaxed);
         for (auto& entry : pNode->arrChildren) {
             XMLNodeBase* const pChild = entry.value.Detach();
-            // Who has the only reference needs no atomic operation to give it up.
-            if (pChild->nReferences.load(std::memory_order_acquire) != 1) {
-                pChild->pParent.store(nullptr, std::memory_order_release);
+            // Who has the only reference needs no atomic operation to give it up, unless a child could reach for it.
+            const bool bShared = pChild->nReferences.load(std::memory_order_acquire) != 1;
+            if (bShared || !pChild->arrChildren.Empty()) {
+                if (bShared) pChild->ForgetParent();
                 if (pChild->nReferences.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;  // it lives on as a top
             }
             pChild->pParent.store(pDying, std::memory_order_relaxed);
@@ -243,8 +271,7 @@ XMLNodeRef XMLNodeBase::ElementNodeAt(size_t _i) const {
 
 bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
     if (!_pChild || bText || _pChild->HasParent()) return false;
-    for (const XMLNodeBase* p = this; p; p = p->pParent.load(std::memory_order_acquire))
-        if (p == _pChild.Get()) return false;
+    if (IsBelow(*_pChild)) return false;
     const std::u16string strName = _pChild->Name();
     const NameKey key(strName);
 
@@ -257,7 +284,7 @@ bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
         arrChildren.Insert(bAppend ? arrChildren.Size() : static_cast<size_t>(_nPosition),
                            _pChild->bText ? nullptr : &key, _pChild);
     } catch (const std::bad_alloc&) {
-        _pChild->pParent.store(nullptr, std::memory_order_release);
+        _pChild->ForgetParent();
         throw;
     }
     return true;
@@ -269,7 +296,7 @@ bool XMLNodeBase::RemoveChildNode(XMLNodeBase* _pChild) {
     const size_t i = FindChildPosition(_pChild);
     if (i == arrChildren.kNone) return false;
     pRemoved = arrChildren.Remove(i);
-    pRemoved->pParent.store(nullptr, std::memory_order_release);
+    pRemoved->ForgetParent();
     if (i > 1 && i + 1 < arrChildren.Size()) JoinTexts(i);
     return true;
 }
@@ -284,14 +311,14 @@ void XMLNodeBase::JoinTexts(size_t _i) {
         CRWWriteScope lock(before.lockAttributes, "XMLNodeBase::JoinTexts");
         before.name.AppendText(strText);
     }
-    behind.pParent.store(nullptr, std::memory_order_release);
+    behind.ForgetParent();
     arrChildren.Remove(_i);
 }
 
 void XMLNodeBase::RemoveChildren() {
     NamedList<XMLNodeRef> arrRemoved;  // let go after the lock
     CRWWriteScope lock(lockChildren, "XMLNodeBase::RemoveChildren");
-    for (const auto& entry : arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
+    for (const auto& entry : arrChildren) entry.value->ForgetParent();
     std::swap(arrRemoved, arrChildren);
 }
 
@@ -317,9 +344,7 @@ bool XMLNodeBase::Detach() {
 
 size_t XMLNodeBase::Depth() const {
     size_t nDepth = 0;
-    for (const XMLNodeBase* p = pParent.load(std::memory_order_acquire); p;
-         p = p->pParent.load(std::memory_order_acquire))
-        ++nDepth;
+    for (XMLNodeRef p = ParentNode(); p; p = p->ParentNode()) ++nDepth;
     return nDepth;
 }
 

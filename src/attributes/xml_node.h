@@ -42,9 +42,9 @@ struct XML_WRITE_OPTIONS {
 // Names are found without regard to case. A path is names joined by "::"; empty names in it are passed over. Functions
 // that take a path of an attribute look its last name up at the node that the names before it lead to.
 //
-// Any thread may call anything; each call is whole by itself. A node must not be used after the last reference to it,
-// nor walked up from after its parent is gone. Lock order: children lock of a node, then that of its child, then an
-// attribute lock; the objects lock is a leaf. Throws std::bad_alloc only.
+// Any thread may call anything; each call is whole by itself. A node must not be used after the last reference to it;
+// its parent is held while it is walked up to, and is none once it is going. Lock order: children lock of a node, then
+// that of its child, then an attribute lock; the objects lock is a leaf. Throws std::bad_alloc only.
 class XMLNodeBase : public IUnknown {
 public:
     // How far below its top the reader and the paths make nodes.
@@ -130,7 +130,7 @@ public:
 
     // --- Children
 
-    XMLNodeRef ParentNode() const { return pParent.load(std::memory_order_acquire); }
+    XMLNodeRef ParentNode() const;
     bool HasParent() const { return pParent.load(std::memory_order_acquire) != nullptr; }
     size_t ChildCount() const;  // texts and hidden ones too
     XMLNodeRef ChildNodeAt(size_t _i) const;
@@ -222,6 +222,10 @@ private:
     };
 
     static void DestroyTree(XMLNodeBase* _pTop);
+    // A reference to a node that may be on its way out. False: it is.
+    bool TryAddRef();
+    void ForgetParent();
+    bool IsBelow(const XMLNodeBase& _other) const;  // or is it
     XMLNodeRef NewBelow(std::u16string_view _name, bool _bText) const;
     XMLNodeRef FindOrMakeChild(const NameKey& _key);
     void RenameNode(std::u16string_view _name, bool _bById);
@@ -249,7 +253,7 @@ private:
     std::atomic<uint32_t> nReferences{1};
     bool bText = false;                          // set before anybody else knows the node
     std::atomic<bool> bNoFormat{false};          // the writer keeps the node on one line
-    std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted
+    std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted; taken away under lockAttributes
     TreeSource* pHome = nullptr;                 // held: this node and perhaps its texts and attributes are in it
     NamedList<XMLNodeRef> arrChildren ZR_GUARDED_BY(lockChildren);  // texts have no name
     TreeSource* pSource = nullptr;                                  // held: what was read later may be in it

@@ -148,7 +148,7 @@ void XMLNodeBase::TakeOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANALYSIS {
 
 void XMLNodeBase::TakeChildrenOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANALYSIS {
     CRWWriteScope lock(lockChildren, "XMLNodeBase::TakeChildrenOver");
-    for (const auto& entry : arrChildren) entry.value->pParent.store(nullptr, std::memory_order_release);
+    for (const auto& entry : arrChildren) entry.value->ForgetParent();
     std::swap(arrChildren, _fresh.arrChildren);  // the old ones go with _fresh
     for (const auto& entry : arrChildren) entry.value->pParent.store(this, std::memory_order_release);
 }

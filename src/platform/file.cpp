@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <limits>
 #include <new>
 #include <string>
@@ -123,14 +125,19 @@ HRESULT ReplaceFile(const char16_t* _szName, const void* _pv, size_t _cb) {
     if (!_szName) return E_POINTER;
     if (!*_szName) return E_INVALIDARG;
     try {
-        const std::string sName = Utf8FromUtf16(_szName);
+        std::string sName = Utf8FromUtf16(_szName);
+        char szReal[PATH_MAX];
+        if (realpath(sName.c_str(), szReal)) sName = szReal;  // a link goes on leading to the file
         struct stat info {};
-        if (stat(sName.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) return ZR_E_NOT_SUPPORTED;
-        const std::u16string strTemp = std::u16string(_szName) + u"." + Utf16FromUtf8(std::to_string(getpid())) + u"~";
-        const std::string sTemp = Utf8FromUtf16(strTemp);
+        const bool bThere = stat(sName.c_str(), &info) == 0;
+        if (bThere && !S_ISREG(info.st_mode)) return ZR_E_NOT_SUPPORTED;
+        static std::atomic<uint32_t> nCount{0};  // each call of each process has a name of its own beside it
+        const std::string sTemp = sName + "." + std::to_string(getpid()) + "-" + std::to_string(nCount++) + "~";
+        const std::u16string strTemp = Utf16FromUtf8(sTemp);
         File file;
         HRESULT hr = file.Open(strTemp.c_str(), File::Access::Create);
         if (Succeeded(hr)) hr = file.WriteAt(0, _pv, _cb);
+        if (Succeeded(hr) && bThere && fchmod(file.nDescriptor, info.st_mode & 07777) != 0) hr = StatusFromErrno(errno);
         if (Succeeded(hr) && fsync(file.nDescriptor) != 0) hr = StatusFromErrno(errno);
         file.Close();
         if (Succeeded(hr) && rename(sTemp.c_str(), sName.c_str()) != 0) hr = StatusFromErrno(errno);

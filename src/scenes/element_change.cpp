@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "attributes/attribute_line.h"
@@ -200,94 +201,177 @@ void BeginChange(CoElement& _element, const CoElement& _target, double _dblTime,
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// From texts
+// Whole descriptions
 
 namespace {
 
 // What may be left behind by an earlier life of an element.
 constexpr NameKey arrTransient[] = {kNodeFrom, kNodeHide, kClone};
+// What the drawing keeps with an element.
+constexpr NameKey arrDrawn[] = {kVideoBlock, kMixerStream, kSrcProps, kMixProps, kDstRect};
+// Elements cross-faded again before they are done: how many of the old ones go on fading.
+constexpr int32_t kMaxFading = 4;
+
+struct NAMED_CHILD {
+    uint64_t nHash;
+    ElementPtr p;
+};
+
+// The elements below, by name; those of one name as they stand.
+std::vector<NAMED_CHILD> ChildrenByName(const CoElement& _element) {
+    std::vector<NAMED_CHILD> arr;
+    for (size_t i = 0; ElementPtr p = _element.ChildAt(i); ++i)
+        if (!p->IsText() && !IsSettingNode(p->TypeHash())) arr.push_back({NameHash(p->Name()), std::move(p)});
+    std::stable_sort(arr.begin(), arr.end(),
+                     [](const NAMED_CHILD& _a, const NAMED_CHILD& _b) { return _a.nHash < _b.nHash; });
+    return arr;
+}
+
+void CopyDrawn(const CoElement& _from, CoElement& _to) {
+    for (const NameKey& key : arrDrawn)
+        if (ObjectsMap::ObjectPtr p = _from.Object(key)) _to.SetObject(key, std::move(p));
+}
+
+// What stands below both by its name and type goes on with the pictures that it has.
+void CarryBelow(CoElement& _old, CoElement& _new) {
+    struct PAIR {
+        ElementPtr pOld, pNew;
+    };
+    std::vector<PAIR> arrWaiting{{ElementPtr(&_old), ElementPtr(&_new)}};
+    while (!arrWaiting.empty()) {
+        const PAIR pair = std::move(arrWaiting.back());
+        arrWaiting.pop_back();
+        const std::vector<NAMED_CHILD> arrOld = ChildrenByName(*pair.pOld), arrNew = ChildrenByName(*pair.pNew);
+        for (size_t i = 0, k = 0; i < arrOld.size() && k < arrNew.size();) {
+            const NAMED_CHILD &was = arrOld[i], &is = arrNew[k];
+            if (was.nHash == is.nHash && was.p->TypeHash() == is.p->TypeHash()) {
+                CopyDrawn(*was.p, *is.p);
+                arrWaiting.push_back({was.p, is.p});
+            }
+            i += was.nHash <= is.nHash;
+            k += is.nHash <= was.nHash;
+        }
+    }
+}
+
+void MoveChildren(CoElement& _from, CoElement& _to) {
+    std::vector<XMLNodeRef> arrChildren = _from.ChildNodes();
+    _from.RemoveChildren();
+    for (XMLNodeRef& pChild : arrChildren) _to.InsertChildNode(std::move(pChild));
+}
+
+void PutInPlace(CoElement& _element, CoElement& _new, std::u16string_view _type) {
+    const std::u16string strType = _type.empty() ? _new.Tag() : std::u16string(_type);
+    if (_element.HasTag(NameKey(strType)) && !IsContentType(_element))
+        CarryBelow(_element, _new);
+    else
+        _element.Discard(_element.TakeObjectsBelow());
+    for (XMLNodeRef& pChild : _element.ChildNodes()) {
+        _element.Discard(pChild->TakeObjectsBelow());
+        _element.Discard(std::move(pChild));
+    }
+    _element.RemoveChildren();
+    _element.CopyAttributesFrom(_new, eZrUT_ClearDest);
+    MoveChildren(_new, _element);
+    if (!_element.HasTag(kScene)) _element.SetTag(strType);
+}
+
+// All that an element is goes on as its clone, which fades out: with its pictures, so that no frame lacks them.
+ElementPtr MoveToClone(CoElement& _element) {
+    const ElementPtr pClone = CoElement::CreateTop(kClone.text, _element.Shared());
+    pClone->CopyAttributesFrom(_element, eZrUT_ClearDest);
+    pClone->SetOwnAttribute(kCloneType, _element.Tag());
+    CopyDrawn(_element, *pClone);
+    for (const NameKey& key : arrDrawn) _element.RemoveObject(key);
+    _element.RemoveObject(kText);
+    MoveChildren(_element, *pClone);
+    ElementPtr pOlder = pClone;
+    for (int32_t i = 1; i < kMaxFading && pOlder; ++i) pOlder = pOlder->FindChild(kClone);
+    if (pOlder) RemoveNode(*pOlder, kClone);
+    return pClone;
+}
 
 // The old description stays for the time of the change, hiding, beside the new one that shows.
-HRESULT CrossFade(CoElement& _element, std::u16string_view _xml, double _dblTime, double _dblDelay,
-                  double* _pdblTotal) {
-    const ElementPtr pClone = CoElement::CreateTop(kClone.text, _element.Shared());
-    _element.CopyTo(*pClone, false, eZrUT_ClearDest, {arrTransient + 2, 1});
-    const std::u16string strType = _element.Tag();
-    const HRESULT hr = ReplaceElement(_element, _xml, {});
-    if (Failed(hr)) return hr;
-
-    pClone->SetOwnAttribute(kCloneType, strType);
+void CrossFade(CoElement& _element, CoElement& _new, std::u16string_view _type, double _dblTime, double _dblDelay,
+               double* _pdblTotal) {
+    const ElementPtr pClone = MoveToClone(_element);
+    PutInPlace(_element, _new, _type);
     ElementChange(*pClone, kShow.text, u"false", _dblTime);
     if (pClone->FindChild(kNodeFrom)) {
         pClone->SetAttribute(kRemove.text, true);
         _element.AppendChild(pClone);
+    } else {
+        _element.Discard(XMLNodeRef(pClone));
     }
-    if (!ReadShow(_element)) return S_OK;
+    if (!ReadShow(_element)) return;
     _element.SetAttribute(kShow.text, false);
-    return ElementChange(_element, kShow.text, u"true", _dblTime, _dblDelay, _pdblTotal);
-}
-
-// Drops what was made from the attributes that are set now.
-void DropStale(CoElement& _element, const std::vector<std::u16string>& _arrNames) {
-    bool bLook = false, bOther = false;
-    for (const std::u16string& strName : _arrNames) {
-        bLook |= IsTextLook(NameKey(strName));
-        bOther |= NameHash(strName) != NameHash(u"src");
-    }
-    if (bLook) _element.RemoveObject(kText);
-    if (bOther) _element.Discard(_element.TakeObjectsBelow());
+    ElementChange(_element, kShow.text, u"true", _dblTime, _dblDelay, _pdblTotal);
 }
 
 }  // namespace
 
-HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16string_view _value, double _dblTime,
-                      double _dblDelay, double* _pdblTotal, int32_t _nDepth) {
-    if (_name.empty() && _value.find(u'<') != _value.npos) {
-        if (!(_dblTime > 0) || !ReadShow(_element)) return ReplaceElement(_element, _value, {});
-        return CrossFade(_element, _value, _dblTime, _dblDelay, _pdblTotal);
-    }
-    if (!_name.empty()) {
-        std::u16string strPresent;
-        if (_element.GetAttribute(_name, strPresent) && strPresent == _value) return S_FALSE;
-    }
-    const ElementPtr pTarget = CoElement::CreateTop(u"target");
-    std::vector<std::u16string> arrNames;
-    const auto take = [&](std::u16string_view _key, std::u16string_view _text) {
-        if (FindPathSeparator(_key) != _key.npos)
-            _element.SetAttribute(_key, _text);
-        else
-            pTarget->SetOwnAttribute(_key, _text);
-        arrNames.emplace_back(_key);
-    };
-    if (!_name.empty()) {
-        take(_name, _value);
-    } else {
-        AttributeLineScanner scanner(_value);
-        while (scanner.Next())
-            if (!scanner.IsBare()) take(scanner.Name(), scanner.Value());
-    }
-    const bool bContent = IsContentType(_element);
-    if (bContent) {
+HRESULT ReadElement(std::u16string_view _xml, const CoElement& _for, ElementPtr& _pNew) {
+    _pNew = CoElement::CreateTop(u"item", _for.Shared());
+    return _pNew->Parse(_xml);
+}
+
+void ReplaceElement(CoElement& _element, const ElementPtr& _pNew, std::u16string_view _type, double _dblTime,
+                    double _dblDelay, double* _pdblTotal) {
+    if (!(_dblTime > 0) || !ReadShow(_element))
+        PutInPlace(_element, *_pNew, _type);
+    else
+        CrossFade(_element, *_pNew, _type, _dblTime, _dblDelay, _pdblTotal);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Attributes
+
+namespace {
+
+// Paths go to the element at once, names to the target.
+void Take(CoElement& _element, std::u16string_view _name, std::u16string_view _value, CoElement& _target) {
+    if (FindPathSeparator(_name) != _name.npos)
+        _element.SetAttribute(_name, _value);
+    else
+        _target.SetOwnAttribute(_name, _value);
+}
+
+}  // namespace
+
+void ChangeTo(CoElement& _element, const CoElement& _target, double _dblTime, double _dblDelay, double* _pdblTotal,
+              int32_t _nDepth) {
+    if (IsContentType(_element)) {
         _dblTime = 0;
         _element.Discard(_element.TakeObjectsBelow());
     }
-    BeginChange(_element, *pTarget, HasTimed(*pTarget) ? _dblTime : 0, _dblDelay, _pdblTotal, _nDepth);
-    if (bContent) DropStale(_element, arrNames);
-    return S_OK;
+    BeginChange(_element, _target, HasTimed(_target) ? _dblTime : 0, _dblDelay, _pdblTotal, _nDepth);
 }
 
-HRESULT ReplaceElement(CoElement& _element, std::u16string_view _xml, std::u16string_view _type) {
-    const ElementPtr pNew = CoElement::CreateTop(u"item", _element.Shared());
-    if (const HRESULT hr = pNew->Parse(_xml); Failed(hr)) return hr;
-    const std::u16string strTag = pNew->Tag();
-    _element.Discard(_element.TakeObjectsBelow());
-    std::vector<XMLNodeRef> arrChildren = pNew->ChildNodes();
-    pNew->RemoveChildren();
-    for (XMLNodeRef& pChild : _element.ChildNodes()) _element.Discard(std::move(pChild));
-    _element.RemoveChildren();
-    _element.CopyAttributesFrom(*pNew, eZrUT_ClearDest);
-    for (XMLNodeRef& pChild : arrChildren) _element.InsertChildNode(std::move(pChild));
-    if (!_element.HasTag(kScene)) _element.SetTag(_type.empty() ? std::u16string_view(strTag) : _type);
+void ChangeByLine(CoElement& _element, std::u16string_view _line, double _dblTime) {
+    const ElementPtr pTarget = CoElement::CreateTop(u"target");
+    AttributeLineScanner scanner(_line);
+    while (scanner.Next())
+        if (!scanner.IsBare()) Take(_element, scanner.Name(), scanner.Value(), *pTarget);
+    ChangeTo(_element, *pTarget, _dblTime);
+}
+
+HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16string_view _value, double _dblTime,
+                      double _dblDelay, double* _pdblTotal, int32_t _nDepth) {
+    if (_name.empty() && _value.find(u'<') != _value.npos) {
+        ElementPtr pNew;
+        if (const HRESULT hr = ReadElement(_value, _element, pNew); Failed(hr)) return hr;
+        ReplaceElement(_element, pNew, {}, _dblTime, _dblDelay, _pdblTotal);
+        return S_OK;
+    }
+    if (_name.empty()) {
+        ChangeByLine(_element, _value, _dblTime);
+        return S_OK;
+    }
+    std::u16string strPresent;
+    if (_element.GetAttribute(_name, strPresent) && strPresent == _value) return S_FALSE;
+    const ElementPtr pTarget = CoElement::CreateTop(u"target");
+    Take(_element, _name, _value, *pTarget);
+    ChangeTo(_element, *pTarget, _dblTime, _dblDelay, _pdblTotal, _nDepth);
     return S_OK;
 }
 

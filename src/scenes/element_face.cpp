@@ -9,6 +9,7 @@
 #include "attributes/attribute_set.h"
 #include "attributes/interface_call.h"
 #include "attributes/schema.h"
+#include "attributes/xml_file.h"
 #include "platform/wide_text.h"
 #include "scenes/animated_value.h"
 #include "scenes/element_change.h"
@@ -44,8 +45,6 @@ HRESULT NoteSet(const CoElement& _element, HRESULT _hr) {
     return _hr;
 }
 
-bool IsMadeFromText(std::u16string_view _description) { return _description.find(u'<') != _description.npos; }
-
 // The body of a text, with what says how it shows kept.
 void SetBody(CoElement& _text, std::u16string_view _body) {
     std::vector<ElementPtr> arrKept;
@@ -58,28 +57,37 @@ void SetBody(CoElement& _text, std::u16string_view _body) {
     _text.RemoveObject(kText);
 }
 
-// Under the scenes lock. _description: no file.
-HRESULT SetElement(CoElement& _element, std::u16string_view _type, std::u16string_view _description, double _dblTime) {
-    HRESULT hr = S_OK;
-    const bool bText = _element.HasTag(kText) && NameHash(_type) == kText.nHash;
-    if (IsMadeFromText(_description)) {
-        hr = ElementChange(_element, {}, _description, _dblTime);
-    } else if (!(_dblTime > 0) && bText) {
-        SetBody(_element, _description);
-    } else {
-        if (IsOneOf(_element.TypeHash(), {u"loaded_item", u"ticker_item"}))
-            _element.Discard(_element.TakeObjectsBelow());
-        hr = ElementChange(_element, {}, _description, _dblTime);
+// What a host says that an element is to be: another element, or else a line of attributes.
+struct DESCRIPTION {
+    ElementPtr pNew;
+    std::u16string strLine;
+};
+
+// A description that is the name of a file is what stands in it. Without the scenes lock: it may be long.
+HRESULT ReadDescription(const char16_t* _bsText, const CoElement& _for, DESCRIPTION& _description) {
+    std::u16string strText(TextArgument(_bsText));
+    if (IsSceneFile(strText)) {
+        const std::u16string strName = std::move(strText);
+        if (const HRESULT hr = ReadTextFile(strName.c_str(), strText); Failed(hr)) return hr;
     }
-    if (Succeeded(hr) && !_type.empty() && !_element.HasTag(kScene)) _element.SetTag(_type);
-    return hr;
+    if (strText.find(u'<') != strText.npos) return ReadElement(strText, _for, _description.pNew);
+    _description.strLine = std::move(strText);
+    return S_OK;
 }
 
-// A description that is the name of a file is what stands in it.
-HRESULT ReadDescription(std::u16string_view _props, std::u16string& _strText) {
-    if (IsSceneFile(_props)) return ReadSceneFile(std::u16string(_props), _strText);
-    _strText = _props;
-    return S_OK;
+// Under the scenes lock. Uses the description up.
+void SetElement(CoElement& _element, std::u16string_view _type, const DESCRIPTION& _description, double _dblTime) {
+    if (_description.pNew) {
+        ReplaceElement(_element, _description.pNew, _type, _dblTime);
+        return;
+    }
+    if (!(_dblTime > 0) && _element.HasTag(kText) && NameHash(_type) == kText.nHash) {
+        SetBody(_element, _description.strLine);
+        return;
+    }
+    if (IsOneOf(_element.TypeHash(), {u"loaded_item", u"ticker_item"})) _element.Discard(_element.TakeObjectsBelow());
+    ChangeByLine(_element, _description.strLine, _dblTime);
+    if (!_type.empty() && !_element.HasTag(kScene)) _element.SetTag(_type);
 }
 
 std::u16string FreeID(const CoElement& _parent, std::u16string_view _type) {
@@ -156,10 +164,11 @@ HRESULT ElementFace::StringSet(const char16_t* _bsName, const char16_t* _bsValue
 
 HRESULT ElementFace::Set(const char16_t* _bsType, const char16_t* _bsDescription, double _dblTime) {
     return InterfaceCall([&] {
-        std::u16string strText;
-        if (const HRESULT hr = ReadDescription(TextArgument(_bsDescription), strText); Failed(hr)) return hr;
+        DESCRIPTION description;
+        if (const HRESULT hr = ReadDescription(_bsDescription, element, description); Failed(hr)) return hr;
         ElementLock lock(element, "ElementSet");
-        return SetElement(element, TextArgument(_bsType), strText, _dblTime);
+        SetElement(element, TextArgument(_bsType), description, _dblTime);
+        return S_OK;
     });
 }
 
@@ -279,23 +288,23 @@ HRESULT ElementFace::GetByID(const char16_t* _bsID, IZrElement** _ppChild) const
 
 namespace {
 
-// Everything about a new child but its place in the tree.
-HRESULT MakeChild(CoElement& _parent, std::u16string_view _id, std::u16string_view _type, std::u16string_view _props,
-                  ElementPtr& _pChild) {
-    _pChild = CoElement::CreateTop(_type.empty() ? std::u16string_view(u"item") : _type, _parent.Shared());
-    if (IsMadeFromText(_props)) {
-        if (const HRESULT hr = ReplaceElement(*_pChild, _props, _type); Failed(hr)) return hr;
-    } else {
-        SetAttributeLine(*_pChild, _props, eZrUT_Update, BareNames::kDrop, LineNames::kPaths);
-    }
-    const std::u16string strType = _pChild->Tag();
-    if (_parent.HasTag(kView) || IsFaceType(strType)) {
-        _pChild->Rename(strType);
-        return S_OK;
-    }
-    const std::u16string strID = _id.empty() ? FreeID(_parent, strType) : std::u16string(_id);
-    _pChild->SetOwnAttribute(CoElement::kId, strID);
-    return S_OK;
+// Everything about a new child but its id and its place in the tree, which need the lock.
+ElementPtr MakeChild(const CoElement& _parent, std::u16string_view _type, const DESCRIPTION& _description) {
+    const ElementPtr pChild =
+        CoElement::CreateTop(_type.empty() ? std::u16string_view(u"item") : _type, _parent.Shared());
+    if (_description.pNew)
+        ReplaceElement(*pChild, _description.pNew, _type);
+    else
+        SetAttributeLine(*pChild, _description.strLine, eZrUT_Update, BareNames::kDrop, LineNames::kPaths);
+    return pChild;
+}
+
+void NameChild(const CoElement& _parent, CoElement& _child, std::u16string_view _id) {
+    const std::u16string strType = _child.Tag();
+    if (_parent.HasTag(kView) || IsFaceType(strType))
+        _child.Rename(strType);
+    else
+        _child.SetOwnAttribute(CoElement::kId, _id.empty() ? FreeID(_parent, strType) : std::u16string(_id));
 }
 
 }  // namespace
@@ -307,17 +316,18 @@ HRESULT ElementFace::Add(const char16_t* _bsID, const char16_t* _bsType, const c
         const std::u16string_view id = TextArgument(_bsID), type = TextArgument(_bsType);
         const bool bInView = element.HasTag(kView);
         if (NameHash(type) == kView.nHash && !bInView) return kBadName;
-        std::u16string strProps;
-        if (const HRESULT hr = ReadDescription(TextArgument(_bsProps), strProps); Failed(hr)) return hr;
+        DESCRIPTION description;
+        if (const HRESULT hr = ReadDescription(_bsProps, element, description); Failed(hr)) return hr;
+        const ElementPtr pChild = MakeChild(element, type, description);
+        if (description.pNew) description.pNew = pChild;  // for one that is there already
 
         ElementLock lock(element, "ElementsAdd");
         const bool bHasID = !bInView && !IsFaceType(type);
         if (const ElementPtr pPresent = bHasID && !id.empty() ? element.FindChild(NameKey(id)) : ElementPtr()) {
-            const HRESULT hr = SetElement(*pPresent, type, strProps, _dblTime);
-            return Failed(hr) ? hr : GiveElement(pPresent, _ppChild);
+            SetElement(*pPresent, type, description, _dblTime);
+            return GiveElement(pPresent, _ppChild);
         }
-        ElementPtr pChild;
-        if (const HRESULT hr = MakeChild(element, id, type, strProps, pChild); Failed(hr)) return hr;
+        NameChild(element, *pChild, id);
         if (!element.AppendChild(pChild)) return E_UNEXPECTED;
         if (_dblTime > 0 && !bInView && pChild->AttributeOr(kShow.text, true)) {
             pChild->SetAttribute(kShow.text, false);

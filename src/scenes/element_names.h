@@ -36,7 +36,9 @@ inline constexpr NameKey kHighlight{u"highlight_item"};
 
 inline constexpr NameKey kText{u"text"};
 inline constexpr NameKey kSrcProps{u"src_props"};
+inline constexpr NameKey kMixProps{u"mix_props"};
 inline constexpr NameKey kVideoBlock{u"video_block"};
+inline constexpr NameKey kMixerStream{u"mixer_stream"};
 inline constexpr NameKey kDstRect{u"dst_rect"};
 
 // --- Types
@@ -58,12 +60,6 @@ inline bool IsSettingNode(uint64_t _nHash) {
 inline bool IsContentType(const CoElement& _element) {
     return IsOneOf(NameHash(_element.Tag()),
                    {u"text", u"roll", u"crawl", u"matrix", u"cloud", u"polygon", u"cube", u"star"});
-}
-
-// Attributes on which the look of a text depends.
-inline bool IsTextLook(const NameKey& _key) {
-    return IsOneOf(_key.nHash, {u"size", u"color", u"bg_color", u"align", u"word_wrap", u"face", u"bg_shape", u"src",
-                                u"line_spacing", u"scale"});
 }
 
 // Types that show and hide with their parent where it says "nested".

@@ -32,12 +32,6 @@ void ForEachElement(const ElementPtr& _pTop, F _f) {
     }
 }
 
-std::u16string Line(const XMLNodeBase& _node) {
-    std::u16string strLine;
-    _node.WriteAttributes(strLine);
-    return strLine;
-}
-
 // What is selected by default: the whole of the parent.
 void FillOnSelect(const CoElement& _element, CoElement& _onSelect) {
     if (_onSelect.AttributeCount() > 0) return;
@@ -66,10 +60,9 @@ ElementPtr MakeRestore(const CoElement& _element, const CoElement& _onSelect) {
 void Restore(CoElement& _element, const NameKey& _node, double _dblTime) {
     const ElementPtr pRestore = _element.FindChild(_node);
     if (!pRestore) return;
-    const std::u16string strLine = Line(*pRestore);
     _element.RemoveChild(pRestore.Get());
     _element.RemoveAttribute(kSelected.text);
-    ElementChange(_element, {}, strLine, _dblTime);
+    ChangeTo(_element, *pRestore, _dblTime);
 }
 
 void Unselect(CoElement& _element, double _dblTime) { Restore(_element, kSelRestore, _dblTime); }
@@ -96,7 +89,7 @@ HRESULT SelectElement(CoElement& _element, std::u16string_view _param, double _d
     if (!pOnSelect) return E_FAIL;
     FillOnSelect(_element, *pOnSelect);
     _element.AppendChild(MakeRestore(_element, *pOnSelect));
-    ElementChange(_element, {}, Line(*pOnSelect), _dblTime);
+    ChangeTo(_element, *pOnSelect, _dblTime);
     _element.SetAttribute(kSelected.text, true);
 
     if (!pParam->AttributeOr(u"multiple_select", false)) {
@@ -143,17 +136,20 @@ void FollowTarget(CoElement& _scene, CoElement& _camera, double _dblTime) {
     BeginChange(_camera, *pPosition, _dblTime, 0, nullptr);
 }
 
-// Each attribute of a view is the id of an element and what that is to become.
-void GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _param, double _dblTime) {
+// Each attribute of a view is the id of an element and what that is to become. False: nothing has begun that will end.
+bool GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _param, double _dblTime) {
     std::u16string strID, strLine;
+    bool bBegun = false;
     for (size_t i = 0; _view.AttributeAt(i, &strID, &strLine); ++i) {
         if (NameHash(strID) == NameHash(kOnInvoke)) continue;
         const ElementPtr pElement = FindElement(_scene, strID);
         if (!pElement) continue;
         if (!_param.empty()) strLine.append(u" ").append(_param);
-        ElementChange(*pElement, {}, strLine, _dblTime);
+        ChangeByLine(*pElement, strLine, _dblTime);
         FollowTarget(_scene, *pElement, _dblTime);
+        bBegun |= _dblTime > 0 && pElement->FindChild(kNodeFrom);
     }
+    return bBegun;
 }
 
 void AppendNames(std::u16string_view _list, std::deque<std::u16string>& _arrNames) {
@@ -193,23 +189,25 @@ HRESULT InvokeView(CoElement& _view, std::u16string_view _param, double _dblTime
     if (bDirect)
         GoToView(*pScene, _view, _param, _dblTime);
     else
-        while (RunViewStep(*pScene) && !(_dblTime > 0)) continue;  // without time all are gone to at once
+        RunViewStep(*pScene);
     return S_OK;
 }
 
 bool RunViewStep(CoElement& _scene) {
     std::u16string strPath, strParam;
-    double dblTime = 0;
-    {
-        MutexLock lock(_scene.mtxViews);
-        if (_scene.views.arrPending.empty()) return false;
-        strPath = std::move(_scene.views.arrPending.front());
-        _scene.views.arrPending.pop_front();
-        strParam = _scene.views.strStepParam;
-        dblTime = _scene.views.dblStepTime;
+    for (;;) {
+        double dblTime = 0;
+        {
+            MutexLock lock(_scene.mtxViews);
+            if (_scene.views.arrPending.empty()) return false;
+            strPath = std::move(_scene.views.arrPending.front());
+            _scene.views.arrPending.pop_front();
+            strParam = _scene.views.strStepParam;
+            dblTime = _scene.views.dblStepTime;
+        }
+        const ElementPtr pView = _scene.Find(strPath);
+        if (pView && GoToView(_scene, *pView, strParam, dblTime)) return true;
     }
-    if (const ElementPtr pView = _scene.Find(strPath)) GoToView(_scene, *pView, strParam, dblTime);
-    return true;
 }
 
 }  // namespace zr

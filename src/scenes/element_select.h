@@ -18,7 +18,8 @@ bool IsView(const CoElement& _element);
 // Goes to a view by way of the views that it lists, one after another as their changes end. E_UNEXPECTED: it is in no
 // scene.
 HRESULT InvokeView(CoElement& _view, std::u16string_view _param, double _dblTime);
-// Goes to the next view that waits. For the drawing, when a change has ended. False: none waits.
+// Goes to the next view that waits, past those that nothing changes by: no change would end and call for the next. For
+// the drawing, when a change has ended. False: none waits.
 bool RunViewStep(CoElement& _scene);
 
 }  // namespace zr

@@ -174,8 +174,11 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
         if (bGone) return kRemoveElement;
     }
     if (!values.Shown()) {
-        DropBelow(_element, _visit.nDepth);
-        return bRemove ? kRemoveElement : S_OK;
+        const bool bGone = bRemove && !(values.IsChanging() && values.Progress() <= 1);
+        DropBelow(_element, _visit.nDepth, bGone);
+        if (bGone) return kRemoveElement;
+        DrawClone(_element, _visit, nType);  // what it was is seen on its own
+        return S_OK;
     }
     const double dblAlpha = &_element == pHighlight ? 1.0 : _visit.dblAlpha;
     if (nType == kTickerItem || nType == kLoadedItem || nType < 0 || nType > kVideo) {
@@ -225,7 +228,7 @@ void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nTy
     std::u16string type;
     const int32_t nOwn = pClone->GetAttribute(element::kCloneType.text, type) ? TypeOf(NameHash(type)) : _nType;
     if (DrawElement(*pClone, visit, std::max<int32_t>(nOwn, kGroup)) == kRemoveElement) {
-        DropBelow(*pClone, _visit.nDepth);
+        DropBelow(*pClone, _visit.nDepth, true);
         if (_element.RemoveChild(pClone.Get())) _element.Discard(pClone);
     }
 }
@@ -235,17 +238,17 @@ HRESULT SceneWalk::EndOfChange(CoElement& _element, bool _bRemove, bool _bEvent)
     pContext->bChangeEnded = true;
     if (_bEvent) arrDone.push_back(PathOf(_element));
     if (!_bRemove) return S_OK;
-    DropBelow(_element, 0);
+    DropBelow(_element, 0, true);
     return kRemoveElement;
 }
 
-void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth) {
+void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth, bool _bClone) {
     video.DropVideo(_element);
     if (_nDepth >= kMaxDrawDepth) return;
     for (size_t i = 0;; ++i) {
         const ElementPtr pChild = _element.ChildAt(i);
         if (!pChild) return;
-        if (!pChild->IsText()) DropBelow(*pChild, _nDepth + 1);
+        if (!pChild->IsText() && (_bClone || !pChild->HasName(element::kClone))) DropBelow(*pChild, _nDepth + 1, true);
     }
 }
 

@@ -93,7 +93,7 @@ private:
     void WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth);
     HRESULT DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone);
     HRESULT EndOfChange(CoElement& _element, bool _bRemove, bool _bEvent);
-    void DropBelow(CoElement& _element, int32_t _nDepth);
+    void DropBelow(CoElement& _element, int32_t _nDepth, bool _bClone);  // _bClone: with its clone
     void DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType);
     void Note(CoElement& _element, const RECT_F& _rect, const RECT_F& _crop);
 
@@ -101,7 +101,7 @@ private:
     DrawContext* pContext = nullptr;  // during a pass
     CoElement* pHighlight = nullptr;
     VIDEO_TEXTS texts;  // keep their memory
-    std::u16string pos, spos, highlight;
+    std::u16string highlight;
     std::vector<std::u16string> arrDone;  // paths of elements whose change has ended
     double dblCollected = -1;             // time of the last collect pass
     bool bChangeEnded = false;            // in the pass before

@@ -1,24 +1,11 @@
 #include "scenes/scene_file.h"
 
-#include <cstring>
-#include <vector>
-
 #include "platform/file.h"
-#include "platform/utf.h"
 
 namespace zr {
 namespace {
 
-constexpr uint64_t kMaxFile = uint64_t{256} << 20;
 constexpr size_t kMaxPath = 4096;
-
-std::u16string FromUtf16Bytes(const std::string& _bytes, bool _bSwap) {
-    std::u16string strText((_bytes.size() - 2) / 2, u'\0');
-    std::memcpy(strText.data(), _bytes.data() + 2, strText.size() * 2);
-    if (_bSwap)
-        for (char16_t& ch : strText) ch = static_cast<char16_t>(ch << 8 | ch >> 8);
-    return strText;
-}
 
 bool IsSeparator(char16_t _ch) { return _ch == u'/' || _ch == u'\\'; }
 
@@ -27,37 +14,6 @@ bool IsSeparator(char16_t _ch) { return _ch == u'/' || _ch == u'\\'; }
 bool IsSceneFile(std::u16string_view _text) {
     if (_text.empty() || _text.size() > kMaxPath || _text.find_first_of(u"<\n") != _text.npos) return false;
     return Succeeded(File().Open(std::u16string(_text).c_str(), File::Access::Read));
-}
-
-HRESULT ReadSceneFile(const std::u16string& _strName, std::u16string& _strText) {
-    File file;
-    uint64_t cb = 0;
-    HRESULT hr = file.Open(_strName.c_str(), File::Access::Read);
-    if (Succeeded(hr)) hr = file.Size(&cb);
-    if (Failed(hr)) return hr;
-    if (cb > kMaxFile) return ZR_E_INVALID_DATA;
-    std::string bytes(static_cast<size_t>(cb), '\0');
-    size_t cbRead = 0;
-    hr = file.ReadAt(0, bytes.data(), bytes.size(), &cbRead);
-    if (Failed(hr)) return hr;
-    bytes.resize(cbRead);
-    if (bytes.starts_with("\xFF\xFE"))
-        _strText = FromUtf16Bytes(bytes, false);
-    else if (bytes.starts_with("\xFE\xFF"))
-        _strText = FromUtf16Bytes(bytes, true);
-    else
-        _strText = Utf16FromUtf8(std::string_view(bytes).substr(bytes.starts_with("\xEF\xBB\xBF") ? 3 : 0));
-    return S_OK;
-}
-
-HRESULT WriteSceneFile(const std::u16string& _strName, std::u16string_view _text, bool _bUtf16) {
-    if (!_bUtf16) {
-        const std::string bytes = Utf8FromUtf16(_text);
-        return ReplaceFile(_strName.c_str(), bytes.data(), bytes.size());
-    }
-    std::u16string strMarked(1, u'\xFEFF');
-    strMarked += _text;
-    return ReplaceFile(_strName.c_str(), strMarked.data(), strMarked.size() * 2);
 }
 
 bool IsAbsolutePath(std::u16string_view _path) { return _path.starts_with(u'/'); }

@@ -1,20 +1,13 @@
 #pragma once
-// Files of scenes and configurations: their texts, and the names of other files in them.
+// Files of scenes and configurations, and the names of other files in them.
 
 #include <string>
 #include <string_view>
-
-#include "platform/status.h"
 
 namespace zr {
 
 // Whether a text is the name of a file that is there, and not a description.
 bool IsSceneFile(std::u16string_view _text);
-
-// The whole text of a file: UTF-16 or UTF-8 by its mark, else UTF-8. ZR_E_INVALID_DATA: larger than 256 MiB.
-HRESULT ReadSceneFile(const std::u16string& _strName, std::u16string& _strText);
-// Puts the text in the file's place at once: UTF-16 with its mark, or UTF-8 without one.
-HRESULT WriteSceneFile(const std::u16string& _strName, std::u16string_view _text, bool _bUtf16);
 
 bool IsAbsolutePath(std::u16string_view _path);
 // "/shows/news/main.xml" gives "/shows/news", "main.xml" gives nothing.

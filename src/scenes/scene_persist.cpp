@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "platform/wide_text.h"
 #include "scenes/element_names.h"
 #include "scenes/scene_file.h"
 
@@ -85,13 +88,28 @@ void MakeSaved(const ScenesSet::SCENE& _copy, const PERSIST_PARAM& _param) {
     scene.CopyAttributesFrom(*pNamed, eZrUT_ClearDest);
 }
 
-// An id as a part of a file's name.
-std::u16string FileNameOf(std::u16string_view _id) {
-    std::u16string str(_id);
-    for (char16_t& ch : str)
-        if (ch < u' ' || std::u16string_view(u"/\\:*?\"<>|").find(ch) != std::u16string_view::npos) ch = u'_';
-    return str;
-}
+// Ids as parts of files' names: no two scenes have one file, whatever characters were not to be in it.
+class FileNames {
+public:
+    std::u16string Of(std::u16string_view _id) {
+        constexpr size_t kMost = 80;
+        std::u16string strName(_id.substr(0, kMost));
+        if (!strName.empty() && (strName.back() & 0xFC00) == 0xD800) strName.pop_back();  // no half of a character
+        for (char16_t& ch : strName)
+            if (ch < u' ' || std::u16string_view(u"/\\:*?\"<>|").find(ch) != std::u16string_view::npos) ch = u'_';
+        int32_t& nNext = mapNext.try_emplace(NameHash(strName), 1).first->second;
+        std::u16string strFree = strName;
+        while (!setTaken.insert(NameHash(strFree)).second) {
+            strFree.assign(strName).append(u"_");
+            AppendPadded(strFree, static_cast<uint64_t>(nNext++), 3);
+        }
+        return strFree;
+    }
+
+private:
+    std::unordered_set<uint64_t> setTaken;
+    std::unordered_map<uint64_t, int32_t> mapNext;  // numbers below are taken
+};
 
 }  // namespace
 
@@ -108,12 +126,13 @@ HRESULT SaveScenes(const ScenesSet& _scenes, CoElement& _scenesNode, const PERSI
     }
     for (const ScenesSet::SCENE& copy : arrSaved) MakeSaved(copy, _param);
     HRESULT hr = S_OK;
+    FileNames names;
     for (const auto& [strID, pSaved] : arrSaved) {
         if (!_param.bSeparateFiles || _param.strFile.empty()) {
             _scenesNode.AppendChild(pSaved);
             continue;
         }
-        const std::u16string strName = std::u16string(BareName(_param.strFile)) + u"_" + FileNameOf(strID) + u".xml";
+        const std::u16string strName = std::u16string(BareName(_param.strFile)) + u"_" + names.Of(strID) + u".xml";
         const ElementPtr pNamed = _scenesNode.Add(kScene.text);
         pNamed->SetAttribute(kName, std::u16string_view(strID));
         pNamed->SetAttribute(kSrc, std::u16string_view(strName));

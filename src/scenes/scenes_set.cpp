@@ -4,6 +4,7 @@
 
 #include "attributes/attribute_line.h"
 #include "attributes/interface_call.h"
+#include "attributes/xml_file.h"
 #include "platform/wide_text.h"
 #include "scenes/element_names.h"
 #include "scenes/element_place.h"
@@ -26,6 +27,7 @@ HRESULT GiveScene(const ElementPtr& _pRoot, IZrElements** _ppScene) {
     return S_OK;
 }
 
+// A scene gets it when a host adds it or when it is drawn first: of thousands that are loaded, few ever are.
 void AddSchema(CoElement& _root) {
     if (_root.FindChild(kInfo)) return;
     const ElementPtr pInfo = _root.Find(kInfo.text, true);
@@ -87,13 +89,15 @@ void ScenesSet::Raise(const EVENTS& _events) {
 HRESULT ScenesSet::AddToList(std::u16string_view _id, const ElementPtr& _pRoot, std::u16string& _strID) {
     const std::u16string_view base = _id.empty() ? std::u16string_view(u"scene") : _id;
     _strID = _id.empty() ? u"scene_000" : std::u16string(_id);
-    for (int32_t n = 1; arrScenes.Find(NameHash(_strID)) != arrScenes.kNone; ++n) {
-        if (n > kMaxNumber) return ZR_E_EXISTS;
+    // The numbers below were all found taken before, and stay so until a scene goes.
+    int32_t& nNext = mapNextNumber.try_emplace(NameHash(base), 1).first->second;
+    while (arrScenes.Find(NameHash(_strID)) != arrScenes.kNone) {
+        if (nNext > kMaxNumber) return ZR_E_EXISTS;
+        const int32_t n = nNext++;
         _strID.assign(base).append(u"_");
         AppendPadded(_strID, static_cast<uint64_t>(n), 3);
     }
     arrScenes.Append(NameKey(_strID), _pRoot);
-    AddSchema(*_pRoot);
     if (!pActive) {
         pActive = _pRoot;
         pActive->bSceneActive = true;
@@ -124,10 +128,14 @@ HRESULT ScenesSet::GetByIndex(int32_t _nIndex, BSTR* _pbsID, IZrElements** _ppSc
 
 HRESULT ScenesSet::Get(const char16_t* _bsID, IZrElements** _ppScene) const {
     if (_ppScene) *_ppScene = nullptr;
-    const std::u16string_view id = TextArgument(_bsID);
+    const ElementPtr pRoot = RootOf(TextArgument(_bsID));
+    return pRoot ? GiveScene(pRoot, _ppScene) : ZR_E_NOT_FOUND_FILE;
+}
+
+ElementPtr ScenesSet::RootOf(std::u16string_view _id) const {
     CRWReadScope lock(pShared->lock);
-    const size_t i = id.empty() ? arrScenes.kNone : arrScenes.Find(NameHash(id));
-    return i == arrScenes.kNone ? ZR_E_NOT_FOUND_FILE : GiveScene(arrScenes[i], _ppScene);
+    const size_t i = _id.empty() ? arrScenes.kNone : arrScenes.Find(NameHash(_id));
+    return i == arrScenes.kNone ? ElementPtr() : arrScenes[i];
 }
 
 // A description to a root that nobody else knows yet.
@@ -139,7 +147,7 @@ HRESULT ScenesSet::Read(std::u16string_view _description, ElementPtr& _pRoot) co
     }
     std::u16string strXml;
     if (IsSceneFile(_description)) {
-        if (const HRESULT hr = ReadSceneFile(std::u16string(_description), strXml); Failed(hr)) return hr;
+        if (const HRESULT hr = ReadTextFile(std::u16string(_description).c_str(), strXml); Failed(hr)) return hr;
     } else if (_description.find(u'<') != _description.npos) {
         strXml = _description;
     } else {
@@ -171,6 +179,7 @@ HRESULT ScenesSet::Add(const char16_t* _bsDescription, BSTR* _pbsID, IZrElements
         }
         ElementPtr pRoot;
         if (const HRESULT hr = Read(TextArgument(_bsDescription), pRoot); Failed(hr)) return hr;
+        AddSchema(*pRoot);
         {
             CRWWriteScope lock(pShared->lock, "ScenesAdd");
             if (const HRESULT hr = AddToList(strWish, pRoot, strID); Failed(hr)) return hr;
@@ -198,6 +207,7 @@ HRESULT ScenesSet::Remove(const char16_t* _bsID) {
                 Activate(arrScenes[i + 1 < arrScenes.Size() ? i + 1 : i - 1], true, false, arrEvents);
             }
             arrScenes.Remove(i);
+            mapNextNumber.clear();
         }
         pShared->EndDiscarded();
         Raise(arrEvents);
@@ -220,11 +230,15 @@ HRESULT ScenesSet::ReplaceAll(std::vector<SCENE> _arrScenes, std::u16string_view
             if (pActive) Deactivate(true, arrEvents);
             pActive = {};
             arrOld = std::exchange(arrScenes, {});
+            mapNextNumber.clear();
             std::u16string strID;
             for (const SCENE& scene : _arrScenes)
                 if (const HRESULT hrAdd = AddToList(scene.strID, scene.pRoot, strID); Failed(hrAdd)) hr = hrAdd;
             const size_t i = _activeID.empty() ? 0 : arrScenes.Find(NameHash(_activeID));
-            if (bFirst) return hr;
+            if (bFirst) {
+                AddSchema(*pActive);
+                return hr;
+            }
             pActive->bSceneActive = false;
             pActive = {};
             Activate(arrScenes[i == arrScenes.kNone ? 0 : i], true, false, arrEvents);
@@ -280,6 +294,7 @@ HRESULT ScenesSet::ActiveSet(const char16_t* _bsID, const char16_t* _bsParameter
         const ElementPtr pParam = CoElement::CreateTop(u"zr-param");
         SetAttributeLine(*pParam, TextArgument(_bsParameters), eZrUT_Update);
         EVENTS arrEvents;
+        if (const ElementPtr pNew = RootOf(id)) AddSchema(*pNew);  // before anyone has to wait
         {
             CRWWriteScope lock(pShared->lock, "ScenesActiveSet");
             const size_t i = arrScenes.Find(NameHash(id));

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -64,6 +65,7 @@ private:
         ZR_REQUIRES(pShared->lock);
     void Activate(const ElementPtr& _pRoot, bool _bReset, bool _bRestart, EVENTS& _events) ZR_REQUIRES(pShared->lock);
     void Deactivate(bool _bReset, EVENTS& _events) ZR_REQUIRES(pShared->lock);
+    ElementPtr RootOf(std::u16string_view _id) const;
     size_t PositionOf(const ElementPtr& _pRoot) const ZR_REQUIRES_SHARED(pShared->lock);
     HRESULT Read(std::u16string_view _description, ElementPtr& _pRoot) const;
     void Raise(const EVENTS& _events);
@@ -72,6 +74,8 @@ private:
     const std::shared_ptr<ScenesShared> pShared;
     NamedList<ElementPtr> arrScenes ZR_GUARDED_BY(pShared->lock);  // by id
     ElementPtr pActive ZR_GUARDED_BY(pShared->lock);
+    // By the hash of an id: the first number behind it that may be free.
+    std::unordered_map<uint64_t, int32_t> mapNextNumber ZR_GUARDED_BY(pShared->lock);
 };
 
 }  // namespace zr

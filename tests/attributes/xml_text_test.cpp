@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
 #include <string>
 #include <thread>
@@ -300,6 +301,32 @@ TEST(XmlReader, HugeAndDeepInputEnds) {
 }
 
 // ---- Many threads on one tree. A typed read changes the form in which the value is kept.
+
+// Who has a node may walk up from it whatever becomes of the tree that it was in.
+TEST(XmlTree, ParentsEndWhileTheyAreWalkedUpTo) {
+    Mutex mtx;
+    XMLNodePtr pShared;
+    std::atomic<bool> bStop{false};
+    std::thread walker([&] {
+        while (!bStop) {
+            XMLNodePtr pLeaf;
+            {
+                MutexLock lock(mtx);
+                pLeaf = pShared;
+            }
+            for (XMLNodeRef p(pLeaf.Get()); p; p = p->ParentNode()) EXPECT_FALSE(p->Name().empty());
+        }
+    });
+    for (int i = 0; i < 5000; ++i) {
+        const XMLNodePtr pTop = CoXMLNode::Create(u"top");
+        const XMLNodePtr pLeaf = pTop->Find(u"a::b::c::d", true);
+        if (i % 2 != 0) pTop->Find(u"a::b")->RemoveChildren();
+        MutexLock lock(mtx);
+        pShared = pLeaf;
+    }
+    bStop = true;
+    walker.join();
+}
 
 TEST(XmlTree, ReadersAndWritersOnManyThreads) {
     const XMLNodePtr p = NodeOf("<top number='1.5' flag='true' text='abc'><child x='7'>t</child></top>");

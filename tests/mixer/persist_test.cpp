@@ -169,6 +169,28 @@ TEST_F(PersistTest, SavesWhereChangesGo) {
         << TextOf(p);
 }
 
+// Ids that differ in what a file's name cannot have go to different files; a save that fails leaves what there was.
+TEST_F(PersistTest, KeepsEachSceneInAFileOfItsOwn) {
+    auto p = NewMixer();
+    for (const char16_t* szID : {u"a:b", u"a_b", u"a/b", u"a_b_001"}) {
+        BSTR bs = SysAllocString(szID);
+        const std::u16string strXml = u"<zr_scene><video id='v' mask='" + std::u16string(szID) + u"'/></zr_scene>";
+        EXPECT_EQ(pMixer.As<IZrScenes>()->ScenesAdd(strXml.c_str(), &bs, nullptr), S_OK);
+        SysFreeString(bs);
+    }
+    const string strText = TextOf(p, u"scenes");
+    EXPECT_EQ(Save(p, "parts.xml", u"separate_files=true"), S_OK);
+    EXPECT_NE(std::system(("ls " + strFolder + "/*~ 2> /dev/null").c_str()), 0) << "nothing is left beside them";
+    EXPECT_EQ(std::system(("mkdir " + strFolder + "/folder.xml").c_str()), 0);
+    EXPECT_TRUE(Failed(Save(p, "folder.xml")));
+    EXPECT_EQ(std::system(("cd " + strFolder + " && touch real.xml && ln -s real.xml link.xml").c_str()), 0);
+    EXPECT_EQ(Save(p, "link.xml"), S_OK);
+    EXPECT_FALSE(Read("real.xml").empty()) << "a link goes on leading to its file";
+    p = NewMixer();
+    EXPECT_EQ(Load(p, "parts.xml"), S_OK);
+    EXPECT_EQ(TextOf(p, u"scenes"), strText);
+}
+
 TEST_F(PersistTest, NamesFilesFromWhereItStands) {
     Write("logo.png", "x");
     EXPECT_EQ(std::system(("mkdir " + strFolder + "/sub").c_str()), 0);

@@ -160,6 +160,10 @@ TEST_F(Elements, SelectAndRestore) {
     EXPECT_EQ(XmlOf(*pB), "<video id='b' x='0.0' alpha='1.0'><on_select x='0.5' alpha='1'/></video>");
     EXPECT_EQ(pB->ElementInvoke(u"select", u"true", 0), S_OK);
     EXPECT_EQ(XmlOf(*pA), "<video id='a' x='0.1' w='0.2'><on_select x='0' w='1'/></video>");
+    pB->SetAttribute(u"on_select::mask", std::u16string_view(u"a<b"));
+    pB->RemoveAttribute(u"selected");
+    EXPECT_EQ(pB->ElementInvoke(u"select", u"true", 0), S_OK);
+    EXPECT_EQ(ToUtf8(pB->AttributeOr(u"mask", std::u16string_view())), "a<b");
 }
 
 TEST_F(Elements, GoToViewsOneAfterAnother) {

@@ -81,6 +81,20 @@ TEST_F(Scenes, HaveIdsAndOneIsActive) {
     EXPECT_EQ(List(), "scene_001* ");
 }
 
+// As many as there are numbers, at a cost that does not grow with each; a number that is free again is found.
+TEST_F(Scenes, OfOneNameGetNumbers) {
+    std::vector<ScenesSet::SCENE> arrScenes;
+    for (int i = 0; i < 40000; ++i) arrScenes.push_back({u"same", set.NewScene()});
+    EXPECT_EQ(set.ReplaceAll(std::move(arrScenes), {}), ZR_E_EXISTS);
+    int32_t nCount = 0;
+    set.GetCount(&nCount);
+    EXPECT_EQ(nCount, 32768);
+    EXPECT_TRUE(Scene(u"same_32767"));
+    EXPECT_EQ(set.Remove(u"same_007"), S_OK);
+    EXPECT_EQ(Add(nullptr, u"same"), "same_007");
+    EXPECT_EQ(Add(nullptr, u"same"), "-");
+}
+
 TEST_F(Scenes, LoseObjectsAsAsked) {
     Add(u"<x/>", u"b");
     const auto mark = [](const ElementPtr& _p) {
