@@ -136,66 +136,6 @@ HRESULT CCoZrMixer::ObjectGetInternal(const char16_t*, IUnknown** _ppObject) {
     return E_NOTIMPL;
 }
 
-// --- IZrFile
-
-HRESULT CCoZrMixer::FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) {
-    const auto p = Background();
-    return p ? p->FileNameSet(_bsFile, _bsParam) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileNameGet(BSTR* _pbsFile) {
-    if (_pbsFile) *_pbsFile = nullptr;
-    const auto p = Background();
-    return p ? p->FileNameGet(_pbsFile) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileInOutSet(double _dblIn, double _dblOut) {
-    const auto p = Background();
-    return p ? p->FileInOutSet(_dblIn, _dblOut) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) {
-    const auto p = Background();
-    return p ? p->FileInOutGet(_pdblIn, _pdblOut, _pdblDuration) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FilePosSet(double _dblPos, double _dblPreroll) {
-    const auto p = Background();
-    return p ? p->FilePosSet(_dblPos, _dblPreroll) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FilePosGet(double* _pdblFilePos) {
-    const auto p = Background();
-    return p ? p->FilePosGet(_pdblFilePos) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileRateSet(double _dblRate) {
-    const auto p = Background();
-    return p ? p->FileRateSet(_dblRate) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileRateGet(double* _pdblRate) {
-    const auto p = Background();
-    return p ? p->FileRateGet(_pdblRate) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) {
-    const auto p = Background();
-    return p ? p->FileFrameGet(_dblPos, _dblPreroll, _ppFrame) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) {
-    const auto p = Background();
-    return p ? p->FileInOutSetTC(_pTCIn, _pTCOut) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) {
-    const auto p = Background();
-    return p ? p->FileInOutGetTC(_pTCIn, _pTCOut, _pbOutSpecified) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FilePosSetTC(const ZR_TIMECODE* _pTC) {
-    const auto p = Background();
-    return p ? p->FilePosSetTC(_pTC) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FilePosGetTC(ZR_TIMECODE* _pTC) {
-    const auto p = Background();
-    return p ? p->FilePosGetTC(_pTC) : ZR_E_EMPTY;
-}
-HRESULT CCoZrMixer::FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) {
-    const auto p = Background();
-    return p ? p->FileFrameGetByTC(_pTC, _ppFrame) : ZR_E_EMPTY;
-}
-
 // --- IZrStreams
 
 HRESULT CCoZrMixer::StreamsGetByIndex(int32_t _nIndex, BSTR* _pbsStreamID, IZrItem** _ppStream) {

@@ -9,16 +9,16 @@
 #include "mixer/mixer_item_host.h"
 #include "platform/unknown.h"
 #include "scenes/scenes_impl.h"
+#include "sources/file_forward.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
-#include "zr/file.h"
 #include "zr/object.h"
 #include "zr/streams.h"
 
 namespace zr {
 
 class CCoZrMixer final : public IZrObject,
-                         public IZrFile,
+                         public IZrFileForward<CCoZrMixer>,
                          public IZrStreams,
                          public IZrScenesImpl<CCoZrMixer>,
                          public IZrPersistImpl<CCoZrMixer, ElementPtr>,
@@ -70,12 +70,8 @@ public:
 
     // --- IZrFile: playing is the mixer's own, the file is the background's
 
-    HRESULT FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) override;
-    HRESULT FileNameGet(BSTR* _pbsFile) override;
-    HRESULT FileInOutSet(double _dblIn, double _dblOut) override;
-    HRESULT FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) override;
-    HRESULT FilePosSet(double _dblPos, double _dblPreroll) override;
-    HRESULT FilePosGet(double* _pdblFilePos) override;
+    static constexpr HRESULT kNoFile = ZR_E_EMPTY;
+    ZrPtr<IZrFile> File_I() const { return Background(); }
     HRESULT FilePlayStart() override { return core.control.FilePlay(-1.0); }
     // Below 0: as FilePlayStart.
     HRESULT FilePlayPause(double _dblSeconds) override { return core.control.FilePlay(_dblSeconds); }
@@ -83,14 +79,6 @@ public:
     HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain) override {
         return core.control.FileStateGet(_peState, _pdblTimeRemain);
     }
-    HRESULT FileRateSet(double _dblRate) override;
-    HRESULT FileRateGet(double* _pdblRate) override;
-    HRESULT FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) override;
-    HRESULT FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) override;
-    HRESULT FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) override;
-    HRESULT FilePosSetTC(const ZR_TIMECODE* _pTC) override;
-    HRESULT FilePosGetTC(ZR_TIMECODE* _pTC) override;
-    HRESULT FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) override;
 
     // --- IZrStreams
 

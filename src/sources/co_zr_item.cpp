@@ -137,25 +137,14 @@ HRESULT CCoZrItem::OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) {
     return pSourceProps->PropsGet(std::u16string(_name).c_str(), _pbsValue);
 }
 
-HRESULT CCoZrItem::FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) {
-    return pFile ? pFile->FileNameSet(_bsFile, _bsParam) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FileNameGet(BSTR* _pbsFile) { return pFile ? pFile->FileNameGet(_pbsFile) : E_NOINTERFACE; }
 HRESULT CCoZrItem::FileInOutSet(double _dblIn, double _dblOut) {
-    const HRESULT hr = pFile ? pFile->FileInOutSet(_dblIn, _dblOut) : E_NOINTERFACE;
+    const HRESULT hr = IZrFileForward::FileInOutSet(_dblIn, _dblOut);
     if (Succeeded(hr)) breaks.Place(Range());
     return hr;
 }
-HRESULT CCoZrItem::FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) {
-    return pFile ? pFile->FileInOutGet(_pdblIn, _pdblOut, _pdblDuration) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FilePosSet(double _dblPos, double _dblPreroll) {
-    return pFile ? pFile->FilePosSet(_dblPos, _dblPreroll) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FilePosGet(double* _pdblFilePos) { return pFile ? pFile->FilePosGet(_pdblFilePos) : E_NOINTERFACE; }
 HRESULT CCoZrItem::FilePlayStart() {
     const ZrPtr<IItemHost> p = Host();
-    if (!p) return pFile ? pFile->FilePlayStart() : E_NOINTERFACE;
+    if (!p) return IZrFileForward::FilePlayStart();
     const HRESULT hr = p->ItemPlay(this, -1.0);
     eZrState eState = eZrS_Running;
     double dblRemain = 0;
@@ -166,31 +155,12 @@ HRESULT CCoZrItem::FilePlayPause(double _dblSeconds) {
     const ZrPtr<IItemHost> p = Host();
     const HRESULT hr = p ? p->ItemPlay(this, _dblSeconds > 0 ? _dblSeconds : 0.0) : ZR_E_RETRY;
     if (hr != ZR_E_RETRY) return hr;
-    return pFile ? pFile->FilePlayPause(_dblSeconds) : E_NOINTERFACE;
+    return IZrFileForward::FilePlayPause(_dblSeconds);
 }
 HRESULT CCoZrItem::FilePlayStop(double _dblSeconds) {
     const ZrPtr<IItemHost> p = Host();
     const HRESULT hr = p ? p->ItemStop(this) : E_NOINTERFACE;
     return pFile ? pFile->FilePlayStop(_dblSeconds) : hr;
-}
-HRESULT CCoZrItem::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) {
-    return pFile ? pFile->FileStateGet(_peState, _pdblTimeRemain) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FileRateSet(double _dblRate) { return pFile ? pFile->FileRateSet(_dblRate) : E_NOINTERFACE; }
-HRESULT CCoZrItem::FileRateGet(double* _pdblRate) { return pFile ? pFile->FileRateGet(_pdblRate) : E_NOINTERFACE; }
-HRESULT CCoZrItem::FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) {
-    return pFile ? pFile->FileFrameGet(_dblPos, _dblPreroll, _ppFrame) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) {
-    return pFile ? pFile->FileInOutSetTC(_pTCIn, _pTCOut) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) {
-    return pFile ? pFile->FileInOutGetTC(_pTCIn, _pTCOut, _pbOutSpecified) : E_NOINTERFACE;
-}
-HRESULT CCoZrItem::FilePosSetTC(const ZR_TIMECODE* _pTC) { return pFile ? pFile->FilePosSetTC(_pTC) : E_NOINTERFACE; }
-HRESULT CCoZrItem::FilePosGetTC(ZR_TIMECODE* _pTC) { return pFile ? pFile->FilePosGetTC(_pTC) : E_NOINTERFACE; }
-HRESULT CCoZrItem::FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) {
-    return pFile ? pFile->FileFrameGetByTC(_pTC, _ppFrame) : E_NOINTERFACE;
 }
 
 }  // namespace zr

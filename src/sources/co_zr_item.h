@@ -11,9 +11,9 @@
 #include "platform/lock.h"
 #include "platform/unknown.h"
 #include "sources/break_list.h"
+#include "sources/file_forward.h"
 #include "sources/item_host.h"
 #include "sources/item_start.h"
-#include "zr/file.h"
 #include "zr/items.h"
 #include "zr/object.h"
 #include "zr/persist.h"
@@ -44,7 +44,7 @@ enum class ItemPlace {
 // Holds its source by reference. Any thread; the source does not change.
 class CCoZrItem final : public IZrItem,
                         public IZrBreaks,
-                        public IZrFile,
+                        public IZrFileForward<CCoZrItem>,
                         public IZrPersist,
                         public IZrPropsImpl<CCoZrItem>,
                         private IPropsHost {
@@ -130,24 +130,12 @@ public:
 
     // --- IZrFile: the source's; E_NOINTERFACE when it is no file
 
-    HRESULT FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) override;
-    HRESULT FileNameGet(BSTR* _pbsFile) override;
+    static constexpr HRESULT kNoFile = E_NOINTERFACE;
+    ZrPtr<IZrFile> File_I() const { return pFile; }
     HRESULT FileInOutSet(double _dblIn, double _dblOut) override;
-    HRESULT FileInOutGet(double* _pdblIn, double* _pdblOut, double* _pdblDuration) override;
-    HRESULT FilePosSet(double _dblPos, double _dblPreroll) override;
-    HRESULT FilePosGet(double* _pdblFilePos) override;
     HRESULT FilePlayStart() override;
     HRESULT FilePlayPause(double _dblSeconds) override;
     HRESULT FilePlayStop(double _dblSeconds) override;
-    HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain) override;
-    HRESULT FileRateSet(double _dblRate) override;
-    HRESULT FileRateGet(double* _pdblRate) override;
-    HRESULT FileFrameGet(double _dblPos, double _dblPreroll, IZrFrame** _ppFrame) override;
-    HRESULT FileInOutSetTC(const ZR_TIMECODE* _pTCIn, const ZR_TIMECODE* _pTCOut) override;
-    HRESULT FileInOutGetTC(ZR_TIMECODE* _pTCIn, ZR_TIMECODE* _pTCOut, int32_t* _pbOutSpecified) override;
-    HRESULT FilePosSetTC(const ZR_TIMECODE* _pTC) override;
-    HRESULT FilePosGetTC(ZR_TIMECODE* _pTC) override;
-    HRESULT FileFrameGetByTC(const ZR_TIMECODE* _pTC, IZrFrame** _ppFrame) override;
 
 private:
     CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned, bool _bCommand);
