@@ -18,6 +18,7 @@
 #include "video/crop.h"
 #include "video/frame_turn.h"
 #include "video/mirror.h"
+#include "video/overlay_picture.h"
 #include "video/picture_file.h"
 #include "video/premultiply.h"
 
@@ -151,23 +152,11 @@ HRESULT Turn(const char16_t* _szList, ZrPtr<IZrFFrame>* _ppFrame) {
     return Failed(hr) ? hr : MirrorPicture(reinterpret_cast<uint8_t*>(info.lpVideo), info.avProps.vidProps, mirror);
 }
 
-bool LiesOn(eZrFCC _fccType) {
-    switch (_fccType) {
-        case eZrFCC_UYVY:
-        case eZrFCC_HDYC:
-        case eZrFCC_YUY2:
-        case eZrFCC_RGB24:
-        case eZrFCC_RGB32:
-        case eZrFCC_ARGB32: return true;
-        default: return false;
-    }
-}
-
 // The picture fitted into one colour of the wanted format, or of RGB32 when nothing can be laid over that.
 HRESULT LayOverColour(const ZR_VID_PROPS& _wanted, AttrColour _colour, const char16_t* _szList,
                       ZrPtr<IZrFFrame>* _ppFrame) {
     ZR_VID_PROPS props = _wanted;
-    if (!LiesOn(props.fccType)) {
+    if (!CanOverlay(props.fccType)) {
         props.fccType = eZrFCC_RGB32;
         props.nHeight = -AbsHeight(props.nHeight);
         props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
@@ -224,7 +213,7 @@ HRESULT LoadPictureFrame(const char16_t* _szFileName, const char16_t* _szPropsLi
     const bool bFormat = AsksForFormat(_szPropsList);
     if (bFormat) hr = WantedProps(_szPropsList, props.vidProps, &wanted);
     if (Succeeded(hr) && bColour) hr = LayOverColour(wanted, colour, _szPropsList, &pFrame);
-    const bool bConvert = bColour ? !LiesOn(wanted.fccType) : bFormat;
+    const bool bConvert = bColour ? !CanOverlay(wanted.fccType) : bFormat;
     if (Succeeded(hr) && bConvert) hr = ConvertTo(wanted, _szPropsList, &pFrame);
     if (Succeeded(hr)) *_ppFrame = std::move(pFrame);
     return hr;

@@ -23,18 +23,6 @@ namespace {
 // Rows that are composed in one go; even, as fields and shared chroma want it. Their bytes stay in the second cache.
 constexpr int32_t kBandRows = 16;
 
-bool CanMix(eZrFCC _fccType) {
-    switch (_fccType) {
-        case eZrFCC_UYVY:
-        case eZrFCC_HDYC:
-        case eZrFCC_YUY2:
-        case eZrFCC_RGB24:
-        case eZrFCC_RGB32:
-        case eZrFCC_ARGB32: return true;
-        default: return false;
-    }
-}
-
 tagRECT Inside(const tagRECT& _rect, const ZR_VID_PROPS& _props) {
     return {std::max(_rect.left, 0), std::max(_rect.top, 0), std::min(_rect.right, _props.nWidth),
             std::min(_rect.bottom, AbsHeight(_props.nHeight))};
@@ -70,7 +58,7 @@ HRESULT NewFrame(const ZR_VID_PROPS& _props, ZrPtr<IZrFFrame>* _ppFrame, uint8_t
 
 ZR_VID_PROPS Canvas::LayerProps(const ZR_VID_PROPS& _output) {
     ZR_VID_PROPS props = _output;
-    if (CanMix(props.fccType)) return props;
+    if (CanOverlay(props.fccType)) return props;
     props.eVideoFormat = eZrVF_Custom;
     props.eInterlace = InterlaceClass(&_output) == 0  ? eZrI_Progressive
                        : InterlaceClass(&_output) > 0 ? eZrI_Field1First

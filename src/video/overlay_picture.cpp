@@ -56,18 +56,6 @@ void OverRows(const PICTURE& _over, const tagRECT& _overRect, const PICTURE& _ba
         ParallelRows(nRows, (nRows + nWorkers - 1) / nWorkers, Rows);
 }
 
-bool Mixes(eZrFCC _fccType) {
-    switch (_fccType) {
-        case eZrFCC_UYVY:
-        case eZrFCC_HDYC:
-        case eZrFCC_YUY2:
-        case eZrFCC_RGB24:
-        case eZrFCC_RGB32:
-        case eZrFCC_ARGB32: return true;
-        default: return false;
-    }
-}
-
 // The part of _rect that is inside of a picture, and what its conversion hangs on: v210 is cut between groups of six
 // pixels, and chroma that is shared between lines is made of lines above and below.
 tagRECT Inside(const tagRECT* _pRect, const ZR_VID_PROPS& _props) {
@@ -85,6 +73,18 @@ tagRECT Inside(const tagRECT* _pRect, const ZR_VID_PROPS& _props) {
 }
 
 }  // namespace
+
+bool CanOverlay(eZrFCC _fccBase) {
+    switch (_fccBase) {
+        case eZrFCC_UYVY:
+        case eZrFCC_HDYC:
+        case eZrFCC_YUY2:
+        case eZrFCC_RGB24:
+        case eZrFCC_RGB32:
+        case eZrFCC_ARGB32: return true;
+        default: return false;
+    }
+}
 
 HRESULT MixImage_Argb(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const tagRECT* _pBaseRect, const uint8_t* _pOver,
                       const ZR_VID_PROPS& _overProps, const tagRECT* _pOverRect, const MIX_OPTIONS& _options) {
@@ -114,7 +114,7 @@ HRESULT OverlayPicture(ScalingEngine& _engine, uint8_t* _pBase, const ZR_VID_PRO
                        const tagRECT* _pBaseRect, const uint8_t* _pOver, const ZR_VID_PROPS& _overProps,
                        const tagRECT* _pOverRect, const MIX_MASK* _pMask, const MIX_OPTIONS& _options) {
     if (!_pBase || !_pOver) return E_POINTER;
-    if (!Mixes(_baseProps.fccType)) return E_INVALIDARG;
+    if (!CanOverlay(_baseProps.fccType)) return E_INVALIDARG;
     if (SameFamily(_baseProps.fccType, _overProps.fccType))
         return MixImage_Mask8(_pBase, _baseProps, _pBaseRect, _pOver, _overProps, _pOverRect, _pMask, _options);
     if (_overProps.fccType == eZrFCC_ARGB32)

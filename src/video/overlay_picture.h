@@ -16,6 +16,9 @@ namespace zr {
 HRESULT MixImage_Argb(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const tagRECT* _pBaseRect, const uint8_t* _pOver,
                       const ZR_VID_PROPS& _overProps, const tagRECT* _pOverRect, const MIX_OPTIONS& _options);
 
+// Whether pictures can be laid over one of this format.
+bool CanOverlay(eZrFCC _fccBase);
+
 // Lays a rectangle of one picture over a rectangle of another: ARGB32 by its alpha, what has the family of the base as
 // it is, all else after a conversion into the base's format, kept in the engine's scratch. _pMask: of MixImage_Mask8.
 // Codes of MixImage_Mask8; kTypeNotAccepted, E_FAIL: no way from one format to the other. E_OUTOFMEMORY.
