@@ -167,28 +167,37 @@ HRESULT Encoder::Send(const AVFrame* _pFrame) {
     }
 }
 
-HRESULT VideoEncoder::Open(const ZR_VID_PROPS& _props, const OUTPUT_OPTIONS& _options) {
-    Close();
-    const CODEC_CHOICE choice = ChooseVideoCodec(*muxer.Format(), _options.strVideoCodec);
-    if (choice.arrCodecs.empty())
-        return muxer.Fail(E_INVALIDARG, "there is no encoder \"" + _options.strVideoCodec + "\" for pictures");
-    if (LayoutOfFamily(_props.fccType) == AV_PIX_FMT_NONE)
-        return muxer.Fail(ZR_E_NOT_SUPPORTED, "the pixel format of the frames cannot be encoded");
+template <class OpenWith>
+HRESULT Encoder::OpenOneOf(const CODEC_CHOICE& _choice, const std::string& _strName, const char* _szWhat,
+                           const OpenWith& _openWith) {
+    if (_choice.arrCodecs.empty())
+        return muxer.Fail(E_INVALIDARG, "there is no encoder \"" + _strName + "\" for " + _szWhat);
     HRESULT hr = E_INVALIDARG;
-    for (const AVCodec* pCodec : choice.arrCodecs) {
+    for (const AVCodec* pCodec : _choice.arrCodecs) {
         if (avformat_query_codec(muxer.Format(), pCodec->id, FF_COMPLIANCE_NORMAL) == 0) {
             hr = muxer.Fail(E_INVALIDARG,
                             std::string(muxer.Format()->name) + " takes no " + avcodec_get_name(pCodec->id));
             continue;
         }
-        hr = OpenWith(*pCodec, _props, _options);
+        hr = _openWith(*pCodec);
         if (Succeeded(hr)) {
             muxer.ForgetError();  // of those that were tried before
             return hr;
         }
-        Close();
     }
     return hr;
+}
+
+HRESULT VideoEncoder::Open(const ZR_VID_PROPS& _props, const OUTPUT_OPTIONS& _options) {
+    Close();
+    if (LayoutOfFamily(_props.fccType) == AV_PIX_FMT_NONE)
+        return muxer.Fail(ZR_E_NOT_SUPPORTED, "the pixel format of the frames cannot be encoded");
+    const CODEC_CHOICE choice = ChooseVideoCodec(*muxer.Format(), _options.strVideoCodec);
+    return OpenOneOf(choice, _options.strVideoCodec, "pictures", [&](const AVCodec& _codec) {
+        const HRESULT hr = OpenWith(_codec, _props, _options);
+        if (Failed(hr)) Close();
+        return hr;
+    });
 }
 
 HRESULT VideoEncoder::OpenWith(const AVCodec& _codec, const ZR_VID_PROPS& _props, const OUTPUT_OPTIONS& _options) {
@@ -352,23 +361,11 @@ HRESULT VideoEncoder::Repeat() {
 HRESULT AudioEncoder::Open(const ZR_AUD_PROPS& _props, const OUTPUT_OPTIONS& _options) {
     Close();
     const CODEC_CHOICE choice = ChooseAudioCodec(*muxer.Format(), _options.strAudioCodec);
-    if (choice.arrCodecs.empty())
-        return muxer.Fail(E_INVALIDARG, "there is no encoder \"" + _options.strAudioCodec + "\" for sound");
-    HRESULT hr = E_INVALIDARG;
-    for (const AVCodec* pCodec : choice.arrCodecs) {
-        if (avformat_query_codec(muxer.Format(), pCodec->id, FF_COMPLIANCE_NORMAL) == 0) {
-            hr = muxer.Fail(E_INVALIDARG,
-                            std::string(muxer.Format()->name) + " takes no " + avcodec_get_name(pCodec->id));
-            continue;
-        }
-        hr = OpenWith(*pCodec, _props, _options);
-        if (Succeeded(hr)) {
-            muxer.ForgetError();
-            return hr;
-        }
-        Close();
-    }
-    return hr;
+    return OpenOneOf(choice, _options.strAudioCodec, "sound", [&](const AVCodec& _codec) {
+        const HRESULT hr = OpenWith(_codec, _props, _options);
+        if (Failed(hr)) Close();
+        return hr;
+    });
 }
 
 HRESULT AudioEncoder::OpenWith(const AVCodec& _codec, const ZR_AUD_PROPS& _props, const OUTPUT_OPTIONS& _options) {

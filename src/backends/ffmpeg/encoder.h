@@ -44,6 +44,11 @@ public:
 protected:
     explicit Encoder(Muxer& _muxer) : muxer(_muxer) {}
     ~Encoder() = default;
+    // Tries _openWith(codec) with those of the choice that the container takes, until one opens. _what they encode, for
+    // the error.
+    template <class OpenWith>
+    HRESULT OpenOneOf(const CODEC_CHOICE& _choice, const std::string& _strName, const char* _szWhat,
+                      const OpenWith& _openWith);
     // Opens pContext, which is filled in; what the text names and the codec does not know is an error.
     HRESULT OpenContext(const AVCodec& _codec, const std::string& _strOptions, AvOptions* _pOptions);
     // Null: the encoder is told that nothing follows.
