@@ -53,14 +53,31 @@ void ForEachMapping(int32_t _nSrc, int32_t _nDst, const ADD& _add) {
     }
 }
 
+// Interleaved samples to a row for each channel, and back. Stereo goes in vectors.
 template <class SAMPLE>
 void Split(const SAMPLE* _p, size_t _nChannels, size_t _nSamples, SAMPLE* _pRows) {
+    if (_nChannels == 2) {
+        SAMPLE* const pRight = _pRows + _nSamples;
+        for (size_t i = 0; i < _nSamples; ++i) {
+            _pRows[i] = _p[2 * i];
+            pRight[i] = _p[2 * i + 1];
+        }
+        return;
+    }
     for (size_t c = 0; c < _nChannels; ++c)
         for (size_t i = 0; i < _nSamples; ++i) _pRows[c * _nSamples + i] = _p[i * _nChannels + c];
 }
 
 template <class SAMPLE>
 void Join(const SAMPLE* _pRows, size_t _nStride, size_t _nChannels, size_t _nSamples, SAMPLE* _p) {
+    if (_nChannels == 2) {
+        const SAMPLE* const pRight = _pRows + _nStride;
+        for (size_t i = 0; i < _nSamples; ++i) {
+            _p[2 * i] = _pRows[i];
+            _p[2 * i + 1] = pRight[i];
+        }
+        return;
+    }
     for (size_t c = 0; c < _nChannels; ++c)
         for (size_t i = 0; i < _nSamples; ++i) _p[i * _nChannels + c] = _pRows[c * _nStride + i];
 }
@@ -178,23 +195,10 @@ HRESULT ZrAudioConverter::Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t*
     return E_OUTOFMEMORY;
 }
 
-template <class SAMPLE, class RESAMPLER>
-int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrResamplers, const uint8_t* _pSrc,
-                              size_t _nSamples, uint8_t* _pDst, size_t _nRoom) {
-    constexpr bool kFloat = std::is_same_v<SAMPLE, float>;
-    const auto nSrc = static_cast<size_t>(src.nChannels), nDst = static_cast<size_t>(dst.nChannels);
-    GrowTo(_rows.arrIn, nSrc * _nSamples);
+template <class SAMPLE>
+const SAMPLE* ZrAudioConverter::MixChannels(ROWS<SAMPLE>& _rows, size_t _nSamples) const {
+    const auto nDst = static_cast<size_t>(dst.nChannels);
     GrowTo(_rows.arrMixed, nDst * _nSamples);
-
-    // Interleaved and of the width that is computed in, then channel by channel.
-    const SAMPLE* pPacked = reinterpret_cast<const SAMPLE*>(_pSrc);
-    if constexpr (kFloat) {
-        GrowTo(arrPacked, std::max(nSrc * _nSamples, nDst * _nRoom) * sizeof(float));
-        pPacked = reinterpret_cast<const float*>(arrPacked.data());
-        ConvertSamples(src.nBitsPerSample, _pSrc, -32, arrPacked.data(), nSrc * _nSamples);
-    }
-    Split(pPacked, nSrc, _nSamples, _rows.arrIn.data());
-
     uint32_t nFilled = 0;  // destination channels that have something, a bit each
     ForEachMapping(src.nChannels, dst.nChannels, [&](int32_t _nFrom, int32_t _nTo) {
         const SAMPLE* const pFrom = _rows.arrIn.data() + static_cast<size_t>(_nFrom) * _nSamples;
@@ -209,19 +213,40 @@ int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrR
     });
     for (size_t c = 0; c < nDst; ++c)
         if (!(nFilled & uint32_t{1} << c)) std::fill_n(_rows.arrMixed.data() + c * _nSamples, _nSamples, SAMPLE{0});
+    return _rows.arrMixed.data();
+}
+
+template <class SAMPLE, class RESAMPLER>
+int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrResamplers, const uint8_t* _pSrc,
+                              size_t _nSamples, uint8_t* _pDst, size_t _nRoom) {
+    constexpr bool kFloat = std::is_same_v<SAMPLE, float>;
+    const auto nSrc = static_cast<size_t>(src.nChannels), nDst = static_cast<size_t>(dst.nChannels);
+    // Interleaved and of the width that is computed in, then channel by channel.
+    const SAMPLE* pPacked = reinterpret_cast<const SAMPLE*>(_pSrc);
+    if constexpr (kFloat) {
+        GrowTo(arrPacked, std::max(nSrc * _nSamples, nDst * _nRoom) * sizeof(float));
+        if (src.nBitsPerSample != -32) {
+            ConvertSamples(src.nBitsPerSample, _pSrc, -32, arrPacked.data(), nSrc * _nSamples);
+            pPacked = reinterpret_cast<const float*>(arrPacked.data());
+        }
+    }
+    GrowTo(_rows.arrIn, nSrc * _nSamples);
+    Split(pPacked, nSrc, _nSamples, _rows.arrIn.data());
+    const SAMPLE* const pMixed = nSrc == nDst ? _rows.arrIn.data() : MixChannels(_rows, _nSamples);
 
     size_t nResults = 0;
     const size_t nStride = _arrResamplers[0].MostFor(_nSamples);
     GrowTo(_rows.arrOut, nDst * nStride);
     for (size_t c = 0; c < nDst; ++c) {
-        nResults =
-            _arrResamplers[c].Put(_rows.arrMixed.data() + c * _nSamples, _nSamples, _rows.arrOut.data() + c * nStride);
+        nResults = _arrResamplers[c].Put(pMixed + c * _nSamples, _nSamples, _rows.arrOut.data() + c * nStride);
     }
     nResults = std::min(nResults, _nRoom);
 
     if constexpr (kFloat) {
-        Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<float*>(arrPacked.data()));
-        ConvertSamples(-32, arrPacked.data(), dst.nBitsPerSample, _pDst, nDst * nResults);
+        const bool bDone = dst.nBitsPerSample == -32;
+        uint8_t* const pTo = bDone ? _pDst : arrPacked.data();
+        Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<float*>(pTo));
+        if (!bDone) ConvertSamples(-32, pTo, dst.nBitsPerSample, _pDst, nDst * nResults);
     } else {
         Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<SAMPLE*>(_pDst));
     }

@@ -45,6 +45,8 @@ private:
     };
 
     int32_t RoomFor(int64_t _nSamples, double _dblScale) const;
+    template <class SAMPLE>
+    const SAMPLE* MixChannels(ROWS<SAMPLE>& _rows, size_t _nSamples) const;
     template <class SAMPLE, class RESAMPLER>
     int64_t Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrResamplers, const uint8_t* _pSrc, size_t _nSamples,
                 uint8_t* _pDst, size_t _nRoom);

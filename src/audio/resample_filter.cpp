@@ -34,9 +34,9 @@ double Sinc(double _x) {
 }
 
 // _dblBand: 1 is half the input's rate. Each place passes a constant as it is.
-std::vector<float> Weights(uint32_t _nPlaces, double _dblBand) {
+std::vector<RESAMPLE_WEIGHTS> Weights(uint32_t _nPlaces, double _dblBand) {
     const double dblScale = 1 / Bessel0(kKaiserAlpha);
-    std::vector<float> arrWeights((size_t{_nPlaces} + 1) * kResampleTaps);
+    std::vector<RESAMPLE_WEIGHTS> arrWeights(size_t{_nPlaces} + 1);
     for (size_t p = 0; p <= _nPlaces; ++p) {
         double arrPlace[kResampleTaps];
         double dblSum = 0;
@@ -47,8 +47,7 @@ std::vector<float> Weights(uint32_t _nPlaces, double _dblBand) {
             arrPlace[i] = Sinc(_dblBand * x) * dblWindow;
             dblSum += arrPlace[i];
         }
-        for (size_t i = 0; i < kResampleTaps; ++i)
-            arrWeights[p * kResampleTaps + i] = static_cast<float>(arrPlace[i] / dblSum);
+        for (size_t i = 0; i < kResampleTaps; ++i) arrWeights[p].arr[i] = static_cast<float>(arrPlace[i] / dblSum);
     }
     return arrWeights;
 }

@@ -9,10 +9,15 @@
 
 namespace zr {
 
+// The weights of one place, on cache lines of their own.
+struct alignas(64) RESAMPLE_WEIGHTS {
+    float arr[kResampleTaps];
+};
+
 // Shared by all that use it. Never changes.
 struct ResampleFilter {
     uint32_t nPlaces = 1;
-    std::vector<float> arrWeights;  // kResampleTaps for each place and one place more, which is a sample further
+    std::vector<RESAMPLE_WEIGHTS> arrWeights;  // for each place and one place more, which is a sample further
 };
 using ResampleFilterPtr = std::shared_ptr<const ResampleFilter>;
 

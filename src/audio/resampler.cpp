@@ -61,7 +61,7 @@ void IPPResampler32f::Plan(uint32_t _nPhases, uint32_t _nStep, double _dblPositi
     const bool bExact = _nPhases <= kMostExactPhases && dblOffset == 0;
     const uint32_t nPlaces = bExact ? _nPhases : kMostExactPhases;
     pFilter = FilterFor(nPlaces, static_cast<double>(_nPhases) / _nStep);
-    plan = {pFilter->arrWeights.data(), nPlaces, _nPhases, _nStep / _nPhases, _nStep % _nPhases, bExact, dblOffset};
+    plan = {pFilter->arrWeights[0].arr, nPlaces, _nPhases, _nStep / _nPhases, _nStep % _nPhases, bExact, dblOffset};
     position.nPhase = nPhase;
 }
 

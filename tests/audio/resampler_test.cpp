@@ -141,7 +141,7 @@ TEST(Resampler, RowsFollowTheirFormulaOnEveryTarget) {
                 }
                 for (size_t i = 0; i < 8; ++i) s[i] += s[i + 8];
                 for (size_t i = 0; i < 4; ++i) s[i] += s[i + 4];
-                EXPECT_EQ(out[r], (s[0] + s[1]) + (s[2] + s[3])) << r << " of " << _n;
+                EXPECT_EQ(out[r], (s[0] + s[2]) + (s[1] + s[3])) << r << " of " << _n;
             }
         }
     });

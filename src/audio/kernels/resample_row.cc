@@ -40,66 +40,106 @@ HWY_INLINE void Advance(const RESAMPLE_PLAN& plan, RESAMPLE_POSITION& position) 
 
 #if HWY_TARGET != HWY_SCALAR
 
-using D4 = vec::FixedTag<float, 4>;
+// Each vector of 16, 8 or 4 sums; a group of as many results is worked on together, so that what is left of the sums at
+// the end goes across the lanes for all of them at once.
+using D = vec::CappedTag<float, 16>;
+using V = vec::Vec<D>;
+constexpr size_t kLanes = vec::MaxLanes(D());
 
-// Sixteen sums to four.
-template <class D>
-HWY_INLINE vec::Vec<D4> Fold(D, const vec::Vec<D>* arrSums) {
-    constexpr size_t kLanes = vec::MaxLanes(D());
-    if constexpr (kLanes == 16) {
-        const vec::Half<D> d8;
-        const auto s = vec::Add(vec::LowerHalf(d8, arrSums[0]), vec::UpperHalf(d8, arrSums[0]));
-        return vec::Add(vec::LowerHalf(D4(), s), vec::UpperHalf(D4(), s));
-    } else if constexpr (kLanes == 8) {
-        const auto s = vec::Add(arrSums[0], arrSums[1]);
-        return vec::Add(vec::LowerHalf(D4(), s), vec::UpperHalf(D4(), s));
-    } else {
-        return vec::Add(vec::Add(arrSums[0], arrSums[2]), vec::Add(arrSums[1], arrSums[3]));
-    }
-}
+struct PLACE {
+    const float* x;
+    WEIGHTS weights;
+};
 
-// The four sums of one result.
+// One result's sums, folded to one vector.
 template <bool kExact>
-HWY_INLINE vec::Vec<D4> Sums(const float* x, const WEIGHTS& weights) {
-    const vec::CappedTag<float, 16> d;
-    constexpr size_t kLanes = vec::MaxLanes(decltype(d)());
+HWY_INLINE V Sums(const PLACE& place) {
+    const D d;
     constexpr size_t kSums = 16 / kLanes;
-    vec::Vec<decltype(d)> arrSums[kSums];
-    const auto part = vec::Set(d, weights.fPart);
+    V arrSums[kSums];
+    const auto part = vec::Set(d, place.weights.fPart);
     const auto Product = [&](size_t i) HWY_ATTR {
-        auto w = vec::LoadU(d, weights.p + i);
+        auto w = vec::LoadU(d, place.weights.p + i);
         if constexpr (!kExact)
-            w = vec::Add(w, vec::Mul(vec::Sub(vec::LoadU(d, weights.p + kResampleTaps + i), w), part));
-        return vec::Mul(vec::LoadU(d, x + i), w);
+            w = vec::Add(w, vec::Mul(vec::Sub(vec::LoadU(d, place.weights.p + kResampleTaps + i), w), part));
+        return vec::Mul(vec::LoadU(d, place.x + i), w);
     };
     for (size_t k = 0; k < kSums; ++k) arrSums[k] = Product(k * kLanes);
     for (size_t nRow = 16; nRow < kResampleTaps; nRow += 16)
         for (size_t k = 0; k < kSums; ++k) arrSums[k] = vec::Add(arrSums[k], Product(nRow + k * kLanes));
-    return Fold(d, arrSums);
+    if constexpr (kSums == 4) {
+        return vec::Add(vec::Add(arrSums[0], arrSums[2]), vec::Add(arrSums[1], arrSums[3]));
+    } else if constexpr (kSums == 2) {
+        return vec::Add(arrSums[0], arrSums[1]);
+    } else {
+        return arrSums[0];
+    }
 }
 
-// Lanes in pairs: those of a, then those of b.
-HWY_INLINE vec::Vec<D4> AddPairs(vec::Vec<D4> a, vec::Vec<D4> b) {
-    return vec::Add(vec::ConcatEven(D4(), b, a), vec::ConcatOdd(D4(), b, a));
+// Adds up the blocks of four: [a0 a1], [b0 b1] to [a0+a1 b0+b1], and so in each pair of blocks.
+HWY_INLINE V FoldBlocks(V a, V b) {
+    if constexpr (kLanes > 4) {
+        const auto even = vec::OddEvenBlocks(vec::SwapAdjacentBlocks(b), a);
+        const auto odd = vec::OddEvenBlocks(b, vec::SwapAdjacentBlocks(a));
+        return vec::Add(even, odd);
+    } else {
+        return a;
+    }
+}
+
+// Four sums each of every fourth result of a group from place on, a block for each.
+template <bool kExact>
+HWY_INLINE V EveryFourth(const PLACE* place) {
+    if constexpr (kLanes == 16) {
+        const D d;
+        const auto Pair = [&](const PLACE& lower, const PLACE& upper) HWY_ATTR {
+            const auto a = Sums<kExact>(lower), b = Sums<kExact>(upper);
+            return vec::Add(vec::ConcatLowerLower(d, b, a), vec::ConcatUpperUpper(d, b, a));
+        };
+        return FoldBlocks(Pair(place[0], place[8]), Pair(place[4], place[12]));
+    } else if constexpr (kLanes == 8) {
+        return FoldBlocks(Sums<kExact>(place[0]), Sums<kExact>(place[4]));
+    } else {
+        return Sums<kExact>(place[0]);
+    }
+}
+
+// [a0..a3], [b0..b3] to [a0+a2 b0+b2 a1+a3 b1+b3], in each block.
+HWY_INLINE V FoldPair(V a, V b) {
+    const D d;
+    return vec::Add(vec::InterleaveLower(d, a, b), vec::InterleaveUpper(d, a, b));
+}
+
+template <bool kExact>
+HWY_INLINE V Group(const PLACE* place) {
+    const vec::Repartition<double, D> d64;
+    const D d;
+    const auto ab = vec::BitCast(d64, FoldPair(EveryFourth<kExact>(place), EveryFourth<kExact>(place + 1)));
+    const auto cd = vec::BitCast(d64, FoldPair(EveryFourth<kExact>(place + 2), EveryFourth<kExact>(place + 3)));
+    return vec::Add(vec::BitCast(d, vec::InterleaveLower(d64, ab, cd)),
+                    vec::BitCast(d, vec::InterleaveUpper(d64, ab, cd)));
 }
 
 template <bool kExact>
 HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_PLAN& plan,
                          RESAMPLE_POSITION& position) {
+    const D d;
     RESAMPLE_POSITION at = position;
-    const auto Next = [&]() HWY_ATTR {
-        const auto sums = Sums<kExact>(src + at.nSample, WeightsAt<kExact>(plan, at.nPhase));
-        Advance(plan, at);
-        return sums;
-    };
-    size_t x = 0;
-    for (; x + 4 <= n; x += 4) {
-        const auto s0 = Next(), s1 = Next(), s2 = Next(), s3 = Next();
-        vec::StoreU(AddPairs(AddPairs(s0, s1), AddPairs(s2, s3)), D4(), dst + x);
-    }
-    for (; x < n; ++x) {
-        const auto s = AddPairs(Next(), vec::Zero(D4()));
-        dst[x] = vec::GetLane(AddPairs(s, s));
+    PLACE arrPlaces[kLanes];
+    for (size_t x = 0; x < n; x += kLanes) {
+        const size_t nNow = n - x < kLanes ? n - x : kLanes;
+        for (size_t k = 0; k < nNow; ++k) {
+            arrPlaces[k] = {src + at.nSample, WeightsAt<kExact>(plan, at.nPhase)};
+            Advance(plan, at);
+        }
+        if (nNow == kLanes) {
+            vec::StoreU(Group<kExact>(arrPlaces), d, dst + x);
+        } else {
+            for (size_t k = nNow; k < kLanes; ++k) arrPlaces[k] = arrPlaces[0];
+            HWY_ALIGN float arrLast[kLanes];
+            vec::Store(Group<kExact>(arrPlaces), d, arrLast);
+            for (size_t k = 0; k < nNow; ++k) dst[x + k] = arrLast[k];
+        }
     }
     position = at;
 }
@@ -120,7 +160,7 @@ HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_
         }
         for (size_t i = 0; i < 8; ++i) s[i] += s[i + 8];
         for (size_t i = 0; i < 4; ++i) s[i] += s[i + 4];
-        dst[r] = (s[0] + s[1]) + (s[2] + s[3]);
+        dst[r] = (s[0] + s[2]) + (s[1] + s[3]);
     }
 }
 

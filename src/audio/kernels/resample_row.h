@@ -28,7 +28,7 @@ struct RESAMPLE_POSITION {
 // _nResults samples to _pDst; _position goes on to the next one. All samples that are needed are at _pSrc.
 //
 // With x the 64 samples and w the weights: s[i] = ((x[i]w[i] + x[i+16]w[i+16]) + x[i+32]w[i+32]) + x[i+48]w[i+48] for
-// i < 16, s[i] += s[i+8] for i < 8, s[i] += s[i+4] for i < 4, and the result is (s[0]+s[1]) + (s[2]+s[3]); every
+// i < 16, s[i] += s[i+8] for i < 8, s[i] += s[i+4] for i < 4, and the result is (s[0]+s[2]) + (s[1]+s[3]); every
 // product and sum is rounded to a float. Between places a and b of the table, w = a + (b-a)f, with f the part of the
 // way as a float.
 void ResampleRow(const float* _pSrc, float* _pDst, size_t _nResults, const RESAMPLE_PLAN& _plan,
