@@ -48,8 +48,6 @@ constexpr PROP_KEY arrMixerKeys[] = {
             "Longest wait for a frame of a source, in ms (250); negative waits without limit, so that no frame is ever "
             "left out."),
     OpenKey(u"sync_mode.async_put", eZrKeyType::Bool, "Frames of sources are prepared in parallel (true)."),
-    OpenKey(u"sync_mode.control_fps", eZrKeyType::Bool,
-            "Sources without a format of their own are asked for the rate of the output (true)."),
     BoolKey(u"sync_mode.direct_hv_links", true,
             "A path that names an object of the family connects to that object directly."),
     IntKey(u"sync_mode.fixed_buffers", 0,
@@ -64,10 +62,6 @@ constexpr PROP_KEY arrMixerKeys[] = {
     IntKey(u"pause_changes", 1,
            "Scene changes in a pause: 0 they run on, 1 they stand still. 2 or more set later stops them at all times; "
            "a stored one counts as 1."),
-    OpenKey(u"rate_control", eZrKeyType::Int,
-            "Pace of the output: 0 none, 1 by its rate, 2 by a receiver that sets it, 3 by its rate unless a receiver "
-            "sets it (3)."),
-    OpenKey(u"mixing.threads", eZrKeyType::Int, "Threads that compose one picture; 0 chooses (0)."),
     IntKey(u"output.max_buffers", 0,
            "Most frames in the output queue; 0 sends without a queue. Synchronous mixing has at least 1."),
     IntKey(u"output.min_buffers", 0, "Frames that must be queued before sending begins."),

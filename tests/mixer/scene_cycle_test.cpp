@@ -117,7 +117,7 @@ TEST_F(SceneCycleTest, WhatChangesShowsWholeInTheNextFrame) {
             return S_OK;
         }
     };
-    pProps->PropsSet(u"object::pause.no_input", u"true");
+    pProps->PropsSet(u"pause.no_input", u"true");
     HOST host{pScenes, pVideo, {}};
     ASSERT_EQ(pMixer.As<IZrStreams>()->StreamsGet(u"s", nullptr, host.pItem.Out()), S_OK);
     pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&HOST::OnEvent), 0, reinterpret_cast<int64_t>(&host));

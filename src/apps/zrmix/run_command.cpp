@@ -1,10 +1,13 @@
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/run_output.h"
+#include "apps/zrmix/script_player.h"
 #include "apps/zrmix/show.h"
 
 namespace zrmix {
@@ -12,6 +15,7 @@ namespace {
 
 struct SHOW_RUN_OPTIONS {
     SHOW_OPTIONS show;
+    std::string script;
     double dblDuration = 0;  // seconds; 0: as long as its files
     RUN_OPTIONS run;
 };
@@ -19,11 +23,23 @@ struct SHOW_RUN_OPTIONS {
 void RunShow(const SHOW_RUN_OPTIONS& _options) {
     const bool bFast = IsFast(_options.run);
     const Show show(_options.show, bFast);
-    const double dblSeconds = _options.dblDuration > 0 ? _options.dblDuration : show.Length();
+    std::optional<ScriptPlayer> script;
+    if (!_options.script.empty()) script.emplace(show, _options.script);
+    const double dblQuit = script ? script->QuitTime() : -1;
+    double dblSeconds = _options.dblDuration > 0 ? _options.dblDuration : dblQuit > 0 ? dblQuit : show.Length();
+    if (dblQuit > 0) dblSeconds = std::min(dblSeconds, dblQuit);
     if (bFast && dblSeconds <= 0)
         throw UsageError(_options.show.file +
-                         ": nothing in it has a length of its own: --duration SECONDS says how long the run is");
-    RunOutput({show.Mixer(), show.Rate(), dblSeconds, _options.show.file, {}, {}}, _options.run);
+                         ": nothing in it has a length of its own: --duration SECONDS, or \"quit\" in a script, says "
+                         "how long the run is");
+    MIXER_RUN run{show.Mixer(), show.Rate(), dblSeconds, _options.show.file, {}, {}};
+    if (script) {
+        script->Start();
+        run.atEnd = [&] { script->Stop(); };
+    }
+    RunOutput(run, _options.run);
+    if (script && script->Failures() > 0)
+        throw RunError(_options.script + ": " + std::to_string(script->Failures()) + " of its commands failed");
 }
 
 }  // namespace
@@ -43,6 +59,7 @@ void AddRun(CLI::App& _app) {
     pCommand->add_option("--set", o.show.arrSet,
                          "Before it starts: a key of the mixer (key=value) or an attribute of an element "
                          "(element::attribute=value); may be repeated.");
+    pCommand->add_option("--script", o.script, "Commands with times, a line each; see docs/zrmix.md.");
     AddRunOptions(*pCommand, o.run);
     pCommand->callback([pOptions] {
         CatchInterrupts();

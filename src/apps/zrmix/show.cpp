@@ -1,6 +1,7 @@
 #include "apps/zrmix/show.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -28,9 +29,10 @@ double LengthOf(zr::IZrItem* _pItem) {
     return std::max((dblOut > dblIn ? std::min(dblOut, dblDuration) : dblDuration) - dblIn, 0.0);
 }
 
+constexpr int kMostDepth = 64;  // of elements that are looked for
+
 // By its id, at any depth.
 zr::ZrPtr<zr::IZrElement> FindBelow(zr::IZrElements* _pParent, const std::string& _id, int _nDepth) {
-    constexpr int kMostDepth = 64;
     zr::ZrPtr<zr::IZrElement> pFound;
     if (zr::Succeeded(_pParent->ElementsGetByID(ToText(_id).Get(), pFound.Out()))) return pFound;
     int32_t nCount = 0;
@@ -43,9 +45,23 @@ zr::ZrPtr<zr::IZrElement> FindBelow(zr::IZrElements* _pParent, const std::string
     return {};
 }
 
+void AddIds(zr::IZrElements* _pParent, std::vector<std::string>& _arrIds, int _nDepth) {
+    int32_t nCount = 0;
+    if (_nDepth >= kMostDepth || zr::Failed(_pParent->ElementsGetCount(&nCount))) return;
+    for (int32_t i = 0; i < nCount; ++i) {
+        zr::ZrPtr<zr::IZrElement> pChild;
+        std::string id;
+        if (zr::Failed(_pParent->ElementsGetByIndex(i, pChild.Out()))) continue;
+        const auto pAttributes = pChild.As<zr::IZrAttributes>();
+        zr::GetText([&](zr::BSTR* _pbs) { return pAttributes->AttributesStringGet(u"id", _pbs); }, id);
+        if (!id.empty()) _arrIds.push_back(id);
+        AddIds(pChild.As<zr::IZrElements>().Get(), _arrIds, _nDepth + 1);
+    }
+}
+
 }  // namespace
 
-Show::Show(const SHOW_OPTIONS& _options, bool _bFast) {
+Show::Show(const SHOW_OPTIONS& _options, bool _bFast) : file(_options.file) {
     document = ScanXml(ReadTextFile(_options.file));
     Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
     const auto pProps = As<zr::IZrProps>();
@@ -146,6 +162,35 @@ std::string PathInShow(const std::string& _show, const std::string& _path) {
     return std::ifstream(inFolder) || _path.find('.') != std::string::npos ? inFolder : _path;
 }
 
+bool LeavesFolder(const std::string& _path) {
+    if (_path.starts_with('/') || IsUrl(_path)) return false;
+    int nDepth = 0;
+    for (const auto& part : std::filesystem::path(_path)) {
+        if (part == "..")
+            --nDepth;
+        else if (part != ".")
+            ++nDepth;
+        if (nDepth < 0) return true;
+    }
+    return false;
+}
+
+std::string WhyNotPlayed(const std::string& _show, const std::string& _path) {
+    if (IsUrl(_path)) return {};
+    if (LeavesFolder(_path)) return _path + " leads out of the folder of the file";
+    zr::ZrPtr<zr::IZrFile> pFile;
+    Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
+    try {
+        OpenFile(pFile.Get(), PathInShow(_show, _path));
+    } catch (const RunError& error) {
+        std::string reason = error.what();
+        if (reason.ends_with('.')) reason.pop_back();
+        return reason;
+    }
+    zr::QueryAs<zr::IZrObject>(pFile.Get())->ObjectClose();
+    return {};
+}
+
 zr::Text ToText(std::string_view _text) { return zr::Text(_text); }
 
 zr::ZrPtr<zr::IZrItem> FindItem(zr::IUnknown* _pMixer, const std::string& _id) {
@@ -168,6 +213,42 @@ zr::ZrPtr<zr::IZrElement> FindElement(zr::IUnknown* _pMixer, const std::string& 
         if (auto p = FindBelow(pScene.Get(), _id, 0)) return p;
     }
     return {};
+}
+
+std::vector<std::string> StreamIds(zr::IUnknown* _pMixer) {
+    const auto pStreams = zr::QueryAs<zr::IZrStreams>(_pMixer);
+    std::vector<std::string> arrIds;
+    int32_t nCount = 0;
+    pStreams->StreamsGetCount(&nCount);
+    for (int32_t i = 0; i < nCount; ++i) {
+        zr::Text id;
+        if (zr::Succeeded(pStreams->StreamsGetByIndex(i, id.Out(), nullptr))) arrIds.push_back(id.Utf8());
+    }
+    return arrIds;
+}
+
+std::vector<std::string> SceneIds(zr::IUnknown* _pMixer) {
+    const auto pScenes = zr::QueryAs<zr::IZrScenes>(_pMixer);
+    std::vector<std::string> arrIds;
+    int32_t nCount = 0;
+    pScenes->ScenesGetCount(&nCount);
+    for (int32_t i = 0; i < nCount; ++i) {
+        zr::Text id;
+        if (zr::Succeeded(pScenes->ScenesGetByIndex(i, id.Out(), nullptr))) arrIds.push_back(id.Utf8());
+    }
+    return arrIds;
+}
+
+std::vector<std::string> ElementIds(zr::IUnknown* _pMixer) {
+    const auto pScenes = zr::QueryAs<zr::IZrScenes>(_pMixer);
+    std::vector<std::string> arrIds;
+    int32_t nCount = 0;
+    pScenes->ScenesGetCount(&nCount);
+    for (int32_t i = 0; i < nCount; ++i) {
+        zr::ZrPtr<zr::IZrElements> pScene;
+        if (zr::Succeeded(pScenes->ScenesGetByIndex(i, nullptr, pScene.Out()))) AddIds(pScene.Get(), arrIds, 0);
+    }
+    return arrIds;
 }
 
 }  // namespace zrmix

@@ -25,6 +25,7 @@ public:
     zr::ZrPtr<T> As() const {
         return pMixer.As<T>();
     }
+    const std::string& File() const { return file; }
     double Rate() const { return props.dblRate; }
     // Seconds to the end of the last source that plays once; 0: there is none.
     double Length() const;
@@ -34,6 +35,7 @@ private:
     void SetFormat(const SHOW_OPTIONS& _options);
     void Set(const std::string& _pair);
 
+    const std::string file;
     zr::ZrPtr<zr::IZrObject> pMixer;
     zr::ZR_VID_PROPS props;
     XML_DOCUMENT document;
@@ -44,11 +46,21 @@ std::string ReadTextFile(const std::string& _file);
 // A name in a show, as the file itself would be opened: from the show's folder on, unless it is no relative path.
 std::string PathInShow(const std::string& _show, const std::string& _path);
 
+// ".." in it climbs higher than the folder of the file that it stands in.
+bool LeavesFolder(const std::string& _path);
+// Empty, or why a source cannot play what a show names.
+std::string WhyNotPlayed(const std::string& _show, const std::string& _path);
+
 zr::Text ToText(std::string_view _text);
 
 // A stream by its id, "background" for what is beneath them all; null: none.
 zr::ZrPtr<zr::IZrItem> FindItem(zr::IUnknown* _pMixer, const std::string& _id);
 // An element by its id or its path of ids, in the active scene or else the first of the others that has it; null: none.
 zr::ZrPtr<zr::IZrElement> FindElement(zr::IUnknown* _pMixer, const std::string& _id);
+
+std::vector<std::string> StreamIds(zr::IUnknown* _pMixer);
+std::vector<std::string> SceneIds(zr::IUnknown* _pMixer);
+// Of the elements of all scenes.
+std::vector<std::string> ElementIds(zr::IUnknown* _pMixer);
 
 }  // namespace zrmix

@@ -23,20 +23,6 @@ namespace {
 
 constexpr int kMostFiles = 16;  // that name one another
 
-// Of a path that is looked up beside a file: ".." climbs no higher than the file's folder.
-bool LeavesFolder(const std::string& _path) {
-    if (_path.starts_with('/') || IsUrl(_path)) return false;
-    int nDepth = 0;
-    for (const auto& part : std::filesystem::path(_path)) {
-        if (part == "..")
-            --nDepth;
-        else if (part != ".")
-            ++nDepth;
-        if (nDepth < 0) return true;
-    }
-    return false;
-}
-
 std::string InFolderOf(const std::string& _file, const std::string& _path) {
     return _path.starts_with('/') ? _path : (std::filesystem::path(_file).parent_path() / _path).string();
 }
@@ -44,21 +30,6 @@ std::string InFolderOf(const std::string& _file, const std::string& _path) {
 bool Exists(const std::string& _file) {
     std::error_code code;
     return std::filesystem::is_regular_file(_file, code);
-}
-
-// Empty, or why a source cannot play it.
-std::string WhyNotPlayed(const std::string& _show, const std::string& _path) {
-    if (IsUrl(_path)) return {};
-    if (LeavesFolder(_path)) return _path + " leads out of the folder of the file";
-    zr::ZrPtr<zr::IZrFile> pFile;
-    Check(zr::ZrCreateInstance(zr::kClsidZrFile, pFile), "file source");
-    try {
-        OpenFile(pFile.Get(), PathInShow(_show, _path));
-    } catch (const RunError& error) {
-        return error.what();
-    }
-    zr::QueryAs<zr::IZrObject>(pFile.Get())->ObjectClose();
-    return {};
 }
 
 bool IsScene(const XML_ELEMENT& _node) { return SameName(_node.name, "zr_scene") || SameName(_node.name, "scene"); }

@@ -3,11 +3,13 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/script_player.h"
 #include "apps/zrmix/show.h"
 
 namespace zrmix {
@@ -16,16 +18,27 @@ namespace {
 struct SNAPSHOT_OPTIONS {
     SHOW_OPTIONS show;
     double dblAt = 0;  // seconds
+    std::string script;
     std::string output;
 };
 
-// Keeps one frame of those that a mixer sends. The mixer's sending thread comes in, the command waits.
-class FrameCatcher {
+// Keeps one frame of those that a mixer sends. The mixer's sending thread comes in, the command waits. Outlives its use
+// by the mixer, which therefore need not keep it alive.
+class FrameCatcher final : public zr::IZrCallback {
 public:
     explicit FrameCatcher(int64_t _nWanted) : nWanted(_nWanted) {}
 
-    static zr::HRESULT OnFrame(int64_t _llUser, const char16_t*, zr::IUnknown* _pFrame) {
-        reinterpret_cast<FrameCatcher*>(_llUser)->Take(_pFrame);
+    zr::HRESULT QueryInterface(const zr::GUID& _iid, void** _ppv) override {
+        *_ppv = _iid == zr::IZrCallback::kIid || _iid == zr::IUnknown::kIid ? this : nullptr;
+        return *_ppv ? zr::S_OK : zr::E_NOINTERFACE;
+    }
+    uint32_t AddRef() override { return 1; }
+    uint32_t Release() override { return 1; }
+    zr::HRESULT OnEvent(int64_t, const char16_t*, const char16_t*, const char16_t*, zr::IUnknown*) override {
+        return zr::S_OK;
+    }
+    zr::HRESULT OnFrame(int64_t, const char16_t*, zr::IUnknown* _pFrame) override {
+        Take(_pFrame);
         return zr::S_OK;
     }
     // Null: a signal came first.
@@ -52,14 +65,17 @@ private:
 
 void Snapshot(const SNAPSHOT_OPTIONS& _options) {
     const Show show(_options.show, true);
+    std::optional<ScriptPlayer> script;
+    if (!_options.script.empty()) script.emplace(show, _options.script);
     FrameCatcher catcher(std::llround(_options.dblAt * show.Rate()));
     show.As<zr::IZrProps>()->PropsSet(u"object::on_frame.sync", u"true");
-    show.Mixer()->ObjectCallbackSetFunc(0, reinterpret_cast<int64_t>(&FrameCatcher::OnFrame),
-                                        reinterpret_cast<int64_t>(&catcher));
+    if (script) script->Start();
+    show.Mixer()->ObjectCallbackSet(&catcher, 0);
     Check(show.Mixer()->ObjectStart(nullptr), "mixer");
     const zr::ZrPtr<zr::IZrFrame> pFrame = catcher.Wait();
+    if (script) script->Stop();
     show.Mixer()->ObjectClose();
-    show.Mixer()->ObjectCallbackSetFunc(0, 0, 0);
+    show.Mixer()->ObjectCallbackSet(nullptr, 0);
     if (!pFrame) throw RunError(_options.show.file + ": interrupted before the frame came");
     SavePicture(pFrame.Get(), _options.output);
 }
@@ -76,6 +92,7 @@ void AddSnapshot(CLI::App& _app) {
         ->required();
     pCommand->add_option("--format", o.show.format, "Output format by name; without it that of the show.");
     pCommand->add_option("--set", o.show.arrSet, "As of \"run\".");
+    pCommand->add_option("--script", o.script, "As of \"run\".");
     pCommand->callback([pOptions] {
         CatchInterrupts();
         Snapshot(*pOptions);
