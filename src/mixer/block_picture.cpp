@@ -7,8 +7,10 @@
 #include "frame_module/picture_block.h"
 #include "media/pixel_format.h"
 #include "media/vid_props.h"
+#include "video/color_convert.h"
 #include "video/image_convert.h"
 #include "video/picture.h"
+#include "video/sample_rows.h"
 #include "video/scale_rects.h"
 #include "video/scaling_quality.h"
 
@@ -242,7 +244,7 @@ bool PICTURE_PLAN::SamePicture(const PICTURE_PLAN& _other) const {
 HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
                          PICTURE_MAKER& _maker, BlockPicture& _picture) {
     _picture.pBits = nullptr;
-    _picture.bMasked = false;
+    _picture.bMasked = _picture.bPremultiplied = false;
     PICTURE_BLOCK source{_info.avProps.vidProps, reinterpret_cast<uint8_t*>(_info.lpVideo)};
     if (!source.pBits || !PropsValid(&source.props, true) || !PropsValid(&_plan.output, true)) return S_FALSE;
     HRESULT hr = S_OK;
@@ -293,6 +295,32 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     if (Failed(hr)) return hr;
     MultiplyByMask(CutPicture(picture, _picture.srcRect), _picture.mask, source.props.fccType != eZrFCC_ARGB32);
     _picture.bMasked = false;
+    return S_OK;
+}
+
+HRESULT TakeApart(const BlockPicture& _picture, const ZR_VID_PROPS& _output, BlockPicture& _apart) {
+    if (!_picture.HasAlpha() || !IsPacked422(_output.fccType)) return S_FALSE;
+    PICTURE whole, colours;
+    HRESULT hr = PictureOf(const_cast<uint8_t*>(_picture.pBits), _picture.props, whole);
+    if (Failed(hr)) return hr;
+    _apart.pBits = nullptr;
+    _apart.pFrame.Reset();
+    ZR_VID_PROPS& props = _apart.props;
+    props = _output;
+    props.eVideoFormat = eZrVF_Custom;
+    props.nWidth = RectWidth(_picture.srcRect);
+    props.nHeight = RectHeight(_picture.srcRect);
+    props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
+    uint8_t* const pBits = Scratch(_apart.copy, PictureBytes(props));
+    if (!pBits) return E_OUTOFMEMORY;
+    hr = PictureOf(pBits, props, colours);
+    if (Succeeded(hr)) hr = ConvertPicture(CutPicture(whole, _picture.srcRect), colours, false, false);
+    if (Succeeded(hr)) hr = ExtractMask(_picture.pBits, _picture.props, &_picture.srcRect, _apart.mask);
+    if (Failed(hr)) return hr;
+    _apart.srcRect = {0, 0, props.nWidth, props.nHeight};
+    _apart.dstRect = _picture.dstRect;
+    _apart.bMasked = _apart.bPremultiplied = true;
+    _apart.pBits = pBits;
     return S_OK;
 }
 

@@ -199,7 +199,7 @@ void Canvas::LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBi
     const tagRECT src{picture.srcRect.left + nX, picture.srcRect.top + nY, picture.srcRect.left + nX + RectWidth(rect),
                       picture.srcRect.top + nY + RectHeight(rect)};
     const MIX_MASK mask = picture.bMasked ? picture.mask.Mask(nX, nY) : MIX_MASK{};
-    const MIX_OPTIONS options{_layer.dblAlpha, false, 0};
+    const MIX_OPTIONS options{_layer.dblAlpha, picture.bPremultiplied, 0};
     if (SameFamily(work.fccType, picture.props.fccType))
         MixImage_Mask8(_pBits, work, &rect, picture.pBits, picture.props, &src, picture.bMasked ? &mask : nullptr,
                        options);

@@ -14,6 +14,7 @@ namespace {
 constexpr double kOpaque = 1.0;
 constexpr double kOpaqueUncut = 0.99;
 constexpr double kSeenThrough = 0.3;
+constexpr int32_t kStays = 2;  // a picture that comes again so often is taken for a still one
 
 bool SameRecord(const ZR_VID_PROPS& _a, const ZR_VID_PROPS& _b) {
     return _a.eVideoFormat == _b.eVideoFormat && _a.fccType == _b.fccType && _a.nWidth == _b.nWidth &&
@@ -65,6 +66,7 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
     MutexLock lockMake(mtxMake);
     PICTURE_PLAN planNew;
     ZrPtr<IZrFFrame> pOldLatest;  // goes outside of the lock
+    bool bStays = false;
     {
         MutexLock lock(mtx);
         nQuality = _nQuality;
@@ -74,7 +76,14 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
             return S_FALSE;
         }
         pOldLatest = std::move(pLatest);
-        if (!NeedsPicture_I(info.llVideoID, &planNew)) return S_OK;
+        if (!NeedsPicture_I(info.llVideoID, &planNew)) {
+            if (++nRepeats != kStays) return S_OK;
+            bStays = true;
+        }
+    }
+    if (bStays) {
+        TakeApart_I();
+        return S_OK;
     }
     return Make_I(_frame, info, planNew);
 }
@@ -114,12 +123,27 @@ HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, con
         std::swap(pPicture, pNew);
         plan = _plan;
         llPictureID = _info.llVideoID;
+        nRepeats = 0;
     }
     // The source gets back what nobody shows any more.
     pNew.Reset();
     for (const CAutoObj<BlockPicture>& p : arrPictures)
         if (p && IsFree(p)) p->pFrame.Reset();
     return S_OK;
+}
+
+// What it shows stays: it may cost something once to be laid in less time. Where that fails, it is laid as it is.
+void ZrVideoBlock::TakeApart_I() {
+    CAutoObj<BlockPicture> pWhole, pApart = FreePicture_I();
+    ZR_VID_PROPS output;
+    {
+        MutexLock lock(mtx);
+        pWhole = pPicture;
+        output = plan.output;
+    }
+    if (!pWhole || !pApart || TakeApart(*pWhole, output, *pApart) != S_OK) return;
+    MutexLock lock(mtx);
+    if (pPicture == pWhole) std::swap(pPicture, pApart);
 }
 
 void ZrVideoBlock::SetLastTime(const ZR_TIME& _time) {

@@ -90,6 +90,7 @@ private:
     bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
     HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtxMake);
     CAutoObj<BlockPicture> FreePicture_I() ZR_REQUIRES(mtxMake);
+    void TakeApart_I() ZR_REQUIRES(mtxMake);
     void NoteSource_I(const ZR_VID_PROPS& _props) ZR_REQUIRES(mtx);
     void LayOut_I() ZR_REQUIRES(mtx);
 
@@ -115,6 +116,7 @@ private:
     CAutoObj<BlockPicture> pPicture ZR_GUARDED_BY(mtx);
     PICTURE_PLAN plan ZR_GUARDED_BY(mtx);         // of pPicture
     int64_t llPictureID ZR_GUARDED_BY(mtx) = 0;   // of the frame that pPicture shows; 0: of none
+    int32_t nRepeats ZR_GUARDED_BY(mtx) = 0;      // how often that frame came again
     ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // not made yet: made when it is drawn
 };
 

@@ -52,7 +52,7 @@ std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
         RECT_F rect;
         const CAutoObj<BlockPicture> pPicture = pBlock ? pBlock->PictureToDraw(&rect) : CAutoObj<BlockPicture>();
         if (!pPicture || !pPicture->pBits) continue;
-        const MIX_OPTIONS options{p->AttributeOr(u"alpha", 1.0), false, 0};
+        const MIX_OPTIONS options{p->AttributeOr(u"alpha", 1.0), pPicture->bPremultiplied, 0};
         const MIX_MASK mask = pPicture->mask.Mask();
         OverlayPicture(engine, out.data(), output, &pPicture->dstRect, pPicture->pBits, pPicture->props,
                        &pPicture->srcRect, pPicture->bMasked ? &mask : nullptr, options);

@@ -85,10 +85,14 @@ HWY_INLINE size_t MaskOffsetVectors(const uint8_t* over, const uint8_t* mask, ui
                                     uint32_t nA) {
     const OffsetMix<kWhole> mix(nA);
     constexpr bool kOdd = kLumaAt == eLumaAt::Odd;
+    const VU16 black = Set16(kOdd ? 0x1080 : 0x8010);
     const size_t nStep = vec::Lanes(DU16());
     size_t x = 0;
     for (; nPixels - x >= nStep; x += nStep) {
-        const VU16 s = LoadPairs(over + 2 * x), d = LoadPairs(base + 2 * x), m = LoadMask(mask + x);
+        const VU16 s = LoadPairs(over + 2 * x), m = LoadMask(mask + x);
+        // Black without weight leaves the base as it is: most of a logo's picture.
+        if (vec::AllTrue(DU16(), vec::Eq(vec::Or(m, vec::Xor(s, black)), vec::Zero(DU16())))) continue;
+        const VU16 d = LoadPairs(base + 2 * x);
         const VU16 mLuma = vec::Sub(m, vec::VecFromMask(DU16(), vec::Eq(m, Set16(255))));  // 255 becomes 256
         const VU16 mChroma = vec::ShiftRight<1>(vec::Add(mLuma, SwapLanes(mLuma)));
         const VU16 luma = mix.Luma(kOdd ? Odd(s) : Even(s), kOdd ? Odd(d) : Even(d), mLuma);
