@@ -12,6 +12,7 @@
 #include "frame_module/picture_fill.h"
 #include "frame_module/props_line.h"
 #include "media/pixel_format.h"
+#include "media/premultiply.h"
 #include "media/vid_props.h"
 #include "media/vid_props_attributes.h"
 #include "video/color_convert.h"
@@ -20,7 +21,6 @@
 #include "video/mirror.h"
 #include "video/overlay_picture.h"
 #include "video/picture_file.h"
-#include "video/premultiply.h"
 
 namespace zr {
 

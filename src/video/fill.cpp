@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "media/pixel_format.h"
+#include "media/premultiply.h"
 #include "video/conversion_matrix.h"
 #include "video/kernels/yuv_rgb_row.h"
 
@@ -68,7 +69,10 @@ FILL_PATTERN RgbPattern(eZrFCC _fccType, const BGR8& _bgr, uint8_t _nAlpha) {
         case eZrFCC_RGB8: return Repeat({static_cast<uint8_t>((29 * nB + 150 * nG + 77 * nR + 128) >> 8)});  // grey
         case eZrFCC_RGB24: return Repeat({_bgr.nB, _bgr.nG, _bgr.nR});
         case eZrFCC_RGB32: return Repeat({_bgr.nB, _bgr.nG, _bgr.nR, 255});
-        case eZrFCC_ARGB32: return Repeat({_bgr.nB, _bgr.nG, _bgr.nR, _nAlpha});
+        case eZrFCC_ARGB32: {
+            const auto Part = [&](int _n) { return static_cast<uint8_t>(Div255(_n * _nAlpha)); };
+            return Repeat({Part(_bgr.nB), Part(_bgr.nG), Part(_bgr.nR), _nAlpha});
+        }
         case kFCC_RGB565: return RepeatWord(nR >> 3 << 11 | nG >> 2 << 5 | nB >> 3, 2);
         case kFCC_RGB555: return RepeatWord(nR >> 3 << 10 | nG >> 3 << 5 | nB >> 3, 2);
         case kFCC_ARGB1555: return RepeatWord(uint32_t{_nAlpha} >> 7 << 15 | nR >> 3 << 10 | nG >> 3 << 5 | nB >> 3, 2);

@@ -11,7 +11,8 @@
 
 namespace zr {
 
-// RGB of full range, not premultiplied, or YCbCr of studio range; and an alpha for formats that have one. RGB becomes
+// RGB of full range, not premultiplied, or YCbCr of studio range; and an alpha for formats that have one: in ARGB32 the
+// colours become premultiplied, as they are in every such picture. RGB becomes
 // YCbCr by the matrix of the picture it goes into: BT.709 in HDYC, BT.601 in all others. YCbCr goes as it is into every
 // YCbCr format and by BT.601 into RGB.
 struct FILL_COLOUR {

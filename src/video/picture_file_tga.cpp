@@ -5,10 +5,10 @@
 #include <new>
 #include <string_view>
 
+#include "media/premultiply.h"
 #include "video/kernels/packed_row.h"
 #include "video/picture_file_bytes.h"
 #include "video/picture_file_rows.h"
-#include "video/premultiply.h"
 
 namespace zr {
 

@@ -42,7 +42,7 @@ TEST(FrameFactory, ColoursFillEveryByte) {
         {eZrFCC_RGB24, nullptr, S_OK, 141, {0, 0, 0}},
         {eZrFCC_RGB32, nullptr, S_OK, 188, {0, 0, 0, 255}},
         {eZrFCC_ARGB32, u"x=1 color=black(90)", S_OK, 188, {0, 0, 0, 90}},
-        {eZrFCC_ARGB32, u"color='Red(128)'", S_OK, 0, {0, 0, 255, 128}},
+        {eZrFCC_ARGB32, u"color='Red(128)'", S_OK, 0, {0, 0, 128, 128}},
         {eZrFCC_ARGB32, u"color=transparent", S_OK, 4, {0, 0, 0, 0}},
         {eZrFCC_RGB24, u"COLOR=102030", S_OK, 3, {0x30, 0x20, 0x10}},
         {kFCC_RGB565, u"color=FF8040", S_OK, 2, {0x08, 0xFC}},  // 11111 100000 01000

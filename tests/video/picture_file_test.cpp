@@ -5,10 +5,10 @@
 #include <random>
 #include <string>
 
+#include "media/premultiply.h"
 #include "support/row_test.h"
 #include "video/picture_file_bmp.h"
 #include "video/picture_file_tga.h"
-#include "video/premultiply.h"
 
 namespace zr {
 namespace {

@@ -10,6 +10,7 @@ extern "C" {
 #include "framework/frame_factory_access.h"
 #include "media/format_table.h"
 #include "media/pixel_format.h"
+#include "media/premultiply.h"
 #include "media/vid_props.h"
 
 namespace zr {
@@ -179,8 +180,13 @@ HRESULT FrameMaker::MakePicture(const AVFrame& _picture, ZrPtr<IZrFFrame>* _ppFr
         }
         if (Succeeded(hr)) PackV210(from, to.arrPlanes[0], to.arrStrides[0]);
     }
-    if (Succeeded(hr)) *_ppFrame = pFrame;
-    return hr;
+    if (Failed(hr)) return hr;
+    for (int y = 0; y < from.nHeight && props.vidProps.fccType == eZrFCC_ARGB32; ++y) {
+        uint8_t* const pRow = to.arrPlanes[0] + y * static_cast<ptrdiff_t>(to.arrStrides[0]);
+        PremultiplyRow(pRow, pRow, static_cast<size_t>(from.nWidth));
+    }
+    *_ppFrame = pFrame;
+    return S_OK;
 }
 
 HRESULT FrameMaker::Make(const AVFrame* _pPicture, const ZR_TIME& _time, AudioLine* _pSound, int64_t _nFrom,

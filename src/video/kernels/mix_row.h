@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "media/premultiply.h"
+
 namespace zr {
 
 // Cross-fade without a mask, any packed format. The offset of chroma (o = 128) falls out of
@@ -36,9 +38,6 @@ constexpr uint8_t MixMaskOffset(int _nS, int _nD, int _nMask, int _nA, int _nOri
     const int nSum = (_nD - _nOrigin) * (256 - ((_nA * _nMask) >> 8)) + _nA * (_nS - _nOrigin);
     return static_cast<uint8_t>(std::clamp((nSum >> 8) + _nOrigin, 0, 255));
 }
-
-// x / 255 to the nearest, exact for 0..65025.
-constexpr int Div255(int _n) { return (_n + 128 + ((_n + 128) >> 8)) >> 8; }
 
 // Premultiplied "over" of one byte; _nAlpha is the overlay's alpha, already scaled.
 constexpr uint8_t MixOver(int _nS, int _nD, int _nAlpha) {
