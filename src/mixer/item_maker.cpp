@@ -44,9 +44,7 @@ std::u16string ItemMaker::OutputLine() const {
 
 std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
     std::u16string line = std::u16string(_param) + OutputLine();
-    if (line.find(u"loop=") == std::u16string::npos && props.Root()->AttributeOr(u"file.loop", true)) {
-        line += u" loop='true'";
-    }
+    if (line.find(u"loop=") == std::u16string::npos && LoopsFiles()) line += u" loop='true'";
     return line;
 }
 

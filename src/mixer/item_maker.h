@@ -22,6 +22,11 @@ public:
     HRESULT Make(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                  ZrPtr<CCoZrItem>& _pItem) const;
 
+    // For an item that was made by other means: its play calls go where those of all go.
+    void Adopt(CCoZrItem& _item) const { _item.SetHost(pHost); }
+    // Whether a file plays again and again where nothing else is said.
+    bool LoopsFiles() const { return props.Root()->AttributeOr(u"file.loop", true); }
+
     // What a file source is told of the output, so that it can give frames that need no conversion.
     std::u16string OutputLine() const;
 

@@ -275,22 +275,13 @@ HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, ItemPlace _ePlace, IT
     return hr;
 }
 
-XMLNodeRef KindOf(XMLNodeBase& _node) {
-    for (const XMLNodeRef& pChild : _node.ChildNodes()) {
-        if (pChild->IsText()) continue;
-        for (const char16_t* szKind : {u"file", u"playlist", u"live"})
-            if (pChild->HasTag(NameKey(szKind))) return pChild;
-    }
-    return {};
-}
-
 HRESULT LoadAt(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, size_t _nDepth, ZrPtr<CCoZrItem>& _pItem) {
     if (!_pNode || _pNode->IsText()) return E_INVALIDARG;
     HRESULT hr = E_INVALIDARG;
     if (_pNode->HasTag(NameKey(u"command"))) {
         hr = CCoZrItem::MakeCommand(_pNode->AttributeOr(u"command", std::u16string_view()),
                                     _pNode->AttributeOr(u"param", std::u16string_view()), nullptr, _pItem);
-    } else if (const XMLNodeRef pKind = KindOf(*_pNode)) {
+    } else if (const XMLNodeRef pKind = ItemKind(*_pNode)) {
         hr = LoadSource(*_pNode, *pKind, _ePlace, _load, _pItem);
     } else if (_pNode->HasAttribute(u"path")) {
         const XMLNodePtr pShort = CoXMLNode::Create(u"file");
@@ -306,6 +297,15 @@ bool IsAbsolute(std::u16string_view _path) {
 }
 
 }  // namespace
+
+XMLNodeRef ItemKind(XMLNodeBase& _node) {
+    for (const XMLNodeRef& pChild : _node.ChildNodes()) {
+        if (pChild->IsText()) continue;
+        for (const char16_t* szKind : {u"file", u"playlist", u"live"})
+            if (pChild->HasTag(NameKey(szKind))) return pChild;
+    }
+    return {};
+}
 
 bool ResolveItemPath(std::u16string_view _folder, std::u16string_view _path, std::u16string& _resolved) {
     _resolved = _path;

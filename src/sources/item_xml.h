@@ -35,6 +35,9 @@ struct ITEM_LOAD {
     std::map<int32_t, SOURCE> mapSources;
 };
 
+// The child that says what the source of an item is: a "file", a "playlist" or a "live". Null: none does.
+XMLNodeRef ItemKind(XMLNodeBase& _node);
+
 // Writes an item into a node named "item", or as the place wants it; of a command item, the node becomes a "command".
 void SaveItem(CCoZrItem& _item, XMLNodeBase& _node, ITEM_SAVE& _save);
 // Makes the item of a node, with its source opened and not playing. E_INVALIDARG: no node, or none of an item.

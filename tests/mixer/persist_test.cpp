@@ -169,6 +169,69 @@ TEST_F(PersistTest, SavesWhereChangesGo) {
         << TextOf(p);
 }
 
+// What a configuration names again plays on where it is; the rest is opened before what was there goes.
+TEST_F(PersistTest, KeepsWhatItNamesAgain) {
+    const auto p = NewMixer();
+    FillShow();
+    const auto pStreams = pMixer.As<IZrStreams>();
+    EXPECT_EQ(Save(p, "show.xml"), S_OK);
+    const string strShow = Read("show.xml");
+    const auto item = [&](int32_t _n) {
+        ZrPtr<IZrItem> pItem;
+        pStreams->StreamsGetByIndex(_n, nullptr, pItem.Out());
+        return pItem;
+    };
+    const auto source = [&](int32_t _n) {
+        ZrPtr<IUnknown> pInner;
+        item(_n)->ItemInnerGet(pInner.Out());
+        return pInner;
+    };
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    const ZrPtr<IZrItem> pOne = item(0), pTwo = item(1);
+    const ZrPtr<IUnknown> pOneSource = source(0), pTwoSource = source(1);
+    pOne.As<IZrProps>()->PropsSet(u"drop_frames", u"true");
+    EXPECT_EQ(pStreams->StreamsAdd(u"more", nullptr, u"red", nullptr, nullptr, 0), S_OK);
+    const auto count = [&](std::u16string_view _event) {
+        SleepFor(kTicksPerSecond / 10);  // events go out on a thread of their own
+        MutexLock lock(mtx);
+        return std::count_if(arrEvents.begin(), arrEvents.end(),
+                             [&](const auto& _e) { return _e.starts_with(_event); });
+    };
+    const auto nConnected = count(u"connect/");
+    EXPECT_EQ(nConnected, 4) << "background and three streams";
+    EXPECT_EQ(Load(p, "show.xml"), S_OK);
+    EXPECT_TRUE(item(0) == pOne && item(1) == pTwo && source(0) == pOneSource && source(1) == pTwoSource);
+    EXPECT_EQ(count(u"connect/"), nConnected);
+    EXPECT_EQ(Save(p, "again.xml"), S_OK);
+    EXPECT_EQ(Read("again.xml"), strShow) << "its keys are those of the configuration";
+
+    // The same number and another file or key: a new source. Another place for it: the source goes along.
+    string strOther = strShow;
+    const auto swap = [&](const string& _from, const string& _to) {
+        const size_t n = strOther.find(_from);
+        ASSERT_NE(n, string::npos) << _from << strOther;
+        strOther.replace(n, _from.size(), _to);
+    };
+    swap("stream_id='one'", "stream_id='moved'");
+    swap("path='white'", "path='blue'");
+    Write("other.xml", strOther);
+    EXPECT_EQ(Load(p, "other.xml"), S_OK);
+    EXPECT_TRUE(item(0) != pOne && source(0) == pOneSource);
+    EXPECT_TRUE(source(1) != pTwoSource);
+    // What was loaded is the mixer's as what was added is, and loops as told.
+    const auto nDisconnected = count(u"disconnect/");
+    EXPECT_EQ(item(0).As<IZrFile>()->FilePlayStop(0), S_OK);
+    EXPECT_EQ(count(u"disconnect/"), nDisconnected + 1) << "the mixer stops its stream, not the source alone";
+    EXPECT_EQ(
+        p->PersistLoad(
+            nullptr, u"<zr_config><mixer_streams><item><file path='red'/></item></mixer_streams></zr_config>", nullptr),
+        S_OK);
+    Text loop;
+    EXPECT_EQ(item(0).As<IZrProps>()->PropsGet(u"file::loop", loop.Out()), S_OK);
+    EXPECT_EQ(ToUtf8(loop.View()), "true");
+}
+
 // Ids that differ in what a file's name cannot have go to different files; a save that fails leaves what there was.
 TEST_F(PersistTest, KeepsEachSceneInAFileOfItsOwn) {
     auto p = NewMixer();
