@@ -186,6 +186,8 @@ void Build(zr::IZrObject* _pMixer, const SHOW& _show, int _nBuffers) {
     }
 }
 
+constexpr int64_t kMaxWait = 100'000'000;  // 10 s in ticks of 100 ns: the machine may be busy
+
 double Now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 }  // namespace
@@ -213,7 +215,7 @@ int main(int argc, char** argv) {
     Check(pMixer->ObjectStart(nullptr), "mixer");
     for (int i = 0; i < nFrames; ++i) {
         zr::ZrPtr<zr::IZrFrame> pFrame;
-        Check(pSource->SourceFrameGetEx(&llReader, -1, pFrame.Out(), 0), "frame");
+        Check(pSource->SourceFrameGetEx(&llReader, kMaxWait, pFrame.Out(), 0), "frame");
         if (i == nFrames - 1 && mapOptions.contains("--picture"))
             Check(pFrame->FrameVideoSaveToFile(ToText(mapOptions["--picture"]).Get()), "picture");
     }
