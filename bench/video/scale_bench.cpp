@@ -50,6 +50,23 @@ void BM_Video_Scale(benchmark::State& _state, const SCALE_JOB& _job) {
         benchmark::Counter(static_cast<double>(_state.iterations()), benchmark::Counter::kIsRate);
 }
 
+// A picture that grows or shrinks: of another size each frame, so that no table of the frame before fits.
+void BM_Video_ScaleZoom(benchmark::State& _state) {
+    const ZR_VID_PROPS srcProps = Props(eZrFCC_UYVY, 1920, 1080);
+    const auto src = Noise(PictureBytes(srcProps));
+    std::vector<uint8_t> dst(PictureBytes(srcProps));
+    ScalingEngine engine;
+    int32_t nFrame = 0;
+    for (auto _ : _state) {
+        const int32_t nStep = _state.range(0) != 0 ? nFrame++ % 8 : 0;
+        const ZR_VID_PROPS dstProps = Props(eZrFCC_UYVY, 1280 + 2 * nStep, 720 + nStep);
+        Img_Convert(engine, src.data(), dst.data(), srcProps, dstProps, false, nullptr, nullptr, eInterpolation::Linear,
+                    0, 0);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(BM_Video_ScaleZoom)->ArgName("moves")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
 constexpr eZrFCC U = eZrFCC_UYVY, A = eZrFCC_ARGB32, P = eZrFCC_I420;
 using enum eInterpolation;
 

@@ -50,45 +50,51 @@ struct REAL_TAPS {
     std::vector<double> arrWeights;
 };
 
-REAL_TAPS RealTaps(int32_t _x, int32_t _nSrcWidth, double _dblRatio, eInterpolation _eMode) {
+void RealTaps(int32_t _x, int32_t _nSrcWidth, double _dblRatio, eInterpolation _eMode, REAL_TAPS& _taps) {
     const double dblCentre = (_x + 0.5) * _dblRatio - 0.5;
-    if (_eMode == eInterpolation::Nearest) return {static_cast<int32_t>((_x + 0.5) * _dblRatio), {1.0}};
+    if (_eMode == eInterpolation::Nearest) {
+        _taps.nStart = static_cast<int32_t>((_x + 0.5) * _dblRatio);
+        _taps.arrWeights.assign(1, 1.0);
+        return;
+    }
 
     const bool bArea = _eMode == eInterpolation::SuperSampling;
     const double dblUnit = std::max(_dblRatio, 1.0);
     const double dblReach = bArea ? _dblRatio / 2 + 0.5 : KernelRadius(_eMode) * dblUnit;
     const auto nFirst = static_cast<int32_t>(std::floor(dblCentre - dblReach)) + 1,
                nLast = static_cast<int32_t>(std::ceil(dblCentre + dblReach)) - 1;
-    REAL_TAPS taps;
-    taps.nStart = std::clamp(nFirst, 0, _nSrcWidth - 1);
+    _taps.nStart = std::clamp(nFirst, 0, _nSrcWidth - 1);
     const int32_t nEnd = std::clamp(nLast, 0, _nSrcWidth - 1);
-    taps.arrWeights.assign(static_cast<size_t>(nEnd - taps.nStart + 1), 0.0);
+    _taps.arrWeights.assign(static_cast<size_t>(nEnd - _taps.nStart + 1), 0.0);
     for (int32_t k = nFirst; k <= nLast; ++k) {
         // Area: how much of sample k, which reaches half to each side, lies under the output sample.
         const double dblDistance = std::abs(k - dblCentre);
         const double dblWeight =
             bArea ? std::clamp(dblReach - dblDistance, 0.0, 1.0) : KernelAt(_eMode, dblDistance / dblUnit);
-        taps.arrWeights[static_cast<size_t>(std::clamp(k, taps.nStart, nEnd) - taps.nStart)] += dblWeight;
+        _taps.arrWeights[static_cast<size_t>(std::clamp(k, _taps.nStart, nEnd) - _taps.nStart)] += dblWeight;
     }
-    return taps;
 }
 
+// A remainder and whose it is, kept between calls: a picture that is of another size each frame builds its tables each
+// frame.
+using RESTS = std::vector<std::pair<double, size_t>>;
+
 // To whole steps with a sum of exactly _nOne: what rounding down leaves goes to the largest remainders.
-void Quantise(const REAL_TAPS& _real, int32_t _nOne, std::vector<int32_t>& _arrWhole) {
+void Quantise(const REAL_TAPS& _real, int32_t _nOne, RESTS& _arrRest, std::vector<int32_t>& _arrWhole) {
     const double dblSum = std::accumulate(_real.arrWeights.begin(), _real.arrWeights.end(), 0.0);
     const size_t n = _real.arrWeights.size();
     _arrWhole.resize(n);
-    std::vector<std::pair<double, size_t>> arrRest(n);
+    _arrRest.resize(n);
     int32_t nLeft = _nOne;
     for (size_t k = 0; k < n; ++k) {
         const double dblWhole = _real.arrWeights[k] / dblSum * _nOne;
         _arrWhole[k] = static_cast<int32_t>(std::floor(dblWhole));
         nLeft -= _arrWhole[k];
-        arrRest[k] = {-(dblWhole - std::floor(dblWhole)), k};
+        _arrRest[k] = {-(dblWhole - std::floor(dblWhole)), k};
     }
-    std::sort(arrRest.begin(), arrRest.end());
-    for (size_t k = 0; nLeft > 0; ++k, --nLeft) ++_arrWhole[arrRest[k % n].second];
-    for (size_t k = n; nLeft < 0; ++nLeft) --_arrWhole[arrRest[--k].second];
+    std::sort(_arrRest.begin(), _arrRest.end());
+    for (size_t k = 0; nLeft > 0; ++k, --nLeft) ++_arrWhole[_arrRest[k % n].second];
+    for (size_t k = n; nLeft < 0; ++nLeft) --_arrWhole[_arrRest[--k].second];
 }
 
 bool FitsSevenBits(const std::vector<RESAMPLE_TAPS>& _taps) {
@@ -108,16 +114,19 @@ bool FitsWindows(const std::vector<RESAMPLE_TAPS>& _taps, size_t _nInWindow) {
 std::vector<RESAMPLE_TAPS> TapsOfBits(int32_t _nSrcWidth, int32_t _nDstWidth, eInterpolation _eMode, int32_t _nBits) {
     const double dblRatio = static_cast<double>(_nSrcWidth) / _nDstWidth;
     std::vector<RESAMPLE_TAPS> arrTaps(static_cast<size_t>(_nDstWidth));
+    REAL_TAPS real;
+    RESTS arrRest;
     std::vector<int32_t> arrWhole;
     size_t nMost = 0;
     for (int32_t x = 0; x < _nDstWidth; ++x) {
-        const REAL_TAPS real = RealTaps(x, _nSrcWidth, dblRatio, _eMode);
-        Quantise(real, 1 << _nBits, arrWhole);
+        RealTaps(x, _nSrcWidth, dblRatio, _eMode, real);
+        Quantise(real, 1 << _nBits, arrRest, arrWhole);
         RESAMPLE_TAPS& taps = arrTaps[static_cast<size_t>(x)];
         taps.nStart = real.nStart;
         // An end without weight would only lengthen every list. Starts stay, as they must not go back from one sample
         // to the next.
         while (arrWhole.size() > 1 && arrWhole.back() == 0) arrWhole.pop_back();
+        taps.arrCoefficients.reserve(arrWhole.size() + 1);
         for (const int32_t n : arrWhole) taps.arrCoefficients.push_back(static_cast<int16_t>(n * (kOne >> _nBits)));
         nMost = std::max(nMost, taps.arrCoefficients.size());
     }
