@@ -61,7 +61,7 @@ TEST(AttrValue, Doubles) {
         const char* sz;
         double dbl;
     } arrCases[] = {
-        {"0.25", 0.25}, {"-1e3", -1000}, {"50%", 0.5}, {"50 %", 50}, {"true", 1}, {".5", 0.5},
+        {"0.25", 0.25}, {"-1e3", -1000}, {"50%", 0.5}, {"50 %", 50}, {"true", 1}, {".5", 0.5}, {"5e-2", 0.05},
         {"5.", 5},      {"1.5x", 1.5},   {" 2", 2},    {"", 0},      {"x", 0},    {"%", 0},
     };
     for (const auto& c : arrCases) EXPECT_DOUBLE_EQ(Read<double>(c.sz), c.dbl) << c.sz;

@@ -42,13 +42,15 @@ TEST(NamedList, FindsLikeASearchAfterAnyChanges) {
     std::mt19937 rng(11);
     const auto Pick = [&](size_t n) { return static_cast<size_t>(rng() % n); };
     for (int nRound = 0; nRound < 40; ++nRound) {
+        const size_t nNames = nRound % 2 ? 4 : 40;  // lists with many of a name, and lists of many names
         NamedList<int> list;
         std::vector<std::pair<std::u16string, int>> plain;  // an empty name is none
         for (int nStep = 0; nStep < 200; ++nStep) {
             const std::u16string name =
-                Pick(8) == 0 ? std::u16string() : u"n" + std::u16string(1, static_cast<char16_t>(u'a' + Pick(20)));
+                Pick(8) == 0 ? std::u16string() : u"n" + std::u16string(1, static_cast<char16_t>(u'0' + Pick(nNames)));
             const NameKey key(name);
-            const size_t i = Pick(plain.size() + 1);
+            const bool bLast = !plain.empty() && Pick(2) == 0;  // the index then changes, else it is made anew
+            const size_t i = bLast ? plain.size() - 1 : Pick(plain.size() + 1);
             switch (plain.empty() ? 0 : Pick(5)) {
                 case 0:
                 case 1:

@@ -1,13 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "attributes/file_keys.h"
 #include "attributes/mixer_keys.h"
 #include "attributes/props_support.h"
 #include "platform/user_store.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
@@ -17,27 +14,12 @@ namespace fs = std::filesystem;
 // A folder of its own for the user's settings.
 class PropsStart : public testing::Test {
 protected:
-    void SetUp() override {
-        std::string strTemplate = (fs::temp_directory_path() / "zr_props_XXXXXX").string();
-        ASSERT_TRUE(mkdtemp(strTemplate.data()));
-        folder = strTemplate;
-        setenv("ZR_CONFIG_HOME", folder.c_str(), 1);
-    }
-    void TearDown() override {
-        unsetenv("ZR_CONFIG_HOME");
-        fs::remove_all(folder);
-    }
     fs::path StoreFile(const char* _szObject) const { return folder / "orvanta/halvane" / _szObject; }
-    void Write(const char* _szObject, std::string_view _text) const {
-        fs::create_directories(StoreFile(_szObject).parent_path());
-        std::ofstream(StoreFile(_szObject), std::ios::binary) << _text;
-    }
-    std::string Read(const char* _szObject) const {
-        std::ifstream file(StoreFile(_szObject), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    void Write(const char* _szObject, std::string_view _text) const { WriteFile(StoreFile(_szObject), _text); }
+    std::string Read(const char* _szObject) const { return BytesOfFile(StoreFile(_szObject)); }
 
-    fs::path folder;
+    const OwnConfig config;
+    const fs::path& folder = config.path;
 };
 
 TEST_F(PropsStart, KeysStandWhereTheyBelong) {

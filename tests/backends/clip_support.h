@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "media/transport_interfaces.h"
 #include "platform/class_registry.h"
 #include "platform/clock.h"
+#include "support/temp_folder.h"
 #include "zr/module.h"
 #include "zr/utf8.h"
 #include "zr/writer.h"
@@ -158,12 +158,7 @@ protected:
     void SetUp() override {
         LinkFFmpegBackend();
         LinkFrameModule();
-        const auto* pInfo = ::testing::UnitTest::GetInstance()->current_test_info();
-        folder = std::filesystem::temp_directory_path() /
-                 ("zr_" + std::string(pInfo->name()) + "_" + std::to_string(ClockNow()));
-        std::filesystem::create_directories(folder);
     }
-    void TearDown() override { std::filesystem::remove_all(folder); }
 
     std::string Path(const std::string& _strName) const { return (folder / _strName).string(); }
 
@@ -200,7 +195,8 @@ protected:
         return state;
     }
 
-    std::filesystem::path folder;
+    const TempFolder temp;
+    const std::filesystem::path& folder = temp.path;
 };
 
 }  // namespace zr

@@ -15,57 +15,33 @@ struct ROUND_TRIP {
     const char* szFile;
     const char16_t* szParam;
     CLIP_FORMAT format;
-    eZrFCC fccRead;       // what the pictures come back as
-    bool bExactSound;     // the samples come back as they were
-    int32_t nTailFrames;  // more frames at the end that the container makes of padding in its sound
+    eZrFCC fccRead;    // what the pictures come back as
+    bool bExactSound;  // the samples come back as they were
 };
 
 constexpr RATE k25 = {25, 1}, k2997 = {30000, 1001}, k2398 = {24000, 1001}, k5994 = {60000, 1001}, k50 = {50, 1};
+constexpr char16_t szPcm[] = u"audio.codec=pcm_s16le";
+constexpr CLIP_FORMAT Small(eZrFCC _fcc, RATE _rate, int32_t _nChannels = 2) {
+    return {_fcc, 320, 192, _rate, _nChannels};
+}
+constexpr CLIP_FORMAT kV210 = {eZrFCC_v210, 336, 192, k25, 2}, kHd = {eZrFCC_HDYC, 1280, 720, k50, 2},
+                      kPal = {eZrFCC_UYVY, 720, 576, k25, 2, eZrI_Field1First};
 
 const ROUND_TRIP arrTrips[] = {
-    {"mp4_h264_aac", "a.mp4", nullptr, {eZrFCC_I420, 320, 192, k25, 2}, eZrFCC_I420, false, 0},
-    {"mp4_2997_from_uyvy", "a.mp4", nullptr, {eZrFCC_UYVY, 320, 192, k2997, 2}, eZrFCC_I420, false, 0},
-    {"mkv_2398_from_rgb", "a.mkv", nullptr, {eZrFCC_ARGB32, 320, 192, k2398, 1}, eZrFCC_I420, false, 0},
-    {"mkv_2997_ms_stamps", "a.mkv", u"audio.codec=pcm_s16le", {eZrFCC_I420, 320, 192, k2997, 2}, eZrFCC_I420, true, 0},
-    {"mov_5994_pcm", "a.mov", u"audio.codec=pcm_s16le", {eZrFCC_NV12, 320, 192, k5994, 2}, eZrFCC_I420, true, 0},
-    {"mov_prores_v210",
-     "a.mov",
-     u"video.codec=prores audio.codec=pcm_s16le",
-     {eZrFCC_v210, 336, 192, k25, 2},
-     eZrFCC_v210,
-     true,
-     0},
-    {"ts_50", "a.ts", nullptr, {eZrFCC_YUY2, 320, 192, k50, 2}, eZrFCC_I420, false, 0},
-    {"nut_raw_uyvy",
-     "a.nut",
-     u"video.codec=rawvideo audio.codec=pcm_s16le",
-     {eZrFCC_UYVY, 320, 192, k2997, 6},
-     eZrFCC_UYVY,
-     true,
-     0},
-    {"nut_raw_hd_is_hdyc",
-     "a.nut",
-     u"video.codec=rawvideo audio.codec=flac",
-     {eZrFCC_HDYC, 1280, 720, k50, 2},
-     eZrFCC_HDYC,
-     true,
-     0},
-    {"mov_alpha",
-     "a.mov",
-     u"video.codec=qtrle audio.codec=pcm_s16le",
-     {eZrFCC_ARGB32, 320, 192, k25, 2},
-     eZrFCC_ARGB32,
-     true,
-     0},
-    {"mpeg2_interlaced",
-     "a.mkv",
-     u"video.codec=mpeg2video audio.codec=pcm_s16le",
-     {eZrFCC_UYVY, 720, 576, k25, 2, eZrI_Field1First},
-     eZrFCC_I420,
-     true,
-     0},
-    {"no_sound", "a.mp4", nullptr, {eZrFCC_I420, 320, 192, k25, 0}, eZrFCC_I420, false, 0},
-    {"hls_list", "a.m3u8", nullptr, {eZrFCC_I420, 320, 192, k25, 2}, eZrFCC_I420, false, 0},
+    {"mp4_h264_aac", "a.mp4", nullptr, Small(eZrFCC_I420, k25), eZrFCC_I420, false},
+    {"mp4_2997_from_uyvy", "a.mp4", nullptr, Small(eZrFCC_UYVY, k2997), eZrFCC_I420, false},
+    {"mkv_2398_from_rgb", "a.mkv", nullptr, Small(eZrFCC_ARGB32, k2398, 1), eZrFCC_I420, false},
+    {"mkv_2997_ms_stamps", "a.mkv", szPcm, Small(eZrFCC_I420, k2997), eZrFCC_I420, true},
+    {"mov_5994_pcm", "a.mov", szPcm, Small(eZrFCC_NV12, k5994), eZrFCC_I420, true},
+    {"mov_prores_v210", "a.mov", u"video.codec=prores audio.codec=pcm_s16le", kV210, eZrFCC_v210, true},
+    {"ts_50", "a.ts", nullptr, Small(eZrFCC_YUY2, k50), eZrFCC_I420, false},
+    {"nut_raw_uyvy", "a.nut", u"video.codec=rawvideo audio.codec=pcm_s16le", Small(eZrFCC_UYVY, k2997, 6), eZrFCC_UYVY,
+     true},
+    {"nut_raw_hd_is_hdyc", "a.nut", u"video.codec=rawvideo audio.codec=flac", kHd, eZrFCC_HDYC, true},
+    {"mov_alpha", "a.mov", u"video.codec=qtrle audio.codec=pcm_s16le", Small(eZrFCC_ARGB32, k25), eZrFCC_ARGB32, true},
+    {"mpeg2_interlaced", "a.mkv", u"video.codec=mpeg2video audio.codec=pcm_s16le", kPal, eZrFCC_I420, true},
+    {"no_sound", "a.mp4", nullptr, Small(eZrFCC_I420, k25, 0), eZrFCC_I420, false},
+    {"hls_list", "a.m3u8", nullptr, Small(eZrFCC_I420, k25), eZrFCC_I420, false},
 };
 
 class RoundTrip : public ClipTest {
@@ -151,13 +127,8 @@ TEST_F(RoundTrip, SeekGivesTheFrameShownThen) {
     };
     for (const SEEK_CASE& seek : arrCases) {
         SCOPED_TRACE(seek.szName);
-        ROUND_TRIP trip{seek.szName,
-                        seek.szFile,
-                        seek.szParam,
-                        {eZrFCC_I420, 320, 192, seek.rate, 2},
-                        eZrFCC_I420,
-                        seek.szParam && std::u16string_view(seek.szParam).find(u"pcm") != std::u16string_view::npos,
-                        0};
+        const bool bPcm = std::u16string_view(seek.szParam ? seek.szParam : u"").find(u"pcm") != std::u16string::npos;
+        const ROUND_TRIP trip{seek.szName, seek.szFile, seek.szParam, Small(eZrFCC_I420, seek.rate), eZrFCC_I420, bPcm};
         WriteClip(Path(seek.szFile), trip.format, kFrames, seek.szParam);
         const ZrPtr<IZrFileWorker_I> pWorker = NewWorker();
         ASSERT_EQ(Open(*pWorker, Path(seek.szFile)), S_OK);

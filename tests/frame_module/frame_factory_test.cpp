@@ -300,17 +300,6 @@ TEST(FrameFactory, FramesAreMadeLocal) {
     EXPECT_FALSE(pShort);
 }
 
-TEST(FrameFactory, ThreeFacesAreOneObjectAndCloneAnyFrame) {
-    const auto pRoot = QueryAs<IUnknown>(static_cast<IZrFFactory*>(&Factory()));
-    EXPECT_EQ(pRoot.As<IZrFrames>().As<IUnknown>(), pRoot);
-    EXPECT_EQ(pRoot.As<ZrFrameFactory_I>().As<IZrFFactory>().As<IUnknown>(), pRoot);
-    const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 16, 4));
-    ZrPtr<IZrFrame> pClone;
-    EXPECT_EQ(Factory().FrameCloneEx(pFrame.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), S_OK);
-    EXPECT_EQ(InfoOf(*pClone.As<IZrFFrame>()).llVideoID, InfoOf(*pFrame).llVideoID);
-    EXPECT_EQ(Factory().FrameCloneEx(pRoot.Get(), pClone.Out(), eZrFC_Reference, eZrFCC_Default), E_NOINTERFACE);
-}
-
 // The look-up is kept for the life of the process, so this can be seen once.
 TEST(FrameFactory, TheProcessFindsItByClassIdAndKeepsIt) {
     static bool bSeen = false;

@@ -114,12 +114,7 @@ constexpr RECT_CASE arrRects[] = {
     {"rows", {1, 2, 3, 4, eZrFRT_Fixed20}, eZrFOF_NoAR, 8, 8, {9, 18, 36, 54}},
     {"first_field", {10, 20, 40, 40, eZrFRT_Absolute}, eZrFOF_NoAR | eZrFOF_FirstField, 8, 8, {10, 20, 50, 59}},
     {"second_field", {10, 20, 40, 40, eZrFRT_Absolute}, eZrFOF_NoAR | eZrFOF_SecondField, 8, 8, {10, 21, 50, 60}},
-    {"both_fields",
-     {10, 20, 40, 40, eZrFRT_Absolute},
-     eZrFOF_NoAR | eZrFOF_FirstField | eZrFOF_SecondField,
-     8,
-     8,
-     {10, 20, 50, 60}},
+    {"both_fields", {10, 20, 40, 40, eZrFRT_Absolute}, eZrFOF_NoAR | 0x3000, 8, 8, {10, 20, 50, 60}},
 };
 
 TEST(FrameOverlayRect, FillsTheRectangleAsTheFlagsSay) {

@@ -2,51 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-
-#include "frame_module/address_check.h"
 #include "frame_module/frame_builders.h"
 #include "framework/deq_active.h"
 #include "framework/rate_timer.h"
 #include "platform/clock.h"
-
-// The sanitizers bring their own heap.
-#if defined(ZR_ADDRESS_CHECK) || defined(__SANITIZE_THREAD__)
-#define ZR_OWN_HEAP 0
-#else
-#define ZR_OWN_HEAP 1
-#endif
-
-namespace {
-std::atomic<uint64_t> nAllocations{0};
-}
-
-#if ZR_OWN_HEAP
-extern "C" {
-void* __libc_malloc(size_t);
-void* __libc_calloc(size_t, size_t);
-void* __libc_realloc(void*, size_t);
-void* __libc_memalign(size_t, size_t);
-
-void* malloc(size_t _cb) {
-    nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_malloc(_cb);
-}
-void* calloc(size_t _n, size_t _cb) {
-    nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_calloc(_n, _cb);
-}
-void* realloc(void* _p, size_t _cb) {
-    nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_realloc(_p, _cb);
-}
-void* aligned_alloc(size_t _nAlignment, size_t _cb) {
-    nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_memalign(_nAlignment, _cb);
-}
-}
-#endif
+#include "support/allocation_count.h"
 
 namespace zr {
 namespace {
@@ -76,20 +36,17 @@ void Cycle(ZrPtr<IZrFFrame> (&_arrKept)[3], int64_t _nCycle) {
 }
 
 TEST(NoAllocation, FramesOfASteadyShowComeFromThePools) {
-    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
     ZrPtr<IZrFFrame> arrKept[3];
     for (int64_t i = 0; i < 20; ++i) Cycle(arrKept, i);
-    const uint64_t nBefore = nAllocations;
+    const int64_t nBefore = AllocationCount();
     const size_t nBlocks = BufferPool::Shared().BlockCount();
-    ASSERT_GT(nBefore, 0u);
     for (int64_t i = 0; i < 200; ++i) Cycle(arrKept, i);
-    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(AllocationCount(), nBefore);
     EXPECT_EQ(BufferPool::Shared().BlockCount(), nBlocks);  // nor pages from the system
 }
 
 // Three overlays in turn, each with its own way: mixed as it is, scaled with a mask, converted out of cut planes.
 TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
-    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
     const auto pBase = CountingFrame(VidProps(eZrFCC_HDYC, 640, 360)),
                pLogo = CountingFrame(VidProps(eZrFCC_ARGB32, 100, -50)),
                pBox = CountingFrame(VidProps(eZrFCC_UYVY, 320, 180)),
@@ -108,14 +65,13 @@ TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
                   S_OK);
     };
     for (int i = 0; i < 5; ++i) Frame();
-    const uint64_t nBefore = nAllocations;
+    const int64_t nBefore = AllocationCount();
     for (int i = 0; i < 20; ++i) Frame();
-    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(AllocationCount(), nBefore);
 }
 
 // The way of a frame to its receivers: put, taken by the queue's thread, held until it has passed, some refused.
 TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
-    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
     struct Sender {
         HRESULT OnActiveDeq(ZrPtr<IZrFFrame>& _pFrame, int32_t) {
             timer.WaitFrame(_pFrame.Get(), nullptr, 0, -1);
@@ -134,9 +90,9 @@ TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
         for (int64_t i = 0; i < _nFrames; ++i) deq.Put(CloneOf(*pSource, eZrFC_Reference), i % 5 == 0 ? 0 : -1);
     };
     Send(50);
-    const uint64_t nBefore = nAllocations;
+    const int64_t nBefore = AllocationCount();
     Send(1000);
-    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(AllocationCount(), nBefore);
     EXPECT_GT(sender.nSent, 800);
     EXPECT_GT(sender.nRefused, 0);
     deq.Stop();
@@ -144,7 +100,6 @@ TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
 
 // Each size and format has a converter with its filters and scratch by then.
 TEST(NoAllocation, ConversionsOfASteadyShowAllocateNothing) {
-    if (!ZR_OWN_HEAP) GTEST_SKIP() << "the sanitizer has the heap";
     ZR_VID_PROPS source = VidProps(eZrFCC_UYVY, 1920, 1080), argb = VidProps(eZrFCC_ARGB32, 1280, -720),
                  planar = VidProps(eZrFCC_I420, 1920, 1080), letterBox = VidProps(eZrFCC_v210, 1280, 960);
     source.eInterlace = planar.eInterlace = eZrI_Field1First;
@@ -160,10 +115,10 @@ TEST(NoAllocation, ConversionsOfASteadyShowAllocateNothing) {
         ASSERT_EQ(pFrame->ZrFClone(pFull.Out(), eZrFC_Video, eZrFCC_RGB24), S_OK);
     };
     for (int32_t i = 0; i < 5; ++i) ConvertAll();
-    const uint64_t nBefore = nAllocations;
+    const int64_t nBefore = AllocationCount();
     const size_t nBlocks = BufferPool::Shared().BlockCount();
     for (int32_t i = 0; i < 20; ++i) ConvertAll();
-    EXPECT_EQ(nAllocations - nBefore, 0u);
+    EXPECT_EQ(AllocationCount(), nBefore);
     EXPECT_EQ(BufferPool::Shared().BlockCount(), nBlocks);
 }
 

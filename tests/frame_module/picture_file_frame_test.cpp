@@ -1,28 +1,23 @@
 // Frames into picture files and back, and what the list of properties makes of them.
 
-#include <filesystem>
 #include <string>
 
 #include "frame_module/frame_builders.h"
 #include "media/picture_codec.h"
 #include "platform/class_registry.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
 
-namespace fs = std::filesystem;
-
-// A file of the test's own, gone afterwards.
-class TestFile {
+class TestFile : TempFolder {
 public:
-    explicit TestFile(const char* _szExtension)
-        : path(fs::temp_directory_path() / (std::string("zr_picture_file_frame_test.") + _szExtension)) {}
-    ~TestFile() { fs::remove(path); }
-    std::u16string Name() const { return path.u16string(); }
-    bool Exists() const { return fs::exists(path); }
+    explicit TestFile(const char* _szExtension) : file(path / (std::string("a.") + _szExtension)) {}
+    std::u16string Name() const { return file.u16string(); }
+    bool Exists() const { return std::filesystem::exists(file); }
 
 private:
-    fs::path path;
+    const std::filesystem::path file;
 };
 
 HRESULT Load(const std::u16string& _name, const char16_t* _szList, ZrPtr<IZrFFrame>* _ppFrame) {

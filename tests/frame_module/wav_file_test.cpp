@@ -3,36 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
 #include "media/aud_props.h"
-#include "platform/utf.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
 
 class WavFileTest : public testing::Test {
 protected:
-    WavFileTest() {
-        std::string sPattern = testing::TempDir() + "zr_wav_XXXXXX";
-        path = std::filesystem::path(mkdtemp(sPattern.data())) / "a.wav";
-        sName = Utf16FromUtf8(path.string());
-    }
-    ~WavFileTest() override { std::filesystem::remove_all(path.parent_path()); }
+    std::string Bytes() const { return BytesOfFile(path); }
+    void Put(const std::string& _s) const { WriteFile(path, _s); }
 
-    std::string Bytes() const {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    void Put(const std::string& _s) const { std::ofstream(path, std::ios::binary) << _s; }
-
-    std::filesystem::path path;
-    std::u16string sName;
+    const TempFolder folder;
+    const std::filesystem::path path = folder.path / "a.wav";
+    const std::u16string sName = path.u16string();
 };
 
 std::string U16(uint32_t _n) { return {static_cast<char>(_n), static_cast<char>(_n >> 8)}; }

@@ -77,15 +77,6 @@ protected:
     CDeqActive<Collector, int> deq{collector, "collector"};
 };
 
-TEST_F(DeqActive, InitOrdersItsBounds) {
-    deq.SetStatistics(&sink);
-    ASSERT_EQ(deq.Init(5, 2, false), S_OK);
-    EXPECT_EQ(deq.MinSize(), 2);
-    EXPECT_EQ(deq.MaxSize(), 5);
-    EXPECT_EQ(sink[u"buffer.min"], 2);
-    EXPECT_EQ(sink[u"buffer.max"], 5);
-}
-
 TEST_F(DeqActive, FullQueueRefusesAtOnce) {
     deq.SetStatistics(&sink);
     deq.Init(0, 2, false);
@@ -101,18 +92,6 @@ TEST_F(DeqActive, FullQueueRefusesAtOnce) {
     EXPECT_EQ(collector.arrTaken, (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(collector.arrLeft, (std::vector<int>{0, 1, 0}));
     EXPECT_EQ(sink[u"buffer.current"], 0);
-}
-
-TEST_F(DeqActive, FullQueueDropsItsOldest) {
-    deq.SetStatistics(&sink);
-    deq.Init(2, 0, true);
-    Occupy();
-    for (int i = 1; i <= 5; ++i) EXPECT_EQ(deq.Put(i, 0), std::min(i, 2));
-    EXPECT_EQ(sink[u"buffer.overflow"], 3);
-    collector.evOpen.Set();
-    collector.WaitTaken(3);
-    EXPECT_EQ(collector.arrTaken, (std::vector<int>{0, 4, 5}));
-    EXPECT_TRUE(collector.arrRefused.empty());
 }
 
 TEST_F(DeqActive, PutWaitsForRoomAsLongAsItMay) {
@@ -176,15 +155,6 @@ TEST_F(DeqActive, EachPutDropsOne) {
     collector.evOpen.Set();
     collector.WaitTaken(5);
     EXPECT_EQ(collector.arrTaken, (std::vector<int>{0, 2, 3, 4, 5}));
-}
-
-TEST_F(DeqActive, NoMaximumIsNoLimit) {
-    deq.Init(0, 0, false);
-    Occupy();
-    for (int i = 1; i <= 1000; ++i) ASSERT_EQ(deq.Put(i, 0), i);
-    collector.evOpen.Set();
-    collector.WaitTaken(1001);
-    for (int i = 0; i <= 1000; ++i) ASSERT_EQ(collector.arrTaken[static_cast<size_t>(i)], i);
 }
 
 TEST_F(DeqActive, StopReleasesWaitingPutsAndIsFinalUntilInit) {

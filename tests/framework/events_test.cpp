@@ -49,28 +49,21 @@ private:
     const char* const szWho;
 };
 
-struct Direct final : Listener<IZrCallback> {
-    using Listener::Listener;
-    HRESULT OnEvent(int64_t, const char16_t*, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
-        return Tell(_szEvent);
+// Told of events and frames, directly (with a number of its own in front) or by advice.
+template <class Face, class... Number>
+struct TellAll final : Listener<Face> {
+    using Listener<Face>::Listener;
+    HRESULT OnEvent(Number..., const char16_t*, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
+        return this->Tell(_szEvent);
     }
-    HRESULT OnFrame(int64_t, const char16_t*, IUnknown* _pFrame) override {
+    HRESULT OnFrame(Number..., const char16_t*, IUnknown* _pFrame) override {
         pFrame = QueryAs<IZrFFrame>(_pFrame);
-        return Tell(u"frame");
+        return this->Tell(u"frame");
     }
     ZrPtr<IZrFFrame> pFrame;
 };
-struct Both final : Listener<IZrEvents> {
-    using Listener::Listener;
-    HRESULT OnEvent(const char16_t*, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
-        return Tell(_szEvent);
-    }
-    HRESULT OnFrame(const char16_t*, IUnknown* _pFrame) override {
-        pFrame = QueryAs<IZrFFrame>(_pFrame);
-        return Tell(u"frame");
-    }
-    ZrPtr<IZrFFrame> pFrame;
-};
+using Direct = TellAll<IZrCallback, int64_t>;
+using Both = TellAll<IZrEvents>;
 struct EventsOnly final : Listener<IZrEventsEvent> {
     using Listener::Listener;
     HRESULT OnEventSafe(const char16_t*, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
@@ -119,6 +112,9 @@ TEST(Events, EverybodyIsToldInTheirOrder) {
     const auto pEvents = New<EventsOnly>(desk.heard, "e ");
     const auto pBoth = New<Both>(desk.heard, "b ");
     EXPECT_EQ(desk.Advise(pFrames.Get()), 0x20001u);
+    desk.pEvents->RaiseFrame(u"object", EmptyFrame().Get());
+    SleepFor(kMs);
+    EXPECT_EQ(desk.heard.Take(), Texts{"s frame"});  // nobody else is there
     EXPECT_EQ(desk.Advise(pEvents.Get()), 0x10001u);
     EXPECT_EQ(desk.Advise(pEvents.Get()), 0x10002u);
     EXPECT_EQ(desk.Advise(pBoth.Get()), 1u);

@@ -79,13 +79,10 @@ const CLOCK_CASE arrClockCases[] = {
     {"a_second_late_still_catches_up", {{0, 0, 400'000, false}, {10'800'000, 400'000, 800'000, false}}},
     {"more_than_a_second_late_sets_the_clock",
      {{0, 0, 400'000, false}, {10'800'001, 400'000, 11'200'001, true}, {11'200'001, 800'000, 11'600'001, false}}},
-    {"jump_of_two_seconds_is_no_wait",
-     {{0, 0, 400'000, false}, {400'000, 20'400'000, 800'000, false}, {800'000, 20'800'000, 1'200'000, false}}},
     {"jump_back_is_no_burst",
      {{0, 90'000'000, 400'000, false}, {400'000, 0, 800'000, false}, {800'000, 400'000, 1'200'000, false}}},
     {"frames_that_run_ahead_of_the_clock_set_it",
      {{0, 0, 400'000, false}, {0, 400'000, 800'000, false}, {-11'000'000, 800'000, -10'600'000, true}}},
-    {"small_gap_is_part_of_the_pace", {{0, 0, 400'000, false}, {400'000, 500'000, 900'000, false}}},
 };
 
 TEST(RateTimer, ClockAndFrames) {

@@ -99,11 +99,5 @@ TEST(TimeNormaliser, HugeDurationsDoNotOverflow) {
     EXPECT_GT(nLast, 0);
 }
 
-TEST(TimeNormaliser, ThirdsRoundToTheNearestTick) {
-    for (const int64_t n : {-7, -6, -5, -4, -3, -2, -1, 0, 1, 2, 3, 4, 5, 6, 7}) {
-        EXPECT_EQ(TicksFromThirds(n), std::llround(static_cast<double>(n) / 3)) << n;
-    }
-}
-
 }  // namespace
 }  // namespace zr

@@ -3,36 +3,25 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <string>
 
 #include "platform/utf.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
 
-class FileTest : public testing::Test {
-protected:
-    FileTest() {
-        std::string sPattern = testing::TempDir() + "zr_file_XXXXXX";
-        path = mkdtemp(sPattern.data());
-    }
-    ~FileTest() override { std::filesystem::remove_all(path); }
-    std::u16string Name(const char* _sz) const { return Utf16FromUtf8((path / _sz).string()); }
-
-    std::filesystem::path path;
-};
-
-TEST_F(FileTest, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
-    mkfifo((path / "pipe").c_str(), 0600);
+TEST(File, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
+    const TempFolder folder;
+    mkfifo((folder.path / "pipe").c_str(), 0600);
     struct {
         std::u16string sName;
         HRESULT hrRead, hrUpdate, hrCreate;
     } const arrCases[] = {
-        {Name("none"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, S_OK},
-        {Name("no/such/folder"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE},
-        {Name("pipe"), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
-        {Name(""), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
+        {folder.Name("none"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, S_OK},
+        {folder.Name("no/such/folder"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE},
+        {folder.Name("pipe"), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
+        {folder.Name(""), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
         {u"/dev/zero", ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
         {u"", E_INVALIDARG, E_INVALIDARG, E_INVALIDARG},
     };
@@ -45,8 +34,9 @@ TEST_F(FileTest, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
     }
 }
 
-TEST_F(FileTest, PositionsPastTheEndReadShortAndGapsReadAsZeros) {
-    const std::u16string sName = Name("\xC3\xA9.bin");
+TEST(File, PositionsPastTheEndReadShortAndGapsReadAsZeros) {
+    const TempFolder folder;
+    const std::u16string sName = folder.Name("\xC3\xA9.bin");
     File file;
     ASSERT_EQ(file.Open(sName.c_str(), File::Access::Create), S_OK);
     ASSERT_EQ(file.WriteAt(10, "abc", 3), S_OK);

@@ -30,15 +30,6 @@ TEST(RefObject, LivesUntilTheLastHolderOnAnyThreadLetsGo) {
     EXPECT_EQ(nAlive, 0);
 }
 
-TEST(RefObject, KnowsNoFaceButIUnknown) {
-    int nAlive = 0;
-    const CAutoObj<Counted> p = Counted::Make(nAlive);
-    EXPECT_TRUE(p.As<IUnknown>());
-    void* pv = &nAlive;
-    EXPECT_EQ(p->QueryInterface(IStream::kIid, &pv), E_NOINTERFACE);
-    EXPECT_EQ(pv, nullptr);
-}
-
 TEST(RefObject, ValueComesBackOnlyAsTheTypeItWentInAs) {
     int nAlive = 0;
     CAutoObj<ObjectBase> pObject = ObjectVal<CAutoObj<Counted>>::Make(Counted::Make(nAlive));

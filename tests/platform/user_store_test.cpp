@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <thread>
 #include <vector>
+
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
@@ -113,16 +112,6 @@ TEST(UserKey, SizeAndDepthHaveBounds) {
 
 class UserStoreFiles : public testing::Test {
 protected:
-    void SetUp() override {
-        char szFolder[] = "/tmp/zr_user_store_XXXXXX";
-        ASSERT_NE(mkdtemp(szFolder), nullptr);
-        folder = szFolder;
-        setenv("ZR_CONFIG_HOME", szFolder, 1);
-    }
-    void TearDown() override {
-        unsetenv("ZR_CONFIG_HOME");
-        fs::remove_all(folder);
-    }
     static UserKey One(std::u16string_view _svName, UserValue _value) {
         UserKey key;
         key.mapValues[Text(_svName)] = std::move(_value);
@@ -138,7 +127,8 @@ protected:
         return static_cast<size_t>(
             std::count_if(begin(all), end(all), [](const fs::directory_entry& _e) { return !_e.is_directory(); }));
     }
-    fs::path folder;
+    const OwnConfig config;
+    const fs::path& folder = config.path;
 };
 
 TEST_F(UserStoreFiles, KeyInsideAFileIsReadAndReplacedAlone) {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,6 +12,7 @@
 #include "platform/thread.h"
 #include "sources/file_control.h"
 #include "support/scripted_worker.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 
@@ -75,20 +74,6 @@ private:
 
     static inline ScriptedFiles* pThis = nullptr;
     ClassRegistrar registrar{kClsidFileWorkerFFmpeg, &MakeObject<Worker>};
-};
-
-// The settings of users stay out of the tests.
-class OwnConfig {
-public:
-    OwnConfig() { setenv("ZR_CONFIG_HOME", strFolder.c_str(), 1); }
-    ~OwnConfig() {
-        unsetenv("ZR_CONFIG_HOME");
-        std::error_code ec;
-        std::filesystem::remove_all(strFolder, ec);
-    }
-
-private:
-    const std::string strFolder = testing::TempDir() + "zr_file_" + std::to_string(CurrentThreadId());
 };
 
 struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {

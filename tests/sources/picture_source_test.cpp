@@ -5,6 +5,7 @@
 #include "frame_module/frame_factory.h"
 #include "media/vid_props.h"
 #include "support/scripted_worker.h"
+#include "support/temp_folder.h"
 
 namespace zr {
 namespace {
@@ -101,8 +102,8 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
 }
 
 TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
-    const std::string strFile = testing::TempDir() + "zr_picture_source.bmp";
-    const std::u16string strName(strFile.begin(), strFile.end());
+    const TempFolder folder;
+    const std::u16string strName = folder.Name("a.bmp");
     ZR_AV_PROPS props;
     props.vidProps.fccType = eZrFCC_RGB32;
     props.vidProps.nWidth = 20;
@@ -139,7 +140,7 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     EXPECT_EQ(std::abs(scaled.avProps.vidProps.nHeight), 32);
     EXPECT_EQ(scaled.avProps.vidProps.fccType, eZrFCC_RGB32);
     EXPECT_NEAR(reinterpret_cast<const uint8_t*>(scaled.lpVideo)[2], 255, 1);
-    remove(strFile.c_str());
+    std::filesystem::remove(folder.path / "a.bmp");
 
     EXPECT_TRUE(IsPictureName(u"/nowhere/logo.PNG"));
     EXPECT_FALSE(IsPictureName(u"/nowhere/clip.mp4"));

@@ -7,20 +7,19 @@
 
 #include "framework/frame_factory_access.h"
 #include "media/frame_time.h"
-#include "media/transport_interfaces.h"
 #include "media/vid_props.h"
 #include "mixer/mix_clock.h"
 #include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/lock.h"
-#include "platform/unknown.h"
+#include "support/one_reader_source.h"
 
 namespace zr {
 
 // Frame n of a line is stamped with n exact periods. A live source gives it at that time after the line's first get,
 // and what nobody has fetched when the next comes is lost, which the next says with a break. Any other gives its frames
 // when they are asked for. One consumer.
-class PacedSource final : public UnknownImpl<IZrSource_I> {
+class PacedSource final : public OneReaderSource {
 public:
     static ZrPtr<PacedSource> Make(const ZR_VID_PROPS& _vidProps, bool _bLive, int32_t _nSamples = 0) {
         auto p = ZrPtr<PacedSource>::Attach(new PacedSource(_bLive));
@@ -49,15 +48,7 @@ public:
     std::atomic<int64_t> nLost{0};
     std::atomic<int64_t> nBreaks{0};  // given with a break after a loss
 
-    HRESULT SourceFrameGet_I(int64_t _rtMaxWait, IZrFFrame** _ppFrame, const char16_t*) override {
-        uint64_t llReader = 1;
-        return SourceFrameGetEx_I(&llReader, _rtMaxWait, _ppFrame, nullptr);
-    }
-    HRESULT SourceFrameGetEx_I(uint64_t* _pllReaderID, int64_t _rtMaxWait, IZrFFrame** _ppFrame,
-                               const char16_t*) override {
-        if (*_pllReaderID == 0) *_pllReaderID = 77;
-        if (!_ppFrame) return S_OK;
-        *_ppFrame = nullptr;
+    HRESULT NextFrame(int64_t _rtMaxWait, IZrFFrame** _ppFrame) override {
         if (bEnded.load()) return Win32Error(1100);
         const int64_t rtDeadline = DeadlineAfter(ClockNow(), _rtMaxWait);
         if (bStalls.load()) {
@@ -74,12 +65,6 @@ public:
         }
         return Give(_ppFrame);
     }
-    HRESULT ReaderKeep(uint64_t) override { return S_OK; }
-    HRESULT ReaderRemove(uint64_t) override { return S_OK; }
-    HRESULT ProcessAdd(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessRemove(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessCheck(Waitable**) override { return E_NOTIMPL; }
-    HRESULT LastFrameGet(IZrFFrame**) override { return ZR_E_EMPTY; }
 
 private:
     explicit PacedSource(bool _bLive) : bLive(_bLive) {}

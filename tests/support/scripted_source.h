@@ -6,16 +6,15 @@
 
 #include "attributes/props_impl.h"
 #include "framework/frame_factory_access.h"
-#include "media/transport_interfaces.h"
 #include "media/vid_props.h"
 #include "platform/clock.h"
 #include "platform/event.h"
-#include "platform/unknown.h"
+#include "support/one_reader_source.h"
 
 namespace zr {
 
 // Gives a frame at every get, numbered by its data "NUMB", unless it is told to stall. Has no pace of its own.
-class ScriptedSource final : public UnknownImpl<IZrSource_I> {
+class ScriptedSource final : public OneReaderSource {
 public:
     static ZrPtr<ScriptedSource> Make(const ZR_VID_PROPS& _vidProps, int32_t _nSamples) {
         auto p = ZrPtr<ScriptedSource>::Attach(new ScriptedSource);
@@ -40,15 +39,7 @@ public:
     std::atomic<int32_t> nNext{0};
     std::atomic<int64_t> rtWaited{0};  // in all gets
 
-    HRESULT SourceFrameGet_I(int64_t _rtMaxWait, IZrFFrame** _ppFrame, const char16_t*) override {
-        uint64_t llReader = 1;
-        return SourceFrameGetEx_I(&llReader, _rtMaxWait, _ppFrame, nullptr);
-    }
-    HRESULT SourceFrameGetEx_I(uint64_t* _pllReaderID, int64_t _rtMaxWait, IZrFFrame** _ppFrame,
-                               const char16_t*) override {
-        if (*_pllReaderID == 0) *_pllReaderID = 77;
-        if (!_ppFrame) return S_OK;
-        *_ppFrame = nullptr;
+    HRESULT NextFrame(int64_t _rtMaxWait, IZrFFrame** _ppFrame) override {
         nGets.fetch_add(1);
         if (bStalls.load()) {
             const int64_t rtBegin = ClockNow();
@@ -63,11 +54,6 @@ public:
         }
         return hr;
     }
-    HRESULT ReaderKeep(uint64_t) override { return S_OK; }
-    HRESULT ReaderRemove(uint64_t) override { return S_OK; }
-    HRESULT ProcessAdd(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessRemove(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessCheck(Waitable**) override { return E_NOTIMPL; }
     HRESULT LastFrameGet(IZrFFrame** _ppFrame) override { return pFrame.CopyTo(_ppFrame); }
 
 private:

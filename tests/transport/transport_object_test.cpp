@@ -82,31 +82,6 @@ TEST(TransportObject, LastReferenceGoesWhileFramesAreOnTheirWay) {
     EXPECT_EQ(pReceiver->nEnds, 1);
 }
 
-TEST(TransportObject, ItsFaces) {
-    VirtualClock clock;
-    bool bGone = false;
-    const auto pObject = ZrPtr<CTestObject>::Attach(new CTestObject(&bGone));
-    const auto pSource = QueryAs<IZrSource>(static_cast<IZrSender_I*>(pObject.Get()));
-    const auto pSource_I = pSource.As<IZrSource_I>();
-    const auto pSender = pSource.As<IZrSender_I>();
-    int64_t llID = 0;
-    ASSERT_EQ(pSource->SourceFrameGetEx(&llID, 0, nullptr, 0), S_OK);
-    ASSERT_EQ(pSender->SenderIsObject(pSource.Get()), S_OK);
-    const auto pFrame = FrameAt(0);
-    EXPECT_EQ(pSender->SenderIsObject(pFrame.Get()), S_FALSE);
-    pObject->pBehind = pFrame.Get();
-    EXPECT_EQ(pSender->SenderIsObject(pFrame.Get()), S_OK);
-    ASSERT_EQ(pObject->Sender_I().Sender_SendMedia(pFrame.Get(), kSendAll, 0), S_OK);
-    ZrPtr<IZrFrame> pGot;
-    ASSERT_EQ(pSource->SourceFrameGetEx(&llID, 0, pGot.Out(), 0), S_OK);
-    ASSERT_EQ(pSource->SourceFrameGet(0, pGot.Out(), 0), S_OK);
-    ZrPtr<IZrFFrame> pLast;
-    ASSERT_EQ(pSource_I->LastFrameGet(pLast.Out()), S_OK);
-    EXPECT_EQ(pLast, pFrame);
-    EXPECT_EQ(pSource_I->ReaderRemove(static_cast<uint64_t>(llID)), S_OK);
-    EXPECT_EQ(pSource->SourceFrameGetEx(&llID, 0, pGot.Out(), -1), ZR_E_NOT_FOUND);
-}
-
 TEST(TransportObject, FramesOfASteadyShowAllocateNothing) {
     Door door;
     struct Host final : UnknownImpl<IZrReceiver_I>, ISenderHost {

@@ -39,64 +39,28 @@ TEST(ReadBorders, SpreadsShortLists) {
     }
 }
 
-struct BORDER_CASE {
-    const char* szName;
-    eZrFCC fcc;
-    eZrInterlace eInterlace;
-    tagRECT rect;
-    BORDERS borders;
-    tagRECT outer, inner;  // the border lies between the two
-};
-
 constexpr FILL_COLOUR kRed = FILL_COLOUR::Rgb(255, 0, 0);
 constexpr BORDERS AllSides(int32_t _l, int32_t _t, int32_t _r, int32_t _b) {
     return {{_l, _t, _r, _b}, {kRed, kRed, kRed, kRed}};
 }
 
+struct BORDER_CASE {
+    const char* szName;
+    eZrFCC fcc;
+    bool bInterlaced;
+    tagRECT rect, widths;
+    tagRECT outer, inner;  // the border lies between the two
+};
+
+constexpr int32_t kMax = INT32_MAX;
 constexpr BORDER_CASE arrBorderCases[] = {
-    {"rgb_as_asked",
-     eZrFCC_RGB24,
-     eZrI_Progressive,
-     {9, 7, 21, 15},
-     AllSides(1, 2, 3, 1),
-     {8, 5, 24, 16},
-     {9, 7, 21, 15}},
-    {"even_columns",
-     eZrFCC_UYVY,
-     eZrI_Progressive,
-     {9, 7, 21, 15},
-     AllSides(1, 2, 3, 1),
-     {8, 5, 26, 16},
-     {10, 7, 22, 15}},
-    {"even_rows", eZrFCC_YUY2, eZrI_Field1First, {9, 7, 21, 15}, AllSides(1, 1, 3, 1), {8, 6, 26, 18}, {10, 8, 22, 16}},
-    {"inside",
-     eZrFCC_RGB32,
-     eZrI_Progressive,
-     {9, 7, 21, 15},
-     AllSides(-2, -1, -3, -1),
-     {9, 7, 21, 15},
-     {11, 8, 18, 14}},
-    {"over_the_edge",
-     eZrFCC_RGB32,
-     eZrI_Progressive,
-     {-5, -3, 12, 9},
-     AllSides(9, 9, 4, 4),
-     {0, 0, 16, 13},
-     {0, 0, 12, 9}},
-    {"all_of_the_picture",
-     eZrFCC_RGB32,
-     eZrI_Progressive,
-     {-9, -9, 99, 99},
-     AllSides(3, 3, 3, 3),
-     {0, 0, 32, 24},
-     {0, 0, 32, 24}},
-    {"wider_than_numbers",
-     eZrFCC_RGB32,
-     eZrI_Progressive,
-     {4, 4, 6, 6},
-     AllSides(INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX),
-     {0, 0, 32, 24},
-     {4, 4, 6, 6}},
+    {"rgb_as_asked", eZrFCC_RGB24, false, {9, 7, 21, 15}, {1, 2, 3, 1}, {8, 5, 24, 16}, {9, 7, 21, 15}},
+    {"even_columns", eZrFCC_UYVY, false, {9, 7, 21, 15}, {1, 2, 3, 1}, {8, 5, 26, 16}, {10, 7, 22, 15}},
+    {"even_rows", eZrFCC_YUY2, true, {9, 7, 21, 15}, {1, 1, 3, 1}, {8, 6, 26, 18}, {10, 8, 22, 16}},
+    {"inside", eZrFCC_RGB32, false, {9, 7, 21, 15}, {-2, -1, -3, -1}, {9, 7, 21, 15}, {11, 8, 18, 14}},
+    {"over_the_edge", eZrFCC_RGB32, false, {-5, -3, 12, 9}, {9, 9, 4, 4}, {0, 0, 16, 13}, {0, 0, 12, 9}},
+    {"all_of_the_picture", eZrFCC_RGB32, false, {-9, -9, 99, 99}, {3, 3, 3, 3}, {0, 0, 32, 24}, {0, 0, 32, 24}},
+    {"no_end", eZrFCC_RGB32, false, {4, 4, 6, 6}, {kMax, kMax, kMax, kMax}, {0, 0, 32, 24}, {4, 4, 6, 6}},
 };
 
 TEST(DrawBorders, TakesThePixelsAroundTheRectangle) {
@@ -108,12 +72,14 @@ TEST(DrawBorders, TakesThePixelsAroundTheRectangle) {
             props.nWidth = 32;
             props.nHeight = PixelFormatBottomUp(c.fcc) ? -24 : 24;
             props.nRowBytes = 132;
-            props.eInterlace = c.eInterlace;
+            props.eInterlace = c.bInterlaced ? eZrI_Field1First : eZrI_Progressive;
             Bytes picture(132 * 24, 77);
-            ASSERT_EQ(DrawBorders(picture.data(), props, c.rect, c.borders, nAlpha / 100.0), S_OK);
+            const auto& [l, t, r, b] = c.widths;
+            const BORDERS borders = AllSides(l, t, r, b);
+            ASSERT_EQ(DrawBorders(picture.data(), props, c.rect, borders, nAlpha / 100.0), S_OK);
             const FILL_PATTERN pattern = FillPattern(c.fcc, 0, kRed);
-            const auto Inside = [](const tagRECT& r, int32_t x, int32_t y) {
-                return x >= r.left && x < r.right && y >= r.top && y < r.bottom;
+            const auto Inside = [](const tagRECT& _rect, int32_t x, int32_t y) {
+                return x >= _rect.left && x < _rect.right && y >= _rect.top && y < _rect.bottom;
             };
             const int32_t nBytes = PixelFormatBits(c.fcc) / 8;
             for (int32_t y = 0; y < 24; ++y)

@@ -3,11 +3,11 @@
 #include "video/masks.h"
 
 #include <cmath>
-#include <filesystem>
 
 #include "media/pixel_format.h"
 #include "platform/file.h"
 #include "support/row_test.h"
+#include "support/temp_folder.h"
 #include "video/block_mask.h"
 #include "video/picture_file.h"
 
@@ -113,12 +113,12 @@ TEST(ScaleMask, KeepsSolidSolidAndTheCentreInPlace) {
 }
 
 TEST(BlockMask, KeepsAMaskUntilAnotherStands) {
-    const std::filesystem::path dir = std::filesystem::temp_directory_path();
-    const std::filesystem::path path = dir / "zr_block_mask_test.bmp", broken = dir / "zr_block_mask_broken.bmp";
+    const TempFolder folder;
+    const std::filesystem::path path = folder.path / "a.bmp", broken = folder.path / "broken.bmp";
     Bytes picture(16 * 8 * 3);  // left half green, right half white
     for (size_t i = 0; i < picture.size(); ++i) picture[i] = i % 48 >= 24 || i % 3 == 1 ? 255 : 0;
     ASSERT_EQ(WritePictureFile(path.u16string().c_str(), {eZrFCC_RGB24, 16, 8, picture.data(), 48}), S_OK);
-    std::filesystem::copy_file(path, broken, std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::copy_file(path, broken);
     std::filesystem::resize_file(broken, 100);
 
     BlockMask mask;
@@ -149,8 +149,6 @@ TEST(BlockMask, KeepsAMaskUntilAnotherStands) {
     EXPECT_EQ(mask.SetMask(nullptr, false), S_OK);
     ASSERT_EQ(Get(64, 32, &pNone), S_OK);
     EXPECT_FALSE(pNone);
-    std::filesystem::remove(path);
-    std::filesystem::remove(broken);
 }
 
 }  // namespace

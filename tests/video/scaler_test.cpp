@@ -143,25 +143,6 @@ TEST(Scaler, ConstantStaysButForOneStepOfTheWeights) {
             }
 }
 
-TEST(Scaler, RampsStayMonotonicAndStepsDoNotRingWithoutNegativeLobes) {
-    for (const eInterpolation eMode : {Nearest, Linear, BSpline, SuperSampling})
-        for (const int32_t nWidth : arrWidths) {
-            PlainPlane ramp(100, 4), step(100, 4);
-            for (int32_t y = 0; y < 4; ++y)
-                for (int32_t x = 0; x < 100; ++x) {
-                    ramp.At(x, y) = static_cast<uint8_t>(20 + 2 * x);
-                    step.At(x, y) = x < 50 ? 40 : 200;
-                }
-            const Bytes ramped = Resized(ramp, nWidth, 4, eMode, 1), stepped = Resized(step, nWidth, 4, eMode, 1);
-            for (size_t x = 1; x < static_cast<size_t>(nWidth); ++x) {
-                ASSERT_GE(ramped[x], ramped[x - 1]) << nWidth << ": " << x;
-                ASSERT_GE(stepped[x], stepped[x - 1]) << nWidth << ": " << x;
-            }
-            ASSERT_GE(stepped[0], 40);
-            ASSERT_LE(stepped[static_cast<size_t>(nWidth) - 1], 200);
-        }
-}
-
 TEST(Scaler, SymmetricRowsStaySymmetric) {
     for (const eInterpolation eMode : arrModes)
         for (const int32_t nWidth : arrWidths) {
@@ -173,16 +154,6 @@ TEST(Scaler, SymmetricRowsStaySymmetric) {
             for (size_t x = 0; x < out.size(); ++x)  // a step for rounding of equal halves
                 ASSERT_NEAR(out[x], out[out.size() - 1 - x], 1) << static_cast<int>(eMode) << ", " << nWidth;
         }
-}
-
-TEST(Scaler, FieldsDoNotMix) {
-    PlainPlane src(64, 60);
-    for (int32_t y = 0; y < 60; ++y)
-        for (int32_t x = 0; x < 64; ++x) src.At(x, y) = y % 2 ? 220 : 30;
-    for (const int32_t nHeight : {40, 60, 90, 26}) {
-        const Bytes out = Resized(src, 32, nHeight, Lanczos, 1, true);
-        for (size_t i = 0; i < out.size(); ++i) ASSERT_NEAR(out[i], i / 32 % 2 ? 220 : 30, 1) << i / 32;
-    }
 }
 
 TEST(Scaler, SharpensAlongRowsAfterAVerticalPassAndLeavesTheBorder) {
