@@ -61,6 +61,8 @@ TEST(NamedList, FindsLikeASearchAfterAnyChanges) {
                     if (i == plain.size()) break;
                     ASSERT_EQ(list.Remove(i), plain[i].second);
                     plain.erase(plain.begin() + static_cast<ptrdiff_t>(i));
+                    for (const auto& [left, n] : plain)
+                        if (!left.empty()) ASSERT_NE(list.Find(NameKey(left).nHash), NamedList<int>::kNone);
                     break;
                 case 3:
                     if (i == plain.size() || name.empty()) break;

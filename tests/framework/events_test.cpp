@@ -198,6 +198,9 @@ TEST(Events, AListenerThatStandsStill) {
     SleepFor(kMs);
     EXPECT_EQ(nFrames, 66);
     EXPECT_EQ(nPictures, 64);
+    desk.pEvents->FireFrame(u"object", pFrame.Get(), false, true);
+    SleepFor(kMs);
+    EXPECT_EQ(nPictures, 65);  // there is room again
 }
 
 TEST(Events, ListenersActFromWithinTheirCalls) {
