@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "audio/sample_convert.h"
 #include "media/aud_props.h"
@@ -64,17 +65,19 @@ HRESULT ZrAudioBuffer2::PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, 
 }
 
 void ZrAudioBuffer2::AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSamples) {
-    if (!bConverts) {
-        ring.Append(nullptr, _nSamples * props.nSamplesPerSec / _props.nSamplesPerSec);
-        edge.Reset();
+    // It comes behind what is in the converter.
+    const ZR_AUD_PROPS to = bConverts ? converter.Source() : props;
+    const int64_t nSilence = _nSamples * to.nSamplesPerSec / _props.nSamplesPerSec;
+    arrSilence.resize(static_cast<size_t>(nSilence * AudBlockBytes(to)));
+    FillSilence(to.nBitsPerSample, arrSilence.data(), arrSilence.size());
+    if (nSilence == 0) return;
+    if (bConverts) {
+        Append_I(to, arrSilence.data(), nSilence, 1.0);
         return;
     }
-    // It comes behind what is in the converter.
-    const ZR_AUD_PROPS src = converter.Source();
-    const int64_t nSilence = _nSamples * src.nSamplesPerSec / _props.nSamplesPerSec;
-    arrSilence.resize(static_cast<size_t>(nSilence * AudBlockBytes(src)));
-    FillSilence(src.nBitsPerSample, arrSilence.data(), arrSilence.size());
-    if (nSilence > 0) Append_I(src, arrSilence.data(), nSilence, 1.0);
+    bPadded = edge.PastSamples() > 0;
+    if (bPadded) edge.Smooth(props, arrSilence.data(), 0, nSilence, false);
+    ring.Append(arrSilence.data(), nSilence);
 }
 
 // Gives the converter what went past it, as if it had been there from the begin.
@@ -100,8 +103,14 @@ HRESULT ZrAudioBuffer2::Convert_I(const uint8_t* _p, int64_t _cb, double _dblSca
 
 HRESULT ZrAudioBuffer2::Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
     if (!bConverts && AudSameFormat(props, _props) && _dblScale == 1.0) {
+        if (std::exchange(bPadded, false)) {
+            arrConverted.assign(_p, _p + _nSamples * AudBlockBytes(props));
+            edge.Smooth(props, arrConverted.data(), _nSamples, _nSamples, false);
+            _p = arrConverted.data();
+        } else {
+            edge.Remember(props, _p, _nSamples);
+        }
         ring.Append(_p, _nSamples);
-        edge.Remember(props, _p, _nSamples);
         return S_OK;
     }
     if (!bConverts) EnterConverter_I();
@@ -145,7 +154,7 @@ int64_t ZrAudioBuffer2::Clear(bool _bResetFormat) {
     const int64_t nHeld = ring.Count();
     ring.Restart(props);
     converter.Reset();
-    bConverts = false;
+    bConverts = bPadded = false;
     edge.Reset();
     if (_bResetFormat) props = {};
     return nHeld;

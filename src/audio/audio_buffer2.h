@@ -52,6 +52,7 @@ private:
     SampleQueue ring ZR_GUARDED_BY(mtx);
     ZrAudioConverter converter ZR_GUARDED_BY(mtx);
     bool bConverts ZR_GUARDED_BY(mtx) = false;  // the converter has sound in it, behind which all else must come
+    bool bPadded ZR_GUARDED_BY(mtx) = false;    // silence was put behind sound, which then comes out of it
     SoundEdge edge ZR_GUARDED_BY(mtx);          // the end of what was put
     std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx), arrSilence ZR_GUARDED_BY(mtx);
 };

@@ -18,13 +18,20 @@ constexpr int64_t kSlackTicks = 10'000;     // that a frame's sound may be short
 constexpr int64_t kMostHeld = 2'000'000;    // ticks, before the producer is to wait
 constexpr double kSameRate = 0.01;
 constexpr int64_t kPadSamples = 256;
-// Silence before the first sound of a source that is pulled. Its blocks and those of the output have lengths that are
-// rounded each in its own way: without a few samples in hand the output would now and then lack one.
-constexpr int64_t kLeadSamples = 4;
 constexpr ZR_AUD_PROPS kDefaultAudio{2, 48000, 16, 0};
 
 int64_t SamplesOf(int64_t _rtDuration, const ZR_AUD_PROPS& _props) {
     return _rtDuration * _props.nSamplesPerSec / kTicksPerSecond;
+}
+
+// Silence before the first sound, so that the output never lacks what the next block brings. Blocks of the source and
+// of the output have lengths that are rounded each in its own way; a source that pushes may be a little late; and one
+// whose frames have another length shows a frame, and with it brings its sound, when up to an output frame of it is
+// due.
+int64_t Lead(const ZR_AUD_PROPS& _output, int64_t _rtFrame, bool _bSync, bool _bSameRate) {
+    constexpr int64_t kRounding = 4;
+    if (_bSync) return kRounding;
+    return kRounding + SamplesOf(_bSameRate ? kSlackTicks : _rtFrame, _output);
 }
 
 bool IsPureBreak(eZrFrameFlags _eFlags) { return (_eFlags & 0x31u) == eZrFF_Break; }
@@ -86,24 +93,22 @@ void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
     if (std::abs(nSamples - SamplesOf(_rtFrame, _sound.props)) >= kWrongSizeSamples)
         statistics.AddCount(counters.nWrongSize, 1);
 
+    const bool bSameRate = std::fabs(_sound.dblSourceRate - _sound.vidOutput.dblRate) <= kSameRate;
     int64_t nLimit = SamplesOf(_rtFrame, output) + kSlackSamples;
-    if (!_sound.bSync) {
-        const bool bSameRate = std::fabs(_sound.dblSourceRate - _sound.vidOutput.dblRate) <= kSameRate;
-        nLimit = SamplesOf(_rtFrame * (bSameRate ? 3 : 4), output) + kWrongSizeSamples;
-    }
-    const int64_t nPad = Padding(_sound, _rtFrame);
-    bResumed = false;
-    nLimit += nPad;
-    if (nPad > 0) {
-        statistics.AddCount(counters.nFake, 1);
-        buffer.PutAudio(output, nullptr, nPad * AudBlockBytes(output), true, true);
-    }
-    if (const int64_t nHeld = buffer.Fill(); nHeld > nLimit && _sound.bHasVideo) {
+    if (!_sound.bSync) nLimit = SamplesOf(_rtFrame * (bSameRate ? 3 : 4), output) + kWrongSizeSamples;
+    if (const int64_t nHeld = buffer.Fill(); nHeld > nLimit + nReserve && _sound.bHasVideo) {
         statistics.AddCount(counters.nOverflow, nHeld);
         Drop();
-    } else if (nHeld == 0 && _sound.bSync) {
-        buffer.PutAudio(output, nullptr, kLeadSamples * AudBlockBytes(output), true, true);
     }
+    int64_t nSilence = Padding(_sound, _rtFrame);
+    bResumed = false;
+    nLimit += nSilence;
+    if (nSilence > 0) statistics.AddCount(counters.nFake, 1);
+    if (buffer.Fill() == 0) {
+        nReserve = Lead(output, _rtFrame, _sound.bSync, bSameRate);
+        nSilence = std::max(nSilence, nReserve);
+    }
+    if (nSilence > 0) buffer.PutAudio(output, nullptr, nSilence * AudBlockBytes(output), true, true);
     // A block for which there is no memory is lost; the mix counts it as missing.
     buffer.PutAudio(_sound.props, _sound.pbAudio, nSamples * AudBlockBytes(_sound.props), false, true, dblScale);
     FollowClock(_sound, _rtFrame, nLimit);
@@ -121,6 +126,7 @@ void StreamAudio::FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int6
 // What was held does not go on.
 void StreamAudio::Drop() {
     buffer.Clear(false);
+    nReserve = 0;
     bBroken = true;
     drift.Reset();
     dblScale = 1;
@@ -152,8 +158,12 @@ int64_t StreamAudio::Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const
     return bResumed ? nHalfFrame : kPadSamples;
 }
 
+int64_t StreamAudio::HeldTime_I() const {
+    return buffer.Duration() - nReserve * kTicksPerSecond / std::max(buffer.Format().nSamplesPerSec, 1);
+}
+
 void StreamAudio::UpdateEvents(int64_t _rtFrame) {
-    const int64_t rtHeld = buffer.Duration();
+    const int64_t rtHeld = HeldTime_I();
     if (rtHeld + kSlackTicks < _rtFrame) {
         evWanted.Reset();
         evRoom.Set();

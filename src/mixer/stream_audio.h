@@ -50,10 +50,10 @@ public:
     int64_t Held(const ZR_AUD_PROPS& _output);
     double dblLastGain = 0;  // at the end of the last block; the mix thread's
 
-    // How much sound is held, in ticks. Any thread.
+    // How much sound is held above the silence that led it in, in ticks. Any thread.
     int64_t HeldTime() {
         MutexLock lock(mtx);
-        return buffer.Duration();
+        return HeldTime_I();
     }
     // Whether a put of such sound goes into the ring.
     static bool IsUsable(const STREAM_SOUND& _sound);
@@ -68,6 +68,7 @@ private:
 
     void PrepareConverter(const STREAM_SOUND& _sound) ZR_EXCLUDES(mtx);
     void PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) ZR_REQUIRES(mtx);
+    int64_t HeldTime_I() const ZR_REQUIRES(mtx);
     void Drop() ZR_REQUIRES(mtx);
     void FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int64_t _nLimit) ZR_REQUIRES(mtx);
     int64_t Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const ZR_REQUIRES(mtx);
@@ -81,6 +82,7 @@ private:
     ManualEvent evWanted;
     ManualEvent evRoom{true};
     bool bResumed ZR_GUARDED_BY(mtx) = false;
+    int64_t nReserve ZR_GUARDED_BY(mtx) = 0;  // samples of silence that leads in; the events do not count them
     bool bBroken ZR_GUARDED_BY(mtx) = false;  // what is held does not go on from what was taken
     SoundEdge edge ZR_GUARDED_BY(mtx);
     DriftControl drift ZR_GUARDED_BY(mtx);

@@ -111,6 +111,19 @@ TEST(AudioBuffer, ScaledSoundIsLongerAndDoesNotJumpWhenItBegins) {
     ExpectSmooth(TakeAll(buffer), 0, kHz, 48000);
 }
 
+TEST(AudioBuffer, SilenceBetweenSoundsMakesNoStep) {
+    ZrAudioBuffer2 buffer;
+    buffer.FormatSet(kFloat48);
+    for (const int64_t nSilence : {0, 4, 256, 1000}) {
+        Put(buffer, Sound(500, 0.5f), 48000);
+        buffer.PutAudio(kFloat48, nullptr, 4 * nSilence, true, true);
+    }
+    Put(buffer, Sound(500, 0.5f), 48000);
+    const Sound sound = TakeAll(buffer);
+    EXPECT_EQ(sound.size(), 5u * 500 + 4 + 256 + 1000);
+    for (size_t i = 1; i < sound.size(); ++i) ASSERT_LT(std::fabs(sound[i] - sound[i - 1]), 0.5 / 240 * 1.01) << i;
+}
+
 TEST(AudioBuffer, EightBitsAreNotSilent) {
     constexpr ZR_AUD_PROPS kProps{1, 8000, 8, 0};
     ZrAudioBuffer2 buffer;

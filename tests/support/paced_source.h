@@ -42,6 +42,7 @@ public:
     }
 
     std::function<int64_t(int64_t)> Late;  // ticks that frame n of a live line comes after its time; set before use
+    std::function<void(int64_t, IZrFFrame&)> Furnish;  // changes frame n of a line before it is given; set before use
     std::atomic<bool> bStalls{false};
     std::atomic<bool> bEnded{false};
     std::atomic<int64_t> nGiven{0};
@@ -92,8 +93,9 @@ private:
             nLost += nNext - nFirst;
             nBreaks += bBreak;
         }
-        const HRESULT hr = pFrame->ZrFClone(_ppFrame, eZrFC_Reference, eZrFCC_Default);
+        const HRESULT hr = pFrame->ZrFClone(_ppFrame, Furnish ? eZrFC_Full : eZrFC_Reference, eZrFCC_Default);
         if (Failed(hr)) return hr;
+        if (Furnish) Furnish(nNext, **_ppFrame);
         ZR_TIME time;
         (*_ppFrame)->ZrFTimeGet(&time);
         time.rtStartTime = At(nNext);

@@ -1,0 +1,218 @@
+// The sound of whole shows, on the virtual clock: every sample where it belongs, and no click whatever streams do.
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+
+#include "mixer_fixture.h"
+#include "support/paced_source.h"
+
+namespace zr {
+namespace {
+
+constexpr double kTurn = 6.283185307179586;
+constexpr double kNtsc = 30000.0 / 1001;
+constexpr int32_t kRate = 48000;
+constexpr int32_t kChannels = 4;  // each stream has its own
+constexpr int16_t kPeriod = 30011;
+constexpr double kToneHz = 1000, kToneLevel = 10000;
+
+// Keeps what Check makes of each frame's sound; on the thread of the mix.
+class SoundChecker final : public UnknownImpl<IZrReceiver_I> {
+public:
+    std::function<void(const int16_t*, int64_t, const ZRF_FRAME_INFO&)> Check;
+    HRESULT MediaReceive(const char16_t*, IUnknown*, IZrFFrame* _pFrame) override {
+        ZRF_FRAME_INFO info;
+        if (Succeeded(_pFrame->ZrFAllGet(&info)))
+            Check(reinterpret_cast<const int16_t*>(info.lpAudio), info.cbAudio / (2 * kChannels), info);
+        return S_OK;
+    }
+    HRESULT MediaEnd(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
+    HRESULT MediaFlush(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
+};
+
+class SoundShowTest : public MixerTest, public ::testing::WithParamInterface<bool> {
+protected:
+    void MakeShow(double _dblRate) {
+        Make(_dblRate);
+        pStreams = pMixer.As<IZrStreams>();
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        pProps->PropsSet(u"object::background", u"");
+        pProps->PropsSet(u"object::sync_mode", GetParam() ? u"true" : u"false");
+        const ZR_AUD_PROPS audio{kChannels, kRate, 16, 0};
+        pMixer.As<IZrFormat>()->FormatAudioSet(eZrFT_Convert, &audio);
+        const auto pScenes = pMixer.As<IZrScenes>();
+        BSTR bs = nullptr;
+        const char16_t* const szScene =
+            u"<zr_scene><foreground><video id='a' stream_id='a' w='0.5' h='0.5' audio_gain='0'/>"
+            u"<video id='b' stream_id='b' x='0.5' w='0.5' h='0.5' audio_gain='0'/>"
+            u"<video id='c' stream_id='c' y='0.5' w='0.5' h='0.5' audio_gain='0'/>"
+            u"<video id='d' stream_id='d' x='0.5' y='0.5' w='0.5' h='0.5' audio_gain='0'/></foreground></zr_scene>";
+        ASSERT_EQ(pScenes->ScenesAdd(szScene, &bs, nullptr), S_OK);
+        ASSERT_EQ(pScenes->ScenesActiveSet(bs, nullptr), S_OK);
+        SysFreeString(bs);
+        pChecker = ZrPtr<SoundChecker>::Attach(new SoundChecker);
+        ASSERT_EQ(pMixer.As<IZrSender_I>()->SenderConnect(pChecker.Get(), u"check", u"rate_control=0", nullptr), S_OK);
+    }
+    // A source whose frames follow its line of time to the sample; _sample gives sample n. Its luma tells the frame.
+    static ZrPtr<PacedSource> Source(double _dblFps, int32_t _nRate, int32_t _nChannel, bool _bLive,
+                                     std::function<int16_t(int64_t)> _sample) {
+        const auto p = PacedSource::Make(SmallPicture(_dblFps), _bLive);
+        const bool bNtsc = _dblFps != 25;
+        p->Furnish = [=](int64_t _n, IZrFFrame& _frame) {
+            const auto Begin = [&](int64_t n) { return bNtsc ? n * _nRate * 1001 / 30000 : n * _nRate / 25; };
+            const ZR_AUD_PROPS props{kChannels, _nRate, 16, 0};
+            std::vector<int16_t> sound(static_cast<size_t>((Begin(_n + 1) - Begin(_n)) * kChannels));
+            for (int64_t i = Begin(_n); i < Begin(_n + 1); ++i)
+                sound[static_cast<size_t>((i - Begin(_n)) * kChannels + _nChannel)] = _sample(i);
+            _frame.ZrFAudioSet(&props, static_cast<int32_t>(2 * sound.size()), reinterpret_cast<int64_t>(sound.data()));
+            ZRF_FRAME_INFO info;
+            _frame.ZrFAllGet(&info);
+            std::memset(reinterpret_cast<void*>(info.lpVideo), static_cast<int>(_n % 200 + 20),
+                        static_cast<size_t>(info.cbVideo));
+        };
+        return p;
+    }
+    static int16_t Count(int64_t _n) { return static_cast<int16_t>(_n % kPeriod + 1); }
+    static std::function<int16_t(int64_t)> Tone(int32_t _nRate) {
+        return [_nRate](int64_t _n) {
+            const auto nPhase = static_cast<double>(_n % _nRate) / _nRate;
+            return static_cast<int16_t>(std::lrint(kToneLevel * std::sin(kTurn * kToneHz * nPhase)));
+        };
+    }
+    HRESULT Add(const std::u16string& _id, IUnknown* _pSource, ZrPtr<IZrItem>* _ppItem = nullptr) {
+        ZrPtr<IZrItem> pItem;
+        const HRESULT hr = pStreams->StreamsAdd(_id.c_str(), _pSource, nullptr, nullptr, pItem.Out(), 0);
+        if (_ppItem) *_ppItem = pItem;
+        return hr;
+    }
+
+    ZrPtr<IZrStreams> pStreams;
+    ZrPtr<SoundChecker> pChecker;
+};
+
+// Two minutes; ZR_SHOW_MINUTES=60 for the hour. Two streams count, of the two others, which are resampled, the phase of
+// a tone says where they are.
+TEST_P(SoundShowTest, EverySampleOfAnNtscShowIsWhereItBelongs) {
+    const char* const sz = std::getenv("ZR_SHOW_MINUTES");
+    const int64_t nSeconds = 60 * (sz ? std::atoi(sz) : 2);
+    constexpr int64_t kSettled = 10;  // frames
+    MakeShow(kNtsc);
+    const double dblOther = GetParam() ? kNtsc : 25;  // who is asked for frames gives them at the rate of the output
+    Add(u"a", Source(kNtsc, 48000, 0, false, Count).Get());
+    Add(u"b", Source(dblOther, 48000, 1, false, Count).Get());
+    Add(u"c", Source(kNtsc, 44100, 2, false, Tone(44100)).Get());
+    Add(u"d", Source(dblOther, 32000, 3, false, Tone(32000)).Get());
+
+    int64_t nFrames = 0, nSamples = 0, nWrong = 0, nUneven = 0, nPicture = 0;
+    int nLumaBefore = 0;
+    int16_t arrLast[2] = {};
+    double arrPhase[2] = {}, dblFarthest = 0, dblDrift = 0, dblOffset = 0, dblOffsetMoved = 0;
+    pChecker->Check = [&](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO& _info) {
+        const bool bSettled = nFrames >= kSettled;
+        for (int64_t i = 0; i < _n; ++i)
+            for (int c = 0; c < 2; ++c) {
+                const int16_t n = _p[i * kChannels + c];
+                nWrong += bSettled && n != arrLast[c] % kPeriod + 1;
+                arrLast[c] = n;
+            }
+        for (int c = 2; c < kChannels; ++c) {
+            double dblSin = 0, dblCos = 0;
+            const auto Angle = [&](int64_t i) {
+                return kTurn * kToneHz * static_cast<double>((nSamples + i) % kRate) / kRate;
+            };
+            constexpr int64_t kFit = 1584;  // whole turns
+            for (int64_t i = 0; i < kFit; ++i) {
+                dblSin += _p[i * kChannels + c] * std::sin(Angle(i));
+                dblCos += _p[i * kChannels + c] * std::cos(Angle(i));
+            }
+            double& dblPhase = arrPhase[c - 2];
+            const double dblNow = std::atan2(dblCos, dblSin);
+            if (!bSettled) dblPhase = dblNow;
+            dblDrift = std::max(dblDrift, std::fabs(std::remainder(dblNow - dblPhase, kTurn)));
+            for (int64_t i = 0; bSettled && i < _n; ++i) {
+                const double dblWanted = kToneLevel * std::sin(Angle(i) + dblPhase);
+                dblFarthest = std::max(dblFarthest, std::fabs(_p[i * kChannels + c] - dblWanted));
+            }
+        }
+        // Samples count on from frame to frame, so the picture's frame must.
+        const int nLuma = *(reinterpret_cast<const uint8_t*>(_info.lpVideo) + 2 * 16 + 1);
+        nPicture += (nLuma - nLumaBefore + 200) % 200;
+        nLumaBefore = nLuma;
+        const double dblNow = static_cast<double>(nSamples) - static_cast<double>(nPicture) * kRate / kNtsc;
+        if (!bSettled) dblOffset = dblNow;
+        dblOffsetMoved = std::max(dblOffsetMoved, std::fabs(dblNow - dblOffset));
+        ++nFrames;
+        nSamples += _n;
+        const double dblIdeal = static_cast<double>(nFrames) * kRate * 1001 / 30000;
+        nUneven += std::fabs(static_cast<double>(nSamples) - dblIdeal) > 1;
+    };
+    pMixer->ObjectStart(nullptr);
+    SleepFor(nSeconds * kTicksPerSecond);
+    pMixer->ObjectClose();
+    EXPECT_NEAR(static_cast<double>(nFrames), static_cast<double>(nSeconds) * kNtsc, 5);
+    EXPECT_EQ(nUneven, 0);
+    EXPECT_EQ(nWrong, 0);
+    EXPECT_LT(dblDrift, 0.002);    // radians: a sample is 0.13
+    EXPECT_LT(dblFarthest, 4);     // of 32768: roundings of two conversions
+    EXPECT_LT(dblOffsetMoved, 2);  // samples
+    RecordProperty("samples", std::to_string(nSamples));
+}
+
+// Streams come, pause, end, are replaced and jump, while they sound at full strength.
+TEST_P(SoundShowTest, NothingThatStreamsDoClicks) {
+    MakeShow(25);
+    constexpr int16_t kLevel = 8000;
+    const auto Loud = [&](int32_t _nRate, int32_t _nChannel) {
+        return Source(25, _nRate, _nChannel, false, [](int64_t) { return kLevel; });
+    };
+    // Each has its channel, so that steps do not add up.
+    int nSteps = 0, nLargest = 0, nHeard = 0;
+    int16_t arrLast[kChannels] = {};
+    pChecker->Check = [&](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO&) {
+        for (int64_t i = 0; i < _n * kChannels; ++i) {
+            int16_t& nLast = arrLast[i % kChannels];
+            const int nStep = std::abs(_p[i] - nLast);
+            nSteps += nStep > kLevel / 240 * 2 + 4;
+            nLargest = std::max(nLargest, nStep);
+            nHeard += _p[i] > kLevel / 2;
+            nLast = _p[i];
+        }
+    };
+    std::vector<ZrPtr<PacedSource>> arrSources;
+    pMixer->ObjectStart(nullptr);
+    std::mt19937 random(7);
+    const auto Roll = [&](int _n) { return static_cast<int>(random() % static_cast<unsigned>(_n)); };
+    const auto pSteady = Source(25, 48000, 3, false, [](int64_t) { return int16_t{0}; });
+    ASSERT_EQ(Add(u"d", pSteady.Get()), S_OK);
+    for (int nTry = 0; nTry < 300; ++nTry) {
+        const int nChannel = Roll(3);
+        const std::u16string id(1, static_cast<char16_t>(u'a' + nChannel));
+        ZrPtr<IZrItem> pItem;
+        pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
+        switch (Roll(5)) {
+            case 0:
+            case 1: ASSERT_EQ(Add(id, Loud(Roll(2) ? 48000 : 44100, nChannel).Get()), S_OK); break;
+            case 2: pStreams->StreamsRemove(pItem.Get(), 0); break;
+            case 3:
+                if (pItem) pItem.As<IZrFile>()->FilePlayPause(0.1);
+                break;
+            default:
+                if (pItem) pItem.As<IZrFile>()->FilePlayStart();
+                break;
+        }
+        SleepFor(Roll(300) * kTicksPerMs);
+    }
+    pMixer->ObjectClose();
+    EXPECT_EQ(nSteps, 0);
+    EXPECT_LE(nLargest, kLevel / 240 * 2 + 4);
+    EXPECT_GT(nHeard, 48000 * 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, SoundShowTest, ::testing::Bool(),
+                         [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
+
+}  // namespace
+}  // namespace zr
