@@ -129,7 +129,7 @@ void Show::Set(const std::string& _pair) {
         return;
     }
     const auto pElement = FindElement(pMixer.Get(), key.substr(0, nLast));
-    if (!pElement) throw UsageError("--set " + _pair + ": the show has no element " + key.substr(0, nLast));
+    if (!pElement) throw UsageError("--set " + _pair + ": there is no element " + key.substr(0, nLast));
     Check(pElement->ElementStringSet(ToText(key.substr(nLast + 2)).Get(), ToText(value).Get(), 0), "--set " + _pair);
 }
 
