@@ -62,7 +62,7 @@ TEST(NamedList, FindsLikeASearchAfterAnyChanges) {
                     ASSERT_EQ(list.Remove(i), plain[i].second);
                     plain.erase(plain.begin() + static_cast<ptrdiff_t>(i));
                     for (const auto& [left, n] : plain)
-                        if (!left.empty()) ASSERT_NE(list.Find(NameKey(left).nHash), NamedList<int>::kNone);
+                        ASSERT_EQ(list.Find(NameKey(left).nHash) == NamedList<int>::kNone, left.empty());
                     break;
                 case 3:
                     if (i == plain.size() || name.empty()) break;
