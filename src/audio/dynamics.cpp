@@ -25,15 +25,6 @@ void ReadNumber(const XMLNodeBase& _node, std::u16string_view _name, Range _eRan
     *_pValue = dblValue;
 }
 
-void FromOffset8(const uint8_t* _pFrom, float* _pTo, size_t _n) {
-    for (size_t i = 0; i < _n; ++i) _pTo[i] = static_cast<float>(_pFrom[i] - 128) / 128.0f;
-}
-
-void ToOffset8(const float* _pFrom, uint8_t* _pTo, size_t _n) {
-    for (size_t i = 0; i < _n; ++i)
-        _pTo[i] = static_cast<uint8_t>(std::clamp(std::nearbyint(_pFrom[i] * 128.0f), -128.0f, 127.0f) + 128.0f);
-}
-
 double FromDecibels(double _dblDb) { return std::pow(10.0, _dblDb / 20); }
 
 }  // namespace
@@ -56,15 +47,9 @@ HRESULT AudioEffectBase::Process(const ZR_AUD_PROPS& _props, uint8_t* _pSamples,
         return E_OUTOFMEMORY;
     }
     auto* pBytes = reinterpret_cast<uint8_t*>(arrFloats.data());
-    if (nBits == 8)
-        FromOffset8(_pSamples, arrFloats.data(), nAll);
-    else
-        ConvertSamples(nBits, _pSamples, -32, pBytes, nAll);
+    ConvertSamples(nBits, _pSamples, -32, pBytes, nAll);
     Run(arrFloats.data(), _nSamples);
-    if (nBits == 8)
-        ToOffset8(arrFloats.data(), _pSamples, nAll);
-    else
-        ConvertSamples(-32, pBytes, nBits, _pSamples, nAll);
+    ConvertSamples(-32, pBytes, nBits, _pSamples, nAll);
     return S_OK;
 }
 
