@@ -1,4 +1,5 @@
-// A scene of 200 elements, 30 of them on the move: what both passes of a frame cost without any pixel.
+// A scene of 200 elements, 30 of them on the move: what both passes of a frame cost without any pixel, and what it is
+// to change to another.
 
 #include <benchmark/benchmark.h>
 
@@ -6,6 +7,7 @@
 
 #include "media/pixel_format.h"
 #include "scenes/scene_draw.h"
+#include "scenes/scenes_set.h"
 
 namespace zr {
 namespace {
@@ -73,6 +75,29 @@ void BM_Scenes_BothPasses(benchmark::State& _state) {
     _state.SetItemsProcessed(_state.iterations());
 }
 BENCHMARK(BM_Scenes_BothPasses)->Name("BM_Scenes_BothPasses/200/30");
+
+class NoEvents final : public IEventSink {
+public:
+    void RaiseEvent(const char16_t*, const char16_t*, const char16_t*, IUnknown*) override {}
+    void RaiseFrame(const char16_t*, IZrFFrame*) override {}
+};
+
+// Another scene of 200 elements becomes active: the drawing waits for no more than that.
+void BM_Scenes_Activate(benchmark::State& _state) {
+    NoEvents events;
+    ScenesSet set(events);
+    for (const char16_t* szID : {u"a", u"b"}) {
+        BSTR bs = SysAllocString(szID);
+        set.Add(SceneText().c_str(), &bs, nullptr);
+        SysFreeString(bs);
+    }
+    bool bFirst = true;
+    for (auto _ : _state) {
+        if (set.ActiveSet(bFirst ? u"a" : u"b", nullptr) != S_OK) _state.SkipWithError("not activated");
+        bFirst = !bFirst;
+    }
+}
+BENCHMARK(BM_Scenes_Activate)->Name("BM_Scenes_Activate/200");
 
 }  // namespace
 }  // namespace zr

@@ -361,7 +361,7 @@ void MixCycle::DrawScene(PASS& _pass) {
         const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
         bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn, parts.scenes.Shared().Changes());
     }
-    parts.scenes.Shared().EndDiscarded();
+    parts.scenes.Shared().TakeDiscarded();  // by the walk itself
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {
         clock.SetBreakPending();
         _pass.props = {};

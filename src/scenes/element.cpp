@@ -8,20 +8,17 @@ namespace zr {
 
 void ScenesShared::Discard(XMLNodeRef _pNode) {
     MutexLock hold(mtx);
-    arrNodes.push_back(std::move(_pNode));
+    discarded.arrNodes.push_back(std::move(_pNode));
 }
 
 void ScenesShared::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) {
     MutexLock hold(mtx);
-    std::move(_arrObjects.begin(), _arrObjects.end(), std::back_inserter(arrObjects));
+    std::move(_arrObjects.begin(), _arrObjects.end(), std::back_inserter(discarded.arrObjects));
 }
 
-void ScenesShared::EndDiscarded() {
-    std::vector<XMLNodeRef> arrOldNodes;
-    std::vector<ObjectsMap::ObjectPtr> arrOldObjects;
+ScenesShared::DISCARDED ScenesShared::TakeDiscarded() {
     MutexLock hold(mtx);
-    arrOldNodes.swap(arrNodes);
-    arrOldObjects.swap(arrObjects);
+    return std::exchange(discarded, {});
 }
 
 ElementLock::ElementLock(const CoElement& _element, const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS
@@ -32,8 +29,8 @@ ElementLock::ElementLock(const CoElement& _element, const char* _szLabel) ZR_NO_
 ElementLock::~ElementLock() ZR_NO_THREAD_SAFETY_ANALYSIS {
     if (!pShared) return;
     pShared->NoteChange();
+    const ScenesShared::DISCARDED gone = pShared->TakeDiscarded();
     pShared->lock.LeaveWrite();
-    pShared->EndDiscarded();
 }
 
 void CoElement::Discard(XMLNodeRef _pNode) const {

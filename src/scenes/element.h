@@ -26,11 +26,15 @@ class ScenesShared {
 public:
     CRWSynchroLiteRW lock{lock_order::kScenes};
 
-    // What was taken out under the lock; it ends after it, since its end takes locks of others.
+    // What was taken out under the lock; it ends after it, since its end takes locks of others and its time.
     void Discard(XMLNodeRef _pNode);
     void Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects);
-    // Not under the lock.
-    void EndDiscarded();
+    struct DISCARDED {
+        std::vector<XMLNodeRef> arrNodes;
+        std::vector<ObjectsMap::ObjectPtr> arrObjects;
+    };
+    // All of it. Who changes things takes his before he leaves the lock, so that it does not end on the mix thread.
+    DISCARDED TakeDiscarded();
 
     // What the elements show has changed otherwise than by time. Under the lock, unless only single attributes have.
     void NoteChange() { nChanges.fetch_add(1, std::memory_order_release); }
@@ -39,8 +43,7 @@ public:
 private:
     std::atomic<uint64_t> nChanges{1};
     Mutex mtx;  // a leaf
-    std::vector<XMLNodeRef> arrNodes ZR_GUARDED_BY(mtx);
-    std::vector<ObjectsMap::ObjectPtr> arrObjects ZR_GUARDED_BY(mtx);
+    DISCARDED discarded ZR_GUARDED_BY(mtx);
 };
 
 // Its tag is its type and its id its name in the tree: an element is addressed by its id. It has no code of its own for

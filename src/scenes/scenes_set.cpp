@@ -197,6 +197,7 @@ HRESULT ScenesSet::Remove(const char16_t* _bsID) {
     return InterfaceCall([&] {
         EVENTS arrEvents;
         ElementPtr pRemoved;
+        ScenesShared::DISCARDED gone;
         {
             CRWWriteScope lock(pShared->lock, "ScenesRemove");
             const size_t i = arrScenes.Find(NameHash(id));
@@ -208,8 +209,8 @@ HRESULT ScenesSet::Remove(const char16_t* _bsID) {
             }
             arrScenes.Remove(i);
             mapNextNumber.clear();
+            gone = pShared->TakeDiscarded();
         }
-        pShared->EndDiscarded();
         Raise(arrEvents);
         return S_OK;
     });
@@ -219,6 +220,7 @@ HRESULT ScenesSet::ReplaceAll(std::vector<SCENE> _arrScenes, std::u16string_view
     return InterfaceCall([&] {
         EVENTS arrEvents;
         NamedList<ElementPtr> arrOld;
+        ScenesShared::DISCARDED gone;
         HRESULT hr = S_OK;
         if (_arrScenes.empty()) {
             _arrScenes.push_back({{}, MakeRoot(pShared)});
@@ -242,8 +244,8 @@ HRESULT ScenesSet::ReplaceAll(std::vector<SCENE> _arrScenes, std::u16string_view
             pActive->bSceneActive = false;
             pActive = {};
             Activate(arrScenes[i == arrScenes.kNone ? 0 : i], true, false, arrEvents);
+            gone = pShared->TakeDiscarded();
         }
-        pShared->EndDiscarded();
         Raise(arrEvents);
         return hr;
     });
@@ -294,6 +296,7 @@ HRESULT ScenesSet::ActiveSet(const char16_t* _bsID, const char16_t* _bsParameter
         const ElementPtr pParam = CoElement::CreateTop(u"zr-param");
         SetAttributeLine(*pParam, TextArgument(_bsParameters), eZrUT_Update);
         EVENTS arrEvents;
+        ScenesShared::DISCARDED gone;
         if (const ElementPtr pNew = RootOf(id)) AddSchema(*pNew);  // before anyone has to wait
         {
             CRWWriteScope lock(pShared->lock, "ScenesActiveSet");
@@ -302,8 +305,8 @@ HRESULT ScenesSet::ActiveSet(const char16_t* _bsID, const char16_t* _bsParameter
             if (arrScenes[i] == pActive) return S_FALSE;
             Activate(arrScenes[i], pParam->AttributeOr(u"reset", true), pParam->AttributeOr(u"restart", false),
                      arrEvents);
+            gone = pShared->TakeDiscarded();
         }
-        pShared->EndDiscarded();
         Raise(arrEvents);
         return S_OK;
     });

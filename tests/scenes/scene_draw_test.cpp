@@ -11,6 +11,7 @@
 #include "scenes/element_names.h"
 #include "scenes/element_select.h"
 #include "scenes/element_support.h"
+#include "support/allocation_count.h"
 
 namespace zr {
 namespace {
@@ -26,6 +27,7 @@ public:
         return true;
     }
     void DrawVideo(const VIDEO_ELEMENT& _video, DrawContext&) override {
+        if (bQuiet) return;
         const int n = _video.element.ObjectAs<int>(element::kVideoBlock);
         char sz[64];
         std::snprintf(sz, sizeof(sz), "#%d:%.2f ", n, _video.dblAlpha);
@@ -39,6 +41,7 @@ public:
     void RaiseFrame(const char16_t*, IZrFFrame*) override {}
 
     std::string strLog;
+    bool bQuiet = false;
     int nPictures = 0;
 };
 
@@ -94,6 +97,10 @@ TEST_F(SceneDraw, DrawsInOrderWithTheAlphaOfTheParents) {
     EXPECT_EQ(Frame(), "a#1:1.00 d#4:1.00 ");
     At_(u"foreground::g")->SetAttribute(u"show", true);
     EXPECT_EQ(FrameAfter(2), "b#5:0.25 in#6:0.05 a#1:1.00 d#4:1.00 ");
+    screen.bQuiet = true;
+    const int64_t nBefore = AllocationCount();
+    FrameAfter(10);
+    EXPECT_EQ(AllocationCount(), nBefore) << "a walk allocates nothing";
 }
 
 // The old picture and the new one, in every frame of the way at least one of them whole.
