@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "attributes/tree_text.h"
+#include "platform/number_scan.h"
 
 namespace zr {
 
@@ -14,18 +15,10 @@ struct INTEGER_TEXT {
     uint64_t nValue;
     size_t nUsed;
 };
-struct DOUBLE_TEXT {
-    double dblValue;
-    size_t nUsed;
-};
 
 // Blanks, a sign, digits. _nBase 0: "0x" makes it hexadecimal, another leading 0 octal. Above _nMax it is _nMax; a
 // minus sign gives the two's complement, so that -1 and 0xFFFFFFFF are one 32-bit value.
 INTEGER_TEXT ReadInteger(std::u16string_view _text, uint32_t _nBase, uint64_t _nMax = UINT64_MAX);
-
-// Blanks, a sign, decimal digits with a point, an exponent after e or d. Correctly rounded; too large is infinite, too
-// small zero. No other word is a number.
-DOUBLE_TEXT ReadDouble(std::u16string_view _text);
 
 // 32 and 64 bits by the prefix. The signed forms are these, converted.
 inline uint32_t ReadUInt32(std::u16string_view _text) {

@@ -3,100 +3,18 @@
 #include <algorithm>
 #include <cassert>
 #include <charconv>
-#include <cmath>
 #include <limits>
+
+#include "platform/number_scan.h"
 
 namespace zr {
 namespace {
 
-constexpr bool IsBlank(char16_t _c) { return _c == u' ' || (_c >= u'\t' && _c <= u'\r'); }
-constexpr bool IsDigit(char16_t _c) { return _c >= u'0' && _c <= u'9'; }
-
-constexpr int DigitOf(char16_t _c) {
-    if (IsDigit(_c)) return _c - u'0';
-    if (_c >= u'a' && _c <= u'z') return _c - u'a' + 10;
-    if (_c >= u'A' && _c <= u'Z') return _c - u'A' + 10;
-    return 99;
-}
-
-// The parsers walk with an index and take the end of the text for a zero character.
-char16_t At(std::u16string_view _text, size_t _i) { return _i < _text.size() ? _text[_i] : u'\0'; }
-
-struct PREFIX {
-    size_t nNext;
-    bool bNegative;
-};
-
-PREFIX SkipBlanksAndSign(std::u16string_view _text) {
-    size_t i = 0;
-    while (IsBlank(At(_text, i))) ++i;
-    const bool bNegative = At(_text, i) == u'-';
-    if (bNegative || At(_text, i) == u'+') ++i;
-    return {i, bNegative};
-}
-
 int64_t ParseInRange(std::u16string_view _text, int _nBase, size_t* _pnUsed, uint64_t _nMax) {
-    auto [i, bNegative] = SkipBlanksAndSign(_text);
-    const bool bHexPrefix = At(_text, i) == u'0' && (At(_text, i + 1) | 0x20) == u'x' && DigitOf(At(_text, i + 2)) < 16;
-    if (bHexPrefix && (_nBase == 0 || _nBase == 16)) {
-        i += 2;
-        _nBase = 16;
-    } else if (_nBase == 0) {
-        _nBase = At(_text, i) == u'0' ? 8 : 10;
-    }
-    const uint64_t nLimit = bNegative ? _nMax + 1 : _nMax;
-    uint64_t nValue = 0;
-    size_t nDigits = 0;
-    for (; DigitOf(At(_text, i)) < _nBase; ++i, ++nDigits) {
-        const auto nDigit = static_cast<uint64_t>(DigitOf(_text[i]));
-        const auto nBase = static_cast<uint64_t>(_nBase);
-        nValue = nValue > (nLimit - nDigit) / nBase ? nLimit : nValue * nBase + nDigit;
-    }
-    if (_pnUsed) *_pnUsed = nDigits ? i : 0;
-    return static_cast<int64_t>(bNegative ? 0 - nValue : nValue);
-}
-
-// A number as from_chars wants it, and the power of ten of its first digit that is not 0.
-struct DECIMAL {
-    std::string narrow;
-    int64_t nMagnitude = 0;
-    size_t nEnd = 0;
-    bool bDigits = false;
-};
-
-DECIMAL ScanDecimal(std::u16string_view _text, size_t _nStart) {
-    DECIMAL decimal;
-    size_t i = _nStart;
-    bool bPoint = false;
-    bool bSignificant = false;
-    for (;; ++i) {
-        const char16_t c = At(_text, i);
-        if (c == u'.' && !bPoint) {
-            bPoint = true;
-        } else if (IsDigit(c)) {
-            decimal.bDigits = true;
-            bSignificant = bSignificant || c != u'0';
-            if (!bPoint && bSignificant) ++decimal.nMagnitude;
-            if (bPoint && !bSignificant) --decimal.nMagnitude;
-        } else {
-            break;
-        }
-        decimal.narrow.push_back(static_cast<char>(c));
-    }
-    if ((At(_text, i) | 0x20) == u'e') {
-        const size_t nSign = i + 1;
-        const bool bSigned = At(_text, nSign) == u'-' || At(_text, nSign) == u'+';
-        size_t nUsed = 0;
-        if (IsDigit(At(_text, nSign + (bSigned ? 1 : 0)))) {
-            const int32_t nExponent = ParseInt32(_text.substr(nSign), 10, &nUsed);
-            decimal.nMagnitude += nExponent;
-            decimal.narrow += 'e';
-            decimal.narrow += std::to_string(nExponent);
-            i = nSign + nUsed;
-        }
-    }
-    decimal.nEnd = i;
-    return decimal;
+    const INTEGER_SCAN scan = ScanInteger(_text, static_cast<uint32_t>(_nBase));
+    if (_pnUsed) *_pnUsed = scan.nUsed;
+    const uint64_t nValue = std::min(scan.nMagnitude, scan.bMinus ? _nMax + 1 : _nMax);
+    return static_cast<int64_t>(scan.bMinus ? 0 - nValue : nValue);
 }
 
 constexpr char16_t LowerAscii(char16_t _c) {
@@ -126,15 +44,10 @@ int64_t ParseInt64(std::u16string_view _text, int _nBase, size_t* _pnUsed) {
 }
 
 double ParseDouble(std::u16string_view _text, size_t* _pnUsed) {
-    const auto [nStart, bNegative] = SkipBlanksAndSign(_text);
-    const DECIMAL decimal = ScanDecimal(_text, nStart);
-    if (_pnUsed) *_pnUsed = decimal.bDigits ? decimal.nEnd : 0;
-    if (!decimal.bDigits) return 0;
-    double dbl = 0;
-    const char* const sz = decimal.narrow.data();
-    const auto [pEnd, error] = std::from_chars(sz, sz + decimal.narrow.size(), dbl);
-    if (error == std::errc::result_out_of_range) dbl = decimal.nMagnitude > 0 ? std::numeric_limits<double>::max() : 0;
-    return bNegative ? -dbl : dbl;
+    const DOUBLE_TEXT number = ReadDouble(_text);
+    if (_pnUsed) *_pnUsed = number.nUsed;
+    constexpr double kMax = std::numeric_limits<double>::max();
+    return std::clamp(number.dblValue, -kMax, kMax);
 }
 
 void AppendInt(std::u16string& _text, int64_t _n) {
