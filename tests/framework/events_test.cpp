@@ -249,9 +249,18 @@ TEST(Events, NoCallAfterClose) {
     };
     desk.Raise(u"one");
     desk.Raise(u"two");
+    Thread waiter;
+    int64_t rtLetGo = 0;
+    waiter.Start("waiter", [&](ManualEvent&) {
+        desk.pEvents->FireEvent(u"object", u"three", nullptr, nullptr, true);
+        rtLetGo = ClockNow();
+    });
     SleepFor(kMs);
+    const int64_t rtClose = ClockNow();
     desk.pEvents->Close();
     EXPECT_EQ(ClockNow(), rtEnd);
+    waiter.Join();
+    EXPECT_EQ(rtLetGo, rtClose);  // who waits for what is dropped waits no longer
     SleepFor(kTicksPerSecond);
     EXPECT_EQ(desk.heard.Take(), (Texts{"one"}));
 }

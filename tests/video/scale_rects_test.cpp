@@ -43,6 +43,7 @@ struct FIT_CASE {
 constexpr FIT_CASE arrFits[] = {
     // 4:3 is three quarters of 16:9: 1440 of 1920, 240 on each side.
     {"pal_letter_box", 720, 576, 4, 3, eZrST_LetterBox, 1920, 1080, true, {{0, 0, 720, 576}, {240, 0, 1680, 1080}}},
+    {"odd_margin", 720, 576, 4, 3, eZrST_LetterBox, 1912, 1080, true, {{0, 0, 720, 576}, {240, 0, 1672, 1080}}},  // 239
     // The other way a quarter of the lines goes, 72 on each side.
     {"pal_crop", 720, 576, 4, 3, eZrST_Crop, 1920, 1080, true, {{0, 72, 720, 504}, {0, 0, 1920, 1080}}},
     {"pal_automatic_is_crop", 720, 576, 4, 3, eZrST_Default, 1920, 1080, true, {{0, 72, 720, 504}, {0, 0, 1920, 1080}}},
