@@ -1,19 +1,14 @@
 #include "audio/channel_meters.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
+#include "audio/channel_copy.h"
 #include "audio/sample_convert.h"
 #include "media/aud_props.h"
 
 namespace zr {
 namespace {
-
-template <size_t kBytes>
-void PackChannel(const uint8_t* _pFirst, size_t _cbStep, uint8_t* _pTo, size_t _nSamples) {
-    for (size_t i = 0; i < _nSamples; ++i) std::memcpy(_pTo + i * kBytes, _pFirst + i * _cbStep, kBytes);
-}
 
 void Hold(float _fValue, bool* _pbHeld, float* _pfPeak) {
     *_pfPeak = *_pbHeld ? std::max(*_pfPeak, _fValue) : _fValue;
@@ -47,12 +42,7 @@ const void* ChannelMeters::Gather(int32_t _nBits, const uint8_t* _pFirst, size_t
     const auto cb = static_cast<size_t>(AudBytesPerSample(_nBits));
     const bool bAligned = reinterpret_cast<uintptr_t>(_pFirst) % 4 == 0;
     if (_cbStep != cb || !bAligned) {
-        if (cb == 2)
-            PackChannel<2>(_pFirst, _cbStep, arrPacked.data(), _nSamples);
-        else if (cb == 3)
-            PackChannel<3>(_pFirst, _cbStep, arrPacked.data(), _nSamples);
-        else
-            PackChannel<4>(_pFirst, _cbStep, arrPacked.data(), _nSamples);
+        CopyChannel(cb, _pFirst, _cbStep, arrPacked.data(), cb, _nSamples);
         _pFirst = arrPacked.data();
     }
     if (_nBits != -32 && (_nBits != 16 || pLoudness))

@@ -17,31 +17,6 @@ void GrowTo(std::vector<float>& _arr, size_t _n) {
 
 }  // namespace
 
-void SoundGain::Apply(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, const GAIN_RAMP& _ramp,
-                      int32_t _nChannel) {
-    if (_ramp.IsUnity() || _nSamples <= 0) return;
-    const auto nChannels = static_cast<size_t>(_props.nChannels);
-    const size_t n = static_cast<size_t>(_nSamples) * nChannels;
-    GrowTo(arrGains, n);
-    const double dblStep = (_ramp.dblEnd - _ramp.dblStart) / static_cast<double>(_nSamples);
-    for (size_t i = 0, x = 0; x < n; ++i) {
-        const auto f = static_cast<float>(_ramp.dblStart + static_cast<double>(i) * dblStep);
-        for (size_t c = 0; c < nChannels; ++c, ++x)
-            arrGains[x] = _nChannel < 0 || static_cast<size_t>(_nChannel) == c ? f : 1.0f;
-    }
-    if (_props.nBitsPerSample == 16) {
-        GainPcm16Row(As16(_p), arrGains.data(), As16(_p), n);
-    } else if (_props.nBitsPerSample == -32) {
-        auto* const pFloat = reinterpret_cast<float*>(_p);
-        GainFloatRow(pFloat, arrGains.data(), pFloat, n);
-    } else {
-        GrowTo(arrFloat, n);
-        ConvertSamples(_props.nBitsPerSample, _p, -32, AsBytes(arrFloat.data()), n);
-        GainFloatRow(arrFloat.data(), arrGains.data(), arrFloat.data(), n);
-        ConvertSamples(-32, AsBytes(arrFloat.data()), _props.nBitsPerSample, _p, n);
-    }
-}
-
 void SoundSum::Begin(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples) {
     props = _props;
     pSum = _p;

@@ -4,28 +4,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "audio/sound_gain.h"
 #include "zr/records.h"
 
 namespace zr {
-
-// A gain that goes from one value to another in the course of a block, linear.
-struct GAIN_RAMP {
-    double dblStart = 1;
-    double dblEnd = 1;
-    bool IsUnity() const { return dblStart == 1 && dblEnd == 1; }
-    bool IsSilent() const { return dblStart == 0 && dblEnd == 0; }
-};
-
-// Multiplies the samples of all channels, or of one (_nChannel, -1: all): sample i of n by start + i (end-start)/n, as
-// a float; 16-bit samples are rounded and saturate, other integers pass through float. Throws std::bad_alloc.
-class SoundGain {
-public:
-    void Apply(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, const GAIN_RAMP& _ramp,
-               int32_t _nChannel = -1);
-
-private:
-    std::vector<float> arrGains, arrFloat;
-};
 
 // 16-bit samples add with saturation; all others as floats, limited to full scale. Memory only grows. One thread at a
 // time; throws std::bad_alloc.
