@@ -170,6 +170,7 @@ HRESULT ZrPropsHW::PropsRemove_I(const char16_t* _bsPropName) {
         const WriteScope scope(lockTree, "PropsRemove");
         const HRESULT hr = Remove(_bsPropName);
         ClearObjectIfGone();
+        if (Succeeded(hr)) host.OnKeyChanged({}, {}, nullptr);
         return hr;
     });
 }

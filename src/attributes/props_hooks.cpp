@@ -55,6 +55,7 @@ HRESULT ZrPropsHW::OnChanged(std::u16string_view _name, std::u16string_view _val
 void ZrPropsHW::OnAllChanged() {
     PassAllToPreview();
     host.OnFrameRateConversion(pRoot->AttributeOr(u"active_frc", int32_t{0}));
+    host.OnKeyChanged({}, {}, nullptr);
 }
 
 HRESULT ZrPropsHW::GetHosted(std::u16string_view _name, BSTR* _pbsPropValue) const {

@@ -5,17 +5,11 @@
 #include <new>
 
 #include "audio/audio_tracks.h"
-#include "audio/channel_copy.h"
 
 namespace zr {
 namespace {
 
 constexpr int64_t kLeastSamples = 5;
-
-bool IsSame(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
-    return _a.nChannels == _b.nChannels && _a.nSamplesPerSec == _b.nSamplesPerSec &&
-           _a.nBitsPerSample == _b.nBitsPerSample && _a.nTrackSplitBits == _b.nTrackSplitBits;
-}
 
 bool AddsTo(eZrAudioTrackMode _eMode) { return _eMode == eZrAT_Enabled_AddTo || _eMode == eZrAT_Disabled_AddTo; }
 
@@ -151,22 +145,14 @@ void AudioTracks::Compose(SOUND_BLOCK* _pBlock) {
     SOUND_BLOCK result = *_pBlock;
     result.props.nChannels = nChannels;
     result.props.nTrackSplitBits = SplitBitsOfTracks(tracks);
-    result.p = nullptr;
-    const auto cbStep = static_cast<size_t>(AudBlockBytes(result.props));
-    const auto cb = static_cast<size_t>(AudBytesPerSample(result.props.nBitsPerSample));
-    const auto nSamples = static_cast<size_t>(result.nSamples);
-    if (arrResult.size() < cbStep * nSamples) arrResult.resize(cbStep * nSamples);
-    if (nChannels > 0) result.p = arrResult.data();
+    MakeRoom(arrResult, &result);
+    if (nChannels == 0) result.p = nullptr;
     int32_t nTo = 0;
     for (const STEP* const pStep : arrOut) {
         const SOUND_BLOCK& out = pStep->pTrack->sound.Out();
         if (nTo + out.props.nChannels > kMaxAudioChannels) continue;
         pStep->pTrack->FirstOutputSet(nTo);
-        const auto cbTrack = static_cast<size_t>(AudBlockBytes(out.props));
-        for (int32_t c = 0; c < out.props.nChannels; ++c, ++nTo) {
-            CopyChannel(cb, out.p + static_cast<size_t>(c) * cb, cbTrack, result.p + static_cast<size_t>(nTo) * cb,
-                        cbStep, nSamples);
-        }
+        for (int32_t c = 0; c < out.props.nChannels; ++c, ++nTo) CopyChannel(out, c, result, nTo);
     }
     *_pBlock = result;
 }
@@ -180,7 +166,7 @@ bool AudioTracks::Process(SOUND_BLOCK* _pBlock) {
     bool bNew = false;
     {
         const CRWReadScope scope(lock);
-        bNew = bChanged || !IsSame(props, input);
+        bNew = bChanged || !AudSame(props, input);
     }
     if (bNew) {
         const CRWWriteScope scope(lock, "Audio_Process(UpdateTracks_I)");

@@ -225,7 +225,7 @@ void AudioTracks::GainsSet(std::span<const double> _arrDb) {
     const CRWWriteScope scope(lock, "AudioTracks(GainsSet)");
     MakeTracks_I(nCount);
     Inputs_I();
-    for (int32_t i = 0; i < nCount; ++i) arrReal[static_cast<size_t>(i)]->TrackGainSet(-1, _arrDb[static_cast<size_t>(i)], 0);
+    for (size_t i = 0; i < static_cast<size_t>(nCount); ++i) arrReal[i]->TrackGainSet(-1, _arrDb[i], 0);
 }
 
 }  // namespace zr

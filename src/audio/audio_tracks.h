@@ -48,7 +48,7 @@ public:
 
     // --- Any thread
 
-    // Gains in dB, each for all channels of a track, the first one first; at once.
+    // Gains in dB, each for all channels of a track, the first one first; at once. What is no number leaves its track.
     void GainsSet(std::span<const double> _arrDb);
     // The settings as "track_split", "channels_per_track" and a node "track" for each track that has any.
     void Save(XMLNodeBase& _audio) const;

@@ -6,7 +6,7 @@
 #include "attributes/number_text.h"
 #include "audio/audio_tracks.h"
 #include "audio/gain_text.h"
-#include "platform/wide_text.h"
+#include "media/track_mode.h"
 
 namespace zr {
 namespace {

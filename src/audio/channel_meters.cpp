@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <new>
 
-#include "audio/channel_copy.h"
 #include "audio/sample_convert.h"
+#include "audio/sound_block.h"
 #include "media/aud_props.h"
 
 namespace zr {

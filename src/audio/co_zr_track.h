@@ -17,11 +17,6 @@
 
 namespace zr {
 
-// "disabled", "enabled", "exclusive", ...: the names of the modes, and the mode of a name or its number. Case and the
-// signs between words do not count. False: it is none.
-std::u16string_view TrackModeName(eZrAudioTrackMode _eMode);
-bool TrackModeOfName(std::u16string_view _name, eZrAudioTrackMode* _peMode);
-
 // Its keys are those of its effects: "compressor::enabled" and so on. Any thread sets and reads, the audio thread takes
 // the settings of each block.
 class CCoZrTrack final : public IZrAudioTrack, public IZrPropsImpl<CCoZrTrack>, private IPropsHost {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "audio/channel_copy.h"
 #include "audio/kernels/gain_row.h"
 #include "audio/sample_convert.h"
+#include "audio/sound_block.h"
 #include "media/aud_props.h"
 
 namespace zr {

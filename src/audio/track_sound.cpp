@@ -1,35 +1,13 @@
 #include "audio/track_sound.h"
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 
 #include "attributes/co_xml_node.h"
-#include "audio/channel_copy.h"
+#include "audio/layout_map.h"
 #include "media/aud_props.h"
 
 namespace zr {
-namespace {
-
-uint8_t* Room(std::vector<uint8_t>& _arr, const SOUND_BLOCK& _block) {
-    const auto cb = static_cast<size_t>(AudBlockBytes(_block.props) * _block.nSamples);
-    if (_arr.size() < cb) _arr.resize(cb);
-    return _arr.data();
-}
-
-// Channel _nTo of one block becomes that of another, silence where it has none.
-void CopyTo(const SOUND_BLOCK& _from, int32_t _nFrom, const SOUND_BLOCK& _to, int32_t _nTo) {
-    static constexpr uint8_t arrSilence[4] = {};
-    const auto cb = static_cast<size_t>(AudBytesPerSample(_to.props.nBitsPerSample));
-    const bool bThere = _nFrom >= 0 && _nFrom < _from.props.nChannels;
-    const uint8_t* const pFrom = bThere ? _from.p + static_cast<size_t>(_nFrom) * cb : arrSilence;
-    const auto cbStep = bThere ? static_cast<size_t>(AudBlockBytes(_from.props)) : 0;
-    CopyChannel(cb, pFrom, cbStep, _to.p + static_cast<size_t>(_nTo) * cb,
-                static_cast<size_t>(AudBlockBytes(_to.props)), static_cast<size_t>(_to.nSamples));
-}
-
-}  // namespace
-
 void TrackSound::ProcessInPlace(const SOUND_BLOCK& _input, int32_t _nFirst, int32_t _nInputs) {
     const auto cb = static_cast<size_t>(AudBytesPerSample(_input.props.nBitsPerSample));
     const auto cbStep = static_cast<size_t>(AudBlockBytes(_input.props));
@@ -49,13 +27,13 @@ void TrackSound::Take(const SOUND_BLOCK& _input, const PerChannel<int32_t>& _arr
     sound.props.nChannels = _nInputs;
     sound.props.nTrackSplitBits = 0;
     if (_nInputs == 0) return;
-    sound.p = Room(arrTaken, sound);
+    MakeRoom(arrTaken, &sound);
     PerChannel<CHANNEL_RAMP> arrRamps;
     for (int32_t c = 0; c < _nInputs; ++c) {
         const auto i = static_cast<size_t>(c);
         const int32_t nOwn = now.arrInput[i];
         const bool bThere = nOwn < _nInputs;
-        CopyTo(_input, bThere ? _arrFrom[static_cast<size_t>(nOwn)] : -1, sound, c);
+        CopyChannel(_input, bThere ? _arrFrom[static_cast<size_t>(nOwn)] : -1, sound, c);
         arrRamps[i] = now.arrRamps[static_cast<size_t>(nOwn)];
     }
     const auto nSamples = static_cast<size_t>(sound.nSamples);
@@ -70,17 +48,7 @@ void TrackSound::FitOutputs() {
     if (now.nOutputs == sound.props.nChannels) return;
     SOUND_BLOCK fitted = sound;
     fitted.props.nChannels = now.nOutputs;
-    if (now.nOutputs > 0) {
-        const auto cb = static_cast<int32_t>(AudBlockBytes(sound.props) * sound.nSamples);
-        int32_t cbRoom = 0;
-        HRESULT hr = converter.Init(sound.props, fitted.props, static_cast<int32_t>(sound.nSamples), 1.0);
-        if (Succeeded(hr)) hr = converter.Convert(sound.p, cb, nullptr, &cbRoom, 1.0);
-        if (Failed(hr)) return;
-        if (arrFitted.size() < static_cast<size_t>(cbRoom)) arrFitted.resize(static_cast<size_t>(cbRoom));
-        if (Failed(converter.Convert(sound.p, cb, arrFitted.data(), &cbRoom, 1.0))) return;
-        fitted.p = arrFitted.data();
-    }
-    sound = fitted;
+    if (now.nOutputs == 0 || Succeeded(FitChannels(converter, sound, arrFitted, &fitted))) sound = fitted;
 }
 
 void TrackSound::Add(const TrackSound& _other) {
@@ -88,8 +56,8 @@ void TrackSound::Add(const TrackSound& _other) {
     const int32_t nBoth = std::min(sound.props.nChannels, from.props.nChannels);
     if (nBoth == 0 || _other.now.addGain.IsSilent()) return;
     SOUND_BLOCK added = sound;
-    added.p = Room(arrAdded, added);
-    for (int32_t c = 0; c < sound.props.nChannels; ++c) CopyTo(from, c < nBoth ? c : -1, added, c);
+    MakeRoom(arrAdded, &added);
+    for (int32_t c = 0; c < sound.props.nChannels; ++c) CopyChannel(from, c < nBoth ? c : -1, added, c);
     sum.Begin(sound.props, sound.p, sound.nSamples);
     sum.Add(added.p, added.nSamples, _other.now.addGain);
     sum.End();
@@ -122,8 +90,8 @@ void TrackSound::Finish() {
     for (size_t c = 0; c < nOut; ++c) bNatural &= now.arrOutput[c] == static_cast<int32_t>(c);
     if (!bNatural) {
         SOUND_BLOCK ordered = sound;
-        ordered.p = Room(arrOrdered, ordered);
-        for (size_t c = 0; c < nOut; ++c) CopyTo(sound, now.arrOutput[c], ordered, static_cast<int32_t>(c));
+        MakeRoom(arrOrdered, &ordered);
+        for (size_t c = 0; c < nOut; ++c) CopyChannel(sound, now.arrOutput[c], ordered, static_cast<int32_t>(c));
         sound = ordered;
     }
     if (bMeasure) metersOut.Measure(sound.props, sound.p, static_cast<size_t>(sound.nSamples));

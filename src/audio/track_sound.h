@@ -9,19 +9,13 @@
 #include "audio/audio_converter.h"
 #include "audio/channel_meters.h"
 #include "audio/dynamics.h"
+#include "audio/sound_block.h"
 #include "audio/sound_sum.h"
 #include "zr/records.h"
 
 namespace zr {
 
 inline constexpr int32_t kMaxTrackChannels = 32;
-
-// Interleaved samples in the memory of somebody else.
-struct SOUND_BLOCK {
-    ZR_AUD_PROPS props;
-    uint8_t* p = nullptr;
-    int64_t nSamples = 0;  // of each channel
-};
 
 // A number for each channel of a track.
 template <class T>

@@ -52,6 +52,10 @@ bool AudSameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
            _a.nBitsPerSample == _b.nBitsPerSample;
 }
 
+bool AudSame(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b) {
+    return AudSameFormat(_a, _b) && _a.nTrackSplitBits == _b.nTrackSplitBits;
+}
+
 int64_t AudBlockBytes(const ZR_AUD_PROPS& _props) {
     return AudUsable(_props) ? int64_t{_props.nChannels} * AudBytesPerSample(_props.nBitsPerSample) : 0;
 }

@@ -23,6 +23,8 @@ int64_t AudBlockBytes(const ZR_AUD_PROPS& _props);
 bool AudUsable(const ZR_AUD_PROPS& _props);
 // Channels, rate and bits are the same, whatever the tracks.
 bool AudSameFormat(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b);
+// All of the record is the same, the tracks too.
+bool AudSame(const ZR_AUD_PROPS& _a, const ZR_AUD_PROPS& _b);
 
 // Up to kMaxAudioChannels whole numbers without a heap: channel indexes, or channels per track. A range, and a span.
 class ChannelList {

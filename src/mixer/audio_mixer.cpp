@@ -1,11 +1,12 @@
 #include "mixer/audio_mixer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
-#include <string_view>
+#include <span>
 
-#include "attributes/number_text.h"
+#include "audio/gain_text.h"
 #include "media/aud_props.h"
 
 namespace zr {
@@ -14,12 +15,8 @@ namespace {
 constexpr int64_t kLeastSamples = 4;      // fewer are no sound
 constexpr int64_t kMostBackground = 512;  // samples that may be left over of the background
 constexpr int64_t kNearlySame = 32;       // samples by which a stream may differ from the background
-constexpr double kMostDb = 120;           // either way, of a gain
-
-double LinearOf(double _dblDb) { return std::pow(10.0, std::clamp(_dblDb, -kMostDb, kMostDb) / 20.0); }
 
 double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
-    if (_arr.empty()) return 1;
     if (_arr.size() == 1) return _arr[0];
     return _nChannel < _arr.size() ? _arr[_nChannel] : 1;
 }
@@ -45,7 +42,7 @@ bool AudioMixer::TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output) 
 }
 
 HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
-                               const std::vector<ZrMixerStream*>& _arrStreams) {
+                               const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
     if (!AudUsable(_output)) {
         Reset();
         return S_FALSE;
@@ -53,8 +50,8 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     const bool bBackground = TakeBackground(_frame, _output);
     int64_t nSamples = bBackground ? background.Fill() : _nClock;
     if (bBackground) {
-        for (ZrMixerStream* const pStream : _arrStreams) {
-            const int64_t nStream = pStream->Audio().Held(_output);
+        for (const MIX_SOUND& sound : _arrStreams) {
+            const int64_t nStream = sound.pStream->Audio().Held(_output);
             if (nStream > 0 && std::abs(nSamples - nStream) < kNearlySame) nSamples = std::min(nSamples, nStream);
         }
     }
@@ -69,58 +66,64 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     if (const HRESULT hr = _frame.ZrFAudioGetBytes(&cbAudio, &pbAudio); Failed(hr)) return hr;
     auto* const pSum = reinterpret_cast<uint8_t*>(pbAudio);
     if (bBackground) background.GetAudio(pSum, nSamples);
-    const auto cbBlock = static_cast<size_t>(nSamples * AudBlockBytes(_output));
-    if (arrBlock.size() < cbBlock) arrBlock.resize(cbBlock);
     sum.Begin(_output, pSum, nSamples);
-    for (ZrMixerStream* const pStream : _arrStreams) AddStream(*pStream, _output, nSamples, _rtFrame, false);
+    for (const MIX_SOUND& sound : _arrStreams) {
+        ZrMixerStream& stream = *sound.pStream;
+        stream.mix.ReadKeys(stream.Id(), *sound.pItem, _mixer, nKeysSet.load(std::memory_order_acquire));
+        AddStream(stream, _output, nSamples, _rtFrame, stream.VisibleGain() + stream.AudioGain());
+    }
     // One that was there before and is not now goes in the course of this frame.
     for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
-        const auto it = std::find(_arrStreams.begin(), _arrStreams.end(), pBefore.Get());
-        if (it == _arrStreams.end()) AddStream(*pBefore, _output, nSamples, _rtFrame, true);
+        const auto IsIt = [&](const MIX_SOUND& _sound) { return _sound.pStream == pBefore.Get(); };
+        if (std::none_of(_arrStreams.begin(), _arrStreams.end(), IsIt))
+            AddStream(*pBefore, _output, nSamples, _rtFrame, 0);
     }
-    arrBefore.assign(_arrStreams.begin(), _arrStreams.end());
+    arrBefore.clear();
+    for (const MIX_SOUND& sound : _arrStreams) arrBefore.emplace_back(sound.pStream);
     sum.End();
     return S_OK;
 }
 
 // A block on its way to silence is taken all the same: the stream's sound goes on with its picture.
 void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                           bool _bLeaves) {
-    StreamAudio& audio = _stream.Audio();
-    const int64_t nTaken = audio.Take(_output, arrBlock.data(), _nSamples, _rtFrame);
-    const double dblGain = _bLeaves ? 0 : _stream.VisibleGain() + _stream.AudioGain();
-    sum.Add(arrBlock.data(), nTaken, {audio.dblLastGain, dblGain});
-    audio.dblLastGain = dblGain;
+                           double _dblGain) {
+    SOUND_BLOCK block = _stream.Audio().Take(_output, _nSamples, _rtFrame, arrBlock);
+    const GAIN_RAMP ramp = _stream.mix.GainTo(_dblGain);
+    if (block.nSamples == 0) return;
+    _stream.mix.Process(_output, &block);
+    if (block.p) sum.Add(block.p, block.nSamples, ramp);
 }
 
-HRESULT AudioMixer::MasterGain(IZrFFrame& _frame, std::u16string_view _gains) {
-    if (_gains != gainText) {
-        gainText = _gains;
-        arrGains.clear();
-        for (size_t n = 0; (n = _gains.find_first_of(u"-+.0123456789", n)) != _gains.npos;) {
-            const DOUBLE_TEXT number = ReadDouble(_gains.substr(n));
-            n += std::max<size_t>(number.nUsed, 1);
-            if (number.nUsed > 0) arrGains.push_back(LinearOf(number.dblValue));
-        }
+void AudioMixer::ApplyKeys(IZrFFrame& _frame, const XMLNodeBase& _mixer) {
+    text.clear();
+    _mixer.GetAttribute(u"audio_channels", text);
+    if (!text.empty()) _frame.ZrFAVPropsSet(nullptr, text.c_str());
+    text.clear();
+    _mixer.GetAttribute(u"audio_gain", text);
+    if (text != gainText) {
+        gainText = text;
+        ReadGains(text, &arrGains);
+        for (double& dbl : arrGains) dbl = LinearOfDb(dbl);
+        if (arrGains.empty()) arrGains.push_back(1);
     }
-    const bool bChanged = arrGains != arrGainsBefore;
-    if (arrGains.empty() && !bChanged) return S_FALSE;
+    MasterGain(_frame);
+}
+
+void AudioMixer::MasterGain(IZrFFrame& _frame) {
     ZRF_FRAME_INFO info;
-    if (const HRESULT hr = _frame.ZrFAllGet(&info); Failed(hr)) return hr;
+    if (Failed(_frame.ZrFAllGet(&info))) return;
     const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lpAudio == 0) return S_FALSE;
-    const int64_t nSamples = info.cbAudio / AudBlockBytes(props);
-    auto* const pbAudio = reinterpret_cast<uint8_t*>(info.lpAudio);
-    if (arrGains.size() <= 1 && arrGainsBefore.size() <= 1) {
-        gain.Apply(props, pbAudio, nSamples, {GainAt(arrGainsBefore, 0), GainAt(arrGains, 0)});
-    } else {
-        for (size_t c = 0; c < static_cast<size_t>(props.nChannels); ++c) {
-            gain.Apply(props, pbAudio, nSamples, {GainAt(arrGainsBefore, c), GainAt(arrGains, c)},
-                       static_cast<int32_t>(c));
-        }
+    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels) return;
+    std::array<CHANNEL_RAMP, kMaxAudioChannels> arrRamps;
+    const auto nChannels = static_cast<size_t>(props.nChannels);
+    for (size_t c = 0; c < nChannels; ++c) {
+        const double dblFrom = GainAt(arrGainsBefore, c);
+        arrRamps[c] = {dblFrom, (GainAt(arrGains, c) - dblFrom) / info.lAudioSamples};
     }
-    if (bChanged) arrGainsBefore = arrGains;
-    return S_OK;
+    gain.Apply(props.nBitsPerSample, reinterpret_cast<uint8_t*>(info.lpAudio),
+               static_cast<size_t>(AudBlockBytes(props)), std::span<const CHANNEL_RAMP>(arrRamps).first(nChannels),
+               static_cast<size_t>(info.lAudioSamples));
+    if (arrGainsBefore != arrGains) arrGainsBefore = arrGains;
 }
 
 }  // namespace zr

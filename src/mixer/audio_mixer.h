@@ -1,6 +1,7 @@
 #pragma once
 // The sound of an output frame: that of the background, and that of all streams, each by its gain.
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,9 +10,16 @@
 #include "audio/sound_sum.h"
 #include "framework/statistics_sink.h"
 #include "mixer/mixer_stream.h"
+#include "sources/co_zr_item.h"
 #include "zr/frame.h"
 
 namespace zr {
+
+// A stream, and what stands in its place.
+struct MIX_SOUND {
+    ZrMixerStream* pStream;
+    CCoZrItem* pItem;
+};
 
 // Mix thread only.
 class AudioMixer {
@@ -20,11 +28,15 @@ public:
 
     // Mixes into the frame, whose own sound is the background's. _nClock: samples of each channel that the output is
     // due, which it gets when the background has no sound of its own. _rtFrame: duration of an output frame in ticks.
+    // _mixer: the keys of the mixer.
     HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
-                       const std::vector<ZrMixerStream*>& _arrStreams);
-    // Multiplies the sound of the frame by gains in dB, the one of all channels, or one for each: "-6", "0, -12". From
-    // the gains before to new ones it goes in the course of a frame. A text without a number is no gain.
-    HRESULT MasterGain(IZrFFrame& _frame, std::u16string_view _gains);
+                       const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
+    // Chooses and orders the channels of the frame by the key "audio_channels", and multiplies them by "audio_gain":
+    // gains in dB, one for all channels, or one for each: "-6", "0, -12". From the gains before to new ones it goes in
+    // the course of a frame. A text without a number is no gain.
+    void ApplyKeys(IZrFFrame& _frame, const XMLNodeBase& _mixer);
+    // A key of the mixer has been set: those of the streams are read again. Any thread.
+    void OnKeys() { nKeysSet.fetch_add(1, std::memory_order_release); }
     // What is held of the background is let go.
     void Reset() {
         background.Clear(true);
@@ -34,7 +46,8 @@ public:
 private:
     bool TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output);
     void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                   bool _bLeaves);
+                   double _dblGain);
+    void MasterGain(IZrFFrame& _frame);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;
@@ -43,9 +56,11 @@ private:
     SoundGain gain;
     std::vector<uint8_t> arrBlock;
     std::vector<CAutoObj<ZrMixerStream>> arrBefore;  // the streams of the frame before
-    std::u16string gainText;                         // the gains that arrGains are of
-    std::vector<double> arrGains;                    // linear; one for all channels, or one each
-    std::vector<double> arrGainsBefore;
+    std::atomic<uint32_t> nKeysSet{0};
+    std::u16string text;              // as the key has it now
+    std::u16string gainText;          // the gains that arrGains are of
+    std::vector<double> arrGains{1};  // linear; one for all channels, or one each
+    std::vector<double> arrGainsBefore{1};
 };
 
 }  // namespace zr

@@ -5,6 +5,7 @@
 #include "framework/object_commands.h"
 #include "mixer/config_info.h"
 #include "platform/class_registry.h"
+#include "platform/wide_text.h"
 #include "zr/class_ids.h"
 
 namespace zr {
@@ -28,7 +29,7 @@ CCoZrMixer::CCoZrMixer()
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
     return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrPersistInfo, IZrProps,
-                      IZrFormat, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
+                      IZrFormat, IZrAudio, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
 }
 
 uint32_t CCoZrMixer::Release() {
@@ -52,6 +53,19 @@ void CCoZrMixer::OnOutputBuffers(int32_t _nMin, int32_t) {
     // By the way that the mixer works, which is not always what the key says.
     const int32_t nMax = props.Object()->AttributeOr(u"output.max_buffers", 0);
     core.output.SetBounds(_nMin, nMax, core.cycle.IsSynchronous(0));
+}
+
+void CCoZrMixer::OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nChannelsPerTrack) {
+    core.tracks.SetUp(_audio, _nTracks, _nChannelsPerTrack);
+}
+
+void CCoZrMixer::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
+    const XMLNodePtr& pObject = props.Object();
+    if (EqualNoCase(_name, u"object::default_tracks"))
+        core.tracks.AudioTracksSetCount_I(pObject->AttributeOr(u"default_tracks", 0));
+    if (EqualNoCase(_name, u"object::channels_per_track"))
+        core.tracks.AudioChannelsPerTrackSet_I(pObject->AttributeOr(u"channels_per_track", 0));
+    core.cycle.OnKeys();
 }
 
 HRESULT CCoZrMixer::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {

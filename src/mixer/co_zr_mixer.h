@@ -3,6 +3,7 @@
 
 #include "attributes/persist_impl.h"
 #include "attributes/props_impl.h"
+#include "audio/audio_impl.h"
 #include "framework/events.h"
 #include "framework/object_format.h"
 #include "mixer/mixer_core.h"
@@ -24,6 +25,7 @@ class CCoZrMixer final : public IZrObject,
                          public IZrPersistImpl<CCoZrMixer, ElementPtr>,
                          public IZrPersistInfo,
                          public IZrPropsImpl<CCoZrMixer>,
+                         public IZrAudioImpl<CCoZrMixer>,
                          public IZrFormatImpl<CCoZrMixer>,
                          public IZrSourceImpl<CCoZrMixer>,
                          public IZrSource_IImpl<CCoZrMixer>,
@@ -42,6 +44,7 @@ public:
     // For the templates of its faces.
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
+    AudioTracks& Tracks_I() { return core.tracks; }
     ObjectEvents& Events_I() { return events; }
     ScenesSet& Scenes_I() { return core.scenes; }
     ElementPtr NewTree_I() { return CoElement::CreateTop(u"zr_config"); }
@@ -106,6 +109,8 @@ private:
     void OnSceneLoad(std::u16string_view _path, std::u16string_view _name) override;
     void OnName(std::u16string_view _name, std::u16string_view _configFile) override;
     void OnOutputBuffers(int32_t _nMin, int32_t _nMax) override;
+    void OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nChannelsPerTrack) override;
+    void OnKeyChanged(std::u16string_view _name, std::u16string_view _value, const std::u16string* _pOld) override;
 
     HRESULT OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) override;
     Waitable* SenderStopEvent() override { return &core.cycle.StopEvent(); }

@@ -14,21 +14,18 @@ bool FrameLevels::MeasureFrame(IZrFFrame& _frame, ChannelMeters* _pMeters) {
            Succeeded(_pMeters->Measure(props, reinterpret_cast<const uint8_t*>(info.lpAudio), nSamples));
 }
 
-HRESULT FrameLevels::MeasureOutput(IZrFFrame& _frame) {
-    if (!MeasureFrame(_frame, &output) || !bOriginal) return S_FALSE;
+HRESULT FrameLevels::MeasureOutput(IZrFFrame& _frame, const ZR_AUDIO_LOUDNESS& _original) {
+    if (!MeasureFrame(_frame, &output)) return S_FALSE;
     ZR_AV_PROPS props;
     if (const HRESULT hr = _frame.ZrFAVPropsGet(&props, nullptr); Failed(hr)) return hr;
-    const auto Fill = [&props](ChannelMeters* _pMeters, ZR_AUDIO_LOUDNESS* _pLevels) {
-        ZR_AUDIO_TRACK_LOUDNESS levels;
-        _pMeters->Read(&levels);
-        *_pLevels = {};
-        AppendLevels(levels, _pLevels);
-        _pLevels->nValidTracks =
-            static_cast<int32_t>(TracksOfSplitBits(props.audProps.nChannels, props.audProps.nTrackSplitBits).size());
-        _pLevels->nTracksSplitBit = props.audProps.nTrackSplitBits;
-    };
-    Fill(&original, &props.ancData.audOriginal);
-    Fill(&output, &props.ancData.audOutput);
+    ZR_AUDIO_TRACK_LOUDNESS levels;
+    output.Read(&levels);
+    props.ancData.audOriginal = _original;
+    props.ancData.audOutput = {};
+    AppendLevels(levels, &props.ancData.audOutput);
+    props.ancData.audOutput.nValidTracks =
+        static_cast<int32_t>(TracksOfSplitBits(props.audProps.nChannels, props.audProps.nTrackSplitBits).size());
+    props.ancData.audOutput.nTracksSplitBit = props.audProps.nTrackSplitBits;
     props.ancData.eFlags = eZrAF_AL_Valid;
     return _frame.ZrFAVPropsSet(&props, nullptr);
 }

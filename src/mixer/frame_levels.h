@@ -12,16 +12,14 @@ class FrameLevels {
 public:
     // Whether the loudness after the gains is measured too.
     void LoudnessSet(bool _bOn) { output.LoudnessSet(_bOn); }
-    // Measures the sound of the frame as it enters. A frame without sound has no levels.
-    void MeasureOriginal(IZrFFrame& _frame) { bOriginal = MeasureFrame(_frame, &original); }
-    // Measures it as it leaves, and writes both into the frame.
-    HRESULT MeasureOutput(IZrFFrame& _frame);
+    // Measures the sound of the frame as it leaves, and writes that and its levels before into the frame. S_FALSE: it
+    // has no sound.
+    HRESULT MeasureOutput(IZrFFrame& _frame, const ZR_AUDIO_LOUDNESS& _original);
 
 private:
     static bool MeasureFrame(IZrFFrame& _frame, ChannelMeters* _pMeters);
 
-    ChannelMeters original, output;
-    bool bOriginal = false;  // the frame at hand has been measured
+    ChannelMeters output;
 };
 
 }  // namespace zr

@@ -323,6 +323,7 @@ void MixCycle::CollectStreams(PASS& _pass) {
         ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
         if (!pStream) continue;
         pStream->ResetGains();
+        if (!HasVideo(_pass.props)) pStream->AddGains(0, 1);  // there is no scene that could say how loud it is
         if (pStream->CaptionLevel() <= nLevel) continue;
         nLevel = pStream->CaptionLevel();
         pCaptions = pStream;
@@ -404,14 +405,15 @@ void MixCycle::MixAudio(PASS& _pass) {
     audioCalc.SamplesByTime(audProps, _pass.time, eZrFF_None, kAudioGapLimit, &nClock);
     arrSound.clear();
     for (size_t i = 0; _pass.pRequest && i < _pass.pRequest->Count(); ++i) {
-        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
-        if (pStream) arrSound.push_back(pStream);
+        const MIX_INPUT& input = (*_pass.pRequest)[i].input;
+        if (input.pStream) arrSound.push_back({input.pStream.Get(), input.pItem.Get()});
     }
     const int64_t rtFrame = _pass.time.rtEndTime - _pass.time.rtStartTime;
-    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, arrSound);
+    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, arrSound, *parts.props.Object());
 }
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {
+    ProcessAudio(*_pass.pFrame);
     _pass.props.bLocked = _pass.bLocked;
     _pass.props.ancData = {};
     ZR_AV_PROPS propsFrame;
@@ -422,21 +424,28 @@ HRESULT MixCycle::FinishFrame(PASS& _pass) {
     if (Succeeded(hr)) hr = _pass.pFrame->ZrFTimeSet(&_pass.time);
     if (Failed(hr)) return hr;
     parts.format.Note(eZrFT_Output, _pass.props);
-    ApplyAudioKeys(_pass);
+    FinishAudio(*_pass.pFrame);
     return S_OK;
 }
 
-// The keys "audio_channels" and "audio_gain", of which a form with the frame's channel id in front comes first.
-void MixCycle::ApplyAudioKeys(PASS& _pass) {
+// The tracks; what they make of the sound may have other channels.
+void MixCycle::ProcessAudio(IZrFFrame& _frame) {
     const XMLNodePtr& pObject = parts.props.Object();
-    const bool bLevels = pObject->AttributeOr(u"izraudio.enabled", true);
-    if (bLevels) frameLevels.MeasureOriginal(*_pass.pFrame);
-    const std::u16string channels = pObject->AttributeOr(u"audio_channels", u"");
-    if (!channels.empty()) _pass.pFrame->ZrFAVPropsSet(nullptr, channels.c_str());
-    audioMixer.MasterGain(*_pass.pFrame, pObject->AttributeOr(u"audio_gain", u""));
-    if (!bLevels) return;
+    bTracks = pObject->AttributeOr(u"izraudio.enabled", true);
+    if (!bTracks) return;
+    parts.tracks.LoudnessSet(pObject->AttributeOr(u"izraudio.loudness", false));
+    parts.tracks.Audio_Process(_frame);
+}
+
+// The mixer's own gains, and the levels on both sides of all.
+void MixCycle::FinishAudio(IZrFFrame& _frame) {
+    const XMLNodePtr& pObject = parts.props.Object();
+    audioMixer.ApplyKeys(_frame, *pObject);
+    if (!bTracks) return;
+    ZR_AUDIO_LOUDNESS original{};
+    parts.tracks.AppendLevelsIn(&original);
     frameLevels.LoudnessSet(pObject->AttributeOr(u"izraudio.loudness", false));
-    frameLevels.MeasureOutput(*_pass.pFrame);
+    frameLevels.MeasureOutput(_frame, original);
 }
 
 // A timed pause is counted in frames. Two events go out: the streams have been resumed, and the mixer runs.

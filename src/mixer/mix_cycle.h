@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "audio/audio_calc.h"
+#include "audio/audio_tracks.h"
 #include "framework/base_thread.h"
 #include "framework/event_sink.h"
 #include "framework/object_format.h"
@@ -37,6 +38,7 @@ struct MIX_PARTS {
     MixerLinks& links;
     BlockSet& blocks;
     ScenesSet& scenes;
+    AudioTracks& tracks;
     IStatisticsSink& statistics;
     IEventSink& events;
     IFrameOutput& output;
@@ -53,6 +55,8 @@ public:
     void Stop(IEventSink& _events);
     // The next pass of a running thread begins at once. Any thread.
     void Wake() { thread.Wake(); }
+    // A key of the mixer has been set. Any thread.
+    void OnKeys() { audioMixer.OnKeys(); }
     // Set from Stop until the next Start: ends the waits of whoever works for the cycle.
     ManualEvent& StopEvent() { return evStop; }
     // Whether sources are asked for frames: of a mixer that runs as it was when it started, else by the keys. _nKind: 1
@@ -103,7 +107,8 @@ private:
     HRESULT TakePicture(PASS& _pass, IZrFFrame* _pFrom);
     HRESULT TakeBlack(PASS& _pass);
     void MixAudio(PASS& _pass);
-    void ApplyAudioKeys(PASS& _pass);
+    void ProcessAudio(IZrFFrame& _frame);
+    void FinishAudio(IZrFFrame& _frame);
     HRESULT FinishFrame(PASS& _pass);
     void EndTimedPause(const ZR_TIME& _time);
     void MarkFirst(PASS& _pass);
@@ -124,7 +129,8 @@ private:
     ZrAudioCalc audioCalc;
     AudioMixer audioMixer;
     FrameLevels frameLevels;
-    std::vector<ZrMixerStream*> arrSound;  // of the pass
+    bool bTracks = false;  // of the pass: its sound went through the tracks
+    std::vector<MIX_SOUND> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;
     int64_t nFramesOut = 0;  // since the start; of the thread that runs a pass

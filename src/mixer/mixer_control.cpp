@@ -155,6 +155,7 @@ void MixerControl::Close_I(DeferredEvents& _events) {
     parts.inputs.Close();
     parts.output.Close();
     parts.statistics.Clear();
+    parts.tracks.Reset();
     parts.format.Close();
     parts.state.rtPauseRemainder = 0;
     if (parts.state.Get() != eZrS_Error) parts.state.Set(eZrS_Closed);

@@ -27,6 +27,7 @@ public:
         MixerStreams& inputs;
         MixerLinks& links;
         MixerOutput& output;
+        AudioTracks& tracks;
         StatisticsNode& statistics;
         IEventSink& events;
     };

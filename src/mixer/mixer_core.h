@@ -28,12 +28,12 @@ public:
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
           scenes(_events),
-          cycle({_props, state, _format, streams, links, blocks, scenes, statistics, _events, output}),
+          cycle({_props, state, _format, streams, links, blocks, scenes, tracks, statistics, _events, output}),
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
-          control({_props, state, _format, streams, cycle, background, inputs, links, output, statistics, _events}),
-          persist({_props, _format, streams, maker, background, inputs, scenes}) {}
+          control({_props, state, _format, streams, cycle, background, inputs, links, output, tracks, statistics, _events}),
+          persist({_props, _format, streams, maker, background, inputs, scenes, tracks}) {}
 
     MixerState state;
     StatisticsNode statistics;
@@ -43,6 +43,7 @@ public:
     BlockSet blocks;
     MixerLinks links;
     ScenesSet scenes;
+    AudioTracks tracks{AudioTracks::Levels::kAlways};
     MixCycle cycle;
     ItemMaker maker;
     MixerBackground background;

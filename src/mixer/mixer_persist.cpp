@@ -14,7 +14,7 @@
 namespace zr {
 namespace {
 
-constexpr std::u16string_view kConfig = u"zr_config";
+constexpr std::u16string_view kConfig = u"zr_config", kAudioNode = u"audio";
 constexpr std::u16string_view kObjectNode = u"object", kScenesNode = u"zr_scenes";
 constexpr std::u16string_view kBackgroundNode = u"background", kStreamsNode = u"mixer_streams";
 constexpr std::u16string_view kStreamId = u"stream_id";
@@ -79,6 +79,7 @@ HRESULT MixerPersist::Save(std::u16string_view _object, CoElement& _top, const P
     _top.Find(kObjectNode, true)->CopyAttributesFrom(*parts.props.Object(), eZrUT_Update);
     if (bAll) {
         SaveFormat(parts.format, _top);
+        if (!parts.tracks.IsUntouched()) parts.tracks.Save(*_top.Find(kAudioNode, true));
         SaveItems(_top, _param);
     }
     return SaveScenes(parts.scenes, *_top.Find(kScenesNode, true), _param);
@@ -228,6 +229,7 @@ HRESULT MixerPersist::Load(std::u16string_view _object, CoElement& _tree, const 
         LoadKeys(_tree, {});
         if (const ElementPtr pObject = _tree.Find(kObjectNode)) LoadKeys(*pObject, u"object::");
         LoadFormat(_tree, parts.format);  // before the items, which are asked for it
+        if (const ElementPtr pAudio = _tree.Find(kAudioNode)) parts.tracks.Load(*pAudio);
         LoadItems(_tree, _param);
         if (!_tree.Find(kScenesNode)) return S_OK;
     }

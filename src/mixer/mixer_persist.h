@@ -25,6 +25,7 @@ public:
         MixerBackground& background;
         MixerStreams& inputs;
         ScenesSet& scenes;
+        AudioTracks& tracks;
     };
     explicit MixerPersist(const PARTS& _parts) : parts(_parts) {}
 

@@ -15,6 +15,7 @@
 #include "mixer/rate_meter.h"
 #include "mixer/stream_audio.h"
 #include "mixer/stream_captions.h"
+#include "mixer/stream_mix.h"
 #include "mixer/stream_rate.h"
 #include "mixer/video_block.h"
 #include "platform/event.h"
@@ -132,6 +133,7 @@ public:
         return bNoFrames.load(std::memory_order_relaxed) || bNoSignal.load(std::memory_order_relaxed);
     }
     StreamAudio& Audio() { return audio; }
+    StreamMix mix;  // of the mix thread: how its sound is taken
 
 private:
     struct COUNTERS {

@@ -81,7 +81,10 @@ void StreamAudio::PrepareConverter(const STREAM_SOUND& _sound) {
 }
 
 void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
-    const ZR_AUD_PROPS& output = AudUsable(_sound.audOutput) ? _sound.audOutput : kDefaultAudio;
+    // Which channel goes where is found out by the mix, track by track.
+    ZR_AUD_PROPS output = AudUsable(_sound.audOutput) ? _sound.audOutput : kDefaultAudio;
+    output.nChannels = _sound.props.nChannels;
+    output.nTrackSplitBits = _sound.props.nTrackSplitBits;
     buffer.FormatSet(output);
     if (IsPureBreak(_sound.eFlags)) {
         if (const int64_t nHeld = buffer.Fill(); nHeld > 0) statistics.AddCount(counters.nDropOnBreak, nHeld);
@@ -132,17 +135,32 @@ void StreamAudio::Drop() {
     dblScale = 1;
 }
 
-int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
-    MutexLock lock(mtx);
-    return Succeeded(buffer.FormatSet(_output)) ? buffer.Fill() : 0;
+// The rate and bits of the output, with the channels of what is held.
+ZR_AUD_PROPS StreamAudio::FormatFor(const ZR_AUD_PROPS& _output) const {
+    ZR_AUD_PROPS format = _output;
+    if (const ZR_AUD_PROPS held = buffer.Format(); AudUsable(held)) {
+        format.nChannels = held.nChannels;
+        format.nTrackSplitBits = held.nTrackSplitBits;
+    }
+    return format;
 }
 
-int64_t StreamAudio::Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame) {
+int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
     MutexLock lock(mtx);
-    const int64_t nTaken = Succeeded(buffer.FormatSet(_output)) ? buffer.GetAudio(_p, _nSamples) : 0;
+    return Succeeded(buffer.FormatSet(FormatFor(_output))) ? buffer.Fill() : 0;
+}
+
+SOUND_BLOCK StreamAudio::Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
+                              std::vector<uint8_t>& _arrMemory) {
+    SOUND_BLOCK block;
+    MutexLock lock(mtx);
+    block = {FormatFor(_output), nullptr, _nSamples};
+    MakeRoom(_arrMemory, &block);
+    const int64_t nTaken = Succeeded(buffer.FormatSet(block.props)) ? buffer.GetAudio(block.p, _nSamples) : 0;
     UpdateEvents(_rtFrame);
     if (nTaken < _nSamples) statistics.AddCount(nTaken == 0 ? counters.nSilence : counters.nNotEnough, 1);
-    return edge.Smooth(_output, _p, nTaken, _nSamples, std::exchange(bBroken, false));
+    block.nSamples = edge.Smooth(block.props, block.p, nTaken, _nSamples, std::exchange(bBroken, false));
+    return block;
 }
 
 // Silence that leads in the sound of a stream of another rate, which is otherwise short of some whenever the rate

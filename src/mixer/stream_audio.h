@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "audio/audio_buffer2.h"
 #include "audio/drift_control.h"
 #include "audio/sound_edge.h"
+#include "audio/sound_block.h"
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
 #include "platform/event.h"
@@ -42,13 +44,14 @@ public:
     // Drops what is held and sets both events: nobody is to wait for a stream that has ended.
     void Clear();
 
-    // Mix thread. Up to _nSamples of each channel in the format _output go to _p, which has room for them, and the
-    // events follow what is left. Counts a block that has not enough of them. Returns how many are to be heard; they
-    // may be more than the stream had, as its sound fades where it ends. _rtFrame: duration of an output frame.
-    int64_t Take(const ZR_AUD_PROPS& _output, uint8_t* _p, int64_t _nSamples, int64_t _rtFrame);
+    // Mix thread. Up to _nSamples of each channel at the rate and bits of _output go to _arrMemory, and the events
+    // follow what is left. Channels and tracks are the stream's own. Counts a block that has not enough of them. What
+    // is to be heard may be more than the stream had, as its sound fades where it ends. _rtFrame: duration of an output
+    // frame.
+    SOUND_BLOCK Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
+                     std::vector<uint8_t>& _arrMemory);
     // Samples of each channel that such a take would find.
     int64_t Held(const ZR_AUD_PROPS& _output);
-    double dblLastGain = 0;  // at the end of the last block; the mix thread's
 
     // How much sound is held above the silence that led it in, in ticks. Any thread.
     int64_t HeldTime() {
@@ -70,12 +73,13 @@ private:
     void PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) ZR_REQUIRES(mtx);
     int64_t HeldTime_I() const ZR_REQUIRES(mtx);
     void Drop() ZR_REQUIRES(mtx);
+    ZR_AUD_PROPS FormatFor(const ZR_AUD_PROPS& _output) const ZR_REQUIRES(mtx);
     void FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int64_t _nLimit) ZR_REQUIRES(mtx);
     int64_t Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const ZR_REQUIRES(mtx);
     void UpdateEvents(int64_t _rtFrame) ZR_REQUIRES(mtx);
 
     Mutex mtx{lock_order::kStreamAudio};
-    ZrAudioBuffer2 buffer ZR_GUARDED_BY(mtx);  // of the output's format
+    ZrAudioBuffer2 buffer ZR_GUARDED_BY(mtx);  // of the output's rate and bits, with the channels of the stream
 
     IStatisticsSink& statistics;
     const COUNTERS counters;

@@ -31,7 +31,9 @@ CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view 
       pFile(QueryAs<IZrFile>(_pSource)),
       bOwnsSource(_pOwned != nullptr),
       bCommand(_bCommand),
-      pOwned(std::move(_pOwned)) {}
+      pOwned(std::move(_pOwned)) {
+    pTracks->AudioTracksSetCount_I(1);
+}
 
 ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned,
                                  ItemPlace _ePlace) try {

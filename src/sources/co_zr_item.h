@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "attributes/props_impl.h"
+#include "audio/audio_impl.h"
 #include "media/transport_interfaces.h"
 #include "platform/lock.h"
 #include "platform/unknown.h"
@@ -47,10 +48,11 @@ class CCoZrItem final : public IZrItem,
                         public IZrFileForward<CCoZrItem>,
                         public IZrPersist,
                         public IZrPropsImpl<CCoZrItem>,
+                        public IZrAudioImpl<CCoZrItem>,
                         private IPropsHost {
 public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrPersist, IZrProps>(this, _iid, _ppv);
+        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrPersist, IZrProps, IZrAudio>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
@@ -75,6 +77,11 @@ public:
     IUnknown* Source() const { return pSource.Get(); }
     // Null when the source cannot be pulled.
     IZrSource_I* Pulled() const { return pPulled.Get(); }
+    // The tracks of this place, whatever other places the source has.
+    AudioTracks& Tracks_I() { return *pTracks; }
+    const std::shared_ptr<AudioTracks>& SharedTracks() const { return pTracks; }
+    // Counts the keys that have been set.
+    uint32_t KeysSet() const { return nKeysSet.load(std::memory_order_acquire); }
     IZrProps* SourceProps() const { return pSourceProps.Get(); }
     // The name that events carry for it.
     std::u16string Name() const;
@@ -146,6 +153,9 @@ private:
     // Keys of the source are its own: "object::..." goes there.
     HRESULT OnHostedSet(std::u16string_view _name, std::u16string_view _value) override;
     HRESULT OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) override;
+    void OnKeyChanged(std::u16string_view, std::u16string_view, const std::u16string*) override {
+        nKeysSet.fetch_add(1, std::memory_order_release);
+    }
     HRESULT AddBreak(double _dblTime, ZrPtr<CCoZrItem> _pItem, IZrItem** _ppBreakItem);
     bool Duration(double* _pdblSeconds);
 
@@ -161,7 +171,9 @@ private:
     ZrPtr<IItemHost> pHost ZR_GUARDED_BY(mtxHost);
     const bool bCommand;
     std::atomic<int32_t> nListIndex{0};
+    std::atomic<uint32_t> nKeysSet{0};
     BreakList breaks;
+    const std::shared_ptr<AudioTracks> pTracks = std::make_shared<AudioTracks>(AudioTracks::Levels::kOnDemand);
 
     mutable Mutex mtx;  // unranked leaf; nothing is released under it
     OwnedSourcePtr pOwned ZR_GUARDED_BY(mtx);

@@ -22,7 +22,7 @@ constexpr size_t kMostBreakDepth = 8;  // breaks of breaks; a configuration made
 constexpr std::u16string_view arrOwnForm[] = {u"pause_in",  u"pause_out", u"stop_in", u"stop_out",
                                               u"stream_id", u"command",   u"param"};
 constexpr std::u16string_view arrEdges[] = {u"pause_in", u"pause_out", u"stop_in", u"stop_out"};
-constexpr std::u16string_view arrSourceNodes[] = {u"file", u"device", u"object", u"info", u"stat", u"stats"};
+constexpr std::u16string_view arrSourceNodes[] = {u"file", u"device", u"object", u"info", u"audio", u"stat", u"stats"};
 constexpr std::u16string_view arrDeviceNames[] = {u"video", u"audio", u"ext_audio", u"line-in"};
 // Of a file: found by opening it, or written by other means.
 constexpr std::u16string_view arrFoundKeys[] = {u"path", u"duration", u"ref_id", u"start_timecode"};
@@ -127,6 +127,11 @@ void SaveSource(CCoZrItem& _item, XMLNodeBase& _node, ITEM_SAVE& _save) {
     if (Succeeded(pState->Parse(xml.View()))) pKind->InsertChildNode(XMLNodeRef(pState.Get()));
 }
 
+void SaveTracks(CCoZrItem& _item, XMLNodeBase& _node) {
+    const XMLNodeRef pAudio = _item.Tracks_I().IsUntouched() ? XMLNodeRef() : _node.AddNode(u"audio");
+    if (pAudio) _item.Tracks_I().Save(*pAudio);
+}
+
 void SaveStart(const ITEM_START& _start, XMLNodeBase& _node) {
     if (_start.eType == eZrST_Auto) _node.SetAttribute(u"start_time", std::u16string_view(u"auto"));
     if (_start.eType == eZrST_Specified) _node.SetAttribute(u"start_time", DateTimeText(_start.time));
@@ -163,6 +168,7 @@ void SaveItemAt(CCoZrItem& _item, XMLNodeBase& _node, ITEM_SAVE& _save, size_t _
         SaveSource(_item, _node, _save);
     }
     SaveKeys(_item, _node);
+    SaveTracks(_item, _node);
     SaveBreaks(_item, _node, _save, _nDepth);
     SaveStart(_item.Start(), _node);
 }
@@ -216,6 +222,7 @@ void LoadStart(XMLNodeBase& _node, CCoZrItem& _item) {
 
 void LoadState(XMLNodeBase& _node, CCoZrItem& _item, ITEM_LOAD& _load, size_t _nDepth) {
     LoadKeys(_node, _item);
+    if (const XMLNodeRef pAudio = _node.FindNode(u"audio")) _item.Tracks_I().Load(*pAudio);
     LoadBreaks(_node, _item, _load, _nDepth);
     LoadStart(_node, _item);
 }

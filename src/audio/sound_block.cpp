@@ -1,0 +1,44 @@
+#include "audio/sound_block.h"
+
+#include <cstring>
+
+#include "media/aud_props.h"
+
+namespace zr {
+namespace {
+
+template <size_t kBytes>
+void Copy(const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbStepTo, size_t _nSamples) {
+    for (size_t i = 0; i < _nSamples; ++i) std::memcpy(_pTo + i * _cbStepTo, _pFrom + i * _cbStepFrom, kBytes);
+}
+
+}  // namespace
+
+void CopyChannel(size_t _cbSample, const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbStepTo,
+                 size_t _nSamples) {
+    switch (_cbSample) {
+        case 1: return Copy<1>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);
+        case 2: return Copy<2>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);
+        case 3: return Copy<3>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);
+        case 4: return Copy<4>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);
+        default: return;
+    }
+}
+
+void CopyChannel(const SOUND_BLOCK& _from, int32_t _nFrom, const SOUND_BLOCK& _to, int32_t _nTo) {
+    static constexpr uint8_t arrSilence[4] = {};
+    const auto cb = static_cast<size_t>(AudBytesPerSample(_to.props.nBitsPerSample));
+    const bool bThere = _nFrom >= 0 && _nFrom < _from.props.nChannels;
+    const uint8_t* const pFrom = bThere ? _from.p + static_cast<size_t>(_nFrom) * cb : arrSilence;
+    const auto cbStep = bThere ? static_cast<size_t>(AudBlockBytes(_from.props)) : 0;
+    CopyChannel(cb, pFrom, cbStep, _to.p + static_cast<size_t>(_nTo) * cb,
+                static_cast<size_t>(AudBlockBytes(_to.props)), static_cast<size_t>(_to.nSamples));
+}
+
+void MakeRoom(std::vector<uint8_t>& _arr, SOUND_BLOCK* _pBlock) {
+    const auto cb = static_cast<size_t>(AudBlockBytes(_pBlock->props) * _pBlock->nSamples);
+    if (_arr.size() < cb) _arr.resize(cb);
+    _pBlock->p = _arr.data();
+}
+
+}  // namespace zr

@@ -1,0 +1,82 @@
+#include "mixer/stream_mix.h"
+
+#include <cmath>
+#include <limits>
+
+#include "audio/gain_text.h"
+#include "platform/wide_text.h"
+
+namespace zr {
+namespace {
+
+constexpr std::u16string_view kGain = u"audio_gain", kChannels = u"audio_channels";
+constexpr int32_t kNumberedTracks = 32;
+
+// A key of the stream, as the mixer has it for the stream or as the item has it itself.
+std::u16string StreamKey(std::u16string_view _streamId, std::u16string_view _key, const XMLNodeBase& _item,
+                         const XMLNodeBase& _mixer) {
+    const std::u16string name = std::u16string(_streamId) + u"." + std::u16string(_key);
+    const std::u16string text = _mixer.AttributeOr(name, u"");
+    return text.empty() ? _item.AttributeOr(_key, u"") : text;
+}
+
+}  // namespace
+
+void StreamMix::ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer,
+                         uint32_t _nMixerKeys) {
+    const uint32_t nItemKeys = _item.KeysSet();
+    const bool bSame = pTracks == _item.SharedTracks();
+    if (bSame && nItemRead == nItemKeys && nMixerRead == _nMixerKeys) return;
+    if (!bSame) gainText.clear();
+    pTracks = _item.SharedTracks();
+    nItemRead = nItemKeys;
+    nMixerRead = _nMixerKeys;
+    channels = ParseChannelList(StreamKey(_streamId, kChannels, *_item.Node(), _mixer));
+    ReadGains_I(_streamId, _item, _mixer);
+}
+
+// Only what is new: gains that a host has set on the tracks themselves stay.
+void StreamMix::ReadGains_I(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer) {
+    std::u16string text = StreamKey(_streamId, kGain, *_item.Node(), _mixer);
+    std::vector<double> arrGains, arrOne;
+    ReadGains(text, &arrGains);
+    if (arrGains.empty() && !text.empty()) {
+        text = _item.Node()->AttributeOr(text, u"");
+        ReadGains(text, &arrGains);
+    }
+    std::u16string all = text;
+    for (int32_t i = 0; i < kNumberedTracks; ++i) {
+        std::u16string key(kGain);
+        key += u'.';
+        AppendInt(key, i);
+        const std::u16string own = StreamKey(_streamId, key, *_item.Node(), _mixer);
+        ReadGains(own, &arrOne);
+        if (arrOne.empty()) continue;
+        const auto n = static_cast<size_t>(i);
+        if (arrGains.size() <= n) arrGains.resize(n + 1, std::numeric_limits<double>::quiet_NaN());
+        arrGains[n] = arrOne[0];
+        all += u";" + key + u"=" + own;
+    }
+    if (all == gainText) return;
+    if (arrGains.empty()) arrGains.push_back(0);  // it was set before
+    _item.Tracks_I().GainsSet(arrGains);
+    gainText = std::move(all);
+}
+
+void StreamMix::Choose(SOUND_BLOCK* _pBlock) {
+    SOUND_BLOCK chosen = *_pBlock;
+    chosen.props.nChannels = static_cast<int32_t>(channels.size());
+    if (chosen.props.nChannels != _pBlock->props.nChannels) chosen.props.nTrackSplitBits = 0;
+    MakeRoom(arrChosen, &chosen);
+    for (int32_t c = 0; c < chosen.props.nChannels; ++c)
+        CopyChannel(*_pBlock, channels[static_cast<size_t>(c)], chosen, c);
+    *_pBlock = chosen;
+}
+
+void StreamMix::Process(const ZR_AUD_PROPS& _output, SOUND_BLOCK* _pBlock) {
+    if (!channels.empty()) Choose(_pBlock);
+    if (pTracks && !pTracks->IsUntouched()) pTracks->Process(_pBlock);
+    if (_pBlock->p) layout.Map(_output, _pBlock);
+}
+
+}  // namespace zr

@@ -1,0 +1,47 @@
+#pragma once
+// What the sound of one stream goes through on its way into the mix.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "audio/layout_map.h"
+#include "audio/sound_gain.h"
+#include "media/aud_props.h"
+#include "sources/co_zr_item.h"
+
+namespace zr {
+
+// Mix thread only.
+class StreamMix {
+public:
+    // Reads the stream's keys "audio_channels" and "audio_gain" when something has been set on the item or the mixer
+    // since the last call. "<stream>.audio_gain" of the mixer comes before the item's own; "audio_gain.1" is that of
+    // the second track; a text that is no number names another key of the item. _nMixerKeys: counts what has been set
+    // on the mixer; _mixer: its keys.
+    void ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer, uint32_t _nMixerKeys);
+    // Chooses the channels, runs the tracks of the item that was last here, and brings it into the layout of the output. The result may be in
+    // memory that lasts until the next call; it has no p when none of it is to be heard.
+    void Process(const ZR_AUD_PROPS& _output, SOUND_BLOCK* _pBlock);
+    // From the gain at the end of the last block to a new one.
+    GAIN_RAMP GainTo(double _dblGain) {
+        const GAIN_RAMP ramp{dblLastGain, _dblGain};
+        dblLastGain = _dblGain;
+        return ramp;
+    }
+
+private:
+    void ReadGains_I(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer);
+    void Choose(SOUND_BLOCK* _pBlock);
+
+    std::shared_ptr<AudioTracks> pTracks;  // of the item whose keys have been read; they outlive it here
+    uint32_t nItemRead = 0, nMixerRead = 0;
+    std::u16string gainText;  // that the tracks have been set to
+    ChannelList channels;     // of the source, in their order; empty: all
+    std::vector<uint8_t> arrChosen;
+    LayoutMap layout;
+    double dblLastGain = 0;
+};
+
+}  // namespace zr
