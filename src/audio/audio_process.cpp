@@ -17,16 +17,13 @@ bool HasEffects(CCoZrTrack& _track) { return _track.Node().ElementCount() > 0; }
 
 }  // namespace
 
-// Which tracks go out, and which go into which. A track that is alone leaves all others out, but those that are added to
-// it; of tracks that are alone together all go into the first.
+// Which tracks go out, and which go into which. A track that is alone leaves all others out, but those that are added
+// to it; of tracks that are alone together all go into the first.
 void AudioTracks::ChooseOut() {
     arrOut.clear();
     for (const STEP& step : arrSteps) arrOut.push_back(&step);
-    std::sort(arrOut.begin(), arrOut.end(), [](const STEP* _a, const STEP* _b) {
-        if (_a->look.Order() != _b->look.Order()) return _a->look.Order() < _b->look.Order();
-        if (_a->look.nOrderSet != _b->look.nOrderSet) return _a->look.nOrderSet > _b->look.nOrderSet;
-        return _a->look.nIndex < _b->look.nIndex;
-    });
+    std::sort(arrOut.begin(), arrOut.end(),
+              [](const STEP* _a, const STEP* _b) { return _a->look.ComesBefore(_b->look); });
     const auto FirstOf = [&](eZrAudioTrackMode _eMode) {
         const auto it = std::find_if(arrOut.begin(), arrOut.end(),
                                      [&](const STEP* _p) { return _p->look.bValid && _p->look.eMode == _eMode; });
@@ -94,8 +91,7 @@ bool AudioTracks::IsInPlace(const SOUND_BLOCK& _block) const {
         nChannels += pStep->look.nInputs;
     }
     const auto IsApart = [](const STEP& _step) {
-        return _step.look.bValid &&
-               (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || HasEffects(*_step.pTrack));
+        return _step.look.bValid && (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || HasEffects(*_step.pTrack));
     };
     return nChannels == _block.props.nChannels && std::none_of(arrSteps.begin(), arrSteps.end(), IsApart);
 }

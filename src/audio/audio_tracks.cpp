@@ -41,14 +41,15 @@ int32_t AudioTracks::ListedCount_I() const { return Shown_I() + static_cast<int3
 CCoZrTrack* AudioTracks::Listed_I(int32_t _nIndex) const {
     const int32_t nShown = Shown_I();
     if (_nIndex < 0 || _nIndex >= ListedCount_I()) return nullptr;
-    return (_nIndex < nShown ? arrReal[static_cast<size_t>(_nIndex)] : arrVirtual[static_cast<size_t>(_nIndex - nShown)])
+    return (_nIndex < nShown ? arrReal[static_cast<size_t>(_nIndex)]
+                             : arrVirtual[static_cast<size_t>(_nIndex - nShown)])
         .Get();
 }
 
 // A track that the object cannot have has no channels beyond the last that a track may have.
 ChannelList AudioTracks::Sizes_I(const ZR_AUD_PROPS& _props) const {
-    const ChannelList wanted = split.empty() ? TracksOfSplitBits(_props.nChannels, _props.nTrackSplitBits)
-                                             : ParseTrackSplit(split);
+    const ChannelList wanted =
+        split.empty() ? TracksOfSplitBits(_props.nChannels, _props.nTrackSplitBits) : ParseTrackSplit(split);
     ChannelList tracks;
     int32_t nLeft = std::min(_props.nChannels, kMaxAudioChannels);
     const auto Take = [&](int32_t _nSize) {
@@ -208,9 +209,8 @@ HRESULT AudioTracks::AudioTrackAdd_I(int32_t _nSourceTrack, const char16_t* _bsU
 HRESULT AudioTracks::AudioTrackRemove_I(IZrAudioTrack* _pTrack) {
     TrackPtr pGone;
     const CRWWriteScope scope(lock, "AudioTrackRemove");
-    const auto it = std::find_if(arrVirtual.begin(), arrVirtual.end(), [&](const TrackPtr& _p) {
-        return static_cast<IZrAudioTrack*>(_p.Get()) == _pTrack;
-    });
+    const auto it = std::find_if(arrVirtual.begin(), arrVirtual.end(),
+                                 [&](const TrackPtr& _p) { return static_cast<IZrAudioTrack*>(_p.Get()) == _pTrack; });
     if (!_pTrack || it == arrVirtual.end()) return E_INVALIDARG;
     pGone = std::move(*it);
     arrVirtual.erase(it);

@@ -100,19 +100,19 @@ private:
 
     // Read through a whole block; written for what the list itself is.
     mutable CRWSynchroLiteRW lock{lock_order::kAudioTracks};
-    ZR_AUD_PROPS props ZR_GUARDED_BY(lock);          // of the input
-    bool bChanged ZR_GUARDED_BY(lock) = false;       // the tracks are to be made anew for it
+    ZR_AUD_PROPS props ZR_GUARDED_BY(lock);     // of the input
+    bool bChanged ZR_GUARDED_BY(lock) = false;  // the tracks are to be made anew for it
     std::vector<TrackPtr> arrReal ZR_GUARDED_BY(lock);
     std::vector<TrackPtr> arrVirtual ZR_GUARDED_BY(lock);
     ChannelList sizes ZR_GUARDED_BY(lock);           // channels of the tracks that the input has
     std::u16string split ZR_GUARDED_BY(lock);        // as set; empty: what the input says
     int32_t nDefaultTracks ZR_GUARDED_BY(lock) = 0;  // that are shown at least
     int32_t nChannelsPerTrack ZR_GUARDED_BY(lock) = 0;
-    XMLNodeRef pAudio ZR_GUARDED_BY(lock);           // where the nodes of the tracks stand; may be null
+    XMLNodeRef pAudio ZR_GUARDED_BY(lock);  // where the nodes of the tracks stand; may be null
 
     // Audio thread only.
-    std::vector<STEP> arrSteps;         // in the order of the list
-    std::vector<const STEP*> arrOut;    // those that go out, in their order
+    std::vector<STEP> arrSteps;       // in the order of the list
+    std::vector<const STEP*> arrOut;  // those that go out, in their order
     std::vector<uint8_t> arrResult;
     bool bLoudness = false;
 };

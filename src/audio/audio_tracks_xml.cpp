@@ -74,18 +74,20 @@ void CCoZrTrack::Save(XMLNodeBase& _node) const {
         _node.SetAttribute(u"add_to", look.nAddTo);
         _node.SetAttribute(u"add_gain", DbOfLinear(look.dblAddGain));
     }
-    if (look.nOrder >= 0) _node.SetAttribute(u"order", look.nOrder);
     if (nOutputsSet > 0) _node.SetAttribute(u"channels", nOutputsSet);
     const auto SaveOrder = [&](std::u16string_view _key, const PerChannel<int32_t>& _arr) {
-        SaveList(_node, _key, [&](size_t _c) { return _arr[_c]; },
-                 [&](size_t _c) { return _arr[_c] == static_cast<int32_t>(_c); });
+        SaveList(
+            _node, _key, [&](size_t _c) { return _arr[_c]; },
+            [&](size_t _c) { return _arr[_c] == static_cast<int32_t>(_c); });
     };
     SaveOrder(u"input_channels", arrInput);
     SaveOrder(u"output_channels", arrOutput);
-    SaveList(_node, u"gain", [&](size_t _c) { return DbOfLinear(arrGains[_c].Gain()); },
-             [&](size_t _c) { return arrGains[_c].Gain() == 1; });
-    SaveList(_node, u"mute", [&](size_t _c) { return arrGains[_c].IsMuted(); },
-             [&](size_t _c) { return !arrGains[_c].IsMuted(); });
+    SaveList(
+        _node, u"gain", [&](size_t _c) { return DbOfLinear(arrGains[_c].Gain()); },
+        [&](size_t _c) { return arrGains[_c].Gain() == 1; });
+    SaveList(
+        _node, u"mute", [&](size_t _c) { return arrGains[_c].IsMuted(); },
+        [&](size_t _c) { return !arrGains[_c].IsMuted(); });
     for (const std::u16string_view name : arrEffects) {
         if (const XMLNodeRef pEffect = props.Root()->FindChildNode(NameKey(name)))
             pEffect->CopyTo(*_node.FindNode(name, true), false, eZrUT_ClearDest);
@@ -103,10 +105,12 @@ void CCoZrTrack::Load(const XMLNodeBase& _node) {
     look.nAddTo = _node.AttributeOr(u"add_to", int32_t{-1});
     look.dblAddGain = LinearOfDb(_node.AttributeOr(u"add_gain", 0.0));
     look.nOrder = _node.AttributeOr(u"order", int32_t{-1});
+    look.nOrderSet = 0;
     nOutputsSet = std::clamp(_node.AttributeOr(u"channels", int32_t{0}), 0, kMaxTrackChannels);
     LoadOrder(_node, u"input_channels", &arrInput);
     LoadOrder(_node, u"output_channels", &arrOutput);
-    LoadList(_node, u"gain", [&](size_t _c, double _dbl) ZR_REQUIRES(mtx) { arrGains[_c].Set(LinearOfDb(_dbl), 0, 0); });
+    LoadList(_node, u"gain",
+             [&](size_t _c, double _dbl) ZR_REQUIRES(mtx) { arrGains[_c].Set(LinearOfDb(_dbl), 0, 0); });
     LoadList(_node, u"mute", [&](size_t _c, double _dbl) ZR_REQUIRES(mtx) { arrGains[_c].MuteSet(_dbl != 0, 0, 0); });
     bNatural = IsNatural_I();
 }
@@ -120,11 +124,22 @@ void AudioTracks::Save(XMLNodeBase& _audio) const {
         _audio.SetAttribute(u"rate", props.nSamplesPerSec);
         _audio.SetAttribute(u"bits", props.nBitsPerSample);
     }
+    std::vector<CCoZrTrack::LOOK> arrLooks;
+    for (const auto* pList : {&arrReal, &arrVirtual})
+        for (const TrackPtr& pTrack : *pList) arrLooks.push_back(pTrack->Look());
+    const bool bOrdered =
+        std::any_of(arrLooks.begin(), arrLooks.end(), [](const auto& _look) { return _look.nOrder >= 0; });
+    size_t nAt = 0;
     for (const auto* pList : {&arrReal, &arrVirtual}) {
         for (const TrackPtr& pTrack : *pList) {
             const XMLNodePtr pNode = CoXMLNode::Create(u"track");
             pTrack->Save(*pNode);
-            const bool bPlain = !pTrack->Source().bVirtual && pNode->AttributeCount() == 1 && pNode->ElementCount() == 0;
+            const CCoZrTrack::LOOK& look = arrLooks[nAt++];
+            const auto nBefore = std::count_if(arrLooks.begin(), arrLooks.end(),
+                                               [&](const auto& _other) { return _other.ComesBefore(look); });
+            if (bOrdered) pNode->SetAttribute(u"order", static_cast<int32_t>(nBefore));
+            const bool bPlain =
+                !pTrack->Source().bVirtual && pNode->AttributeCount() == 1 && pNode->ElementCount() == 0;
             const XMLNodeRef pTo = bPlain ? XMLNodeRef() : _audio.AddNode(u"track");
             if (pTo) pNode->CopyTo(*pTo, false, eZrUT_ClearDest);
         }

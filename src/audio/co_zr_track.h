@@ -58,11 +58,15 @@ public:
         int32_t nInputs = 0;
         eZrAudioTrackMode eMode = eZrAT_Enabled;
         int32_t nAddTo = -1;
-        double dblAddGain = 1;  // linear
+        double dblAddGain = 1;   // linear
         int32_t nIndex = 0;      // in the list
         int32_t nOrder = -1;     // in what goes out; below 0: that of the list
         uint32_t nOrderSet = 0;  // of two with one order, the one set later comes first
         int32_t Order() const { return nOrder < 0 ? nIndex : nOrder; }
+        bool ComesBefore(const LOOK& _other) const {
+            if (Order() != _other.Order()) return Order() < _other.Order();
+            return nOrderSet != _other.nOrderSet ? nOrderSet > _other.nOrderSet : nIndex < _other.nIndex;
+        }
     };
     LOOK Look() const;
     // The settings of the next block. _nAddTo, _dblAddGain: the track that it is to be added to, none below 0; it gets

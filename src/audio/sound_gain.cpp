@@ -32,8 +32,7 @@ void SoundGain::FillGains(std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamp
         for (size_t c = 0; c < nChannels; ++c) {
             const CHANNEL_RAMP ramp = _arrRamps[c];
             for (size_t i = 0; i < _nSamples; ++i) {
-                arrGains[i * nChannels + c] =
-                    static_cast<float>(ramp.dblStart + static_cast<double>(i) * ramp.dblStep);
+                arrGains[i * nChannels + c] = static_cast<float>(ramp.dblStart + static_cast<double>(i) * ramp.dblStep);
             }
         }
     }
@@ -71,8 +70,8 @@ void SoundGain::Apply(int32_t _nBits, uint8_t* _p, size_t _cbStep, std::span<con
     const auto IsUnity = [](const CHANNEL_RAMP& _ramp) { return _ramp.IsUnity(); };
     if (cb < 2 || _nSamples == 0 || std::all_of(_arrRamps.begin(), _arrRamps.end(), IsUnity)) return;
     // A gain of 1 is exact on 16 bits, so that these go in one row whatever the gains are.
-    const bool bRow = _cbStep == cb * _arrRamps.size() &&
-                      (_nBits == 16 || std::none_of(_arrRamps.begin(), _arrRamps.end(), IsUnity));
+    const bool bRow =
+        _cbStep == cb * _arrRamps.size() && (_nBits == 16 || std::none_of(_arrRamps.begin(), _arrRamps.end(), IsUnity));
     if (bRow) {
         FillGains(_arrRamps, _nSamples);
         ApplyToRow(_nBits, _p, _nSamples * _arrRamps.size());

@@ -17,8 +17,8 @@ void TrackSound::ProcessInPlace(const SOUND_BLOCK& _input, int32_t _nFirst, int3
     for (size_t c = 0; c < nInputs; ++c) arrFirst[c] = pFirst + c * cb;
     const std::span channels = std::span<const uint8_t* const>(arrFirst).first(nInputs);
     if (bMeasure) metersIn.Measure(_input.props, channels, cbStep, nSamples);
-    gain.Apply(_input.props.nBitsPerSample, pFirst, cbStep,
-               std::span<const CHANNEL_RAMP>(now.arrRamps).first(nInputs), nSamples);
+    gain.Apply(_input.props.nBitsPerSample, pFirst, cbStep, std::span<const CHANNEL_RAMP>(now.arrRamps).first(nInputs),
+               nSamples);
     if (bMeasure) metersOut.Measure(_input.props, channels, cbStep, nSamples);
 }
 

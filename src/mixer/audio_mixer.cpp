@@ -113,7 +113,8 @@ void AudioMixer::MasterGain(IZrFFrame& _frame) {
     ZRF_FRAME_INFO info;
     if (Failed(_frame.ZrFAllGet(&info))) return;
     const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels) return;
+    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels)
+        return;
     std::array<CHANNEL_RAMP, kMaxAudioChannels> arrRamps;
     const auto nChannels = static_cast<size_t>(props.nChannels);
     for (size_t c = 0; c < nChannels; ++c) {

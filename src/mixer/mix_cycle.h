@@ -129,7 +129,7 @@ private:
     ZrAudioCalc audioCalc;
     AudioMixer audioMixer;
     FrameLevels frameLevels;
-    bool bTracks = false;  // of the pass: its sound went through the tracks
+    bool bTracks = false;             // of the pass: its sound went through the tracks
     std::vector<MIX_SOUND> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;

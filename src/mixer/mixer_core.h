@@ -32,7 +32,8 @@ public:
           maker(_props, _format),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
-          control({_props, state, _format, streams, cycle, background, inputs, links, output, tracks, statistics, _events}),
+          control(
+              {_props, state, _format, streams, cycle, background, inputs, links, output, tracks, statistics, _events}),
           persist({_props, _format, streams, maker, background, inputs, scenes, tracks}) {}
 
     MixerState state;

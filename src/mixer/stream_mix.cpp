@@ -27,7 +27,10 @@ void StreamMix::ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const 
     const uint32_t nItemKeys = _item.KeysSet();
     const bool bSame = pTracks == _item.SharedTracks();
     if (bSame && nItemRead == nItemKeys && nMixerRead == _nMixerKeys) return;
-    if (!bSame) gainText.clear();
+    if (!bSame) {
+        gainText.clear();
+        nGainsSet = 0;
+    }
     pTracks = _item.SharedTracks();
     nItemRead = nItemKeys;
     nMixerRead = _nMixerKeys;
@@ -58,7 +61,9 @@ void StreamMix::ReadGains_I(std::u16string_view _streamId, CCoZrItem& _item, con
         all += u";" + key + u"=" + own;
     }
     if (all == gainText) return;
-    if (arrGains.empty()) arrGains.push_back(0);  // it was set before
+    const size_t nNow = arrGains.size();
+    if (nNow < nGainsSet) arrGains.resize(nGainsSet, 0.0);  // what the text spoke of before
+    nGainsSet = nNow;
     _item.Tracks_I().GainsSet(arrGains);
     gainText = std::move(all);
 }

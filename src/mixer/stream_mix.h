@@ -38,6 +38,7 @@ private:
     std::shared_ptr<AudioTracks> pTracks;  // of the item whose keys have been read; they outlive it here
     uint32_t nItemRead = 0, nMixerRead = 0;
     std::u16string gainText;  // that the tracks have been set to
+    size_t nGainsSet = 0;     // tracks that it spoke of
     ChannelList channels;     // of the source, in their order; empty: all
     std::vector<uint8_t> arrChosen;
     LayoutMap layout;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <vector>
 
 #include "attributes/props_impl.h"
 #include "framework/frame_factory_access.h"
@@ -16,13 +17,18 @@ namespace zr {
 // Gives a frame at every get, numbered by its data "NUMB", unless it is told to stall. Has no pace of its own.
 class ScriptedSource final : public OneReaderSource {
 public:
-    static ZrPtr<ScriptedSource> Make(const ZR_VID_PROPS& _vidProps, int32_t _nSamples) {
+    // _arrLevels: the value of all samples of each channel.
+    static ZrPtr<ScriptedSource> Make(const ZR_VID_PROPS& _vidProps, int32_t _nSamples,
+                                      const std::vector<int16_t>& _arrLevels = {0, 0}, int32_t _nSplitBits = 0) {
         auto p = ZrPtr<ScriptedSource>::Attach(new ScriptedSource);
         p->props.vidProps = _vidProps;
-        if (_nSamples > 0) p->props.audProps = {2, 48000, 16, 0};
+        if (_nSamples > 0) p->props.audProps = {static_cast<int32_t>(_arrLevels.size()), 48000, 16, _nSplitBits};
+        std::vector<int16_t> arrSound;
+        for (int32_t i = 0; i < _nSamples; ++i) arrSound.insert(arrSound.end(), _arrLevels.begin(), _arrLevels.end());
         IZrFFactory* pFactory = nullptr;
         FrameFactory(&pFactory);
-        pFactory->ZrFFrameCreateFromMem(&p->props, 0, _nSamples, 0, p->pFrame.Out(), nullptr);
+        const auto pSound = reinterpret_cast<int64_t>(_nSamples > 0 ? arrSound.data() : nullptr);
+        pFactory->ZrFFrameCreateFromMem(&p->props, 0, _nSamples, pSound, p->pFrame.Out(), nullptr);
         return p;
     }
     // The number of a frame that came from here, -1 for any other.

@@ -1,0 +1,140 @@
+// What is heard of a mixer: streams of several tracks, their keys, the tracks of the output.
+
+#include <cmath>
+
+#include "mixer_fixture.h"
+#include "zr/audio.h"
+
+namespace zr {
+namespace {
+
+using Levels = std::vector<int>;
+
+// Sound alone, of sources whose channels each have one level, so that a level says where it comes from.
+class SoundTest : public MixerTest, public ::testing::WithParamInterface<bool> {
+protected:
+    // A track of 2 channels and one of 4.
+    void MakeSound() {
+        Make(25, true);
+        pProps->PropsSet(u"object::sync_mode", GetParam() ? u"true" : u"false");
+        pProps->PropsSet(u"object::background", u"");
+        pStreams = pMixer.As<IZrStreams>();
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        ZR_VID_PROPS none{};
+        none.eVideoFormat = eZrVF_Disabled;
+        none.dblRate = 25;
+        pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &none);
+        const ZR_AUD_PROPS props{6, 48000, 16, 0x22};
+        ASSERT_EQ(pMixer.As<IZrFormat>()->FormatAudioSet(eZrFT_Convert, &props), S_OK);
+        // One track; one of two channels and one of one.
+        pA = Add(u"a", ScriptedSource::Make({}, 1920, {1000, 2000}).Get());
+        pB = Add(u"b", ScriptedSource::Make({}, 1920, {100, 200, 300}, 0x6).Get());
+    }
+    ZrPtr<IZrItem> Add(const char16_t* _szId, IUnknown* _pSource) {
+        ZrPtr<IZrItem> pItem;
+        EXPECT_EQ(pStreams->StreamsAdd(_szId, _pSource, nullptr, nullptr, pItem.Out(), 0), S_OK);
+        return pItem;
+    }
+    // The levels of the last sample when all that was on its way has settled.
+    Levels Heard() {
+        SleepFor(kTicksPerSecond);
+        const auto arrFrames = pCollector->Frames();
+        Levels arr;
+        ZRF_FRAME_INFO info;
+        if (arrFrames.empty() || Failed(arrFrames.back().pFrame->ZrFAllGet(&info)) || info.lAudioSamples == 0)
+            return arr;
+        const auto* const p = reinterpret_cast<const int16_t*>(info.lpAudio);
+        const auto nChannels = static_cast<size_t>(info.avProps.audProps.nChannels);
+        for (size_t c = 0; c < nChannels; ++c)
+            arr.push_back(p[static_cast<size_t>(info.lAudioSamples - 1) * nChannels + c]);
+        return arr;
+    }
+    HRESULT Command(const char16_t* _szCommand, const char16_t* _szParam) {
+        return pMixer->ObjectCommandExecute(_szCommand, _szParam, nullptr, nullptr);
+    }
+
+    ZrPtr<IZrStreams> pStreams;
+    ZrPtr<IZrItem> pA, pB;
+};
+
+TEST_P(SoundTest, TrackGoesToTrack) {
+    MakeSound();
+    pMixer->ObjectStart(nullptr);
+    // The track of one channel is repeated on the four of the second track; the first stream has no second track.
+    EXPECT_EQ(Heard(), (Levels{1100, 2200, 300, 300, 300, 300}));
+    // Keys of a stream: on the item, on the mixer under its name, for one track, and one that names another key.
+    const auto pPropsB = pB.As<IZrProps>();
+    pPropsB->PropsSet(u"audio_gain", u"6.0206");
+    EXPECT_EQ(Heard(), (Levels{1200, 2400, 300, 300, 300, 300})) << "one number is for the first track";
+    pPropsB->PropsSet(u"audio_gain.1", u"-6.0206");
+    pProps->PropsSet(u"object::a.audio_channels", u"1, 0");
+    EXPECT_EQ(Heard(), (Levels{2200, 1400, 150, 150, 150, 150}));
+    pPropsB->PropsSet(u"loud", u"20, 20");
+    pPropsB->PropsSet(u"audio_gain", u"loud");
+    pPropsB->PropsRemove(u"audio_gain.1");
+    EXPECT_EQ(Heard(), (Levels{3000, 3000, 3000, 3000, 3000, 3000}));
+    pPropsB->PropsSet(u"audio_gain", u"");
+    pProps->PropsSet(u"object::a.audio_channels", u"");
+    EXPECT_EQ(Heard(), (Levels{1100, 2200, 300, 300, 300, 300}));
+    // The tracks of one place.
+    const auto pAudio = pA.As<IZrAudio>();
+    ZrPtr<IZrAudioTrack> pTrack;
+    ASSERT_TRUE(pAudio);
+    ASSERT_EQ(pAudio->AudioTrackGetByIndex(0, nullptr, pTrack.Out()), S_OK);
+    pTrack->TrackMuteSet(1, 1, 0.2);
+    EXPECT_EQ(Heard(), (Levels{1100, 200, 300, 300, 300, 300}));
+    ZR_AUDIO_TRACK_LOUDNESS in, out;
+    pTrack->TrackLoudnessGet(&in, &out);
+    EXPECT_EQ(in.nValidChannels, 2);
+    EXPECT_NEAR(in.arrRMS[1], 20 * std::log10(2000.0 / 32767) + 3.01, 0.01);
+    EXPECT_TRUE(std::isinf(out.arrRMS[1]));
+}
+
+TEST_P(SoundTest, OutputTracksAreCommandedSavedAndLoaded) {
+    MakeSound();
+    pMixer->ObjectStart(nullptr);
+    EXPECT_EQ(Heard(), (Levels{1100, 2200, 300, 300, 300, 300}));
+    EXPECT_EQ(Command(u"audio", u"gain=-20 track=1 channel=0 ramp=0.3"), S_OK);
+    EXPECT_EQ(Command(u"audio gain=20 track=1 channel=1", u""), S_OK);
+    EXPECT_EQ(Command(u"mute", u"track=0 channel=0"), S_OK);
+    EXPECT_EQ(Heard(), (Levels{0, 2200, 30, 3000, 300, 300}));
+    EXPECT_EQ(Command(u"mute", u"false"), S_OK);
+    EXPECT_EQ(Command(u"audio-track", u"track=1 mode=disabled-addto add-to=0 add-gain=0"), S_OK);
+    EXPECT_EQ(Heard(), (Levels{1130, 5200}));
+    EXPECT_EQ(Command(u"gain", u"-20"), S_OK);
+    EXPECT_EQ(Command(u"gain", u"track=7"), ZR_E_BAD_INDEX);
+    EXPECT_EQ(Command(u"audio-track", u"track=0 mode=louder"), E_INVALIDARG);
+    const Levels arrKept = Heard();
+    EXPECT_EQ(arrKept, (Levels{140, 250}));
+
+    BSTR bs = nullptr;
+    ASSERT_EQ(pMixer.As<IZrPersist>()->PersistSaveToString(nullptr, &bs, nullptr), S_OK);
+    EXPECT_EQ(Command(u"audio-track", u"track=1 mode=enabled"), S_OK);
+    EXPECT_EQ(Command(u"gain", u"0"), S_OK);
+    EXPECT_EQ(Heard(), (Levels{1100, 2200, 300, 300, 300, 300}));
+    const std::u16string xml = bs;
+    SysFreeString(bs);
+    const size_t nAudio = xml.find(u"<audio"), nEnd = xml.find(u"</audio>");
+    ASSERT_NE(nEnd, xml.npos);
+    const std::u16string tracks = u"<zr_config>" + xml.substr(nAudio, nEnd + 8 - nAudio) + u"</zr_config>";
+    ASSERT_EQ(pMixer.As<IZrPersist>()->PersistLoad(nullptr, tracks.c_str(), nullptr), S_OK);
+    EXPECT_EQ(Heard(), arrKept);
+
+    // The frame says what came in and what went out.
+    ZR_AV_PROPS props;
+    pCollector->Frames().back().pFrame->ZrFAVPropsGet(&props, nullptr);
+    EXPECT_EQ(props.ancData.audOriginal.nValidChannels, 6);
+    EXPECT_EQ(props.ancData.audOutput.nValidChannels, 2);
+    EXPECT_NEAR(props.ancData.audOriginal.arrRMS[1], 20 * std::log10(2200.0 / 32767) + 3.01, 0.01);
+    EXPECT_NEAR(props.ancData.audOutput.arrRMS[1], 20 * std::log10(250.0 / 32767) + 3.01, 0.01);
+    // Without the engine the mix goes out as it is.
+    pProps->PropsSet(u"object::izraudio.enabled", u"false");
+    pProps->PropsSet(u"object::audio_gain", u"-20");
+    EXPECT_EQ(Heard(), (Levels{110, 220, 30, 30, 30, 30}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, SoundTest, ::testing::Bool(),
+                         [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
+
+}  // namespace
+}  // namespace zr
