@@ -7,8 +7,8 @@
 
 #include "audio/audio_buffer2.h"
 #include "audio/drift_control.h"
-#include "audio/sound_edge.h"
 #include "audio/sound_block.h"
+#include "audio/sound_edge.h"
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
 #include "platform/event.h"

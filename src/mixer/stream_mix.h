@@ -21,8 +21,8 @@ public:
     // the second track; a text that is no number names another key of the item. _nMixerKeys: counts what has been set
     // on the mixer; _mixer: its keys.
     void ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer, uint32_t _nMixerKeys);
-    // Chooses the channels, runs the tracks of the item that was last here, and brings it into the layout of the output. The result may be in
-    // memory that lasts until the next call; it has no p when none of it is to be heard.
+    // Chooses the channels, runs the tracks of the item that was last here, and brings it into the layout of the
+    // output. The result may be in memory that lasts until the next call; it has no p when none of it is to be heard.
     void Process(const ZR_AUD_PROPS& _output, SOUND_BLOCK* _pBlock);
     // From the gain at the end of the last block to a new one.
     GAIN_RAMP GainTo(double _dblGain) {
