@@ -69,6 +69,7 @@ Show::Show(const SHOW_OPTIONS& _options, bool _bFast) : file(_options.file) {
     if (zr::Failed(hr)) throw RunError(_options.file + ": it does not load; \"zrmix check\" says where and why", hr);
     CheckStreams(_options);
     pProps->PropsSet(u"object::sync_mode", u"true");
+    pProps->PropsSet(u"auto_start", u"true");
     SetPace(pProps.Get(), _bFast);
     SetFormat(_options);
     for (const std::string& pair : _options.arrSet) Set(pair);
