@@ -19,8 +19,8 @@ struct IZrFile : IUnknown {
 
     // What to play: a file, a URL, a picture, or a test signal such as "bars" or "black". _bsParam (may be null):
     // attributes, among them "in" and "out" in seconds, "loop", "eof_stop", and "change_type", which says how it takes
-    // over: "normal" at once, "next" after the present file and opened ahead, "next_no_cache" the same but opened late,
-    // "break" at once with the present file going on afterwards, "replace" new attributes for the present file.
+    // over: "normal" at once, "replace" new attributes for the present file. E_NOTIMPL so far: "next" after the present
+    // file and opened ahead, "next_no_cache" opened late, "break" at once with the present file going on afterwards.
     virtual HRESULT FileNameSet(const char16_t* _bsFile, const char16_t* _bsParam) = 0;
     // The name of the present file; the caller frees it. E_POINTER: _pbsFile is null.
     virtual HRESULT FileNameGet(BSTR* _pbsFile) = 0;
@@ -44,7 +44,7 @@ struct IZrFile : IUnknown {
     virtual HRESULT FilePlayStop(double _dblSeconds) = 0;
     // The state, and how many seconds of a timed pause remain, else 0.
     virtual HRESULT FileStateGet(eZrState* _peState, double* _pdblTimeRemain) = 0;
-    // Speed: 1.0 as recorded, negative backwards. A change below 0.001 is ignored.
+    // Speed: 1.0 as recorded. E_NOTIMPL so far: below 0, backwards. S_FALSE: a change below 0.001, which is ignored.
     virtual HRESULT FileRateSet(double _dblRate) = 0;
     virtual HRESULT FileRateGet(double* _pdblRate) = 0;
     // One frame from a position, read apart from the playing, without audio. The caller releases it.
