@@ -76,8 +76,9 @@ HWY_INLINE V Sums(const PLACE& place) {
     }
 }
 
-// Adds up the blocks of four: [a0 a1], [b0 b1] to [a0+a1 b0+b1], and so in each pair of blocks.
-HWY_INLINE V FoldBlocks(V a, V b) {
+// For vectors of more than one block. Adds up the blocks of four: [a0 a1], [b0 b1] to [a0+a1 b0+b1], and so in each
+// pair of blocks.
+[[maybe_unused]] HWY_INLINE V FoldBlocks(V a, V b) {
     if constexpr (kLanes > 4) {
         const auto even = vec::OddEvenBlocks(vec::SwapAdjacentBlocks(b), a);
         const auto odd = vec::OddEvenBlocks(b, vec::SwapAdjacentBlocks(a));
