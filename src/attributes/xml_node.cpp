@@ -271,7 +271,7 @@ XMLNodeRef XMLNodeBase::ElementNodeAt(size_t _i) const {
 
 bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
     if (!_pChild || bText || _pChild->HasParent()) return false;
-    if (IsBelow(*_pChild)) return false;
+    if (_pChild.Get() == this || (_pChild->ChildCount() > 0 && IsBelow(*_pChild))) return false;
     const std::u16string strName = _pChild->Name();
     const NameKey key(strName);
 

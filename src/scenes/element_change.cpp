@@ -266,13 +266,16 @@ void PutInPlace(CoElement& _element, CoElement& _new, std::u16string_view _type)
         CarryBelow(_element, _new);
     else
         _element.Discard(_element.TakeObjectsBelow());
+    const ElementPtr pInfo = _new.FindChild(kInfo) ? ElementPtr() : _element.FindChild(kInfo);
     for (XMLNodeRef& pChild : _element.ChildNodes()) {
+        if (pChild.Get() == pInfo.Get()) continue;
         _element.Discard(pChild->TakeObjectsBelow());
         _element.Discard(std::move(pChild));
     }
     _element.RemoveChildren();
     _element.CopyAttributesFrom(_new, eZrUT_ClearDest);
     MoveChildren(_new, _element);
+    if (pInfo) _element.AppendChild(pInfo);  // what a scene knows of attributes
     if (!_element.HasTag(kScene)) _element.SetTag(strType);
 }
 
@@ -317,7 +320,8 @@ HRESULT ReadElement(std::u16string_view _xml, const CoElement& _for, ElementPtr&
 
 void ReplaceElement(CoElement& _element, const ElementPtr& _pNew, std::u16string_view _type, double _dblTime,
                     double _dblDelay, double* _pdblTotal) {
-    if (!(_dblTime > 0) || !ReadShow(_element))
+    const bool bFades = _dblTime > 0 && ReadShow(_element) && _element.HasParent();  // a scene itself is not drawn
+    if (!bFades)
         PutInPlace(_element, *_pNew, _type);
     else
         CrossFade(_element, *_pNew, _type, _dblTime, _dblDelay, _pdblTotal);
@@ -373,6 +377,13 @@ HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16st
     Take(_element, _name, _value, *pTarget);
     ChangeTo(_element, *pTarget, _dblTime, _dblDelay, _pdblTotal, _nDepth);
     return S_OK;
+}
+
+bool IsDrawn(const CoElement& _element) {
+    if (!ReadShow(_element) && !_element.FindChild(kNodeFrom)) return false;
+    for (ElementPtr p = _element.Parent(); p; p = p->Parent())
+        if (!ReadShow(*p)) return false;
+    return true;
 }
 
 void DropRunTimeState(CoElement& _element) {

@@ -35,6 +35,9 @@ HRESULT ReadElement(std::u16string_view _xml, const CoElement& _for, ElementPtr&
 void ReplaceElement(CoElement& _element, const ElementPtr& _pNew, std::u16string_view _type, double _dblTime = 0,
                     double _dblDelay = 0, double* _pdblTotal = nullptr);
 
+// The element and all that it stands in are shown, or are on their way: changes come to their ends.
+bool IsDrawn(const CoElement& _element);
+
 // Drops what belongs to a change or a selection, and all run-time objects: the element is what it says.
 void DropRunTimeState(CoElement& _element);
 

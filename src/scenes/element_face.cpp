@@ -222,7 +222,7 @@ HRESULT ElementFace::Detach(double _dblTime) {
         ElementLock lock(element, "ElementDetach");
         const ElementPtr pParent = element.Parent();
         if (!pParent) return S_FALSE;
-        if (_dblTime > 0 && pParent->Top()->bSceneActive && element.AttributeOr(kShow.text, true)) {
+        if (_dblTime > 0 && pParent->Top()->bSceneActive && IsDrawn(element)) {
             ElementChange(element, kShow.text, u"false", _dblTime);
             element.SetAttribute(kRemove.text, true);
             if (element.FindChild(kNodeFrom)) return S_OK;  // the drawing takes it out when it is hidden

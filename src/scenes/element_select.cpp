@@ -147,7 +147,7 @@ bool GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _pa
         if (!_param.empty()) strLine.append(u" ").append(_param);
         ChangeByLine(*pElement, strLine, _dblTime);
         FollowTarget(_scene, *pElement, _dblTime);
-        bBegun |= _dblTime > 0 && pElement->FindChild(kNodeFrom);
+        bBegun |= _dblTime > 0 && pElement->FindChild(kNodeFrom) && IsDrawn(*pElement);
     }
     return bBegun;
 }

@@ -137,6 +137,12 @@ TEST_F(SceneDraw, TellsTheEndOfAChangeOnceAndTakesOutWhatLeaves) {
     EXPECT_EQ(Frame(), "a#1:0.50 c#3:1.00 [trans-done a] [trans-done b] ");
     EXPECT_EQ(FrameAfter(3), "a#1:0.50 c#3:1.00 ");
     EXPECT_FALSE(At_(u"b"));
+    pScene->ElementsAdd(u"g", u"group", u"<group show='no'><video id='d'/></group>", nullptr, 0);
+    At_(u"g::d")->ElementDetach(1);
+    EXPECT_FALSE(At_(u"g::d")) << "at once where nobody sees it";
+    pScene->ElementsAdd(u"a", u"video", u"show=no", nullptr, 0);
+    At_(u"a")->ElementDetach(1);
+    EXPECT_FALSE(At_(u"a"));
 }
 
 // A step by which nothing changes, or that is not there, does not hold the ones behind it up.
