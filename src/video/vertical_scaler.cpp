@@ -87,7 +87,7 @@ HRESULT VerticalScaler::Scale_Dyn(const uint8_t* _pSrc, uint8_t* _pDst, int32_t 
 const uint8_t* VerticalRow(const VERTICAL_PASS& _pass, const PLANE& _src, int32_t _y, uint8_t* _pDst, size_t _cbRow) {
     if (_pass.bCopy) return _src.Row(_pass.CopyOf(_y));
     const WEIGHED_ROWS rows(_pass, _src, _y);
-    WeighRows(rows.arrRows, rows.weights, _pDst, _cbRow);
+    WeighRows(rows.arrRows, rows.weights, _pass.NextRows(_src, _y), _pDst, _cbRow);
     return _pDst;
 }
 

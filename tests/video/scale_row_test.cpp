@@ -37,7 +37,7 @@ TEST(ScaleRow, WeighsRowsByParityOfTheByte) {
             for (const Bytes& row : rows) sources.emplace_back(row, nSkew);
             for (const SourceRow& row : sources) pointers.push_back(row.Get());
             GuardedRow out(n, nSkew);
-            WeighRows(pointers.data(), weights, out.Get(), n);
+            WeighRows(pointers.data(), weights, {1, {pointers[0]}}, out.Get(), n);
             const Bytes got = out.Take();
             for (size_t i = 0; i < n; ++i) {
                 int32_t nSum = 0;

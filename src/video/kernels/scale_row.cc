@@ -1,7 +1,6 @@
 #include "video/kernels/scale_row.h"
 
 #include <algorithm>
-#include <array>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "video/kernels/scale_row.cc"
@@ -10,21 +9,9 @@
 #include <hwy/highway.h>
 
 #include "video/kernels/vector_ops-inl.h"
-#undef ZR_BYTE_PERMUTE
-#define ZR_BYTE_PERMUTE (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL)
 HWY_BEFORE_NAMESPACE();
 namespace zr::HWY_NAMESPACE {
 namespace {
-
-#if ZR_BYTE_PERMUTE
-// A table of byte numbers for permutations over two vectors.
-template <size_t n, class F>
-constexpr std::array<uint8_t, n> PickBytes(const F& pick) {
-    std::array<uint8_t, n> picks{};
-    for (size_t i = 0; i < n; ++i) picks[i] = static_cast<uint8_t>(pick(i));
-    return picks;
-}
-#endif
 
 uint8_t WeighByte(const uint8_t* const* rows, const ROW_WEIGHTS& weights, size_t i) {
     const uint8_t* pWeights = i & 1 ? weights.arrOdd : weights.arrEven;
@@ -34,6 +21,13 @@ uint8_t WeighByte(const uint8_t* const* rows, const ROW_WEIGHTS& weights, size_t
 }
 
 #if HWY_TARGET != HWY_SCALAR
+
+// Bytes of the rows come into the cache.
+HWY_INLINE void Fetch(const NEXT_ROWS& next, size_t first, size_t cb) {
+    constexpr size_t kCacheLine = 64;
+    for (int32_t k = 0; k < next.nRows; ++k)
+        for (size_t x = 0; x < cb; x += kCacheLine) hwy::Prefetch(next.arrRows[k] + first + x);
+}
 
 // The multiplication takes unsigned by signed bytes. Weights need all eight bits, so samples are made signed by taking
 // 128 off; the weights of all rows sum to at most 255, so no sum leaves 16 bits, and 128 times that sum is put back.
@@ -58,7 +52,8 @@ HWY_INLINE void WeighBlock(const uint8_t* const* rows, const uint32_t* pairWeigh
 }
 
 template <size_t kPairs>
-HWY_NOINLINE void WeighRowOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& weights, uint8_t* dst, size_t cb) {
+HWY_NOINLINE void WeighRowOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& weights, const NEXT_ROWS& next,
+                             uint8_t* dst, size_t cb) {
     // Copies of its own, so that the compiler knows them to be constant while it stores.
     const uint8_t* rows[2 * kPairs];
     uint32_t pairWeights[kPairs];
@@ -74,7 +69,10 @@ HWY_NOINLINE void WeighRowOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& we
     const uint32_t biasPair = nSumEven * 128 | (nSumOdd * 128) << 16;
     const size_t n = vec::Lanes(D8());
     size_t x = 0;
-    for (; cb - x >= n; x += n) WeighBlock<kPairs>(rows, pairWeights, biasPair, x, dst);
+    for (; cb - x >= n; x += n) {
+        Fetch(next, x, n);
+        WeighBlock<kPairs>(rows, pairWeights, biasPair, x, dst);
+    }
     if (x == cb) return;
     if (cb >= n && (cb - n) % 2 == 0) {  // the last vector once more over bytes that are done
         WeighBlock<kPairs>(rows, pairWeights, biasPair, cb - n, dst);
@@ -83,21 +81,22 @@ HWY_NOINLINE void WeighRowOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& we
     for (; x < cb; ++x) dst[x] = WeighByte(rowsIn, weights, x);
 }
 
-void WeighRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, uint8_t* dst, size_t cb) {
+void WeighRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, const NEXT_ROWS& next, uint8_t* dst,
+                   size_t cb) {
     switch ((weights.nRows + 1) / 2) {
         case 0: std::fill_n(dst, cb, uint8_t{0}); return;
-        case 1: WeighRowOf<1>(rows, weights, dst, cb); return;
-        case 2: WeighRowOf<2>(rows, weights, dst, cb); return;
-        case 3: WeighRowOf<3>(rows, weights, dst, cb); return;
-        case 4: WeighRowOf<4>(rows, weights, dst, cb); return;
-        case 5: WeighRowOf<5>(rows, weights, dst, cb); return;
-        default: WeighRowOf<6>(rows, weights, dst, cb); return;
+        case 1: WeighRowOf<1>(rows, weights, next, dst, cb); return;
+        case 2: WeighRowOf<2>(rows, weights, next, dst, cb); return;
+        case 3: WeighRowOf<3>(rows, weights, next, dst, cb); return;
+        case 4: WeighRowOf<4>(rows, weights, next, dst, cb); return;
+        case 5: WeighRowOf<5>(rows, weights, next, dst, cb); return;
+        default: WeighRowOf<6>(rows, weights, next, dst, cb); return;
     }
 }
 
 #else
 
-void WeighRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, uint8_t* dst, size_t cb) {
+void WeighRowsImpl(const uint8_t* const* rows, const ROW_WEIGHTS& weights, const NEXT_ROWS&, uint8_t* dst, size_t cb) {
     for (size_t x = 0; x < cb; ++x) dst[x] = WeighByte(rows, weights, x);
 }
 
@@ -120,8 +119,6 @@ void WeighSplitPairs(const uint8_t* const* rows, const ROW_WEIGHTS& weights, boo
 
 using VU16 = vec::Vec<DU16>;
 
-constexpr size_t kCacheLine = 64;
-
 // Rows up to the last with a weight: those of chroma are often fewer.
 int32_t CountUsed(const uint8_t* weights, int32_t nRows) {
     while (nRows > 1 && weights[nRows - 1] == 0) --nRows;
@@ -130,28 +127,18 @@ int32_t CountUsed(const uint8_t* weights, int32_t nRows) {
 
 // The high bytes of all lanes, in memory order.
 HWY_INLINE V8 HighBytes(VU16 a, VU16 b) {
-#if ZR_BYTE_PERMUTE
-    alignas(64) static constexpr auto arrPicks = PickBytes<64>([](size_t i) { return 2 * i + 1; });
-    return V8{_mm512_permutex2var_epi8(a.raw, _mm512_load_si512(arrPicks.data()), b.raw)};
-#else
     const D16 d16;
     return OrderPackedHalves(
         PackBlocks(vec::BitCast(d16, vec::ShiftRight<8>(a)), vec::BitCast(d16, vec::ShiftRight<8>(b))));
-#endif
 }
 
 // The same with those of even lanes in the lower half and those of odd lanes in the upper half.
 HWY_INLINE V8 HighBytesApart(VU16 a, VU16 b) {
-#if ZR_BYTE_PERMUTE
-    alignas(64) static constexpr auto arrPicks = PickBytes<64>([](size_t i) { return i % 32 * 4 + i / 32 * 2 + 1; });
-    return V8{_mm512_permutex2var_epi8(a.raw, _mm512_load_si512(arrPicks.data()), b.raw)};
-#else
     const D16 d16;
     const DU16 du16;
     const VU16 pairs = vec::BitCast(du16, HighBytes(a, b));
     return OrderPackedHalves(PackBlocks(vec::BitCast(d16, vec::And(pairs, vec::Set(du16, 0x00FF))),
                                         vec::BitCast(d16, vec::ShiftRight<8>(pairs))));
-#endif
 }
 
 // Luma and chroma each in 16-bit lanes, where their weighted sums fit: 255 times at most 255.
@@ -183,8 +170,7 @@ HWY_NOINLINE void WeighSplitOf(const uint8_t* const* rowsIn, const ROW_WEIGHTS& 
     if (nPairs < nPairsAtOnce) return WeighSplitPairs(rowsIn, weights, kLumaOdd, split, 0, nPairs);
     for (size_t i = 0; i < nPairs; i += nPairsAtOnce) {
         i = HWY_MIN(i, nPairs - nPairsAtOnce);  // the last vectors once more over pairs that are done
-        for (int32_t k = 0; k < next.nRows; ++k)
-            for (size_t at = 0; at < 2 * n; at += kCacheLine) hwy::Prefetch(next.arrRows[k] + 4 * i + at);
+        Fetch(next, 4 * i, 2 * n);
         VU16 luma0 = vec::Zero(du16), luma1 = luma0, chroma0 = luma0, chroma1 = luma0;
         for (int32_t k = 0; k < (kLuma ? HWY_MAX(kLuma, kChroma) : nRows); ++k) {
             const VU16 a = vec::BitCast(du16, vec::LoadU(d8, rows[k] + 4 * i));
@@ -570,8 +556,9 @@ HWY_EXPORT(WeighRowsImpl);
 HWY_EXPORT(WeighSplitRowsImpl);
 HWY_EXPORT(ResampleRowImpl);
 
-void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, uint8_t* _pDst, size_t _cbRow) {
-    HWY_DYNAMIC_DISPATCH(WeighRowsImpl)(_ppRows, _weights, _pDst, _cbRow);
+void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, const NEXT_ROWS& _next, uint8_t* _pDst,
+               size_t _cbRow) {
+    HWY_DYNAMIC_DISPATCH(WeighRowsImpl)(_ppRows, _weights, _next, _pDst, _cbRow);
 }
 void WeighSplitRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, bool _bLumaOdd, const NEXT_ROWS& _next,
                     const SPLIT_ROWS& _split, size_t _nPairs) {

@@ -19,20 +19,20 @@ struct ROW_WEIGHTS {
 };
 
 // dst[i] = (sum over rows of row[i] * weight) >> 8, weight by the parity of i. _cbRow is even unless both weights of
-// every row are equal. The destination is none of the rows.
-void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, uint8_t* _pDst, size_t _cbRow);
-
-// The same of packed 4:2:2 rows, taken apart on the way: luma, and both chromas in their order in memory. _bLumaOdd:
-// luma stands at odd places. No row is read beyond its 4 * _nPairs bytes; the destinations are none of the rows. _next:
-// rows as long that the next output row needs besides; they come into the cache on the way, which halves the time of
-// pictures from cold memory.
-struct SPLIT_ROWS {
-    uint8_t *pLuma, *pFirst, *pSecond;
-};
+// every row are equal. The destination is none of the rows. _next: rows as long that the next output row needs besides;
+// they come into the cache on the way, which halves the time of pictures from cold memory.
 struct NEXT_ROWS {
     static constexpr int32_t kMax = 4;
     int32_t nRows = 0;
     const uint8_t* arrRows[kMax];
+};
+void WeighRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, const NEXT_ROWS& _next, uint8_t* _pDst,
+               size_t _cbRow);
+
+// The same of packed 4:2:2 rows, taken apart on the way: luma, and both chromas in their order in memory. _bLumaOdd:
+// luma stands at odd places. No row is read beyond its 4 * _nPairs bytes; the destinations are none of the rows.
+struct SPLIT_ROWS {
+    uint8_t *pLuma, *pFirst, *pSecond;
 };
 void WeighSplitRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, bool _bLumaOdd, const NEXT_ROWS& _next,
                     const SPLIT_ROWS& _split, size_t _nPairs);
