@@ -10,6 +10,7 @@
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/show.h"
+#include "apps/zrmix/sound_options.h"
 #include "apps/zrmix/writer_run.h"
 
 namespace zrmix {
@@ -23,6 +24,7 @@ struct MIX_OPTIONS {
     double dblDuration = 0;  // seconds; 0: of the longest input
     WRITER_OPTIONS writer;
     OUTPUT_STYLE style;
+    SOUND_OPTIONS sound;
 };
 
 // What a file says of itself.
@@ -71,6 +73,9 @@ public:
             AddInput("input" + std::to_string(i + 1), options.arrInputs[i], arrPlaces[i].Attributes());
         if (!options.logo.empty())
             AddInput("logo", options.logo, "pos='top-right' x='0.03' y='0.05' w='0.15' h='0.15'");
+        ApplySound(pMixer.Get(), options.sound);
+        SoundMeter meter(pMixer.Get(), options.style.bJson);
+        progress.MeterSet(&meter);
         WriterRun writer(options.writer, dblRate, std::max<int64_t>(std::llround(dblSeconds * dblRate), 1));
         writer.Open(pMixer.Get());
         Check(pMixer->ObjectStart(nullptr), "mixer");
@@ -151,6 +156,7 @@ void AddMix(CLI::App& _app) {
     pCommand->add_option("--format", o.format, "Output format by name; without it 1920x1080 at the first file's rate.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it as long as the longest file.")
         ->check(CLI::PositiveNumber);
+    AddSoundOptions(*pCommand, o.sound);
     AddWriterOptions(*pCommand, o.writer);
     pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");
     pCommand->add_flag("--json", o.style.bJson, "Write the summary as JSON to the standard output.");

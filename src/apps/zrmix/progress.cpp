@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "apps/zrmix/sound_options.h"
+
 namespace zrmix {
 namespace {
 
@@ -51,6 +53,7 @@ double Progress::Elapsed() const {
 }
 
 void Progress::Show(const RUN_FIGURES& _figures, double _dblTotalSeconds) {
+    if (pMeter) pMeter->Read();
     if (style.bQuiet) return;
     const double dblNow = Elapsed();
     if (dblShown >= 0 && dblNow - dblShown < (bTerminal ? kTerminalPeriod : kPlainPeriod)) return;
@@ -62,20 +65,24 @@ void Progress::Show(const RUN_FIGURES& _figures, double _dblTotalSeconds) {
     std::snprintf(sz, sizeof(sz), "  frames %lld  fps %.1f  speed %.2fx  drops %lld",
                   static_cast<long long>(_figures.nFrames), dblFps, dblNow > 0 ? _figures.dblMediaSeconds / dblNow : 0,
                   static_cast<long long>(_figures.nDropped));
-    std::fprintf(stderr, bTerminal ? "\r\033[K%s%s" : "%s%s\n", line.c_str(), sz);
+    line += sz;
+    if (pMeter && bTerminal) line += pMeter->Line();
+    std::fprintf(stderr, bTerminal ? "\r\033[K%s" : "%s\n", line.c_str());
     bLineOpen = bTerminal;
 }
 
 void Progress::Summary(const RUN_FIGURES& _figures, const std::string& _output) {
+    if (pMeter) pMeter->Read();
     if (bLineOpen) std::fprintf(stderr, "\r\033[K");
     const double dblNow = Elapsed();
     const double dblSpeed = dblNow > 0 ? _figures.dblMediaSeconds / dblNow : 0;
     if (style.bJson) {
         std::printf(
             "{\"output\": %s, \"frames\": %lld, \"drops\": %lld, \"seconds\": %.6f, \"rate\": %.6f, "
-            "\"elapsed\": %.3f, \"speed\": %.3f}\n",
+            "\"elapsed\": %.3f, \"speed\": %.3f%s}\n",
             JsonText(_output).c_str(), static_cast<long long>(_figures.nFrames),
-            static_cast<long long>(_figures.nDropped), _figures.dblMediaSeconds, _figures.dblRate, dblNow, dblSpeed);
+            static_cast<long long>(_figures.nDropped), _figures.dblMediaSeconds, _figures.dblRate, dblNow, dblSpeed,
+            pMeter ? (", \"audio\": " + pMeter->Json()).c_str() : "");
         return;
     }
     if (style.bQuiet) return;

@@ -7,6 +7,8 @@
 
 namespace zrmix {
 
+class SoundMeter;
+
 // How much is shown.
 struct OUTPUT_STYLE {
     bool bQuiet = false;
@@ -27,6 +29,8 @@ class Progress {
 public:
     explicit Progress(const OUTPUT_STYLE& _style);
 
+    // Levels are shown and summed up too. It outlives the run.
+    void MeterSet(SoundMeter* _pMeter) { pMeter = _pMeter; }
     // Shows where the run is: over itself on a terminal, a line now and then elsewhere. _dblTotalSeconds: 0 unknown.
     void Show(const RUN_FIGURES& _figures, double _dblTotalSeconds);
     // Shows the end of the run.
@@ -40,6 +44,7 @@ private:
     const std::chrono::steady_clock::time_point tStart = std::chrono::steady_clock::now();
     double dblShown = -1;  // seconds into the run
     bool bLineOpen = false;
+    SoundMeter* pMeter = nullptr;
 };
 
 }  // namespace zrmix

@@ -34,6 +34,7 @@ void Close(const MIXER_RUN& _run) {
 void AddRunOptions(CLI::App& _command, RUN_OPTIONS& _options) {
     CLI::Option* const pFast = _command.add_flag("--fast", _options.bFast, "As fast as the machine goes (into files).");
     _command.add_flag("--realtime", _options.bRealtime, "At the rate of the output (into URLs).")->excludes(pFast);
+    AddSoundOptions(_command, _options.sound);
     AddWriterOptions(_command, _options.writer);
     _command.add_flag("--quiet", _options.style.bQuiet, "Show nothing but errors.");
     _command.add_flag("--json", _options.style.bJson, "Write the summary as JSON to the standard output.");
@@ -53,6 +54,9 @@ void SetPace(zr::IZrProps* _pProps, bool _bFast) {
 
 void RunOutput(const MIXER_RUN& _run, const RUN_OPTIONS& _options) {
     Progress progress(_options.style);
+    SoundMeter meter(_run.pMixer, _options.style.bJson);
+    progress.MeterSet(&meter);
+    ApplySound(_run.pMixer, _options.sound);
     int64_t nMost = std::llround(_run.dblSeconds * _run.dblRate);
     if (_run.dblSeconds > 0) nMost = std::max<int64_t>(nMost, 1);
     if (_options.writer.output != kNoOutput) {

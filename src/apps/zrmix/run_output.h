@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/zrmix/progress.h"
+#include "apps/zrmix/sound_options.h"
 #include "apps/zrmix/writer_run.h"
 
 namespace zrmix {
@@ -16,6 +17,7 @@ struct RUN_OPTIONS {
     bool bFast = false;
     bool bRealtime = false;
     OUTPUT_STYLE style;
+    SOUND_OPTIONS sound;
 };
 
 // The options that say where and how fast; "-o" is the command's own.
