@@ -106,6 +106,13 @@ TEST(FrameSound, WhatDoesNotFitWaitsUnderItsName) {
         EXPECT_EQ(p->ZrFAudioMix(SoundFrame(brought, 1).Get(), 0, 0, 0, u"frame-sound-test"), S_OK);
         for (const int16_t n : SoundIn(*p)) ASSERT_EQ(n, ++nGot);
     }
+    // Of three seconds two are kept, the last ones.
+    Samples much(3 * 48000);
+    for (size_t i = 0; i < much.size(); ++i) much[i] = static_cast<int16_t>(i / 1000);
+    const ZrPtr<IZrFFrame> pFirst = SoundFrame(Samples(1000), 1), pNext = SoundFrame(Samples(1), 1);
+    EXPECT_EQ(pFirst->ZrFAudioMix(SoundFrame(much, 1).Get(), 0, 0, 0, u"frame-sound-much"), S_OK);
+    EXPECT_EQ(pNext->ZrFAudioMix(SoundFrame({1}, 1).Get(), 0, 0, 0, u"frame-sound-much"), S_OK);
+    EXPECT_EQ(SoundIn(*pNext), Samples{48});
     // Without a name the rest is lost.
     const ZrPtr<IZrFFrame> p = SoundFrame({1, 1}, 1);
     EXPECT_EQ(p->ZrFAudioMix(SoundFrame({5, 6, 7}, 1).Get(), 0, 0, 0, nullptr), S_OK);

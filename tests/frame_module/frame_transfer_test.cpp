@@ -218,8 +218,10 @@ TEST(FrameTransfer, NumbersThatContradictTheBytesAreRefused) {
     std::vector<uint8_t> arr = arrGood;
     const int32_t nWild = 1000000;
     std::memcpy(arr.data() + nProps + offsetof(ZR_AV_PROPS, ancData.audOutput.nValidChannels), &nWild, 4);
+    std::memcpy(arr.data() + nProps + offsetof(ZR_AV_PROPS, ancData.audOutput.nValidTracks), &nWild, 4);
     ASSERT_EQ(Load(*pTarget, arr), S_OK);
     EXPECT_EQ(PropsOf(*pTarget).ancData.audOutput.nValidChannels, 32);
+    EXPECT_EQ(PropsOf(*pTarget).ancData.audOutput.nValidTracks, 32);
 }
 
 TEST(FrameTransfer, OneStreamHoldsManyFrames) {

@@ -105,6 +105,14 @@ TEST_F(FileControlTest, LoopsBetweenItsPoints) {
     }
 }
 
+TEST_F(FileControlTest, LoopsWhatCannotBePositionedByOpeningItAnew) {
+    files.mapScripts[u"pipe"].bSeekable = false;
+    files.mapScripts[u"pipe"].nFrames = 10;
+    FileRig rig;
+    rig.Play(u"pipe", u"loop=1");
+    for (int64_t n = 0; n < 25; ++n) ASSERT_EQ(rig.Fetch().nPicture, n % 10) << n;
+}
+
 TEST_F(FileControlTest, HoldsStopsOrEndsAtTheEnd) {
     {  // the last frame stays
         FileRig rig;

@@ -91,11 +91,11 @@ TEST(Item, BreaksStaySortedAndFollowThePoints) {
     double dblPosition = 0;
     EXPECT_EQ(pAdvert->ItemPosGet(&dblPosition, &nIndex), S_OK);
     EXPECT_EQ(pItem->BreaksRemoveByIndex(7, 0), ZR_E_BAD_INDEX);
-    EXPECT_EQ(pItem->BreaksRemoveByIndex(3, -1), S_OK);
-    EXPECT_EQ(Times(), (std::vector<double>{30, 30}));
+    EXPECT_EQ(pItem->BreaksRemoveByIndex(2, 0), S_OK);
+    EXPECT_EQ(Times(), (std::vector<double>{30, 30, 40}));
     EXPECT_EQ(pItem->BreaksRemove(pAdvert.Get()), S_OK);
     EXPECT_EQ(pItem->BreaksRemove(pAdvert.Get()), ZR_E_NOT_FOUND_FILE);
-    EXPECT_EQ(pItem->BreaksRemoveByIndex(0, 9), S_OK);
+    EXPECT_EQ(pItem->BreaksRemoveByIndex(1, -9), S_OK);
     EXPECT_EQ(pItem->BreaksRemoveByIndex(0, 0), ZR_E_EMPTY);
 }
 

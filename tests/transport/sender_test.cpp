@@ -172,9 +172,14 @@ TEST(Sender, ASlowReceiverDelaysTheEndOfTheRoundOnly) {
     booth.pObject->SetAttribute(u"rate_control", 0);
     const auto pFast = booth.Connect(u"fast"), pSlow = booth.Connect(u"slow"), pOther = booth.Connect(u"a");
     pSlow->rtBusy = 30 * kMs;
+    std::string order;  // the last id first; on the virtual clock threads take turns
+    for (const auto& [p, ch] : {std::pair{pFast, 'f'}, {pSlow, 's'}, {pOther, 'a'}}) {
+        p->onReceive = [&order, ch] { order += ch; };
+    }
     const int64_t rtBegin = ClockNow();
     for (int64_t i = 0; i < 3; ++i) ASSERT_EQ(booth.Send(i), S_OK);
     EXPECT_EQ(ClockNow() - rtBegin, 90 * kMs);
+    EXPECT_EQ(order, "fasfasfas");  // the slow one writes when it is done
     for (size_t i = 0; i < 3; ++i) {
         for (const auto& p : {pFast, pSlow, pOther}) {
             EXPECT_EQ(p->arrTold[i].rtTime, rtBegin + static_cast<int64_t>(i) * 30 * kMs);
@@ -358,6 +363,7 @@ TEST(Sender, FiltersInTheirOrder) {
     EXPECT_EQ(pFirst->nEnd, 1);
     EXPECT_EQ(pReceiver->Kinds(), "RRE");
     EXPECT_EQ(booth.Count(), 0);
+    EXPECT_FALSE(booth.sender.RateChannels().IsSet());
 }
 
 TEST(Sender, AStoppedSenderOpensWithABreak) {

@@ -117,6 +117,9 @@ TEST(SourceReaders, TheHundredAndFirstMissRemovesAReaderThatIsNotKept) {
     EXPECT_EQ(door.pObject->AttributeOr<int32_t>(u"rate_control", 0), 4);
     for (int64_t i = 0; i < 200; ++i) ASSERT_EQ(door.Put(i), S_OK);
     EXPECT_EQ(door.Get(llKept, 0), S_OK);
+    EXPECT_EQ(door.readers.ReaderKeep(llKept), S_OK);
+    ZrPtr<IZrFFrame> pLast;
+    EXPECT_EQ(door.readers.LastFrameGet(pLast.Out()), ZR_E_EMPTY);  // what came before a reader to stay is not for it
     EXPECT_EQ(door.readers.ReaderRemove(llKept), S_OK);
     EXPECT_EQ(door.readers.ReaderRemove(llKept), ZR_E_NOT_FOUND);
     EXPECT_FALSE(door.readers.ReadersExist().IsSet());
