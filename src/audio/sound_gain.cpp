@@ -16,6 +16,16 @@ void GrowTo(std::vector<T>& _arr, size_t _n) {
     if (_arr.size() < _n) _arr.resize(_n);
 }
 
+// One ramp for all of so many channels side by side.
+template <size_t kChannels>
+void FillRamp(const CHANNEL_RAMP& _ramp, float* _pGains, size_t _nSamples) {
+    for (size_t i = 0; i < _nSamples; ++i) {
+        const auto f =
+            static_cast<float>(_ramp.dblStart + static_cast<double>(static_cast<int32_t>(i)) * _ramp.dblStep);
+        for (size_t c = 0; c < kChannels; ++c) _pGains[i * kChannels + c] = f;
+    }
+}
+
 }  // namespace
 
 void SoundGain::FillGains(std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamples) {
@@ -28,6 +38,10 @@ void SoundGain::FillGains(std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamp
     GrowTo(arrGains, n);
     if (bOne) {
         std::fill_n(arrGains.begin(), n, static_cast<float>(_arrRamps[0].dblStart));
+    } else if (nChannels == 1) {
+        FillRamp<1>(_arrRamps[0], arrGains.data(), _nSamples);
+    } else if (nChannels == 2 && _arrRamps[0] == _arrRamps[1]) {
+        FillRamp<2>(_arrRamps[0], arrGains.data(), _nSamples);
     } else {
         for (size_t c = 0; c < nChannels; ++c) {
             const CHANNEL_RAMP ramp = _arrRamps[c];
