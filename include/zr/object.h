@@ -11,8 +11,10 @@
 
 namespace zr {
 
-// Any thread may call any operation. Start, close and the file operations of one object wait for each other; none of
-// them may be called from a frame callback, which runs where they would wait.
+// Any thread may call any operation. Start, close and the file operations of one object wait for each other. A listener
+// that is called at once, by the keys "on_event.sync" and "on_frame.sync", runs on a thread that they wait for: on a
+// mixer they answer ZR_E_RETRY there while another of them is under way, and otherwise work, but for a start after a
+// stop by the thread that mixes. On a file source they are not to be called there.
 struct IZrObject : IUnknown {
     static constexpr GUID kIid = GuidOf("158DE741-0963-43BD-9834-1407E0047B5C");
 

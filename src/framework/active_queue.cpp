@@ -103,7 +103,7 @@ int32_t ActiveQueue::Count() {
 
 // Putting
 
-int32_t ActiveQueue::Put(void* _pItem, void* _pDropped, int64_t _rtTimeout) {
+int32_t ActiveQueue::Put(void* _pItem, void* _pDropped, int64_t _rtTimeout, Waitable* _pEnd) {
     const Putter putter(*this);
     const int64_t rtDeadline = _rtTimeout > 0 ? DeadlineAfter(ClockNow(), _rtTimeout) : kNever;
     bool bMayWait = _rtTimeout != 0;
@@ -114,10 +114,13 @@ int32_t ActiveQueue::Put(void* _pItem, void* _pDropped, int64_t _rtTimeout) {
             case Attempt::NoThread:
                 if (!StartThread()) return -1;
                 break;
-            case Attempt::Full:
+            case Attempt::Full: {
                 // Room is for whoever comes first, so the next attempt may find the queue full again.
-                bMayWait = WaitAnyUntil({&evClosed, &evRoom}, rtDeadline) != kWaitTimeout;
+                const int32_t nSet = WaitAnyUntil({_pEnd, &evClosed, &evRoom}, rtDeadline);
+                if (nSet == 0) return -1;
+                bMayWait = nSet != kWaitTimeout;
                 break;
+            }
             case Attempt::Refused: TellOverflow(_pItem); return -1;
             case Attempt::Failed: return -1;
         }

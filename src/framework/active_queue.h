@@ -51,7 +51,7 @@ public:
     void SetPriority(int32_t _nPriority) { nPriorityWanted.store(_nPriority, std::memory_order_relaxed); }
     // Moves *_pItem into the queue, and what is dropped for it to *_pDropped, an empty item. Result as of
     // CDeqActive::Put.
-    int32_t Put(void* _pItem, void* _pDropped, int64_t _rtTimeout);
+    int32_t Put(void* _pItem, void* _pDropped, int64_t _rtTimeout, Waitable* _pEnd);
     HRESULT Stop(int64_t _nTimeoutMs, MessagePump* _pPump);
 
     int32_t MaxSize();

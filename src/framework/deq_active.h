@@ -41,10 +41,11 @@ public:
 
     // Puts an item at the end and starts the thread if it does not run. Full: waits up to _rtTimeout ticks for room
     // (negative: without limit, 0: not at all); then counts an overflow, and refuses or drops the oldest.
-    // Returns the count with the new item. -1: refused (after OnActiveDeqOverflow), closed, no thread or no memory.
-    int32_t Put(Item _item, int64_t _rtTimeout) {
+    // Returns the count with the new item. -1: refused (after OnActiveDeqOverflow), closed, no thread or no memory, or
+    // _pEnd (may be null) was set before there was room.
+    int32_t Put(Item _item, int64_t _rtTimeout, Waitable* _pEnd = nullptr) {
         Item itemDropped{};
-        return queue.Put(&_item, &itemDropped, _rtTimeout);
+        return queue.Put(&_item, &itemDropped, _rtTimeout, _pEnd);
     }
     // Closes the queue: waiting and later puts give -1, items that are not yet with the owner are let go. Waits for the
     // thread and for the puts that are under way: when it has succeeded, nobody is in the queue or in the owner's

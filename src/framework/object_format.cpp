@@ -135,18 +135,14 @@ HRESULT ObjectFormat::AudioGet(eZrFormatType _eFormatType, ZR_AUD_PROPS* _pAudPr
     return _pbsName ? GiveAudioName(props, _pbsName) : S_OK;
 }
 
-ZR_AV_PROPS ObjectFormat::Wanted() const {
-    ZR_AV_PROPS props;
+AV_FORMAT ObjectFormat::Wanted() const {
     MutexLock lock(mtx);
-    props.vidProps = arrFormats[eZrFT_Convert].vidProps;
-    props.audProps = arrFormats[eZrFT_Convert].audProps;
-    return props;
+    return arrFormats[eZrFT_Convert];
 }
 
-void ObjectFormat::Note(eZrFormatType _eFormatType, const ZR_AV_PROPS& _props) {
+void ObjectFormat::Note(eZrFormatType _eFormatType, const AV_FORMAT& _format) {
     MutexLock lock(mtx);
-    arrFormats[_eFormatType].vidProps = _props.vidProps;
-    arrFormats[_eFormatType].audProps = _props.audProps;
+    arrFormats[_eFormatType] = _format;
 }
 
 void ObjectFormat::Close() {

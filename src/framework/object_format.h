@@ -1,6 +1,7 @@
 #pragma once
 // The formats of one object: what it is asked to give, and what it gives.
 
+#include "media/av_format.h"
 #include "platform/lock.h"
 #include "zr/format.h"
 #include "zr/records.h"
@@ -21,21 +22,17 @@ public:
 
     // What was asked for. The picture is complete, as a frame has it, or has nothing but a rate; what was not asked for
     // is zero, a picture that was switched off has eZrVF_Disabled.
-    ZR_AV_PROPS Wanted() const;
+    AV_FORMAT Wanted() const;
     // What the object takes in, or sends, from now on.
-    void Note(eZrFormatType _eFormatType, const ZR_AV_PROPS& _props);
+    void Note(eZrFormatType _eFormatType, const AV_FORMAT& _format);
     // The object is closed: nothing is taken in or sent. What was asked for stays.
     void Close();
 
 private:
     static constexpr int32_t kTypes = 4;  // of eZrFormatType
-    struct PAIR {
-        ZR_VID_PROPS vidProps;
-        ZR_AUD_PROPS audProps;
-    };
 
     mutable Mutex mtx;
-    PAIR arrFormats[kTypes] ZR_GUARDED_BY(mtx);
+    AV_FORMAT arrFormats[kTypes] ZR_GUARDED_BY(mtx);
 };
 
 // Gives an object T its public face as a format.

@@ -4,6 +4,7 @@
 
 #include "media/frame_time.h"
 #include "media/vid_props.h"
+#include "mixer/output_format.h"
 #include "platform/clock.h"
 
 namespace zr {
@@ -24,21 +25,19 @@ HRESULT AsyncMixer::Async_Request(const CYCLE& _cycle, SyncRequest& _request, bo
 
 // The background's format is that of the cycle; without one it is the output's.
 void AsyncMixer::FindFormat(const CYCLE& _cycle, SyncRequest& _request) {
-    ZR_AV_PROPS& props = _request.props;
+    AV_FORMAT& props = _request.props;
     props = format.Wanted();
     ZR_AV_PROPS propsFrame;
-    if (_cycle.pFrameIn && Succeeded(_cycle.pFrameIn->ZrFAVPropsGet(&propsFrame, nullptr)) &&
-        PropsValid(&propsFrame.vidProps, true)) {
-        props.vidProps = propsFrame.vidProps;
+    if (_cycle.pFrameIn && Succeeded(_cycle.pFrameIn->ZrFAVPropsGet(&propsFrame, nullptr))) {
+        if (PropsValid(&propsFrame.vidProps, true)) props.vidProps = propsFrame.vidProps;
+        CompleteByFrame(FormatOf(propsFrame), props);
     }
-    if (props.vidProps.eVideoFormat != eZrVF_Disabled && !PropsValid(&props.vidProps, true)) {
-        props.vidProps = PropsFromFormat(eZrVF_HD1080_5994i, eZrFCC_Default);
-    }
+    CompleteByDefault(props);
 }
 
 void AsyncMixer::PublishPut(const SyncRequest& _request) {
     STREAM_PUT now;
-    now.output = {_request.props.vidProps, _request.props.audProps};
+    now.output = _request.props;
     now.nScalingQuality = pObject->AttributeOr(u"scaling_quality.blocks", 2);
     now.bForceMaster = pObject->AttributeOr(u"locked.force_master", false);
     now.bShowLastFrame = pObject->AttributeOr(u"elements.show_last_frame", true);

@@ -62,20 +62,23 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
     llReaderID.store(ll, std::memory_order_release);
     input.pItem->StartSource();
     while (!_evStop.IsSet()) {
-        FramePtr pFrame = Get(_evStop);
-        // A background that has stalled or ended goes on giving the pace, with its last picture; before it has one,
-        // with black.
-        const bool bPace = !pFrame && !input.pStream && IsStalled();
-        if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
-        if ((!pFrame && !bPace) || _evStop.IsSet()) continue;
         try {
-            Push(pFrame, _evStop);
+            GiveOne(_evStop);
         } catch (const std::bad_alloc&) {
             WaitOne(_evStop, kNap);  // this frame is lost
         }
     }
     Note(false, false);
     if (const uint64_t llLast = llReaderID.load(std::memory_order_relaxed)) pSource->ReaderRemove(llLast);
+}
+
+void AsyncProducer::GiveOne(ManualEvent& _evStop) {
+    FramePtr pFrame = Get(_evStop);
+    // A background that has stalled or ended goes on giving the pace, with its last picture; before it has one, with
+    // black.
+    const bool bPace = !pFrame && !input.pStream && IsStalled();
+    if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
+    if ((pFrame || bPace) && !_evStop.IsSet()) Push(pFrame, _evStop);
 }
 
 bool AsyncProducer::IsStalled() const { return rtWaited >= kNoFrames; }

@@ -27,7 +27,8 @@ protected:
 // Pushes into the stream of its input; that of the background drives the cycle. The owner stops and joins it.
 class AsyncProducer {
 public:
-    AsyncProducer(const CInputStream& _input, IProducerHost& _host) : input(_input), host(_host) {}
+    AsyncProducer(const CInputStream& _input, IProducerHost& _host)
+        : input(_input), pOwned(_input.pItem->Owned()), host(_host) {}
     AsyncProducer(const AsyncProducer&) = delete;
     AsyncProducer& operator=(const AsyncProducer&) = delete;
 
@@ -45,6 +46,7 @@ public:
 
 private:
     void Run(ManualEvent& _evStop);
+    void GiveOne(ManualEvent& _evStop);
     FramePtr Get(ManualEvent& _evStop);
     int64_t Slice() const;
     void Push(const FramePtr& _pFrame, ManualEvent& _evStop);
@@ -52,6 +54,7 @@ private:
     bool IsStalled() const;
 
     const CInputStream input;
+    const OwnedSourcePtr pOwned;  // a source that is closed meanwhile ends with its producer
     IProducerHost& host;
     std::atomic<uint64_t> llReaderID{0};  // at the source; the producer's thread writes
     bool bBegun = false;                  // a frame has come

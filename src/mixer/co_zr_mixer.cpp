@@ -103,6 +103,7 @@ HRESULT CCoZrMixer::ObjectStart(IUnknown*) {
 HRESULT CCoZrMixer::ObjectClose() {
     return InterfaceCall([&] {
         const HRESULT hr = core.control.ObjectClose();
+        if (Failed(hr)) return hr;
         SaveLastScene();
         events.Close();
         return hr;

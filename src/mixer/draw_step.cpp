@@ -132,7 +132,8 @@ const DRAW_STREAM* DrawStep::FindStream(const VIDEO_TEXTS& _texts) const {
             if (stream.id == _texts.streamID) return &stream;
     if (_texts.streamIdx.empty() || _texts.streamIdx[0] < u'0' || _texts.streamIdx[0] > u'9') return nullptr;
     const auto n = static_cast<int32_t>(ReadInteger(_texts.streamIdx, 10, INT32_MAX).nValue);
-    return n >= 0 && static_cast<size_t>(n) < streams.size() ? &streams[static_cast<size_t>(n)] : nullptr;
+    const auto it = std::find_if(streams.begin(), streams.end(), [n](const DRAW_STREAM& _s) { return _s.nIndex == n; });
+    return it == streams.end() ? nullptr : &*it;
 }
 
 bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context, RECT_F* _pRect) {

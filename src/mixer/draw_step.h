@@ -19,10 +19,11 @@ inline constexpr NameKey kVideoBlockKey{u"video_block"};  // ObjectVal<BlockPtr>
 inline constexpr NameKey kSrcPropsKey{u"src_props"};      // ObjectVal<ZR_VID_PROPS>: the stream's last format
 inline constexpr NameKey kMixPropsKey{u"mix_props"};      // ObjectVal<ZR_VID_PROPS>: the output's
 
-// A stream of this cycle, in the order of the table. Good for the step.
+// A stream of this cycle. Good for the step.
 struct DRAW_STREAM {
     ZrMixerStream* pStream;
     std::u16string_view id;
+    int32_t nIndex;  // its place in the table, which may have others that are not in the cycle
 };
 
 struct DRAW_TIMES {

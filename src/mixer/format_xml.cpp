@@ -43,7 +43,7 @@ HRESULT LoadAudio(const CoElement& _node, ObjectFormat& _format) {
 }  // namespace
 
 void SaveFormat(const ObjectFormat& _format, CoElement& _top) {
-    const ZR_AV_PROPS wanted = _format.Wanted();
+    const AV_FORMAT wanted = _format.Wanted();
     const ZR_VID_PROPS& video = wanted.vidProps;
     const bool bVideo = PropsValid(&video, true);
     const bool bAudio = AudUsable(wanted.audProps);

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <limits>
 
+#include "attributes/interface_call.h"
 #include "framework/frame_factory_access.h"
 #include "media/aud_props.h"
 #include "media/frame_time.h"
 #include "media/vid_props.h"
+#include "mixer/output_format.h"
+#include "platform/thread.h"
 #include "platform/trace.h"
 #include "platform/wide_text.h"
 
@@ -14,15 +17,12 @@ namespace zr {
 namespace {
 
 constexpr int64_t kNoSourcesPause = 10 * kTicksPerMs;
-constexpr int64_t kAudioGapLimit = 100'000;  // ticks
+constexpr int64_t kNextTry = 10 * kTicksPerMs;  // after a pass that has made no frame
+constexpr int64_t kAudioGapLimit = 100'000;     // ticks
 constexpr double kDefaultDuration = 333666.66666;
 
 double ExactDuration(const ZR_VID_PROPS& _props) {
     return _props.dblRate > 0 ? FrameDurationOfRate(_props.dblRate).dblExact : kDefaultDuration;
-}
-
-bool HasVideo(const ZR_AV_PROPS& _props) {
-    return _props.vidProps.eVideoFormat != eZrVF_Disabled && PropsValid(&_props.vidProps, true);
 }
 
 }  // namespace
@@ -39,6 +39,7 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       nSyncFrames(_parts.statistics.Resolve(u"sync.mix_frames")),
       nMixAudio(_parts.statistics.Resolve(u"mix_audio")),
       nMixOutput(_parts.statistics.Resolve(u"mix_output")),
+      nMixFailed(_parts.statistics.Resolve(u"mix_failed")),
       nFpsMix(_parts.statistics.Resolve(u"fps_mix")) {}
 
 bool MixCycle::IsSynchronous(int32_t _nKind) const {
@@ -53,14 +54,22 @@ bool MixCycle::IsSynchronous(int32_t _nKind) const {
     }
 }
 
+bool MixCycle::HasOnePlace() const {
+    return !IsSynchronous(0) && !parts.props.Object()->AttributeOr(u"background.direct_out", false);
+}
+
 HRESULT MixCycle::Start() {
+    const bool bRuns = thread.IsRunning() == CBaseThread::kRunning;
+    // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
+    if (!bRuns) {
+        if (const HRESULT hr = thread.Stop(-1); Failed(hr)) return hr;
+    }
     evStop.Reset();
     if (nWay.load(std::memory_order_relaxed) == kByKeys) {
         async.Reset();
         nWay.store(parts.props.IsSynchronous() ? kSync : kAsync, std::memory_order_relaxed);
     }
-    // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
-    if (thread.IsRunning() != CBaseThread::kRunning) {
+    if (!bRuns) {
         if (const HRESULT hr = thread.Start(this, &MixCycle::Run); Failed(hr)) return hr;
     }
     bFirstFrame.store(true, std::memory_order_relaxed);
@@ -79,6 +88,7 @@ void MixCycle::Stop(IEventSink& _events) {
     audioCalc.Reset();
     audioMixer.Reset();
     rateMeter.Reset();
+    nPriorityThread = 0;
     request.Release();
     draw.Reset();
     pBlack.Reset();
@@ -102,18 +112,21 @@ void MixCycle::RunThread(ThreadRun& _run) {
         }
         ++nCycle;
         bFirstFrame.store(false, std::memory_order_relaxed);
-        // The cycle goes on by itself: the pace comes from the output.
-        if (hr == S_OK || (hr == S_FALSE && IsSynchronous(0))) _run.Wake();
+        if (hr == ZR_E_NOT_RUNNING) continue;
+        // What was wrong with one frame, memory or a source, may be right with the next.
+        if (hr != S_OK) WaitAny({&_run.StopEvent(), &evStop}, kNextTry);
+        _run.Wake();  // the cycle goes on by itself: the pace comes from the output
     }
 }
 
 // One pass at a time, whichever thread it comes from; none once the mixer is to stop, as nothing would pace it.
 HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop) {
     if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
-    HRESULT hr = E_OUTOFMEMORY;
-    try {
-        hr = DoMixing_I(_pFrameIn, _bFirst, _nCycle);
-    } catch (const std::bad_alloc&) {
+    const MixerState::Work work(parts.state);
+    const HRESULT hr = InterfaceCall([&] { return DoMixing_I(_pFrameIn, _bFirst, _nCycle); });
+    if (Failed(hr) && hr != ZR_E_RETRY && hr != ZR_E_NOT_RUNNING) {
+        parts.statistics.AddCount(nMixFailed, 1);
+        clock.SetBreakPending();  // its place on the line may stay empty
     }
     evDriver.Set();
     return hr;
@@ -128,6 +141,7 @@ HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
 HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
     ApplyPriority();
     AnnounceFrame();
+    if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener, perhaps
     Elapsed syncTimer;
     PASS pass;
     pass.bFirst = _bFirst;
@@ -137,10 +151,12 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     if (bSync) {
         const bool bHold = parts.state.Get() == eZrS_Paused;
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
+        if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener of what the sources did, perhaps
         if (hr == S_FALSE) {
             WaitOne(evStop, kNoSourcesPause);
             return S_OK;
         }
+        if (Failed(hr)) return hr;
         pass.pRequest = &request;
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
@@ -156,10 +172,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     if (pass.bBlack) {
         if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
     }
-    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) {
-        WaitOne(evStop, kNoSourcesPause);
-        return S_FALSE;
-    }
+    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) return S_FALSE;
     if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
     if (bSync) {
         parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
@@ -194,9 +207,11 @@ void MixCycle::ApplyPriority() {
     const XMLNodePtr& pObject = parts.props.Object();
     if (!pObject->AttributeOr(u"threads.priority_on", false)) return;
     const int32_t nWanted = pObject->AttributeOr(u"threads.priority_max", 15);
-    if (nWanted == nPriority) return;
+    const uint32_t nThread = CurrentThreadId();
+    if (nWanted == nPriority && nThread == nPriorityThread) return;
     nPriority = nWanted;
-    thread.SetPriority(nWanted);
+    nPriorityThread = nThread;
+    SetCurrentThreadPriority(nWanted);
     parts.output.SetPriority(nWanted);
 }
 
@@ -223,9 +238,7 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
     if (Succeeded(hr)) hr = _pass.pFrame->ZrFAVPropsGet(&propsFrame, nullptr);
     if (Failed(hr)) return hr;
     // A background of sound alone stands on black where the output is to have a picture.
-    const ZR_VID_PROPS wanted = parts.format.Wanted().vidProps;
-    const bool bSoundAlone =
-        !PropsValid(&propsFrame.vidProps, true) && wanted.eVideoFormat != eZrVF_Disabled && PropsValid(&wanted, true);
+    const bool bSoundAlone = !PropsValid(&propsFrame.vidProps, true) && HasVideo(parts.format.Wanted());
     if (bSoundAlone || (!bVideo && PropsValid(&_pass.props.vidProps, true))) {
         const FramePtr pSound = std::move(_pass.pFrame);
         hr = MakeOwnFrame(_pass);
@@ -247,9 +260,7 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
 HRESULT MixCycle::MakeOwnFrame(PASS& _pass) {
     if (!_pass.pRequest) {
         _pass.props = parts.format.Wanted();
-        if (_pass.props.vidProps.eVideoFormat != eZrVF_Disabled && !PropsValid(&_pass.props.vidProps, true)) {
-            _pass.props.vidProps = PropsFromFormat(eZrVF_HD1080_5994i, eZrFCC_Default);
-        }
+        CompleteByDefault(_pass.props);
     }
     IZrFFactory* pFactory = nullptr;
     HRESULT hr = FrameFactory(&pFactory);
@@ -350,8 +361,8 @@ void MixCycle::DrawScene(PASS& _pass) {
     if (!_pass.pRequest) return;
     arrDraw.clear();
     for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
-        ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
-        if (pStream) arrDraw.push_back({pStream, pStream->Id()});
+        const MIX_INPUT& input = (*_pass.pRequest)[i].input;
+        if (input.pStream) arrDraw.push_back({input.pStream.Get(), input.pStream->Id(), input.nIndex});
     }
     bool bReady = true;
     {
@@ -414,16 +425,16 @@ void MixCycle::MixAudio(PASS& _pass) {
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {
     ProcessAudio(*_pass.pFrame);
-    _pass.props.bLocked = _pass.bLocked;
-    _pass.props.ancData = {};
-    ZR_AV_PROPS propsFrame;
-    HRESULT hr = _pass.pFrame->ZrFAVPropsGet(&propsFrame, nullptr);
+    ZR_AV_PROPS props;  // the sound as it is: a frame without says so
+    HRESULT hr = _pass.pFrame->ZrFAVPropsGet(&props, nullptr);
     if (Failed(hr)) return hr;
-    _pass.props.audProps = propsFrame.audProps;  // as it is: a frame without sound says so
-    hr = _pass.pFrame->ZrFAVPropsSet(&_pass.props, nullptr);
+    props.vidProps = _pass.props.vidProps;
+    props.bLocked = _pass.bLocked;
+    props.ancData = {};
+    hr = _pass.pFrame->ZrFAVPropsSet(&props, nullptr);
     if (Succeeded(hr)) hr = _pass.pFrame->ZrFTimeSet(&_pass.time);
     if (Failed(hr)) return hr;
-    parts.format.Note(eZrFT_Output, _pass.props);
+    parts.format.Note(eZrFT_Output, FormatOf(props));
     FinishAudio(*_pass.pFrame);
     return S_OK;
 }
@@ -451,18 +462,18 @@ void MixCycle::FinishAudio(IZrFFrame& _frame) {
 // A timed pause is counted in frames. Two events go out: the streams have been resumed, and the mixer runs.
 void MixCycle::EndTimedPause(const ZR_TIME& _time) {
     bool bEnded = false;
-    if (!parts.state.lock.TryEnterWrite("EndTimedPause")) return;
+    if (!parts.state.lock.TryEnterWrite(kEndOfPauseLabel)) return;
     if (parts.state.rtPauseRemainder > 0 && parts.state.Get() == eZrS_Paused) {
         parts.state.rtPauseRemainder -= _time.rtEndTime - _time.rtStartTime;
         if (parts.state.rtPauseRemainder < 1) {
             parts.state.rtPauseRemainder = 0;
+            parts.links.PauseAll(-1.0);  // here, before another pause can begin
             parts.state.Set(eZrS_Running);
             bEnded = true;
         }
     }
     parts.state.lock.LeaveWrite();
     if (!bEnded) return;
-    parts.links.PauseAll(-1.0);
     const auto pName = parts.state.name.Get();
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);
     parts.events.RaiseEvent(pName->c_str(), u"pause", u"pause-done", nullptr);

@@ -62,6 +62,8 @@ public:
     // Whether sources are asked for frames: of a mixer that runs as it was when it started, else by the keys. _nKind: 1
     // in parallel, 2 prepared in parallel, 3 with frames in flight; 0 the plain question.
     bool IsSynchronous(int32_t _nKind) const;
+    // Whether an object can stand at one place of the mixer only, as its frames are pushed.
+    bool HasOnePlace() const;
 
     // Held through a pass; whoever changes what is on the mixer takes it.
     Mutex mtxCycle{lock_order::kCycle};
@@ -72,7 +74,7 @@ private:
     // What a pass works on. Mix thread only.
     struct PASS {
         FramePtr pFrame;
-        ZR_AV_PROPS props;
+        AV_FORMAT props;
         ZR_TIME time;
         int64_t nCycle = 0;
         bool bFirst = false;
@@ -134,7 +136,8 @@ private:
     RateMeter rateMeter;
     Elapsed cycleTimer;
     int64_t nFramesOut = 0;  // since the start; of the thread that runs a pass
-    int32_t nPriority = 0;   // that the mix thread has
+    int32_t nPriority = 0;         // that the thread below has
+    uint32_t nPriorityThread = 0;  // that made the last pass
     std::atomic<bool> bFirstFrame{false};
     ManualEvent evStop{true};
 
@@ -143,6 +146,7 @@ private:
     const IStatisticsSink::Handle nSyncFrames;
     const IStatisticsSink::Handle nMixAudio;
     const IStatisticsSink::Handle nMixOutput;
+    const IStatisticsSink::Handle nMixFailed;
     const IStatisticsSink::Handle nFpsMix;
 
     CBaseThread thread{"zr-mix"};  // last: it goes first

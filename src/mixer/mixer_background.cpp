@@ -4,36 +4,37 @@
 
 namespace zr {
 
-// Puts another background, or none, in place, and ends the old one.
-void MixerBackground::Exchange(ZrPtr<CCoZrItem> _pItem) {
+// Puts another background, or none, in place, and ends the old one. S_FALSE: its source is the background already.
+HRESULT MixerBackground::Exchange(ZrPtr<CCoZrItem> _pItem) {
     ZrPtr<CCoZrItem> pOld;
     {
         LinkEvents events(links, sink);
         MutexLock lockChange(links.streams.mtxChange);
         MutexLock lockCycle(cycle.mtxCycle);
+        if (_pItem) {
+            const ZrPtr<CCoZrItem> pPresent = links.streams.Background();
+            if (pPresent && pPresent->Source() == _pItem->Source()) return S_FALSE;
+            if (cycle.HasOnePlace() && links.streams.Uses(_pItem->Source())) return ZR_E_EXISTS;
+        }
         pOld = links.streams.ExchangeBackground(_pItem);
         if (pOld) links.DisconnectOld({pOld, {}}, events);
         if (_pItem) links.ConnectNew({_pItem, {}}, events);
     }
     cycle.producers.Update();
     if (pOld && !links.streams.Uses(pOld->Source())) pOld->Close();
+    return S_OK;
 }
 
 HRESULT MixerBackground::Set(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                              IZrItem** _ppItem) {
     if (_ppItem) *_ppItem = nullptr;
-    const ZrPtr<IUnknown> pSource = SourceOf(_pExternOrRef);
-    if (pSource) {
-        const ZrPtr<CCoZrItem> pPresent = links.streams.Background();
-        if (pPresent && pPresent->Source() == pSource.Get()) return S_FALSE;
-        if (!cycle.IsSynchronous(0) && links.streams.Uses(pSource.Get())) return ZR_E_EXISTS;
-    }
     ZrPtr<CCoZrItem> pItem;
     if (_pExternOrRef || !_path.empty()) {
         if (const HRESULT hr = maker.Make(_pExternOrRef, _path, _param, pItem); Failed(hr)) return hr;
     }
+    const HRESULT hr = Exchange(pItem);
+    if (hr != S_OK) return hr;
     if (_ppItem) ZrPtr<IZrItem>(pItem).CopyTo(_ppItem);
-    Exchange(std::move(pItem));
     cycle.Wake();
     return S_OK;
 }

@@ -20,14 +20,14 @@ public:
     // As IZrStreams::StreamsBackgroundSet. _ppItem may be null.
     HRESULT Set(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param, IZrItem** _ppItem);
     // Puts an item that was made elsewhere, and that nobody has, beneath the streams; empty: none.
-    void SetItem(ZrPtr<CCoZrItem> _pItem) { Exchange(std::move(_pItem)); }
+    HRESULT SetItem(ZrPtr<CCoZrItem> _pItem) { return Exchange(std::move(_pItem)); }
     // As IZrStreams::StreamsBackgroundGet.
     HRESULT Get(BSTR* _pbsPath, IZrItem** _ppItem) const;
     // Takes the background away and ends its source.
     void Close() { Exchange({}); }
 
 private:
-    void Exchange(ZrPtr<CCoZrItem> _pItem);
+    HRESULT Exchange(ZrPtr<CCoZrItem> _pItem);
 
     const ItemMaker& maker;
     MixerLinks& links;

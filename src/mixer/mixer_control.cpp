@@ -32,13 +32,15 @@ void MixerControl::Raise(DeferredEvents& _events, const char16_t* _szEvent, cons
 
 HRESULT MixerControl::ObjectStart() {
     DeferredEvents events(parts.events);
-    CRWWriteScope scope(parts.state.lock, "ObjectStart");
+    ControlScope scope(parts.state, "ObjectStart");
+    if (scope.IsRefused()) return ZR_E_RETRY;
     return Start_I(events);
 }
 
 HRESULT MixerControl::ObjectClose() {
     DeferredEvents events(parts.events);
-    CRWWriteScope scope(parts.state.lock, "ObjectClose");
+    ControlScope scope(parts.state, "ObjectClose");
+    if (scope.IsRefused()) return ZR_E_RETRY;
     Close_I(events);
     return S_OK;
 }
@@ -46,13 +48,15 @@ HRESULT MixerControl::ObjectClose() {
 HRESULT MixerControl::FilePlay(double _dblSeconds) {
     if (std::isnan(_dblSeconds)) return E_INVALIDARG;
     DeferredEvents events(parts.events);
-    CRWWriteScope scope(parts.state.lock, "FilePlay");
+    ControlScope scope(parts.state, "FilePlay");
+    if (scope.IsRefused()) return ZR_E_RETRY;
     return Play_I(_dblSeconds, events);
 }
 
 HRESULT MixerControl::FilePlayStop(double _dblSeconds) {
     DeferredEvents events(parts.events);
-    CRWWriteScope scope(parts.state.lock, "FilePlayStop");
+    ControlScope scope(parts.state, "FilePlayStop");
+    if (scope.IsRefused()) return ZR_E_RETRY;
     if (parts.state.Get() == eZrS_Closed) return S_FALSE;  // else it could not be started any more
     Mixer_Stop(events);
     parts.output.ResetPosition();
@@ -64,11 +68,10 @@ HRESULT MixerControl::FilePlayStop(double _dblSeconds) {
 
 HRESULT MixerControl::FileStateGet(eZrState* _peState, double* _pdblTimeRemain) {
     if (!_peState && !_pdblTimeRemain) return E_POINTER;
-    CRWReadScope scope(parts.state.lock);
     const eZrState eState = parts.state.Get();
     if (_peState) *_peState = eState;
     if (_pdblTimeRemain) {
-        *_pdblTimeRemain = eState == eZrS_Paused ? static_cast<double>(parts.state.rtPauseRemainder) /
+        *_pdblTimeRemain = eState == eZrS_Paused ? static_cast<double>(parts.state.rtPauseRemainder.load()) /
                                                        static_cast<double>(kTicksPerSecond)
                                                  : 0.0;
     }
@@ -89,18 +92,20 @@ HRESULT MixerControl::ItemPlay(IZrItem* _pItem, double _dblSeconds) {
         return ZR_E_NOT_RUNNING;
     }
     DeferredEvents events(parts.events);
-    CRWWriteScope scope(parts.state.lock, "ContainerFilePlayStart");
-    if (const HRESULT hr = PlayWithItem_I(_dblSeconds, events); Failed(hr)) return hr;
-    if (!input.pStream) return S_OK;
-    LinkEvents links(parts.links, events);
-    MutexLock lock(parts.links.streams.mtxChange);
-    if (parts.links.streams.Find(_pItem, nullptr) < 0) return ZR_E_NOT_FOUND_FILE;
-    parts.links.Connect(input, _dblSeconds, links);
-    return S_OK;
+    ControlScope scope(parts.state, "ContainerFilePlayStart");
+    if (scope.IsRefused()) return ZR_E_RETRY;
+    HRESULT hr = S_OK;
+    {
+        LinkEvents links(parts.links, events);
+        hr = parts.links.ConnectItem(_pItem, _dblSeconds, links);
+    }
+    if (Succeeded(hr)) hr = PlayWithItem_I(_pItem, _dblSeconds, events);
+    parts.cycle.producers.Update();
+    return hr;
 }
 
-// A mixer that is paused runs on with the input; one that is stopped starts with it.
-HRESULT MixerControl::PlayWithItem_I(double _dblSeconds, DeferredEvents& _events) {
+// A mixer that is paused runs on with the input; one that is stopped starts with it alone.
+HRESULT MixerControl::PlayWithItem_I(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) {
     const eZrState eState = parts.state.Get();
     if (eState == eZrS_Paused && _dblSeconds <= 0) {
         parts.state.Set(eZrS_Running);
@@ -109,19 +114,22 @@ HRESULT MixerControl::PlayWithItem_I(double _dblSeconds, DeferredEvents& _events
         Raise(_events, u"pause", u"pause-done");
         return S_OK;
     }
-    return eState < eZrS_Paused ? PlayOpen_I(_dblSeconds, _events) : S_OK;
+    return eState < eZrS_Paused ? PlayOpen_I(_pItem, _dblSeconds, _events) : S_OK;
 }
 
 HRESULT MixerControl::ItemStop(IZrItem* _pItem) {
-    LinkEvents links(parts.links, parts.events);
-    MutexLock lock(parts.links.streams.mtxChange);
-    CInputStream input;
-    if (parts.links.streams.Find(_pItem, &input) < 0) {
-        const bool bBackground = static_cast<IZrItem*>(parts.links.streams.Background().Get()) == _pItem;
-        return bBackground ? S_OK : ZR_E_NOT_FOUND_FILE;
+    {
+        LinkEvents links(parts.links, parts.events);
+        MutexLock lock(parts.links.streams.mtxChange);
+        CInputStream input;
+        if (parts.links.streams.Find(_pItem, &input) < 0) {
+            const bool bBackground = static_cast<IZrItem*>(parts.links.streams.Background().Get()) == _pItem;
+            return bBackground ? S_OK : ZR_E_NOT_FOUND_FILE;
+        }
+        parts.links.Disconnect(input, links);
+        input.pStream->Pause(-1.0);
     }
-    parts.links.Disconnect(input, links);
-    input.pStream->Pause(-1.0);
+    parts.cycle.producers.Update();
     return S_OK;
 }
 
@@ -164,10 +172,10 @@ void MixerControl::Close_I(DeferredEvents& _events) {
 HRESULT MixerControl::Play_I(double _dblSeconds, DeferredEvents& _events) {
     const eZrState eTarget = _dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running;
     const eZrState eBefore = parts.state.Get();
-    if (eBefore < eZrS_Stopped || eBefore > eZrS_Running) return PlayOpen_I(_dblSeconds, _events);
+    if (eBefore < eZrS_Stopped || eBefore > eZrS_Running) return PlayOpen_I(nullptr, _dblSeconds, _events);
 
     if (eBefore != eTarget || eTarget == eZrS_Paused) {
-        if (const HRESULT hr = StartAs_I(eTarget, _dblSeconds, _events); Failed(hr)) return hr;
+        if (const HRESULT hr = StartAs_I(eTarget, nullptr, _dblSeconds, _events); Failed(hr)) return hr;
         if (eBefore != eTarget) {
             Raise(_events, eTarget == eZrS_Running ? u"start" : u"pause", SecondsText(_dblSeconds).c_str());
         }
@@ -177,22 +185,22 @@ HRESULT MixerControl::Play_I(double _dblSeconds, DeferredEvents& _events) {
 }
 
 // Play of an object that is closed, or in a state from which nothing goes on.
-HRESULT MixerControl::PlayOpen_I(double _dblSeconds, DeferredEvents& _events) {
+HRESULT MixerControl::PlayOpen_I(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) {
     if (parts.state.Get() == eZrS_Closed) {
         if (const HRESULT hr = Start_I(_events); Failed(hr)) return hr;
     }
-    const HRESULT hr = StartAs_I(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running, _dblSeconds, _events);
+    const HRESULT hr = StartAs_I(_dblSeconds >= 0.0 ? eZrS_Paused : eZrS_Running, _pItem, _dblSeconds, _events);
     if (Failed(hr)) return hr;
     Raise(_events, u"start", nullptr);
     return S_OK;
 }
 
 // The state first: the first pass is of a mixer that plays or is paused already.
-HRESULT MixerControl::StartAs_I(eZrState _eState, double _dblSeconds, DeferredEvents& _events) {
+HRESULT MixerControl::StartAs_I(eZrState _eState, IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) {
     // What was on its way when the mixer stopped has set the pace again: frames would hurry to catch up with it.
     if (parts.state.Get() < eZrS_Paused) parts.output.ResetPosition();
     parts.state.Set(_eState);
-    const HRESULT hr = Mixer_Start(_dblSeconds, _events);
+    const HRESULT hr = Mixer_Start(_pItem, _dblSeconds, _events);
     if (Failed(hr)) {
         parts.state.Set(eZrS_Stopped);
         Mixer_Stop(_events);
@@ -200,12 +208,16 @@ HRESULT MixerControl::StartAs_I(eZrState _eState, double _dblSeconds, DeferredEv
     return hr;
 }
 
-HRESULT MixerControl::Mixer_Start(double _dblSeconds, DeferredEvents& _events) {
+HRESULT MixerControl::Mixer_Start(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) {
     // Here and not at the start of the object: one in error plays without such a start.
     if (const HRESULT hr = parts.output.Open(parts.cycle.IsSynchronous(0)); Failed(hr)) return hr;
     {
         LinkEvents links(parts.links, _events);
-        parts.links.ConnectAll(_dblSeconds, links);
+        if (!_pItem) {
+            parts.links.ConnectAll(_dblSeconds, links);
+        } else if (const HRESULT hr = parts.links.ConnectItem(_pItem, _dblSeconds, links); Failed(hr)) {
+            return hr;
+        }
     }
     return parts.cycle.Start();
 }
@@ -215,6 +227,8 @@ void MixerControl::Mixer_Stop(DeferredEvents& _events) {
         LinkEvents links(parts.links, _events);
         parts.links.DisconnectAll(links);
     }
+    // The mix thread may wait for room that this thread would have to make.
+    if (parts.state.IsWorking()) parts.output.EndPut();
     parts.cycle.Stop(_events);
 }
 

@@ -13,8 +13,8 @@
 
 namespace zr {
 
-// Any thread but the mix thread and the thread that sends; the calls wait for each other. Results as of IZrObject and
-// IZrFile.
+// Any thread; the calls wait for each other. Results as of IZrObject and IZrFile. ZR_E_RETRY, with no effect: called by
+// a listener on a thread of the mixer that another call may be waiting for.
 class MixerControl {
 public:
     struct PARTS {
@@ -45,16 +45,18 @@ public:
     HRESULT ItemStop(IZrItem* _pItem);
 
 private:
-    HRESULT PlayWithItem_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT PlayWithItem_I(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT Start_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT OnObjectStart(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Close_I(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     HRESULT Play_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
-    HRESULT PlayOpen_I(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
-    // Has the mixer run in that state; on failure it is stopped. _dblSeconds: of the pause, below 0 for none.
-    HRESULT StartAs_I(eZrState _eState, double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
-    // Connects what is on the mixer and has the cycle run.
-    HRESULT Mixer_Start(double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    HRESULT PlayOpen_I(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
+    // Has the mixer run in that state; on failure it is stopped. _pItem: whose input alone is connected, null for all.
+    // _dblSeconds: of the pause, below 0 for none.
+    HRESULT StartAs_I(eZrState _eState, IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events)
+        ZR_REQUIRES(parts.state.lock);
+    // Connects what is on the mixer, or one input of it, and has the cycle run.
+    HRESULT Mixer_Start(IZrItem* _pItem, double _dblSeconds, DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Mixer_Stop(DeferredEvents& _events) ZR_REQUIRES(parts.state.lock);
     void Raise(DeferredEvents& _events, const char16_t* _szEvent, const char16_t* _szParam);
 

@@ -4,23 +4,41 @@
 
 namespace zr {
 
-LinkEvents::~LinkEvents() try {
-    for (const EVENT& event : arrEvents) {
-        sink.RaiseEvent(links.state.name.Get()->c_str(), event.szEvent, event.pItem->Name().c_str(),
-                        static_cast<IZrItem*>(event.pItem.Get()));
+LinkEvents::~LinkEvents() {
+    try {
+        for (const EVENT& event : arrEvents) {
+            sink.RaiseEvent(links.state.name.Get()->c_str(), event.szEvent, event.pItem->Name().c_str(),
+                            static_cast<IZrItem*>(event.pItem.Get()));
+        }
+    } catch (const std::bad_alloc&) {
+        // Nobody hears of it; what it tells of has happened all the same.
     }
-} catch (const std::bad_alloc&) {
-    // Nobody hears of it; what it tells of has happened all the same.
 }
 
 void MixerLinks::ConnectAll(double _dblSeconds, LinkEvents& _events) {
     std::vector<MIX_INPUT> arrInputs;
     MutexLock lock(streams.mtxChange);
     streams.Collect(arrInputs);
+    ConnectBackground(_events);
     for (const MIX_INPUT& input : arrInputs) {
-        // The background has no stream that would say whether it is connected.
-        if (input.pStream || !bConnected) Connect(input, _dblSeconds, _events);
+        if (input.pStream) Connect(input, _dblSeconds, _events);
     }
+}
+
+HRESULT MixerLinks::ConnectItem(IZrItem* _pItem, double _dblSeconds, LinkEvents& _events) {
+    MutexLock lock(streams.mtxChange);
+    CInputStream input;
+    const bool bStream = streams.Find(_pItem, &input) >= 0;
+    if (!bStream && static_cast<IZrItem*>(streams.Background().Get()) != _pItem) return ZR_E_NOT_FOUND_FILE;
+    ConnectBackground(_events);
+    if (bStream) Connect(input, _dblSeconds, _events);
+    return S_OK;
+}
+
+// With the first input: it has no stream that would say whether it is connected.
+void MixerLinks::ConnectBackground(LinkEvents& _events) {
+    const ZrPtr<CCoZrItem> pBackground = streams.Background();
+    if (pBackground && !bConnected) Connect({pBackground, {}}, -1.0, _events);
     bConnected = true;
 }
 

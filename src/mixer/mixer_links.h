@@ -23,6 +23,8 @@ public:
     // The mixer starts, plays or pauses: all inputs are connected. _dblSeconds: below 0 the streams run, else they are
     // paused for so long; 0 has no end.
     void ConnectAll(double _dblSeconds, LinkEvents& _events);
+    // One input plays, of a mixer that may do so too. ZR_E_NOT_FOUND_FILE: it is not on the mixer.
+    HRESULT ConnectItem(IZrItem* _pItem, double _dblSeconds, LinkEvents& _events);
     // The mixer stops.
     void DisconnectAll(LinkEvents& _events);
     // All streams run on, or are paused.
@@ -38,6 +40,8 @@ public:
 
 private:
     friend class LinkEvents;
+
+    void ConnectBackground(LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
 
     MixerState& state;
     bool bConnected ZR_GUARDED_BY(streams.mtxChange) = false;  // inputs that come are connected

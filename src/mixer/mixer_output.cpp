@@ -19,6 +19,7 @@ void MixerOutput::SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue) {
 HRESULT MixerOutput::Open(bool _bQueue) {
     const int32_t nMin = pObject->AttributeOr(u"output.min_buffers", 0);
     const int32_t nMax = std::max(pObject->AttributeOr(u"output.max_buffers", 0), _bQueue ? 1 : 0);
+    evEndPut.Reset();
     if (bOpen && (nMax > 0) == (queue.MaxSize() > 0)) return S_FALSE;
     // With another way of sending, what still waits would come after what is sent from now on.
     if (bOpen) queue.Stop();
@@ -40,23 +41,26 @@ void MixerOutput::ResetPosition() { sender.ResetRate(); }
 
 void MixerOutput::Output(FramePtr _pFrame) {
     if (queue.MaxSize() < 1) {
+        if (WaitAny({&evEndPut, &evOnTheWay}, -1) == 0) return;  // what was queued before goes first
         const TraceScope trace("DoMixing_I(MediaSend_I)");
         MediaSend_I(_pFrame);
         return;
     }
     const TraceScope trace("DoMixing_I(DeqPut)");
-    queue.Put(std::move(_pFrame), -1);
+    queue.Put(QueuedFrame(std::move(_pFrame), evOnTheWay), -1, &evEndPut);
 }
 
-HRESULT MixerOutput::OnActiveDeq(FramePtr& _pFrame, int32_t) {
-    MediaSend_I(_pFrame);
+HRESULT MixerOutput::OnActiveDeq(QueuedFrame& _frame, int32_t) {
+    MediaSend_I(_frame.Frame());
     if (queue.MaxSize() > 0 && queue.Count() == 0) sender.ResetRate();
     return S_OK;
 }
 
 void MixerOutput::MediaSend_I(const FramePtr& _pFrame) {
+    const MixerState::Work work(state);
     lastFrame.Keep(_pFrame.Get());
     events.RaiseFrame(state.name.Get()->c_str(), _pFrame.Get());
+    if (!bOpen) return;  // closed by whoever was just told
     sender.Sender_SendMedia(_pFrame.Get(), 1, 0);
 }
 

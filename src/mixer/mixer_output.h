@@ -2,6 +2,7 @@
 // The way of a finished frame out of the mixer: the queue, then listeners, channels and readers.
 
 #include <atomic>
+#include <utility>
 
 #include "attributes/props.h"
 #include "framework/deq_active.h"
@@ -10,9 +11,33 @@
 #include "framework/statistics_sink.h"
 #include "mixer/frame_output.h"
 #include "mixer/mixer_state.h"
+#include "platform/event.h"
 #include "transport/sender.h"
 
 namespace zr {
+
+// A frame in the queue or on its way out of it, which is counted as long as that.
+class QueuedFrame {
+public:
+    QueuedFrame() = default;
+    QueuedFrame(FramePtr _pFrame, CountdownEvent& _evCount) : pFrame(std::move(_pFrame)), pCount(&_evCount) {
+        pCount->Add();
+    }
+    QueuedFrame(QueuedFrame&& _other) noexcept { *this = std::move(_other); }
+    QueuedFrame& operator=(QueuedFrame&& _other) noexcept {
+        std::swap(pFrame, _other.pFrame);
+        std::swap(pCount, _other.pCount);
+        return *this;
+    }
+    ~QueuedFrame() {
+        if (pCount) pCount->Done();
+    }
+    const FramePtr& Frame() const { return pFrame; }
+
+private:
+    FramePtr pFrame;
+    CountdownEvent* pCount = nullptr;
+};
 
 class MixerOutput final : public IFrameOutput {
 public:
@@ -25,6 +50,8 @@ public:
     HRESULT Open(bool _bQueue);
     // Ends the output: what is queued is let go, receivers and readers are told.
     void Close();
+    // Ends a wait for room in the queue: its frame is let go, and so are those that find none until the next Open.
+    void EndPut() { evEndPut.Set(); }
     // The next frame begins a new line of time.
     void ResetPosition();
     // Bounds of the queue; 0 at most means none. Any thread.
@@ -34,8 +61,8 @@ public:
     bool IsPacedByReceiver() override { return sender.RateChannels().IsSet(); }
     void SetPriority(int32_t _nPriority) override { queue.SetPriority(_nPriority); }
 
-    HRESULT OnActiveDeq(FramePtr& _pFrame, int32_t _nLeft);
-    void OnActiveDeqOverflow(FramePtr&) {}
+    HRESULT OnActiveDeq(QueuedFrame& _frame, int32_t _nLeft);
+    void OnActiveDeqOverflow(QueuedFrame&) {}
 
 private:
     void MediaSend_I(const FramePtr& _pFrame);
@@ -46,8 +73,10 @@ private:
     Sender& sender;
     LastFrame& lastFrame;
     IEventSink& events;
-    bool bOpen = false;  // under the state lock
-    CDeqActive<MixerOutput, FramePtr> queue{*this, "zr-output"};
+    std::atomic<bool> bOpen{false};  // changed under the state lock
+    ManualEvent evEndPut;
+    CountdownEvent evOnTheWay;  // counts the frames in the queue and the one that is sent from it
+    CDeqActive<MixerOutput, QueuedFrame> queue{*this, "zr-output"};
 };
 
 }  // namespace zr

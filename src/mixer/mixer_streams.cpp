@@ -61,14 +61,6 @@ HRESULT MixerStreams::Get(std::u16string_view _id, int32_t* _pnIndex, IZrItem** 
 HRESULT MixerStreams::Add(std::u16string_view _id, IUnknown* _pExternOrRef, std::u16string_view _path,
                           std::u16string_view _param, IZrItem** _ppItem, double) {
     if (_ppItem) *_ppItem = nullptr;
-    const ZrPtr<IUnknown> pSource = SourceOf(_pExternOrRef);
-    if (pSource) {
-        // An object that pushes can have one place only; one that is pulled, many.
-        if (!parts.cycle.IsSynchronous(0) && parts.links.streams.Uses(pSource.Get())) return ZR_E_EXISTS;
-        CInputStream present;
-        if (parts.links.streams.Find(_id, &present) >= 0 && present.pItem->Source() == pSource.Get())
-            return ZR_E_EXISTS;
-    }
     ZrPtr<CCoZrItem> pItem;
     if (const HRESULT hr = parts.maker.Make(_pExternOrRef, _path, _param, pItem); Failed(hr)) return hr;
     if (const HRESULT hr = AddItem(_id, pItem); Failed(hr)) return hr;
@@ -96,6 +88,9 @@ HRESULT MixerStreams::Place(std::u16string_view _id, const ZrPtr<CCoZrItem>& _pI
     MutexLock lockCycle(parts.cycle.mtxCycle);
     std::u16string id(_id);
     CInputStream present;
+    const int32_t nIndex = id.empty() ? -1 : parts.links.streams.Find(id, &present);
+    if (nIndex >= 0 && present.pItem->Source() == _pItem->Source()) return ZR_E_EXISTS;
+    if (parts.cycle.HasOnePlace() && parts.links.streams.Uses(_pItem->Source())) return ZR_E_EXISTS;
     if (id.empty()) {
         uint32_t n = 0;
         do {
@@ -104,7 +99,6 @@ HRESULT MixerStreams::Place(std::u16string_view _id, const ZrPtr<CCoZrItem>& _pI
         PlaceNew(std::move(id), _pItem, _events);
         return S_OK;
     }
-    const int32_t nIndex = parts.links.streams.Find(id, &present);
     if (nIndex < 0) {
         PlaceNew(std::move(id), _pItem, _events);
         return S_OK;

@@ -51,7 +51,6 @@ private:
     std::vector<CInputStream> TakeOut(int32_t _nFirst, int32_t _nEnd, LinkEvents& _events)
         ZR_REQUIRES(parts.links.streams.mtxChange);
     void End(const std::vector<CInputStream>& _arrGone);
-    bool IsPulled(IUnknown* _pSource) const;
 
     const PARTS parts;
 };

@@ -28,6 +28,10 @@ RequestStepRunner::RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink
 
 HRESULT RequestStepRunner::Run(RequestStep& _step) const {
     if (!_step.pSourceFrame) return E_UNEXPECTED;
+    return InterfaceCall([&] { return Put(_step); });
+}
+
+HRESULT RequestStepRunner::Put(RequestStep& _step) const {
     Elapsed elapsed;
     TakeOriginalTime(*_step.input.pItem, _step.pSourceFrame.Get());
     if (ZrMixerStream* const pStream = _step.input.pStream.Get()) {

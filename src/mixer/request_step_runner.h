@@ -13,9 +13,11 @@ public:
     RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink& _statistics);
 
     // From step.pSourceFrame into the stream, or to step.pResult for the background. E_UNEXPECTED: there is no frame.
+    // E_OUTOFMEMORY: it is lost.
     HRESULT Run(RequestStep& _step) const;
 
 private:
+    HRESULT Put(RequestStep& _step) const;
     HRESULT FitToOutput(RequestStep& _step) const;
 
     const XMLNodePtr pObject;

@@ -1,5 +1,6 @@
 #include "mixer/stream_rate.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "media/frame_time.h"
@@ -34,7 +35,8 @@ void StreamRate::Put(const ZR_TIME& _time, double _dblRate, double _dblOutputRat
     const double dblPeriod = _dblOutputRate > 0 ? FrameDurationOfRate(_dblOutputRate).dblExact : 0;
     const auto dblFrame = static_cast<double>(_time.rtEndTime - _time.rtStartTime);
     const bool bSameRate = std::fabs(_dblRate - _dblOutputRate) <= kSameRate &&
-                           std::fabs(dblFrame - dblPeriod) <= kTolerance && !(_time.eFFlags & eZrFF_Live);
+                           (dblFrame <= 0 || std::fabs(dblFrame - dblPeriod) <= kTolerance) &&
+                           !(_time.eFFlags & eZrFF_Live);
     if (dblPeriod < 1 || bSameRate) {
         _arrSlots.push_back(_time);
         dblPosition = static_cast<double>(_time.rtEndTime);
@@ -49,6 +51,12 @@ void StreamRate::Put(const ZR_TIME& _time, double _dblRate, double _dblOutputRat
     } else if (dblLate > 0) {
         nSlots = Round(dblLate / dblPeriod) + 1;
     }
+    // More than the rates explain: the source's clock stands or goes back, and its line goes on from here.
+    if (nSlots == 0 && ++nLeftOut > std::max(std::ceil(_dblRate / _dblOutputRate), 1.0)) {
+        dblPosition = dblStart;
+        nSlots = 1;
+    }
+    if (nSlots > 0) nLeftOut = 0;
     for (int64_t n = 0; n < nSlots; ++n) {
         ZR_TIME& slot = _arrSlots.emplace_back(_time);
         slot.rtStartTime = Round(dblPosition);

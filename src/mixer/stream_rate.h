@@ -23,6 +23,7 @@ private:
     double dblPosition = 0;  // ticks, where the next slot begins
     double dblOutputRate = 0;
     double dblRate = 0;
+    int32_t nLeftOut = 0;  // frames one after another
     bool bStarted = false;
     bool bStepped = false;
 };

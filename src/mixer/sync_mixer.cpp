@@ -7,8 +7,10 @@
 #include "media/aud_props.h"
 #include "media/frame_time.h"
 #include "media/vid_props.h"
+#include "mixer/deferred_events.h"
 #include "mixer/elapsed.h"
 #include "mixer/mix_clock.h"
+#include "mixer/output_format.h"
 #include "platform/clock.h"
 #include "zr/format.h"
 
@@ -17,8 +19,7 @@ namespace {
 
 constexpr int32_t kDefaultGetMaxWait = 250;             // ms
 constexpr int64_t kUnlimitedSlice = 100 * kTicksPerMs;  // between two looks at the stop event
-constexpr ZR_AUD_PROPS kDefaultAudio{2, 48000, 16, 0};
-constexpr int64_t kDefaultSkipFrame = 400'000;  // ticks: of a frame whose rate nobody knows
+constexpr int64_t kDefaultSkipFrame = 400'000;          // ticks: of a frame whose rate nobody knows
 constexpr const char16_t* kSkippedPicture = u"_skipped_vid_";
 
 // A clone with the break flag.
@@ -54,8 +55,10 @@ SyncMixer::SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTa
 
 HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& _request) {
     Elapsed elapsed;
+    DeferredEvents raised(events);
     _request.Release();
     _request.props = format.Wanted();
+    bNewStarts = false;
     ReadKeys();
     _request.bMaySkip = bPaced;
     for (const auto& pSource : arrSources) {
@@ -69,7 +72,7 @@ HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& 
     IUnknown* pBackground = nullptr;
     for (const MIX_INPUT& input : arrInputs) {
         if (input.pStream && !input.pStream->IsOpen()) continue;
-        SyncSource* const pSource = FindOrAddSource(input.pItem, _request);
+        SyncSource* const pSource = FindOrAddSource(input.pItem, _request, raised);
         if (!pSource) continue;
         if (!input.pStream) pBackground = input.pItem->Source();
         pSource->bMaster |= input.pItem->Node()->AttributeOr(u"master", false);
@@ -77,11 +80,13 @@ HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& 
         AddStep(input, *pSource, input.pStream ? pBackground : nullptr, _request);
     }
     arrInputs.clear();
+    if (bNewStarts) WaitStarted(_evStop, _request);
     GetAll(_evStop, _bHold);
-    RemoveUnused();
+    RemoveUnused(raised);
     if (_request.Count() == 0) return S_FALSE;
     for (const auto& pSource : arrSources) HandOut(*pSource);
     CompleteFormat(_request);
+    bOnAir = true;
     statistics.SetValue(nTakeFrames, elapsed.Ms());
     return S_OK;
 }
@@ -101,7 +106,7 @@ void SyncMixer::GetAll(ManualEvent& _evStop, bool _bHold) {
     const bool bAsync = pObject->AttributeOr(u"sync_mode.async_get", true);
     for (const auto& pSource : arrSources) {
         pSource->pFrame.Reset();
-        if (pSource->arrSteps.empty()) continue;
+        if (pSource->arrSteps.empty() || pSource->bStarting.load(std::memory_order_acquire)) continue;
         pSource->bHeld = (_bHold || !pSource->bWanted) && pSource->pLastFrame;
         if (pSource->bHeld) {
             pSource->pFrame = RepeatOf(pSource->pLastFrame);
@@ -112,6 +117,11 @@ void SyncMixer::GetAll(ManualEvent& _evStop, bool _bHold) {
         }
     }
     if (pHere) Get(*pHere, _evStop);
+    if (groupGet.Wait(&_evStop, -1) != 0) return;
+    // A get under way ends with its reader.
+    for (const auto& pSource : arrSources) {
+        if (const uint64_t ll = pSource->llReaderID.load()) pSource->pItem->Pulled()->ReaderRemove(ll);
+    }
     groupGet.Wait(nullptr, -1);
 }
 
@@ -125,7 +135,8 @@ void SyncMixer::HandOut(SyncSource& _source) {
 }
 
 // Null when the object cannot be pulled.
-SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request) {
+SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request,
+                                       IEventSink& _events) {
     if (!_pItem->Pulled()) return nullptr;
     IUnknown* const pIdentity = _pItem->Source();
     for (const auto& pSource : arrSources) {
@@ -133,6 +144,7 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
         AskForRate(*pSource, _request);
         return pSource.get();
     }
+    arrSources.reserve(arrSources.size() + 1);  // once it is being started it must stay
     auto pSource = std::make_unique<SyncSource>();
     pSource->pItem = _pItem;
     pSource->name = _pItem->Name();
@@ -149,12 +161,36 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
         pProps->PropsSet(u"object::rate_control", u"0");
     }
     // The reader first: not one frame is lost when the source starts.
-    _pItem->Pulled()->SourceFrameGetEx_I(&pSource->llReaderID, 0, nullptr, nullptr);
+    uint64_t llReader = 0;
+    _pItem->Pulled()->SourceFrameGetEx_I(&llReader, 0, nullptr, nullptr);
+    pSource->llReaderID.store(llReader);
     AskForRate(*pSource, _request);
-    if (_pItem->OwnsSource() || pObject->AttributeOr(u"external.autostart", true)) _pItem->StartSource();
-    events.RaiseEvent(pSource->name.c_str(), u"source_connected", pSource->name.c_str(), _pItem->Source());
+    if (_pItem->OwnsSource() || pObject->AttributeOr(u"external.autostart", true)) StartSource(*pSource);
+    _events.RaiseEvent(pSource->name.c_str(), u"source_connected", pSource->name.c_str(), _pItem->Source());
     arrSources.push_back(std::move(pSource));
     return arrSources.back().get();
+}
+
+// On the pool: a file may have to be opened for it, which takes its time.
+void SyncMixer::StartSource(SyncSource& _source) {
+    if (!_source.pItem->CanStart()) return;
+    bNewStarts = true;
+    _source.bStarting.store(true, std::memory_order_relaxed);
+    const auto Start = [&_source] {
+        InterfaceCall([&] {
+            _source.pItem->StartSource();
+            return S_OK;
+        });
+        _source.bStarting.store(false, std::memory_order_release);
+    };
+    if (Failed(ThreadPool::Shared().Submit(Start, &groupStart))) Start();
+}
+
+// A show begins with all its sources, and an output without a pace of its own waits for each. One that keeps to its
+// rate waits for a part of a frame only: who comes later is seen later.
+void SyncMixer::WaitStarted(ManualEvent& _evStop, const SyncRequest& _request) {
+    const int64_t rtFrame = FrameDurationOfRate(_request.props.vidProps.dblRate).rtDuration;
+    groupStart.Wait(&_evStop, bPaced && bOnAir ? rtFrame / 4 : -1);
 }
 
 // Has a source that was given no format of its own play at the rate of the output.
@@ -179,9 +215,17 @@ void SyncMixer::StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync
     Get(_source, _evStop);
 }
 
+// Memory that is out costs the frame.
+void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
+    InterfaceCall([&] {
+        _source.pFrame = FrameOf(_source, _evStop);
+        return S_OK;
+    });
+}
+
 // One frame of a source. One that stops answering costs its limit once and nothing from then on, until it answers.
 // nTimeouts: 0 or less it answers, above 0 it does not.
-void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
+FramePtr SyncMixer::FrameOf(SyncSource& _source, ManualEvent& _evStop) {
     IZrSource_I* const pPulled = _source.pItem->Pulled();
     const int32_t nMaxWaitMs = pObject->AttributeOr(u"sync_mode.get_max_wait", kDefaultGetMaxWait);
     const bool bUnlimited = nMaxWaitMs < 0;
@@ -193,12 +237,14 @@ void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
     }
     FramePtr pFrame;
     HRESULT hr = S_OK;
+    uint64_t llReader = _source.llReaderID.load();
     do {
-        hr = pPulled->SourceFrameGetEx_I(&_source.llReaderID, rtLimit, pFrame.Out(), nullptr);
-        if (hr == ZR_E_NOT_FOUND) {  // the source has dropped the reader: a new one is made
-            _source.llReaderID = 0;
-            hr = pPulled->SourceFrameGetEx_I(&_source.llReaderID, rtLimit, pFrame.Out(), nullptr);
+        hr = pPulled->SourceFrameGetEx_I(&llReader, rtLimit, pFrame.Out(), nullptr);
+        if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
+            llReader = 0;
+            hr = pPulled->SourceFrameGetEx_I(&llReader, rtLimit, pFrame.Out(), nullptr);
         }
+        _source.llReaderID.store(llReader);
     } while (bUnlimited && hr == ZR_E_TIMEOUT && !_evStop.IsSet());
 
     if (hr == ZR_E_TIMEOUT) {
@@ -206,20 +252,18 @@ void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
     } else {
         _source.nTimeouts = _source.nTimeouts < 1 ? 0 : -1;
     }
-    if (Failed(hr) || !pFrame) {
-        _source.pFrame = RepeatOf(_source.pLastFrame);
-        return;
-    }
+    if (Failed(hr) || !pFrame) return RepeatOf(_source.pLastFrame);
     // The line of a source begins with its first frame, whatever its flags say: it may have played for others before.
-    _source.pFrame = _source.pLastFrame ? pFrame : BrokenOff(pFrame);
+    const FramePtr pGiven = _source.pLastFrame ? pFrame : BrokenOff(pFrame);
     _source.pLastFrame = std::move(pFrame);
+    return pGiven;
 }
 
 void SyncMixer::AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request) {
     RequestStep& step = _request.Add();
     step.input = _input;
     step.put = putKeys;
-    step.put.output = {_request.props.vidProps, _request.props.audProps};
+    step.put.output = _request.props;
     step.bMustCopy = false;
     const XMLNodePtr& pNode = _input.pItem->Node();
     // What lies under everything is not shown again above it.
@@ -229,23 +273,16 @@ void SyncMixer::AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* 
     _source.arrSteps.push_back(&step);
 }
 
-// What the output is to be when nobody has said so: as the frames that came, else 1080i at 59.94 with stereo sound.
+// What the output is to be when nobody has said so: as the frames that came.
 void SyncMixer::CompleteFormat(SyncRequest& _request) {
-    ZR_AV_PROPS& props = _request.props;
-    for (size_t i = 0; i < arrSources.size(); ++i) {
+    AV_FORMAT& props = _request.props;
+    for (size_t i = 0; i < arrSources.size() && !IsWhole(props); ++i) {
         ZR_AV_PROPS propsFrame;
         const FramePtr& pFrame = arrSources[i]->pFrame;
-        if (!pFrame || Failed(pFrame->ZrFAVPropsGet(&propsFrame, nullptr))) continue;
-        const bool bDisabled = props.vidProps.eVideoFormat == eZrVF_Disabled;
-        if (!bDisabled && !PropsValid(&props.vidProps, true) && PropsValid(&propsFrame.vidProps, true)) {
-            props.vidProps = propsFrame.vidProps;
-        }
-        if (!AudUsable(props.audProps) && AudUsable(propsFrame.audProps)) props.audProps = propsFrame.audProps;
+        if (pFrame && Succeeded(pFrame->ZrFAVPropsGet(&propsFrame, nullptr)))
+            CompleteByFrame(FormatOf(propsFrame), props);
     }
-    if (props.vidProps.eVideoFormat != eZrVF_Disabled && !PropsValid(&props.vidProps, true)) {
-        props.vidProps = PropsFromFormat(eZrVF_HD1080_5994i, eZrFCC_Default);
-    }
-    if (!AudUsable(props.audProps)) props.audProps = kDefaultAudio;
+    CompleteByDefault(props);
     for (size_t i = 0; i < _request.Count(); ++i) {
         AV_FORMAT& output = _request[i].put.output;
         if (output.vidProps.eVideoFormat != eZrVF_Disabled) output.vidProps = props.vidProps;
@@ -287,7 +324,7 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
         }
     }
     if (pHere) runner.Run(*pHere);
-    groupPut.Wait(nullptr, -1);
+    groupPut.Wait(nullptr, -1);  // work on the pictures of this one frame, which waits for nobody
     if (pBackground && pBackground->pResult) {
         *_ppBackground = pBackground->pResult;
         *_pbMustCopy = pBackground->bMustCopy;
@@ -296,16 +333,12 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
     return S_OK;
 }
 
-void SyncMixer::RemoveUnused() {
-    const auto IsUnused = [](const auto& _pSource) { return _pSource->arrSteps.empty(); };
-    for (;;) {
-        const auto it = std::find_if(arrSources.begin(), arrSources.end(), IsUnused);
-        if (it == arrSources.end()) return;
-        // Off the list before anybody hears of it: a listener may stop the mixer, which empties the list.
-        const std::unique_ptr<SyncSource> pSource = std::move(*it);
-        arrSources.erase(it);
-        RemoveSource(*pSource, events);
-    }
+void SyncMixer::RemoveUnused(IEventSink& _events) {
+    const auto IsUsed = [](const auto& _pSource) { return !_pSource->arrSteps.empty() || _pSource->bStarting.load(); };
+    if (std::all_of(arrSources.begin(), arrSources.end(), IsUsed)) return;
+    const auto itUnused = std::stable_partition(arrSources.begin(), arrSources.end(), IsUsed);
+    for (auto it = itUnused; it != arrSources.end(); ++it) RemoveSource(**it, _events);
+    arrSources.erase(itUnused, arrSources.end());
 }
 
 void SyncMixer::RemoveSource(SyncSource& _source, IEventSink& _events) {
@@ -320,11 +353,13 @@ void SyncMixer::RemoveSource(SyncSource& _source, IEventSink& _events) {
             pProps->PropsSet(u"object::thread.priority", priority.c_str());
         }
     }
-    if (_source.llReaderID != 0) _source.pItem->Pulled()->ReaderRemove(_source.llReaderID);
+    if (const uint64_t ll = _source.llReaderID.load()) _source.pItem->Pulled()->ReaderRemove(ll);
     _events.RaiseEvent(_source.name.c_str(), u"source_disconnected", _source.name.c_str(), _source.pItem->Source());
 }
 
 void SyncMixer::RemoveSources(IEventSink& _events) {
+    groupStart.Wait(nullptr, -1);
+    bOnAir = false;
     for (const auto& pSource : arrSources) RemoveSource(*pSource, _events);
     arrSources.clear();
 }

@@ -23,7 +23,8 @@ public:
               IEventSink& _events);
 
     // Asks every source that is on the mixer, but those that all their users pause. S_FALSE: there are no sources.
-    // _bHold: the mixer is paused, and sources are shown as they last were.
+    // _bHold: the mixer is paused, and sources are shown as they last were. Listeners of what came and went are told at
+    // the end: they may have stopped the mixer.
     HRESULT Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& _request);
     // Prepares the frames of a request: those of streams are in the streams afterwards. *_ppBackground: the frame to
     // compose on, null without a background. *_pbMustCopy: it is not to be drawn on. Any one thread at a time.
@@ -33,14 +34,17 @@ public:
 
 private:
     void ReadKeys();
-    SyncSource* FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request);
+    SyncSource* FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const SyncRequest& _request, IEventSink& _events);
     void AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request);
     void AskForRate(SyncSource& _source, const SyncRequest& _request);
+    void StartSource(SyncSource& _source);
+    void WaitStarted(ManualEvent& _evStop, const SyncRequest& _request);
     void GetAll(ManualEvent& _evStop, bool _bHold);
     void HandOut(SyncSource& _source);
     void StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync);
     void Get(SyncSource& _source, ManualEvent& _evStop);
-    void RemoveUnused();
+    FramePtr FrameOf(SyncSource& _source, ManualEvent& _evStop);
+    void RemoveUnused(IEventSink& _events);
     void RemoveSource(SyncSource& _source, IEventSink& _events);
     void CompleteFormat(SyncRequest& _request);
     bool PrepareStep(RequestStep& _step, const SyncRequest& _request);
@@ -57,8 +61,11 @@ private:
 
     std::vector<std::unique_ptr<SyncSource>> arrSources;
     std::vector<MIX_INPUT> arrInputs;
-    STREAM_PUT putKeys;  // what all puts of a cycle go by
-    bool bPaced = true;  // the output keeps to its rate
+    STREAM_PUT putKeys;       // what all puts of a cycle go by
+    bool bPaced = true;       // the output keeps to its rate
+    bool bOnAir = false;      // frames have been asked for since the sources came
+    bool bNewStarts = false;  // sources were started in this request
+    TaskGroup groupStart;
     TaskGroup groupGet;
     TaskGroup groupPut;
 };

@@ -1,13 +1,14 @@
 #pragma once
 // One frame's work of a synchronous mixer: which sources were asked, and what is to be done with what they gave.
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "media/av_format.h"
 #include "media/transport_interfaces.h"
-#include "mixer/av_format.h"
 #include "mixer/mixer_stream.h"
 #include "mixer/stream_table.h"
 #include "sources/co_zr_item.h"
@@ -30,10 +31,12 @@ struct RequestStep {
     bool IsBackground() const { return input.nIndex < 0; }
 };
 
-// A source that inputs of the mixer use. Mix thread only, but for the get, which one thread at a time does.
+// A source that inputs of the mixer use. Mix thread only, but for its start and the gets, which one thread at a time
+// does.
 struct SyncSource {
-    ZrPtr<CCoZrItem> pItem;   // any of those that use it
-    uint64_t llReaderID = 0;  // at the source
+    ZrPtr<CCoZrItem> pItem;               // any of those that use it
+    std::atomic<uint64_t> llReaderID{0};  // at the source
+    std::atomic<bool> bStarting{false};   // it is not asked before it has started
     std::u16string name;
     std::u16string rateControl;          // of the source before it was connected
     int32_t nTimeouts = 0;               // see SyncMixer::Get
@@ -54,7 +57,7 @@ public:
     SyncRequest& operator=(const SyncRequest&) = delete;
     ~SyncRequest() { Release(); }
 
-    ZR_AV_PROPS props;      // the output of the cycle
+    AV_FORMAT props;        // the output of the cycle
     bool bMaySkip = false;  // the output is paced: a stream that is late may lose its picture
     RequestStep& Add() {
         if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());

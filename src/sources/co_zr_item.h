@@ -98,6 +98,8 @@ public:
     void ListIndexSet(int32_t _nIndex) { nListIndex.store(_nIndex, std::memory_order_relaxed); }
     // Whose input it is; the item's play calls go there first.
     void SetHost(ZrPtr<IItemHost> _pHost);
+    // Whether it is for the source to be started at all; one that is no file plays by itself.
+    bool CanStart() const { return static_cast<bool>(pFile); }
     // Has a source that is stopped or closed play. Without a lock.
     void StartSource();
     // Ends an owned source, unless another item has it too.

@@ -137,8 +137,8 @@ void FileControl::Close_I() {
 
 // --- The file
 
-ZR_AV_PROPS FileControl::Wanted() const {
-    ZR_AV_PROPS wanted = parts.format.Wanted();
+AV_FORMAT FileControl::Wanted() const {
+    AV_FORMAT wanted = parts.format.Wanted();
     if (wanted.vidProps.eVideoFormat == eZrVF_Custom && wanted.vidProps.nWidth == 0) {
         MutexLock lock(mtxHint);
         const double dblRate = wanted.vidProps.dblRate;
@@ -266,10 +266,7 @@ void FileControl::TellInfo(FilePlayer& _player, XMLNodeBase& _file) {
     if (info.bTimecode) pInfo->SetAttribute(u"start_timecode", TimecodeText(info.tcStart));
     dblFound = info.dblDuration;
     _file.SetAttribute(u"duration", info.dblDuration);
-    ZR_AV_PROPS props;
-    props.vidProps = info.vidProps;
-    props.audProps = info.audProps;
-    parts.format.Note(eZrFT_Input, props);
+    parts.format.Note(eZrFT_Input, {info.vidProps, info.audProps});
 }
 
 // --- Points and position

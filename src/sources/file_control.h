@@ -65,7 +65,7 @@ private:
     HRESULT OpenPlayer(const PlayerPtr& _pPlayer, const FILE_REQUEST& _request, std::u16string* _pstrError);
     HRESULT Play_I(Call& _call) ZR_REQUIRES(lockState);
     FILE_REQUEST RequestOf(const XMLNodeBase& _file) const ZR_REQUIRES(lockState);
-    ZR_AV_PROPS Wanted() const;
+    AV_FORMAT Wanted() const;
     void TellInfo(FilePlayer& _player, XMLNodeBase& _file) ZR_REQUIRES(lockState);
     XMLNodeRef FileNode() const { return parts.props.Root()->FindNode(u"file", true); }
     HRESULT Codes(std::unique_ptr<CODES>* _ppCodes);

@@ -88,7 +88,7 @@ void FilePlayer::Interrupt() {
     if (const WorkerPtr p = Worker()) p->WorkerRelease();
 }
 
-void FilePlayer::WantedSet(const ZR_AV_PROPS& _wanted) {
+void FilePlayer::WantedSet(const AV_FORMAT& _wanted) {
     if (pPicture) pPicture->FormatSet(_wanted);
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "media/av_format.h"
 #include "media/file_worker.h"
 #include "platform/lock.h"
 #include "sources/frame_rate_step.h"
@@ -19,7 +20,7 @@ struct FILE_REQUEST {
     double dblIn = 0;         // seconds at which playing begins
     double dblInPreroll = 0;
     double dblDuration = 0;  // to take as the file's, in seconds; 0: what the worker finds
-    ZR_AV_PROPS wanted;      // of a picture; parts that are 0 are left to it
+    AV_FORMAT wanted;        // of a picture; parts that are 0 are left to it
 };
 
 // How it is played, read anew for each frame.
@@ -57,7 +58,7 @@ public:
     // The file's frames a second, 25 where it has none.
     double OwnRate() const { return info.vidProps.dblRate > 0 ? info.vidProps.dblRate : 25.0; }
     // Of a picture, from the next frame on.
-    void WantedSet(const ZR_AV_PROPS& _wanted);
+    void WantedSet(const AV_FORMAT& _wanted);
 
     // Goes to a position, in seconds. Whatever had come to an end goes on there.
     HRESULT Seek(double _dblPos, double _dblPreroll);

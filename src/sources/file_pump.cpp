@@ -261,8 +261,8 @@ int64_t FilePump::MakeWhileStopped() {
 }
 
 // What a frame is to look like, from the object's format and from what came with the name of the file.
-ZR_AV_PROPS FilePump::Wanted() const {
-    ZR_AV_PROPS wanted = parts.format.Wanted();
+AV_FORMAT FilePump::Wanted() const {
+    AV_FORMAT wanted = parts.format.Wanted();
     ZR_VID_PROPS& props = wanted.vidProps;
     if (props.eVideoFormat != eZrVF_Custom || props.nWidth != 0) return wanted;
     const double dblRate = props.dblRate;
@@ -277,7 +277,7 @@ ZR_AV_PROPS FilePump::Wanted() const {
 int64_t FilePump::MakeNext(ZrPtr<IZrFFrame>* _ppFrame) {
     PLAY_SETTINGS settings = Settings();
     if (const XMLNodeRef pFile = parts.props.Root()->FindNode(u"file")) settings.bLoop |= IsOutMode(*pFile, u"loop");
-    const ZR_AV_PROPS wanted = Wanted();
+    const AV_FORMAT wanted = Wanted();
     pPlayer->WantedSet(wanted);
     settings.dblRate = wanted.vidProps.dblRate;
     bool bLooped = false;
@@ -448,7 +448,7 @@ void FilePump::NoteFormats(IZrFFrame& _frame) {
     if (bSame) return;
     propsNoted = v;
     audioNoted = a;
-    parts.format.Note(eZrFT_Output, props);
+    parts.format.Note(eZrFT_Output, FormatOf(props));
 }
 
 }  // namespace zr

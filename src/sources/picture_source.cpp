@@ -45,7 +45,7 @@ PICTURE_KEYS KeysOf(const char16_t* _bsParam) {
     return keys;
 }
 
-bool SameWish(const ZR_AV_PROPS& _a, const ZR_AV_PROPS& _b) {
+bool SameWish(const AV_FORMAT& _a, const AV_FORMAT& _b) {
     const ZR_VID_PROPS &a = _a.vidProps, &b = _b.vidProps;
     return a.eVideoFormat == b.eVideoFormat && a.fccType == b.fccType && a.nWidth == b.nWidth &&
            a.nHeight == b.nHeight && a.nRowBytes == b.nRowBytes && a.eInterlace == b.eInterlace &&
@@ -59,7 +59,7 @@ bool IsPictureName(const char16_t* _szName) {
     return BuiltInPicture::Find(TextArgument(_szName), &picture) || PictureTypeOf(_szName) != ePictureType::Unknown;
 }
 
-void PictureSource::FormatSet(const ZR_AV_PROPS& _wanted) {
+void PictureSource::FormatSet(const AV_FORMAT& _wanted) {
     const bool bSame = SameWish(wanted, _wanted);
     wanted = _wanted;
     if (bSame) return;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "framework/time_normaliser.h"
+#include "media/av_format.h"
 #include "media/file_worker.h"
 #include "platform/lock.h"
 #include "platform/unknown.h"
@@ -24,7 +25,7 @@ public:
 
     // What is wanted, before opening or between two frames: parts that are 0 are left to the picture. Channels: silence
     // or the tone in step with the picture; none without.
-    void FormatSet(const ZR_AV_PROPS& _wanted);
+    void FormatSet(const AV_FORMAT& _wanted);
 
     HRESULT WorkerCheck(IUnknown* _pSender, int32_t* _pbFlag) override;
     HRESULT WorkerRelease() override { return S_OK; }
@@ -51,7 +52,7 @@ private:
     BuiltInPicture builtIn;
     TEST_TONE tone;
     bool bScale = false;
-    ZR_AV_PROPS wanted;
+    AV_FORMAT wanted;
     ZR_VID_PROPS vidProps;  // of the picture
     Thirds nPeriod = 0;
     double dblRate = 0;

@@ -122,6 +122,13 @@ TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
         {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200}, "1020111", "nnynnnn"},
         {"live ones jump and are filled up", 25, 25, eLive, {0, 40, 120, 160}, "1121", "nnyn"},
         {"live ones are early and left out", 25, 25, eLive, {0, 40, 70, 120}, "1102", "nnyy"},
+        {"a clock that stands begins anew",
+         50,
+         25,
+         eZrFF_None,
+         {0, 20, 40, 60, 50, 50, 50, 50, 50},
+         "101001001",
+         "nnnnnnnnn"},
         {"a jump begins anew", 25, 50, eZrFF_None, {0, 40, 9000, 9040, 10, 50}, "121212", "nnnnnn"},
     };
     std::vector<ZR_TIME> arrSlots;

@@ -1,7 +1,10 @@
 // Mixers whose sources push their frames in, on the virtual clock.
 
 #include "mixer_fixture.h"
+#include "platform/thread.h"
+#include "support/drawn_show.h"
 #include "support/paced_source.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -13,29 +16,13 @@ protected:
     // Asynchronous, without a background.
     void MakeAsync(double _dblRate, bool _bKeepFrames = false) {
         Make(_dblRate, _bKeepFrames);
-        pStreams = pMixer.As<IZrStreams>();
-        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
-        pProps->PropsSet(u"object::background", u"");
+        NoBackground();
         pProps->PropsSet(u"object::sync_mode", u"false");
-    }
-    ZrPtr<CCoZrItem> Add(const char16_t* _szId, IUnknown* _pSource) {
-        ZrPtr<IZrItem> pItem;
-        EXPECT_EQ(pStreams->StreamsAdd(_szId, _pSource, nullptr, nullptr, pItem.Out(), 0), S_OK);
-        return static_cast<CCoZrItem*>(pItem.Get());
     }
     ZrPtr<PacedSource> File(double _dblRate, int32_t _nSamples = 0) {
         return PacedSource::Make(SmallPicture(_dblRate), false, _nSamples);
     }
     ZrPtr<PacedSource> Live(double _dblRate) { return PacedSource::Make(SmallPicture(_dblRate), true); }
-    int64_t Counter(const std::u16string& _name) {
-        BSTR bs = nullptr;
-        int64_t n = 0;
-        if (pProps->PropsGet((u"stat::" + _name).c_str(), &bs) == S_OK && bs) {
-            for (const char16_t* p = bs; *p >= u'0' && *p <= u'9'; ++p) n = n * 10 + (*p - u'0');
-        }
-        SysFreeString(bs);
-        return n;
-    }
     // The output is one line, each frame there, the first alone with a break.
     void ExpectWholeLine(double _dblSeconds, double _dblRate, double _dblTolerance) {
         const auto arrFrames = pCollector->Frames();
@@ -47,8 +34,6 @@ protected:
             rtEnd = arrFrames[i].time.rtEndTime;
         }
     }
-
-    ZrPtr<IZrStreams> pStreams;
 };
 
 TEST_F(AsyncTest, EachSourceIsUsedAtItsOwnRate) {
@@ -123,16 +108,120 @@ TEST_F(AsyncTest, AMasterPacesTheMixer) {
         SCOPED_TRACE(bDrop);
         MakeAsync(25.0);
         const auto pMaster = Live(12.5), pOther = Live(25.0);
-        const auto pItem = Add(u"m", pMaster.Get());
+        ZrPtr<IZrItem> pItem;
+        Add(u"m", pMaster.Get(), &pItem);
         Add(u"o", pOther.Get());
-        pItem->Node()->SetAttribute(u"master", true);
-        pItem->Node()->SetAttribute(u"drop_frames", bDrop);
+        NodeOf(pItem)->SetAttribute(u"master", true);
+        NodeOf(pItem)->SetAttribute(u"drop_frames", bDrop);
         pMixer->ObjectStart(nullptr);
         SleepFor(20 * kTicksPerSecond);
         pMixer->ObjectClose();
         ExpectWholeLine(20, 25.0, 4);
         EXPECT_NEAR(static_cast<double>(pMaster->nGiven), 20 * 12.5, 2);
     }
+}
+
+TEST_F(AsyncTest, SoundIsHeardWhetherTheOutputHasAFormatOrNot) {
+    MakeAsync(25.0);
+    const auto pA = File(25.0, 1920);
+    ZrPtr<IZrItem> pItem;
+    Add(u"a", pA.Get(), &pItem);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    EXPECT_GT(StreamOf(pItem)->Audio().HeldTime(), 0);
+    EXPECT_EQ(Counter(u"audio.a.not_enough"), 0);
+    pMixer->ObjectClose();
+    for (const auto& received : pCollector->Frames()) EXPECT_EQ(received.nSamples, 1920);
+}
+
+TEST_F(AsyncTest, AStreamThatWasStoppedPlaysAgain) {
+    MakeAsync(25.0);
+    const auto pA = File(25.0), pB = File(25.0);
+    ZrPtr<IZrItem> pItem;
+    Add(u"a", pA.Get(), &pItem);
+    Add(u"b", pB.Get());
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    const ZrPtr<IZrFile> pPlay = pItem.As<IZrFile>();
+    pPlay->FilePlayStop(0);
+    SleepFor(kTicksPerSecond / 5);
+    const int64_t nStopped = pA->nGiven;
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(pA->nGiven, nStopped);
+    ASSERT_EQ(pPlay->FilePlayStart(), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pA->nGiven - nStopped), 25, 3);
+    pMixer->ObjectClose();
+}
+
+// However many ask for it at once.
+TEST_F(AsyncTest, AnObjectHasOnePlace) {
+    MakeAsync(25.0);
+    pMixer->ObjectStart(nullptr);
+    for (int n = 0; n < StressRounds(300); ++n) {
+        const auto pShared = File(25.0);
+        std::atomic<int> nAdded{0};
+        Thread arrThreads[3];
+        for (int i = 0; i < 3; ++i) {
+            arrThreads[i].Start("adds", [&, i](ManualEvent&) {
+                const std::u16string id(1, static_cast<char16_t>(u'a' + i));
+                nAdded += i == 2 ? pStreams->StreamsBackgroundSet(pShared.Get(), u"", u"", nullptr, 0) == S_OK
+                                 : Add(id, pShared.Get()) == S_OK;
+            });
+        }
+        for (Thread& thread : arrThreads) thread.Join();
+        ASSERT_EQ(nAdded, 1) << n;
+        pStreams->StreamsRemoveByIndex(0, 10, 0);
+        pStreams->StreamsBackgroundSet(nullptr, u"", u"", nullptr, 0);
+    }
+    pMixer->ObjectClose();
+}
+
+// A producer is in the midst of a get when its item is replaced: the source ends after that.
+TEST_F(AsyncTest, AReplacedSourceEndsAfterItsProducer) {
+    struct BUSY final : OneReaderSource {
+        std::atomic<bool> bInGet{false}, bTornOff{false};
+        HRESULT NextFrame(int64_t _rtMaxWait, IZrFFrame**) override {
+            bInGet = true;
+            SleepFor(_rtMaxWait);
+            bInGet = false;
+            return ZR_E_TIMEOUT;
+        }
+    };
+    const auto pBusy = ZrPtr<BUSY>::Attach(new BUSY);
+    struct OWNER final : OwnedSource {
+        BUSY& busy;
+        explicit OWNER(BUSY& _busy) : OwnedSource(nullptr), busy(_busy) {}
+        ~OWNER() { busy.bTornOff = busy.bInGet.load(); }
+    };
+    struct HOST final : IProducerHost {
+        STREAM_PUT PutNow() const override { return {}; }
+        HRESULT DriveCycle(const FramePtr&, ManualEvent&) override { return S_OK; }
+    } host;
+    NoStatistics statistics;
+    BlockSet blocks;
+    StreamTable table;
+    AsyncProducers producers(table, host);
+    const auto pStream = MixerStreamPtr::Attach(new ZrMixerStream(u"s", statistics, blocks));
+    pStream->Connect();
+    const auto pOld = CCoZrItem::Make(pBusy.Get(), u"old", std::make_shared<OWNER>(*pBusy));
+    {
+        MutexLock lock(table.mtxChange);
+        table.Append({pOld, pStream});
+    }
+    const auto pNew = File(25.0);
+    pNew->bStalls = true;
+    producers.Start();
+    while (!pBusy->bInGet) SleepFor(kTicksPerMs);
+    {
+        MutexLock lock(table.mtxChange);
+        table.Replace(0, CCoZrItem::Make(pNew.Get(), u"new"));
+    }
+    producers.Update();
+    pOld->Close();
+    SleepFor(kTicksPerSecond);
+    producers.Stop();
+    EXPECT_FALSE(pBusy->bTornOff);
 }
 
 TEST_F(AsyncTest, TheWayOfWorkingIsThatOfTheStart) {

@@ -33,10 +33,11 @@ protected:
         ASSERT_EQ(CreateInstance(kClsidZrMixer, IZrObject::kIid, reinterpret_cast<void**>(pMixer.Out())), S_OK);
         pFile = pMixer.As<IZrFile>();
         pProps = pMixer.As<IZrProps>();
+        pStreams = pMixer.As<IZrStreams>();
         const ZR_VID_PROPS props = SmallPicture(_dblRate);
         ASSERT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props), S_OK);
         pSource = ScriptedSource::Make(props, 0);
-        ASSERT_EQ(pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0), S_OK);
+        ASSERT_EQ(pStreams->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0), S_OK);
         pCollector = ZrPtr<FrameCollector>::Attach(new FrameCollector(_bKeepFrames));
         ASSERT_EQ(pMixer.As<IZrSender_I>()->SenderConnect(pCollector.Get(), u"test", u"rate_control=0", nullptr), S_OK);
         pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&OnEvent), 0, reinterpret_cast<int64_t>(this));
@@ -61,6 +62,38 @@ protected:
         MutexLock lock(mtx);
         return static_cast<int>(std::count(arrEvents.begin(), arrEvents.end(), _event));
     }
+    // The mixer is to make its own frames.
+    void NoBackground() {
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        pProps->PropsSet(u"object::background", u"");
+    }
+    HRESULT Add(const std::u16string& _id, IUnknown* _pSource, ZrPtr<IZrItem>* _ppItem = nullptr) {
+        ZrPtr<IZrItem> pItem;
+        const HRESULT hr = pStreams->StreamsAdd(_id.c_str(), _pSource, nullptr, nullptr, pItem.Out(), 0);
+        if (_ppItem) *_ppItem = pItem;
+        return hr;
+    }
+    static const XMLNodePtr& NodeOf(const ZrPtr<IZrItem>& _pItem) {
+        return static_cast<CCoZrItem*>(_pItem.Get())->Node();
+    }
+    static MixerStreamPtr StreamOf(const ZrPtr<IZrItem>& _pItem) {
+        return NodeOf(_pItem)->ObjectAs<MixerStreamPtr>(kMixStreamKey);
+    }
+    // The number of the last frame of a scripted source in a stream; -1: none.
+    static int32_t NumberIn(const MixerStreamPtr& _pStream) {
+        const auto pFrame = _pStream->LastFrame();
+        return pFrame ? ScriptedSource::NumberOf(pFrame.Get()) : -1;
+    }
+    // A whole number of the statistics.
+    int64_t Counter(const std::u16string& _name) {
+        BSTR bs = nullptr;
+        int64_t n = 0;
+        if (pProps->PropsGet((u"stat::" + _name).c_str(), &bs) == S_OK && bs) {
+            for (const char16_t* p = bs; *p >= u'0' && *p <= u'9'; ++p) n = n * 10 + (*p - u'0');
+        }
+        SysFreeString(bs);
+        return n;
+    }
     eZrState State() {
         eZrState eState = eZrS_Error;
         pMixer->ObjectStateGet(&eState);
@@ -74,6 +107,7 @@ protected:
     ZrPtr<IZrObject> pMixer;
     ZrPtr<IZrFile> pFile;
     ZrPtr<IZrProps> pProps;
+    ZrPtr<IZrStreams> pStreams;
     ZrPtr<ScriptedSource> pSource;
     ZrPtr<FrameCollector> pCollector;
 };

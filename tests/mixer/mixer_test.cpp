@@ -1,6 +1,7 @@
 // The mixer as a whole, on the virtual clock, with sources and receivers that a test decides.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <random>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "mixer_fixture.h"
 #include "platform/thread.h"
 #include "support/allocation_count.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -101,7 +103,7 @@ TEST_F(MixerTest, AListenerOnTheMixThreadMayStopTheMixer) {
         SleepFor(kTicksPerSecond);
         stopAt = szEvent;
         pSource = ScriptedSource::Make(SmallPicture(25.0), 0);
-        pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+        pStreams->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
         pFile->FilePlayPause(0.5);
         SleepFor(kTicksPerSecond);
         stopAt.clear();
@@ -113,14 +115,142 @@ TEST_F(MixerTest, AListenerOnTheMixThreadMayStopTheMixer) {
     }
 }
 
+// A listener that is told at once runs on a thread of the mixer, the one that sends or the one that mixes, while others
+// may be stopping the mixer and waiting for that very thread.
+TEST_F(MixerTest, AListenerOfFramesMayStopTheMixerWhileOthersDo) {
+    struct LISTENER {
+        IZrFile* pFile;
+        std::atomic<int> nFrames{0}, nRefused{0}, nWrong{0};
+        static HRESULT OnFrame(int64_t _llUser, const char16_t*, IUnknown*) {
+            auto& self = *reinterpret_cast<LISTENER*>(_llUser);
+            if (++self.nFrames % 7 != 0) return S_OK;
+            const HRESULT hr = self.pFile->FilePlayStop(0);
+            self.nRefused += hr == ZR_E_RETRY;
+            self.nWrong += hr != S_OK && hr != ZR_E_RETRY;
+            return S_OK;
+        }
+    };
+    for (const bool bSync : {true, false}) {
+        SCOPED_TRACE(bSync);
+        Make(50.0);
+        NoBackground();
+        Add(u"a", pSource.Get());
+        pProps->PropsSet(u"object::sync_mode", bSync ? u"true" : u"false");
+        pProps->PropsSet(u"object::on_frame.sync", u"true");
+        LISTENER listener{pFile.Get()};
+        pMixer->ObjectCallbackSetFunc(0, reinterpret_cast<int64_t>(&LISTENER::OnFrame),
+                                      reinterpret_cast<int64_t>(&listener));
+        pFile->FilePlayStart();
+        SleepFor(kTicksPerSecond);
+        EXPECT_EQ(State(), eZrS_Stopped);
+        EXPECT_EQ(listener.nRefused, 0);
+        EXPECT_NEAR(listener.nFrames, 7, 2);
+        for (int n = 0; n < StressRounds(500); ++n) {
+            pFile->FilePlayStart();
+            SleepFor((n % 9) * 20 * kTicksPerMs);
+            pFile->FilePlayStop(0);
+        }
+        EXPECT_EQ(listener.nWrong, 0);
+        pMixer->ObjectCallbackSetFunc(0, 0, 0);
+        pFile->FilePlayStart();
+        const size_t nBefore = pCollector->Count();
+        SleepFor(kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 4);
+        pMixer->ObjectClose();
+    }
+}
+
+TEST_F(MixerTest, TheEndOfAPauseDoesNotEndTheNextOne) {
+    Make(50.0);
+    ZrPtr<IZrItem> pItem;
+    Add(u"a", ScriptedSource::Make(SmallPicture(50.0), 0).Get(), &pItem);
+    pMixer->ObjectStart(nullptr);
+    std::mt19937 random(5);
+    for (int n = 0; n < StressRounds(4000); ++n) {
+        pFile->FilePlayPause(0.04);
+        SleepFor(static_cast<int64_t>(random() % 60) * kTicksPerMs);
+        pFile->FilePlayPause(0);
+        SleepFor(kTicksPerMs);
+        ASSERT_EQ(State(), eZrS_Paused) << n;
+        ASSERT_TRUE(StreamOf(pItem)->IsPaused()) << n;
+    }
+}
+
+TEST_F(MixerTest, TheQueueMayBeTakenAwayAndNoFrameOvertakesAnother) {
+    Make(50.0);
+    NoBackground();
+    Add(u"a", pSource.Get());
+    pProps->PropsSet(u"object::sync_mode", u"false");
+    pProps->PropsSet(u"object::output.max_buffers", u"12");
+    pMixer->ObjectStart(nullptr);
+    for (int n = 0; n < 40; ++n) {
+        SleepFor(kTicksPerSecond / 3);
+        pProps->PropsSet(u"object::output.max_buffers", n % 2 == 0 ? u"0" : u"12");
+    }
+    pMixer->ObjectClose();
+    const auto arrFrames = pCollector->Frames();
+    EXPECT_NEAR(static_cast<double>(arrFrames.size()), 50 * 40 / 3.0, 20);
+    for (size_t i = 1; i < arrFrames.size(); ++i) {
+        ASSERT_EQ(arrFrames[i].time.rtStartTime, arrFrames[i - 1].time.rtEndTime) << i;
+    }
+}
+
+TEST_F(MixerTest, ThePriorityIsThatOfEachThreadThatMixes) {
+    static std::atomic<int> nNice;
+    Make(25.0);
+    pProps->PropsSet(u"object::on_event.sync", u"true");
+    pProps->PropsSet(u"object::on_mix.event", u"true");
+    pProps->PropsSet(u"object::threads.priority_on", u"true");
+    pProps->PropsSet(u"object::threads.priority_max", u"-3");  // everybody has the right to that: nice 2
+    const auto OnEvent = [](int64_t, const char16_t*, const char16_t* _szEvent, const char16_t*, IUnknown*) {
+        if (std::u16string_view(_szEvent) == u"mix") nNice = getpriority(PRIO_PROCESS, CurrentThreadId());
+        return S_OK;
+    };
+    pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(static_cast<PFOnEvent>(OnEvent)), 0, 0);
+    for (int n = 0; n < 2; ++n) {
+        nNice = -100;
+        pFile->FilePlayStart();
+        SleepFor(kTicksPerSecond / 2);
+        pFile->FilePlayStop(0);
+        EXPECT_EQ(nNice, 2) << n;
+    }
+}
+
+// Whatever allocation fails, of whatever thread: a frame may be lost, the show goes on.
+TEST_F(MixerTest, MemoryThatIsOutCostsAFrameAndNotTheShow) {
+    if (!FailAllocations(0, 0)) GTEST_SKIP() << "the sanitizer has the heap";
+    for (const bool bSync : {true, false}) {
+        SCOPED_TRACE(bSync);
+        Make(50.0);
+        pProps->PropsSet(u"object::sync_mode", bSync ? u"true" : u"false");
+        pCollector->Reserve(100'000);
+        const auto pB = ScriptedSource::Make(SmallPicture(25.0), 960);
+        Add(u"a", ScriptedSource::Make(SmallPicture(50.0), 960).Get());
+        Add(u"b", pB.Get());
+        pMixer->ObjectStart(nullptr);
+        for (int n = 0; n < 400; ++n) {
+            SleepFor(50 * kTicksPerMs);
+            FailAllocations(n % 50, 1 + n % 3);
+            if (n % 4 == 0) pStreams->StreamsRemoveByIndex(1, 0, 0);
+            if (n % 4 == 2) pStreams->StreamsAdd(u"b", pB.Get(), nullptr, nullptr, nullptr, 0);
+            SleepFor(60 * kTicksPerMs);
+            FailAllocations(0, 0);
+        }
+        const size_t nBefore = pCollector->Count();
+        SleepFor(kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 3);
+        pMixer->ObjectClose();
+    }
+}
+
 TEST_F(MixerTest, AMixerInErrorPlaysAtItsRateAllTheSame) {
     Make(25.0);
     for (bool bStopFirst : {false, true}) {
-        pMixer.As<IZrStreams>()->StreamsBackgroundSet(nullptr, u"", u"", nullptr, 0);
+        pStreams->StreamsBackgroundSet(nullptr, u"", u"", nullptr, 0);
         pProps->PropsSet(u"object::background", u"/nowhere/at-all.mp4");
         EXPECT_LT(pMixer->ObjectStart(nullptr), 0);
         EXPECT_EQ(State(), eZrS_Error);
-        pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+        pStreams->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
         if (bStopFirst) pFile->FilePlayStop(0);
         const int nBefore = pSource->nGets;
         ASSERT_EQ(pFile->FilePlayStart(), S_OK);
@@ -134,7 +264,7 @@ TEST_F(MixerTest, ABackgroundOfSoundAloneStandsOnBlack) {
     Make(25.0, true);
     ZR_VID_PROPS none;
     none.eVideoFormat = eZrVF_Disabled;
-    pMixer.As<IZrStreams>()->StreamsBackgroundSet(ScriptedSource::Make(none, 1920).Get(), u"", u"", nullptr, 0);
+    pStreams->StreamsBackgroundSet(ScriptedSource::Make(none, 1920).Get(), u"", u"", nullptr, 0);
     pMixer->ObjectStart(nullptr);
     SleepFor(kTicksPerSecond);
     pMixer->ObjectClose();
@@ -180,7 +310,7 @@ TEST_F(MixerTest, ControlCallsInAnyOrderLeaveACleanMixer) {
     pMixer->ObjectClose();
     EXPECT_EQ(State(), eZrS_Closed);
     // It still works.
-    pMixer.As<IZrStreams>()->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
+    pStreams->StreamsBackgroundSet(pSource.Get(), u"", u"", nullptr, 0);
     ASSERT_EQ(pFile->FilePlayStart(), S_OK);
     SleepFor(kTicksPerSecond);
     EXPECT_EQ(State(), eZrS_Running);

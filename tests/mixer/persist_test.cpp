@@ -29,7 +29,7 @@ protected:
     ZrPtr<IZrPersist> NewMixer() {
         if (pMixer) pMixer->ObjectClose();
         Make(25.0, true);
-        pMixer.As<IZrStreams>()->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
         return pMixer.As<IZrPersist>();
     }
     void Write(const string& _strName, const string& _strText) {
@@ -72,7 +72,6 @@ protected:
                       static_cast<size_t>(props.nRowBytes * props.nHeight));
     }
     void FillShow() {
-        const auto pStreams = pMixer.As<IZrStreams>();
         EXPECT_EQ(pStreams->StreamsBackgroundSet(nullptr, u"grey", nullptr, nullptr, 0), S_OK);
         ZrPtr<IZrItem> pItem;
         EXPECT_EQ(pStreams->StreamsAdd(u"one", nullptr, u"bars", nullptr, pItem.Out(), 0), S_OK);
@@ -123,7 +122,7 @@ TEST_F(PersistTest, ComesBackTheSame) {
     EXPECT_EQ(p->PersistLoad(u"scenes", u"<zr_scene name='only'><video/></zr_scene>", nullptr), S_OK);
     EXPECT_EQ(Scenes(), "only* ");
     int32_t nCount = 0;
-    pMixer.As<IZrStreams>()->StreamsGetCount(&nCount);
+    pStreams->StreamsGetCount(&nCount);
     EXPECT_EQ(nCount, 2);
     EXPECT_EQ(TextOf(p, u"scenes").find("mixer_streams"), string::npos);
 }
@@ -292,7 +291,7 @@ TEST_F(PersistTest, TakesAnyTextOrSaysWhy) {
                              nullptr),
               S_OK);
     BSTR bs = nullptr;
-    EXPECT_EQ(pMixer.As<IZrStreams>()->StreamsGetByIndex(0, &bs, nullptr), S_OK);
+    EXPECT_EQ(pStreams->StreamsGetByIndex(0, &bs, nullptr), S_OK);
     EXPECT_EQ(ToUtf8(bs ? bs : u""), "y") << "one that fails leaves the others";
     SysFreeString(bs);
     std::u16string strDeep = u"<zr_scene>";

@@ -26,7 +26,7 @@ protected:
         pFrame->ZrFVideoGetBytes(&cb, &pb);
         std::memset(reinterpret_cast<void*>(pb), 200, static_cast<size_t>(cb));
         llStream = InfoOf(pFrame).llVideoID;
-        ASSERT_EQ(pMixer.As<IZrStreams>()->StreamsAdd(u"s", pStream.Get(), nullptr, nullptr, nullptr, 0), S_OK);
+        ASSERT_EQ(pStreams->StreamsAdd(u"s", pStream.Get(), nullptr, nullptr, nullptr, 0), S_OK);
         ZrPtr<IZrElements> pScene;
         ZrPtr<IZrElement> pForeground;
         ASSERT_EQ(pMixer.As<IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), S_OK);
@@ -69,6 +69,22 @@ TEST_F(SceneCycleTest, AStreamThatCoversAllIsTheOutput) {
     SleepFor(kTicksPerSecond / 2);
     EXPECT_NEAR(Middle(), 108, 1);
     pVideo->ElementDetach(0);
+    SleepFor(kTicksPerSecond / 2);
+    EXPECT_EQ(Middle(), 16);
+}
+
+TEST_F(SceneCycleTest, AStreamByItsPlaceIsThatOfTheTable) {
+    MakeScene(u"stream_idx=1");
+    ZrPtr<IZrItem> pFirst, pItem;
+    ASSERT_EQ(Add(u"first", ScriptedSource::Make(SmallPicture(25.0), 0).Get(), &pFirst), S_OK);
+    pStreams->StreamsReorder(pFirst.Get(), -1, 0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(Middle(), 200);
+    pFirst.As<IZrFile>()->FilePlayStop(0);  // it keeps its place
+    SleepFor(kTicksPerSecond / 2);
+    EXPECT_EQ(Middle(), 200);
+    pStreams->StreamsRemove(pFirst.Get(), 0);
     SleepFor(kTicksPerSecond / 2);
     EXPECT_EQ(Middle(), 16);
 }

@@ -17,7 +17,7 @@ constexpr int64_t kJitter = 10 * kTicksPerMs;
 constexpr int kSteps = 2500;
 
 // A file of another rate: its frames go through the rate conversion that file sources have.
-class ConvertedSource final : public UnknownImpl<IZrSource_I> {
+class ConvertedSource final : public OneReaderSource {
 public:
     static ZrPtr<ConvertedSource> Make(double _dblRate) {
         auto p = ZrPtr<ConvertedSource>::Attach(new ConvertedSource);
@@ -27,14 +27,7 @@ public:
     }
     std::atomic<int64_t> nGiven{0};
 
-    HRESULT SourceFrameGet_I(int64_t _rtMaxWait, IZrFFrame** _ppFrame, const char16_t*) override {
-        uint64_t ll = 1;
-        return SourceFrameGetEx_I(&ll, _rtMaxWait, _ppFrame, nullptr);
-    }
-    HRESULT SourceFrameGetEx_I(uint64_t* _pllReaderID, int64_t _rtMaxWait, IZrFFrame** _ppFrame,
-                               const char16_t*) override {
-        if (*_pllReaderID == 0) *_pllReaderID = 1;
-        if (!_ppFrame) return S_OK;
+    HRESULT NextFrame(int64_t _rtMaxWait, IZrFFrame** _ppFrame) override {
         ZrPtr<IZrFFrame> pFrame;
         HRESULT hr = step.Get(&pFrame);
         while (hr == S_FALSE) {
@@ -46,12 +39,6 @@ public:
         nGiven += hr == S_OK;
         return pFrame.CopyTo(_ppFrame);
     }
-    HRESULT ReaderKeep(uint64_t) override { return S_OK; }
-    HRESULT ReaderRemove(uint64_t) override { return S_OK; }
-    HRESULT ProcessAdd(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessRemove(uint32_t) override { return E_NOTIMPL; }
-    HRESULT ProcessCheck(Waitable**) override { return E_NOTIMPL; }
-    HRESULT LastFrameGet(IZrFFrame**) override { return ZR_E_EMPTY; }
 
 private:
     ConvertedSource() = default;
@@ -65,7 +52,6 @@ protected:
 
     void MakeShow() {
         Make(kOutput);
-        pStreams = pMixer.As<IZrStreams>();
         pProps->PropsSet(u"object::sync_mode", IsSync() ? u"true" : u"false");
         BSTR bs = nullptr;
         const std::u16string scene =
@@ -78,27 +64,6 @@ protected:
         ASSERT_EQ(pScenes->ScenesActiveSet(bs, nullptr), S_OK);
         SysFreeString(bs);
     }
-    void NoBackground() {
-        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
-        pProps->PropsSet(u"object::background", u"");
-    }
-    HRESULT Add(const std::u16string& _id, IUnknown* _pSource, ZrPtr<IZrItem>* _ppItem = nullptr) {
-        ZrPtr<IZrItem> pItem;
-        const HRESULT hr = pStreams->StreamsAdd(_id.c_str(), _pSource, nullptr, nullptr, pItem.Out(), 0);
-        if (_ppItem) *_ppItem = pItem;
-        return hr;
-    }
-    int64_t Counter(const std::u16string& _name) {
-        BSTR bs = nullptr;
-        int64_t n = 0;
-        if (pProps->PropsGet((u"stat::" + _name).c_str(), &bs) == S_OK && bs) {
-            for (const char16_t* p = bs; *p >= u'0' && *p <= u'9'; ++p) n = n * 10 + (*p - u'0');
-        }
-        SysFreeString(bs);
-        return n;
-    }
-
-    ZrPtr<IZrStreams> pStreams;
 };
 
 // Frames of so many in 1001 s ticks on slots of 20 ms: how many of the first _nSlots show a picture again. In whole

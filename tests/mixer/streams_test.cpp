@@ -6,6 +6,7 @@
 
 #include "mixer_fixture.h"
 #include "platform/thread.h"
+#include "support/scripted_file.h"
 
 namespace zr {
 namespace {
@@ -14,16 +15,7 @@ constexpr int kRounds = 2000;
 
 class StreamsTest : public MixerTest {
 protected:
-    void Make(double _dblRate) {
-        MixerTest::Make(_dblRate, true);
-        pStreams = pMixer.As<IZrStreams>();
-    }
-    HRESULT Add(const char16_t* _szId, IUnknown* _pSource, ZrPtr<IZrItem>* _ppItem = nullptr) {
-        ZrPtr<IZrItem> pItem;
-        const HRESULT hr = pStreams->StreamsAdd(_szId, _pSource, nullptr, nullptr, pItem.Out(), 0);
-        if (_ppItem) *_ppItem = pItem;
-        return hr;
-    }
+    void Make(double _dblRate) { MixerTest::Make(_dblRate, true); }
     ZrPtr<ScriptedSource> NewSource() { return ScriptedSource::Make(SmallPicture(25.0), 0); }
     // "a b c", as the table has them.
     std::u16string Order() {
@@ -41,15 +33,6 @@ protected:
         }
         return order;
     }
-    static MixerStreamPtr StreamOf(const ZrPtr<IZrItem>& _pItem) {
-        return static_cast<CCoZrItem*>(_pItem.Get())->Node()->ObjectAs<MixerStreamPtr>(kMixStreamKey);
-    }
-    static int32_t NumberIn(const MixerStreamPtr& _pStream) {
-        const auto pFrame = _pStream->LastFrame();
-        return pFrame ? ScriptedSource::NumberOf(pFrame.Get()) : -1;
-    }
-
-    ZrPtr<IZrStreams> pStreams;
 };
 
 TEST_F(StreamsTest, TheTableKeepsOrderAndSaysWhatIsWrong) {
@@ -58,10 +41,10 @@ TEST_F(StreamsTest, TheTableKeepsOrderAndSaysWhatIsWrong) {
     EXPECT_EQ(pStreams->StreamsRemoveByIndex(0, 0, 0), ZR_E_EMPTY);
     ZrPtr<IZrItem> arrItems[4];
     const auto pFirst = NewSource();
-    ASSERT_EQ(Add(nullptr, pFirst.Get(), &arrItems[0]), S_OK);
+    ASSERT_EQ(Add(u"", pFirst.Get(), &arrItems[0]), S_OK);
     ASSERT_EQ(Add(u"", NewSource().Get(), &arrItems[1]), S_OK);
     ASSERT_EQ(Add(u"logo", NewSource().Get(), &arrItems[2]), S_OK);
-    ASSERT_EQ(Add(nullptr, NewSource().Get(), &arrItems[3]), S_OK);
+    ASSERT_EQ(Add(u"", NewSource().Get(), &arrItems[3]), S_OK);
     EXPECT_EQ(Order(), u"stream-000 stream-001 logo stream-002");
 
     EXPECT_EQ(Add(u"x", nullptr), E_INVALIDARG);
@@ -103,7 +86,7 @@ TEST_F(StreamsTest, TheTableKeepsOrderAndSaysWhatIsWrong) {
     // Ranges to either side, cut at the ends; the counted id that was freed comes again.
     EXPECT_EQ(pStreams->StreamsRemoveByIndex(1, -7, 0), S_OK);
     EXPECT_EQ(Order(), u"stream-000 logo");
-    ASSERT_EQ(Add(nullptr, NewSource().Get()), S_OK);
+    ASSERT_EQ(Add(u"", NewSource().Get()), S_OK);
     EXPECT_EQ(Order(), u"stream-000 logo stream-001");
     EXPECT_EQ(pStreams->StreamsRemoveByIndex(-2, 2147483647, 0), S_OK);
     EXPECT_EQ(Order(), u"stream-000");
@@ -113,8 +96,7 @@ TEST_F(StreamsTest, TheTableKeepsOrderAndSaysWhatIsWrong) {
 
 TEST_F(StreamsTest, OneSourceIsAskedOnceForAllItsStreams) {
     Make(25.0);
-    pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
-    pProps->PropsSet(u"object::background", u"");
+    NoBackground();
     const auto pShared = NewSource();
     const auto pOther = NewSource();
     ZrPtr<IZrItem> pA, pB, pC;
@@ -166,10 +148,7 @@ TEST_F(StreamsTest, APausedStreamKeepsItsPictureAndLosesNothing) {
     SleepFor(kTicksPerSecond);
     EXPECT_FALSE(StreamOf(pA)->IsPaused());
     EXPECT_EQ(NumberIn(StreamOf(pA)), NumberIn(StreamOf(pC)));
-    BSTR bs = nullptr;
-    pProps->PropsGet(u"stat::user_breaks.a", &bs);
-    EXPECT_TRUE(bs && std::u16string(bs) == u"1");
-    SysFreeString(bs);
+    EXPECT_EQ(Counter(u"user_breaks.a"), 1);
     // One that comes to a paused mixer shows its first picture, once.
     pFile->FilePlayPause(0);
     SleepFor(kTicksPerSecond / 5);
@@ -220,6 +199,70 @@ TEST_F(StreamsTest, OneStreamIsStoppedAndPlaysAgainByItsItem) {
     EXPECT_EQ(CountEvents(u"start/"), 1);
     pMixer.Reset(), pFile.Reset(), pProps.Reset(), pStreams.Reset();
     EXPECT_EQ(pPlay->FilePlayStart(), ZR_E_NOT_FOUND_FILE);
+}
+
+TEST_F(StreamsTest, AnItemThatPlaysStartsAStoppedMixerWithItselfAlone) {
+    Make(25.0);
+    ZrPtr<IZrItem> pA, pB;
+    Add(u"a", NewSource().Get(), &pA);
+    const auto pOther = NewSource();
+    Add(u"b", pOther.Get(), &pB);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond / 5);
+    pFile->FilePlayStop(0);
+    const int nGets = pOther->nGets;
+    ASSERT_EQ(pA.As<IZrFile>()->FilePlayStart(), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(State(), eZrS_Running);
+    EXPECT_TRUE(StreamOf(pA)->IsOpen());
+    EXPECT_FALSE(StreamOf(pB)->IsOpen());
+    EXPECT_EQ(pOther->nGets, nGets);
+    EXPECT_GT(NumberIn(StreamOf(pA)), 20);
+    pFile->FilePlayStop(0);
+    pFile->FilePlayStart();
+    EXPECT_TRUE(StreamOf(pB)->IsOpen());
+}
+
+// A file that has to be opened when it comes to a mixer on air: it is seen late, and no frame is.
+TEST_F(StreamsTest, ASlowStartHoldsNothingUp) {
+    struct SLOW final : ScriptedFile {
+        std::atomic<int64_t> rtStart{0};
+        HRESULT FilePlayStart() override {
+            SleepFor(rtStart);
+            eState = eZrS_Running;
+            return S_OK;
+        }
+    };
+    Make(25.0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    const auto pSlow = ZrPtr<SLOW>::Attach(new SLOW);
+    pSlow->rtStart = 3 * kTicksPerSecond;
+    Add(u"slow", pSlow.As<IZrSource_I>().Get());
+    const size_t nBefore = pCollector->Count();
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 2);
+    EXPECT_EQ(pSlow->nGets, 0);
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_NEAR(pSlow->nGets, 25, 3);
+    // Gone before it has started; a show that begins waits for all its sources.
+    const auto pGone = ZrPtr<SLOW>::Attach(new SLOW);
+    pGone->rtStart = kTicksPerSecond;
+    ZrPtr<IZrItem> pItem;
+    Add(u"gone", pGone.As<IZrSource_I>().Get(), &pItem);
+    SleepFor(kTicksPerSecond / 5);
+    pStreams->StreamsRemove(pItem.Get(), 0);
+    SleepFor(2 * kTicksPerSecond);
+    pFile->FilePlayStop(0);
+    EXPECT_EQ(pGone->nGets, 0);
+    pSlow->eState = eZrS_Stopped;
+    const int nGets = pSlow->nGets;
+    const size_t nStopped = pCollector->Count();
+    pFile->FilePlayStart();
+    SleepFor(5 * kTicksPerSecond);
+    EXPECT_NEAR(pSlow->nGets - nGets, 50, 3);
+    EXPECT_NEAR(static_cast<double>(pCollector->Count() - nStopped), 50, 3);
+    pMixer->ObjectClose();
 }
 
 TEST_F(StreamsTest, AStalledSourceHoldsNobodyElse) {
@@ -307,7 +350,7 @@ TEST_F(StreamsTest, RandomCallsOnARunningMixerAgreeWithASimpleTable) {
                 ZrPtr<IUnknown> pPresent;
                 if (pItem) pItem->ItemInnerGet(pPresent.Out());
                 const bool bSame = pPresent && pPresent == QueryAs<IUnknown>(pAdded.Get());
-                ASSERT_EQ(Add(id.c_str(), pAdded.Get()), bSame ? ZR_E_EXISTS : S_OK) << nStep;
+                ASSERT_EQ(Add(id, pAdded.Get()), bSame ? ZR_E_EXISTS : S_OK) << nStep;
                 if (!bSame) model.Add(id);
                 break;
             }
@@ -384,7 +427,7 @@ TEST_F(StreamsTest, FourThreadsChangeSixteenStreamsDuringTheMix) {
                 pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
                 switch (random() % 6) {
                     case 0:
-                    case 1: nAdded += Add(id.c_str(), pAdded.Get()) == S_OK; break;
+                    case 1: nAdded += Add(id, pAdded.Get()) == S_OK; break;
                     case 2: pStreams->StreamsRemove(pItem.Get(), 0); break;
                     case 3: pStreams->StreamsReorder(pItem.Get(), static_cast<int>(random() % 9) - 4, 0); break;
                     case 4: pStreams->StreamsRemoveByIndex(-1, -1, 0); break;

@@ -63,7 +63,7 @@ TEST(BuiltInPicture, KnowsColoursFromFileNames) {
 TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
     PictureSource& source = *new PictureSource;
     const auto pHold = ZrPtr<PictureSource>::Attach(&source);
-    ZR_AV_PROPS wanted;
+    AV_FORMAT wanted;
     wanted.vidProps = PropsFromFormat(eZrVF_HD1080_2997p, eZrFCC_Default);
     wanted.audProps = {2, 48000, 16, 0};
     source.FormatSet(wanted);
@@ -113,9 +113,9 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     ASSERT_EQ(pFrame->ZrFVideoSaveToFile(strName.c_str()), S_OK);
 
     const auto pSource = ZrPtr<PictureSource>::Attach(new PictureSource);
-    props = {};
-    props.vidProps.dblRate = 50;
-    pSource->FormatSet(props);
+    AV_FORMAT wanted;
+    wanted.vidProps.dblRate = 50;
+    pSource->FormatSet(wanted);
     ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"img.default_duration=1", 0), S_OK);
     int nFrames = 0;
     while (pSource->WorkerFrameGet(0, pFrame.Out()) == S_OK) {
@@ -128,10 +128,10 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     }
     EXPECT_EQ(nFrames, 50);
 
-    props.vidProps.fccType = eZrFCC_UYVY;  // its size counts, its pixel format would take the alpha
-    props.vidProps.nWidth = 64;
-    props.vidProps.nHeight = 32;
-    pSource->FormatSet(props);
+    wanted.vidProps.fccType = eZrFCC_UYVY;  // its size counts, its pixel format would take the alpha
+    wanted.vidProps.nWidth = 64;
+    wanted.vidProps.nHeight = 32;
+    pSource->FormatSet(wanted);
     ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"file::img.scale=true", 0), S_OK);
     ASSERT_EQ(pSource->WorkerFrameGet(0, pFrame.Out()), S_OK);
     ZRF_FRAME_INFO scaled;

@@ -119,7 +119,7 @@ TEST(TestSignals, ChartHasRingsStepsAndNoColour) {
 TEST(TestSignals, ToneGoesOnOverFrames) {
     const auto pSource = ZrPtr<PictureSource>::Attach(new PictureSource);
     for (const int nBits : {16, 24, -32}) {
-        ZR_AV_PROPS wanted;
+        AV_FORMAT wanted;
         wanted.vidProps.fccType = eZrFCC_UYVY;
         wanted.vidProps.nWidth = 32;
         wanted.vidProps.nHeight = 16;

@@ -10,17 +10,31 @@
 namespace {
 
 std::atomic<int64_t> nAllocations{0};
+std::atomic<int64_t> nFailFrom{-1}, nFailUntil{-1};  // counts of allocations
 
 }  // namespace
 
 int64_t zr::AllocationCount() { return nAllocations.load(std::memory_order_relaxed); }
+
+bool zr::FailAllocations(int64_t _nGood, int64_t _nBad) {
+    const int64_t nFrom = AllocationCount() + _nGood;
+    nFailFrom = nFrom;
+    nFailUntil = nFrom + _nBad;
+#if !defined(ZR_ADDRESS_CHECK) && !defined(__SANITIZE_THREAD__)
+    return true;
+#else
+    return false;
+#endif
+}
 
 #if !defined(ZR_ADDRESS_CHECK) && !defined(__SANITIZE_THREAD__)
 
 namespace {
 
 void* Take(size_t _cb, size_t _cbAlign) {
-    nAllocations.fetch_add(1, std::memory_order_relaxed);
+    const int64_t n = nAllocations.fetch_add(1, std::memory_order_relaxed);
+    if (n >= nFailFrom.load(std::memory_order_relaxed) && n < nFailUntil.load(std::memory_order_relaxed))
+        return nullptr;
     void* p = nullptr;
     if (_cbAlign <= alignof(std::max_align_t)) {
         p = std::malloc(_cb);

@@ -77,7 +77,7 @@ public:
         arrList.clear();
         for (size_t i = 0; i < arrStreams.size(); ++i) {
             if (arrFrames[i]) arrStreams[i]->PutMedia(arrFrames[i].Get(), put);
-            arrList.push_back({arrStreams[i].Get(), arrStreams[i]->Id()});
+            arrList.push_back({arrStreams[i].Get(), arrStreams[i]->Id(), static_cast<int32_t>(i)});
         }
         bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get(), nChanges);
         dblNow += dblStep;

@@ -10,4 +10,7 @@ struct AV_FORMAT {
     ZR_AUD_PROPS audProps;
 };
 
+// Those of a record.
+inline AV_FORMAT FormatOf(const ZR_AV_PROPS& _props) { return {_props.vidProps, _props.audProps}; }
+
 }  // namespace zr
