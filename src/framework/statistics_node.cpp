@@ -28,6 +28,8 @@ void StatisticsNode::SetCount(Handle _handle, int64_t _nValue) { Set(_handle, _n
 
 void StatisticsNode::SetValue(Handle _handle, double _dblValue) { Set(_handle, _dblValue); }
 
+void StatisticsNode::SetText(Handle _handle, std::u16string_view _text) { Set(_handle, _text); }
+
 void StatisticsNode::AddCount(Handle _handle, int64_t _nAdd) try {
     if (_handle == kNone) return;
     MutexLock lock(mtx);

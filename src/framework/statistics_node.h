@@ -18,6 +18,7 @@ public:
     Handle Resolve(const char16_t* _szName) override;
     void SetCount(Handle _handle, int64_t _nValue) override;
     void SetValue(Handle _handle, double _dblValue) override;
+    void SetText(Handle _handle, std::u16string_view _text) override;
     void AddCount(Handle _handle, int64_t _nAdd) override;
     // Forgets the numbers; handles stay good.
     void Clear();

@@ -2,6 +2,7 @@
 // Where a part publishes its numbers, without knowing the tree in which an operator reads them.
 
 #include <cstdint>
+#include <string_view>
 
 namespace zr {
 
@@ -16,6 +17,8 @@ public:
     virtual Handle Resolve(const char16_t* _szName) = 0;
     virtual void SetCount(Handle _handle, int64_t _nValue) = 0;
     virtual void SetValue(Handle _handle, double _dblValue) = 0;
+    // Allocates when the text is longer than the one before.
+    virtual void SetText(Handle, std::u16string_view) {}
     // Adds to what the key holds, as one step.
     virtual void AddCount(Handle _handle, int64_t _nAdd) = 0;
 

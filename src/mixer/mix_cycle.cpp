@@ -32,6 +32,7 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       parts(_parts),
       sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
       async(_parts.props.Object(), _parts.format, _parts.streams),
+      flights(*this),
       draw(_parts.props.Root(), _parts.props.Object(), _parts.blocks),
       audioMixer(_parts.statistics),
       nMixCycle(_parts.statistics.Resolve(u"mix_cycle")),
@@ -40,6 +41,7 @@ MixCycle::MixCycle(const MIX_PARTS& _parts)
       nMixAudio(_parts.statistics.Resolve(u"mix_audio")),
       nMixOutput(_parts.statistics.Resolve(u"mix_output")),
       nMixFailed(_parts.statistics.Resolve(u"mix_failed")),
+      nInFlight(_parts.statistics.Resolve(u"mix_fixed_buffers")),
       nFpsMix(_parts.statistics.Resolve(u"fps_mix")) {}
 
 bool MixCycle::IsSynchronous(int32_t _nKind) const {
@@ -63,6 +65,7 @@ HRESULT MixCycle::Start() {
     // One that a listener of its own has stopped may be on its last pass still: it is waited for, but not by itself.
     if (!bRuns) {
         if (const HRESULT hr = thread.Stop(-1); Failed(hr)) return hr;
+        if (const HRESULT hr = flights.Stop(); Failed(hr)) return hr;
     }
     evStop.Reset();
     if (nWay.load(std::memory_order_relaxed) == kByKeys) {
@@ -82,6 +85,7 @@ void MixCycle::Stop(IEventSink& _events) {
     evStop.Set();
     producers.Stop();
     thread.Stop(-1);
+    flights.Stop();
     nWay.store(kByKeys, std::memory_order_relaxed);
     nFramesOut = 0;
     clock.Reset();
@@ -105,7 +109,9 @@ void MixCycle::RunThread(ThreadRun& _run) {
             bFirstFrame.store(true, std::memory_order_relaxed);  // of the line that begins when it is gone
             continue;
         }
-        const HRESULT hr = RunPass({}, bFirstFrame.load(std::memory_order_relaxed), nCycle, _run.StopEvent());
+        const HRESULT hr = IsSynchronous(3) || flights.Count() > 0
+                               ? RunFlights(nCycle)
+                               : RunPass({}, bFirstFrame.load(std::memory_order_relaxed), nCycle, _run.StopEvent());
         if (hr == ZR_E_RETRY) {
             _run.Wake();
             continue;
@@ -124,12 +130,15 @@ HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCyc
     if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
     const MixerState::Work work(parts.state);
     const HRESULT hr = InterfaceCall([&] { return DoMixing_I(_pFrameIn, _bFirst, _nCycle); });
-    if (Failed(hr) && hr != ZR_E_RETRY && hr != ZR_E_NOT_RUNNING) {
-        parts.statistics.AddCount(nMixFailed, 1);
-        clock.SetBreakPending();  // its place on the line may stay empty
-    }
+    CountFailure(hr);
     evDriver.Set();
     return hr;
+}
+
+void MixCycle::CountFailure(HRESULT _hr) {
+    if (Succeeded(_hr) || _hr == ZR_E_RETRY || _hr == ZR_E_NOT_RUNNING) return;
+    parts.statistics.AddCount(nMixFailed, 1);
+    clock.SetBreakPending();  // its place on the line may stay empty
 }
 
 HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
@@ -164,16 +173,8 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     } else if (const HRESULT hr = TakePushed(pass, pBase); Failed(hr)) {
         return hr;
     }
-    if (const HRESULT hr = TakeBaseFrame(pass, pBase); Failed(hr)) return hr;
-    PrepareFrame(pass);
-    cycleTimer.Restart();
-    if (const HRESULT hr = Compose(pass); Failed(hr)) return hr;
-    if (pass.bSkipped) return S_OK;  // the cycle goes on: a scene that is not ready becomes so by it
-    if (pass.bBlack) {
-        if (const HRESULT hr = TakeBlack(pass); Failed(hr)) return hr;
-    }
-    if (!HasVideo(pass.props) && !AudUsable(pass.props.audProps)) return S_FALSE;
-    if (const HRESULT hr = FinishFrame(pass); Failed(hr)) return hr;
+    // One that was skipped is nothing wrong: a scene that is not ready becomes so by the cycles.
+    if (const HRESULT hr = MakeFrame(pass, pBase); hr != S_OK || pass.bSkipped) return hr;
     if (bSync) {
         parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
         parts.statistics.SetValue(nSyncCycle, syncTimer.Ms());
@@ -182,12 +183,29 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
     }
     cycleTimer.Restart();
     parts.output.Output(std::move(pass.pFrame));
-    ++nFramesOut;
     parts.statistics.SetValue(nMixOutput, cycleTimer.Ms());
-    draw.RaiseEvents(parts.events);
-    EndTimedPause(pass.time);
-    parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
+    EndPass(pass);
     return S_OK;
+}
+
+// S_FALSE: the output has neither picture nor sound.
+HRESULT MixCycle::MakeFrame(PASS& _pass, const FramePtr& _pBase) {
+    if (const HRESULT hr = TakeBaseFrame(_pass, _pBase); Failed(hr)) return hr;
+    PrepareFrame(_pass);
+    cycleTimer.Restart();
+    if (const HRESULT hr = Compose(_pass); Failed(hr) || _pass.bSkipped) return hr;
+    if (_pass.bBlack) {
+        if (const HRESULT hr = TakeBlack(_pass); Failed(hr)) return hr;
+    }
+    if (!HasVideo(_pass.props) && !AudUsable(_pass.props.audProps)) return S_FALSE;
+    return FinishFrame(_pass);
+}
+
+void MixCycle::EndPass(const PASS& _pass) {
+    ++nFramesOut;
+    draw.RaiseEvents(parts.events);
+    EndTimedPause(_pass.time);
+    parts.statistics.SetValue(nFpsMix, rateMeter.Stamp(ClockNow()));
 }
 
 // What the producers have pushed into the streams. It may be waited for, without the cycle lock: a pass works on what

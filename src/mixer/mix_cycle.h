@@ -17,6 +17,7 @@
 #include "mixer/elapsed.h"
 #include "mixer/frame_levels.h"
 #include "mixer/frame_output.h"
+#include "mixer/frames_in_flight.h"
 #include "mixer/mix_clock.h"
 #include "mixer/mixer_links.h"
 #include "mixer/mixer_state.h"
@@ -44,7 +45,7 @@ struct MIX_PARTS {
     IFrameOutput& output;
 };
 
-class MixCycle final : private IProducerHost {
+class MixCycle final : private IProducerHost, private IFlightMaker {
 public:
     explicit MixCycle(const MIX_PARTS& _parts);
 
@@ -71,7 +72,7 @@ public:
     AsyncProducers producers;
 
 private:
-    // What a pass works on. Mix thread only.
+    // What a pass works on. The thread that runs it only.
     struct PASS {
         FramePtr pFrame;
         AV_FORMAT props;
@@ -92,6 +93,18 @@ private:
     void RunThread(ThreadRun& _run);
     HRESULT RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop);
     HRESULT DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle);
+    HRESULT MakeFrame(PASS& _pass, const FramePtr& _pBase);
+    void EndPass(const PASS& _pass);
+    void CountFailure(HRESULT _hr);
+
+    // With frames in flight (mix_flights.cpp)
+    HRESULT RunFlights(int64_t _nCycle);
+    HRESULT AskForFlight(int64_t _nCycle);
+    bool SendFlight();
+    void PublishFlights(size_t _nMost);
+    void Compose(FLIGHT& _flight) override;
+    HRESULT Sync_DoMixing_I(FLIGHT& _flight);
+
     HRESULT TakePushed(PASS& _pass, const FramePtr& _pFrameIn);
     STREAM_PUT PutNow() const override { return async.Put(); }
     HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
@@ -123,6 +136,8 @@ private:
     std::atomic<int32_t> nWay{kByKeys};  // of a mixer that runs
     AutoEvent evDriver{true};            // taken by the thread that runs a pass: mix thread or background's producer
     SyncRequest request;                 // of the pass under way; its memory stays
+    FramesInFlight flights;
+    std::u16string flightsText, flightsShown;  // mix thread only: to publish, and as published
     MixClock clock;
     bool bOffLine ZR_GUARDED_BY(mtxCycle) = false;  // the last frame was stamped by its number, not by the clock
     DrawStep draw;
@@ -135,7 +150,7 @@ private:
     std::vector<MIX_SOUND> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;
-    int64_t nFramesOut = 0;  // since the start; of the thread that runs a pass
+    int64_t nFramesOut = 0;        // since the start; of the thread that runs a pass
     int32_t nPriority = 0;         // that the thread below has
     uint32_t nPriorityThread = 0;  // that made the last pass
     std::atomic<bool> bFirstFrame{false};
@@ -147,6 +162,7 @@ private:
     const IStatisticsSink::Handle nMixAudio;
     const IStatisticsSink::Handle nMixOutput;
     const IStatisticsSink::Handle nMixFailed;
+    const IStatisticsSink::Handle nInFlight;
     const IStatisticsSink::Handle nFpsMix;
 
     CBaseThread thread{"zr-mix"};  // last: it goes first

@@ -37,8 +37,16 @@ FramePtr BreakClone(const FramePtr& _pFrame, eZrFrameClone _eParts) {
 
 FramePtr BrokenOff(const FramePtr& _pFrame) { return BreakClone(_pFrame, eZrFC_Reference); }
 
-// A repeat of a frame whose source gave nothing new: the picture without its sound, which would stutter.
-FramePtr RepeatOf(const FramePtr& _pFrame) { return BreakClone(_pFrame, eZrFC_VideoRef); }
+// A repeat of a frame whose source gave nothing new: the picture without its sound, which would stutter. It does not
+// come live: the output would take its pace from it.
+FramePtr RepeatOf(const FramePtr& _pFrame) {
+    FramePtr pRepeat = BreakClone(_pFrame, eZrFC_VideoRef);
+    ZR_TIME time;
+    if (!pRepeat || Failed(pRepeat->ZrFTimeGet(&time))) return pRepeat;
+    time.eFFlags = static_cast<eZrFrameFlags>(time.eFFlags & ~uint32_t{eZrFF_Live});
+    pRepeat->ZrFTimeSet(&time);
+    return pRepeat;
+}
 
 }  // namespace
 

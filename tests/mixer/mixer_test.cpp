@@ -9,6 +9,7 @@
 #include "mixer_fixture.h"
 #include "platform/thread.h"
 #include "support/allocation_count.h"
+#include "support/paced_source.h"
 #include "support/stress.h"
 
 namespace zr {
@@ -92,6 +93,25 @@ TEST_F(MixerTest, AStalledSourceCostsItsLimitOnceAndIsUsedAgain) {
     EXPECT_GE(nStalled, 25u + 65u);  // 3 s less the 250 ms
     EXPECT_GE(ScriptedSource::NumberOf(arrFrames.back().pFrame.Get()), 0);
     for (size_t i = 1; i < arrFrames.size(); ++i) ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * int64_t(i)) << i;
+}
+
+// A live one gives the output its pace; when it has none, the output keeps to its own.
+TEST_F(MixerTest, AStalledLiveBackgroundLeavesTheOutputItsRate) {
+    Make(25.0);
+    const auto pLive = PacedSource::Make(SmallPicture(25.0), true);
+    pStreams->StreamsBackgroundSet(pLive.Get(), u"", u"", nullptr, 0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    for (std::atomic<bool>* const pFault : {&pLive->bStalls, &pLive->bEnded}) {
+        const size_t nBefore = pCollector->Count();
+        *pFault = true;
+        SleepFor(3 * kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 72, 6);
+        *pFault = false;
+        SleepFor(kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 97, 6);
+    }
+    pMixer->ObjectClose();
 }
 
 TEST_F(MixerTest, AListenerOnTheMixThreadMayStopTheMixer) {
@@ -241,6 +261,48 @@ TEST_F(MixerTest, MemoryThatIsOutCostsAFrameAndNotTheShow) {
         EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 3);
         pMixer->ObjectClose();
     }
+}
+
+// The output is that of a mixer which makes one frame after the other, but so many frames later; the number may change
+// on air.
+TEST_F(MixerTest, FramesInFlightAreAllThereAndInOrder) {
+    Make(25.0, true);
+    pProps->PropsSet(u"object::sync_mode.fixed_buffers", u"6");
+    for (int nRun = 0; nRun < 2; ++nRun) {
+        const int32_t nFirst = pSource->nNext;
+        const size_t nBefore = pCollector->Count();
+        ASSERT_EQ(pFile->FilePlayStart(), S_OK);
+        SleepFor(kTicksPerSecond);
+        // Five wait behind the one in the queue and the one that is sent.
+        EXPECT_NEAR(pSource->nNext - nFirst - static_cast<int32_t>(pCollector->Count() - nBefore), 7, 1);
+        BSTR bs = nullptr;
+        pProps->PropsGet(u"stat::mix_fixed_buffers", &bs);
+        EXPECT_TRUE(bs && std::u16string_view(bs).ends_with(u"/5(Max:6)"));
+        SysFreeString(bs);
+        for (const char16_t* sz : {u"1", u"2", u"9", u"0", u"3"}) {
+            pProps->PropsSet(u"object::sync_mode.fixed_buffers", sz);
+            SleepFor(kTicksPerSecond / 2);
+        }
+        pFile->FilePlayPause(0.4);
+        SleepFor(kTicksPerSecond);
+        EXPECT_EQ(State(), eZrS_Running);
+        pFile->FilePlayStop(0);
+        pProps->PropsSet(u"object::sync_mode.fixed_buffers", u"6");
+        const auto arrFrames = pCollector->Frames();
+        EXPECT_NEAR(static_cast<double>(arrFrames.size() - nBefore), 4.5 * 25, 8);
+        int32_t nNumber = nFirst;
+        for (size_t i = nBefore; i < arrFrames.size(); ++i) {
+            const int32_t n = ScriptedSource::NumberOf(arrFrames[i].pFrame.Get());
+            if (n >= 0) {  // a pause holds the picture, and no number is lost
+                ASSERT_EQ(n, nNumber++) << i;
+            }
+            if (i == nBefore) continue;
+            const ZR_TIME &last = arrFrames[i - 1].time, &time = arrFrames[i].time;
+            const bool bHeld = (last.eFFlags & eZrFF_Break) && time.rtStartTime == last.rtStartTime;
+            ASSERT_TRUE(bHeld || time.rtStartTime == last.rtEndTime) << i;
+        }
+    }
+    pMixer->ObjectClose();
 }
 
 TEST_F(MixerTest, AMixerInErrorPlaysAtItsRateAllTheSame) {

@@ -201,7 +201,10 @@ TEST_P(ShowTest, WhateverSourcesDoTheOutputGoesOn) {
                 if (Roll(4) == 0) pFile->FilePlayPause(0.05);
                 if (Roll(16) == 0) pFile->FilePlayStop(0), pFile->FilePlayStart();
                 break;
-            case 9: pProps->PropsSet(u"object::live.wait_all", Roll(2) ? u"true" : u"false"); break;
+            case 9:
+                pProps->PropsSet(u"object::live.wait_all", Roll(2) ? u"true" : u"false");
+                if (Roll(3) == 0) pProps->PropsSet(u"object::sync_mode.fixed_buffers", Roll(2) ? u"4" : u"0");
+                break;
             case 10: pProps->PropsSet(u"object::sync_mode", Roll(2) ? u"true" : u"false"); break;
             default: break;
         }
