@@ -172,7 +172,6 @@ TEST_F(PersistTest, SavesWhereChangesGo) {
 TEST_F(PersistTest, KeepsWhatItNamesAgain) {
     const auto p = NewMixer();
     FillShow();
-    const auto pStreams = pMixer.As<IZrStreams>();
     EXPECT_EQ(Save(p, "show.xml"), S_OK);
     const string strShow = Read("show.xml");
     const auto item = [&](int32_t _n) {

@@ -4,6 +4,7 @@
 
 #include "mixer_fixture.h"
 #include "support/allocation_count.h"
+#include "support/paced_source.h"
 #include "zr/elements.h"
 #include "zr/scenes.h"
 #include "zr/utf8.h"
@@ -87,6 +88,43 @@ TEST_F(SceneCycleTest, AStreamByItsPlaceIsThatOfTheTable) {
     pStreams->StreamsRemove(pFirst.Get(), 0);
     SleepFor(kTicksPerSecond / 2);
     EXPECT_EQ(Middle(), 16);
+}
+
+// Four streams of another size than the output, each with a new picture and sound in every frame, one half transparent.
+TEST_F(SceneCycleTest, ASteadyQuadTakesNothingFromTheHeap) {
+    for (const char16_t* szSync : {u"true", u"false"}) {
+        SCOPED_TRACE(ToUtf8(szSync));
+        MakeScene(u"stream_id=q0 w=0.5 h=0.5");
+        pCollector = ZrPtr<FrameCollector>::Attach(new FrameCollector(false));  // keeps no frames
+        pMixer.As<IZrSender_I>()->SenderDisconnect(u"test");
+        pMixer.As<IZrSender_I>()->SenderConnect(pCollector.Get(), u"test", u"rate_control=0", nullptr);
+        NoBackground();
+        pProps->PropsSet(u"object::sync_mode", szSync);
+        ZrPtr<IZrElement> pForeground;
+        pVideo->ElementParentGet(pForeground.Out());
+        const auto pElements = pForeground.As<IZrElements>();
+        for (const char16_t* szElement : {u"stream_id=q1 x=0.5 w=0.5 h=0.5 alpha=0.5 audio_gain=-6",
+                                          u"stream_id=q2 y=0.5 w=0.5 h=0.5", u"stream_id=q3 x=0.5 y=0.5 w=0.5 h=0.5"})
+            pElements->ElementsAdd(u"", u"video", szElement, nullptr, 0);
+        for (const char16_t* szId : {u"q0", u"q1", u"q2", u"q3"}) {
+            ZR_VID_PROPS props = SmallPicture(25.0);
+            props.nWidth = 160;
+            props.nRowBytes = 320;
+            const auto pQuad = PacedSource::Make(props, false);
+            pQuad->SetFormat(props, 1920, 3);
+            Add(szId, pQuad.Get());
+        }
+        pCollector->Reserve(10'000);
+        pMixer->ObjectStart(nullptr);
+        SleepFor(10 * kTicksPerSecond);
+        EXPECT_EQ(Counter(u"audio.q1.not_enough"), 0);
+        const int64_t nBefore = AllocationCount();
+        const size_t nFrames = pCollector->Count();
+        SleepFor(20 * kTicksPerSecond);
+        EXPECT_GE(pCollector->Count(), nFrames + 495);
+        EXPECT_EQ(AllocationCount(), nBefore);
+        pMixer->ObjectClose();
+    }
 }
 
 TEST_F(SceneCycleTest, ASceneThatIsNotReadyIsNotSent) {

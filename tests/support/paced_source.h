@@ -4,15 +4,16 @@
 #include <atomic>
 #include <cmath>
 #include <functional>
+#include <vector>
 
 #include "framework/frame_factory_access.h"
 #include "media/frame_time.h"
 #include "media/vid_props.h"
 #include "mixer/mix_clock.h"
+#include "one_reader_source.h"
 #include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/lock.h"
-#include "support/one_reader_source.h"
 
 namespace zr {
 
@@ -27,16 +28,17 @@ public:
         return p;
     }
     // Another size, rate or pixel format from the next frame on, which begins a line.
-    void SetFormat(const ZR_VID_PROPS& _vidProps, int32_t _nSamples = 0) {
+    // _nPictures: that are given in turn.
+    void SetFormat(const ZR_VID_PROPS& _vidProps, int32_t _nSamples = 0, size_t _nPictures = 1) {
         ZR_AV_PROPS props;
         props.vidProps = _vidProps;
         if (_nSamples > 0) props.audProps = {2, 48000, 16, 0};
         IZrFFactory* pFactory = nullptr;
         FrameFactory(&pFactory);
-        ZrPtr<IZrFFrame> pNew;
-        pFactory->ZrFFrameCreateFromMem(&props, 0, _nSamples, 0, pNew.Out(), nullptr);
+        std::vector<ZrPtr<IZrFFrame>> arrNew(_nPictures);
+        for (auto& pNew : arrNew) pFactory->ZrFFrameCreateFromMem(&props, 0, _nSamples, 0, pNew.Out(), nullptr);
         MutexLock lock(mtx);
-        pFrame = std::move(pNew);
+        arrFrames.swap(arrNew);
         dblPeriod = FrameDurationOfRate(_vidProps.dblRate).dblExact;
         BeginLine();
     }
@@ -93,7 +95,8 @@ private:
             nLost += nNext - nFirst;
             nBreaks += bBreak;
         }
-        const HRESULT hr = pFrame->ZrFClone(_ppFrame, Furnish ? eZrFC_Full : eZrFC_Reference, eZrFCC_Default);
+        const HRESULT hr = arrFrames[static_cast<size_t>(nNext) % arrFrames.size()]->ZrFClone(
+            _ppFrame, Furnish ? eZrFC_Full : eZrFC_Reference, eZrFCC_Default);
         if (Failed(hr)) return hr;
         if (Furnish) Furnish(nNext, **_ppFrame);
         ZR_TIME time;
@@ -111,7 +114,7 @@ private:
     const bool bLive;
     ManualEvent evNever;
     Mutex mtx;
-    ZrPtr<IZrFFrame> pFrame ZR_GUARDED_BY(mtx);
+    std::vector<ZrPtr<IZrFFrame>> arrFrames ZR_GUARDED_BY(mtx);
     double dblPeriod ZR_GUARDED_BY(mtx) = 0;
     int64_t nNext ZR_GUARDED_BY(mtx) = 0;
     int64_t rtBase ZR_GUARDED_BY(mtx) = -1;  // when the line began

@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "support/one_reader_source.h"
+#include "one_reader_source.h"
 #include "zr/file.h"
 
 namespace zr {

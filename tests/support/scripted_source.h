@@ -8,9 +8,9 @@
 #include "attributes/props_impl.h"
 #include "framework/frame_factory_access.h"
 #include "media/vid_props.h"
+#include "one_reader_source.h"
 #include "platform/clock.h"
 #include "platform/event.h"
-#include "support/one_reader_source.h"
 
 namespace zr {
 
