@@ -41,6 +41,7 @@ void SoundEdge::Restart(const ZR_AUD_PROPS& _props) {
 
 void SoundEdge::Remember(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples) {
     Restart(_props);
+    if (_nSamples <= 0) return;
     eSounding = eHeard;
     Keep(_p, _nSamples);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
 #include "media/aud_props.h"
@@ -70,14 +71,15 @@ void StreamAudio::Put(const STREAM_SOUND& _sound) {
     evRoom.Set();
 }
 
-// Filters are computed here, where neither the mix nor anybody else waits.
-void StreamAudio::PrepareConverter(const STREAM_SOUND& _sound) {
+// Filters are computed here, where neither the mix nor anybody else waits. Without memory the conversion will say so.
+void StreamAudio::PrepareConverter(const STREAM_SOUND& _sound) try {
     double dblNext = 1;
     {
         MutexLock lock(mtx);
         dblNext = dblScale;
     }
     ZrAudioConverter::Prepare(_sound.props, _sound.audOutput, dblNext);
+} catch (const std::bad_alloc&) {
 }
 
 void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
