@@ -176,7 +176,7 @@ struct IZrFFrame : IUnknown {
                               IZrFFrame** _ppFrameRes, const char16_t* _bsPropsList,
                               const char16_t* _bsConverterID) = 0;
     // The picture on the way from _pFrameFrom to this frame. _dblPos: 0.0 all of the former, 1.0 all of this one.
-    // _bsTransition: "fade", or the name of an effect. The result keeps this frame's time, audio and interlace.
+    // _bsTransition: "fade", or an effect. The result keeps this frame's time, audio and interlace. E_NOTIMPL so far.
     virtual HRESULT ZrFTransition(IZrFFrame* _pFrameFrom, IZrFFrame** _ppFrameRes, double _dblPos,
                                   const char16_t* _bsTransition, const char16_t* _bsPropsList,
                                   const char16_t* _bsConverterID) = 0;
@@ -213,7 +213,7 @@ struct IZrFFrame : IUnknown {
     // Waits until a conversion of this frame that still runs has ended, and returns its result.
     virtual HRESULT ZrFWaitAsync() = 0;
     // Draws text into the picture. _dblTextSize: height of a line, in pixels or as a share of the picture by the kind
-    // of _pRect (null: the whole picture). _bsExtraParam: attributes of colour and font, may be null.
+    // of _pRect (null: all). _bsExtraParam: attributes of colour and font, may be null. E_NOTIMPL so far.
     virtual HRESULT ZrFPrint(const char16_t* _bsText, double _dblTextSize, const ZRF_RECT* _pRect,
                              eZrFTextFlags _eZrFTextFlags, const char16_t* _bsExtraParam) = 0;
     // As ZrFOverlay, into a rectangle. _pRect null: the whole picture; its units are pixels, shares of the picture, or

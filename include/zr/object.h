@@ -44,7 +44,7 @@ struct IZrObject : IUnknown {
     virtual HRESULT ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown* _pParamUnk,
                                          BSTR* _pbsReturn) = 0;
     // Shows the output to other programs as a capture device (_bCreate not 0), or takes that back. Null or empty
-    // _bsName: a name made from the object's. _bsParam: attributes, may be null.
+    // _bsName: a name made from the object's. _bsParam: attributes, may be null. E_NOTIMPL so far.
     virtual HRESULT ObjectVirtualSourceCreate(int32_t _bCreate, const char16_t* _bsName, const char16_t* _bsParam) = 0;
     // The frame sent last, by default as ARGB32. _bsParam (may be null): "max_wait" milliseconds to wait for a first
     // frame (1000; 0 or less: do not wait), "field" 1 or 2 to have one field of an interlaced frame, "pixel_format" (0
