@@ -103,6 +103,7 @@ void ScriptPlayer::Start() {
     const auto pProps = show.As<zr::IZrProps>();
     pProps->PropsSet(u"object::on_event.sync", u"true");
     pProps->PropsSet(u"object::on_mix.event", u"true");
+    pProps->PropsSet(u"object::sync_mode.fixed_buffers", u"0");  // frames in flight are mixed ahead of their commands
     show.Mixer()->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&ScriptPlayer::OnEvent), 0,
                                         reinterpret_cast<int64_t>(this));
 }
