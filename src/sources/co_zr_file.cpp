@@ -26,7 +26,7 @@ CCoZrFile::CCoZrFile()
       readers(props.Root(), props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
       events(props.Object()),
-      control({props, format, readers, sender, lastFrame, name, events}) {
+      control({props, format, readers, sender, lastFrame, name, tracks, events}) {
     props.Start_I();
 }
 

@@ -2,6 +2,7 @@
 // The file source as its hosts know it: the faces around the parts.
 
 #include "attributes/props_impl.h"
+#include "audio/audio_impl.h"
 #include "framework/events.h"
 #include "framework/object_format.h"
 #include "platform/unknown.h"
@@ -16,6 +17,7 @@ namespace zr {
 class CCoZrFile final : public IZrObject,
                         public IZrFile,
                         public IZrPropsImpl<CCoZrFile>,
+                        public IZrAudioImpl<CCoZrFile>,
                         public IZrFormatImpl<CCoZrFile>,
                         public IZrSourceImpl<CCoZrFile>,
                         public IZrSource_IImpl<CCoZrFile>,
@@ -28,13 +30,14 @@ public:
     CCoZrFile();
 
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrSource, IZrSource_I, IZrSender_I,
+        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrAudio, IZrSource, IZrSource_I, IZrSender_I,
                           IZrEventsAdvise>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
+    AudioTracks& Tracks_I() { return tracks; }
     ObjectEvents& Events_I() { return events; }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
@@ -79,6 +82,9 @@ private:
 
     // IPropsHost
     void OnName(std::u16string_view _name, std::u16string_view _configFile) override;
+    void OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nChannelsPerTrack) override {
+        tracks.SetUp(_audio, _nTracks, _nChannelsPerTrack);
+    }
     void OnThreadPriority(std::u16string_view _priority) override;
     void OnKeyChanged(std::u16string_view _name, std::u16string_view _value, const std::u16string* _pOld) override;
     // ISenderHost
@@ -91,6 +97,7 @@ private:
     SourceReaders readers;
     Sender sender;
     ObjectEvents events;
+    AudioTracks tracks{AudioTracks::Levels::kOnDemand};
     FileControl control;
 };
 

@@ -423,8 +423,18 @@ bool FilePump::WaitForPull() {
     return true;
 }
 
+// What goes out; the frame that is held keeps the sound that it came with.
+ZrPtr<IZrFFrame> FilePump::ThroughTracks(const ZrPtr<IZrFFrame>& _pFrame) {
+    if (parts.tracks.IsUntouched() || !parts.props.Object()->AttributeOr(u"izraudio.enabled", true)) return _pFrame;
+    ZrPtr<IZrFFrame> pOut;
+    HRESULT hr = _pFrame->ZrFClone(pOut.Out(), eZrFC_Reference, eZrFCC_Default);
+    if (Succeeded(hr)) hr = parts.tracks.Audio_Process(*pOut);
+    return hr == S_OK ? pOut : _pFrame;
+}
+
 void FilePump::Deliver(const OUT_FRAME& _out) {
-    IZrFFrame& frame = *_out.pFrame;
+    const ZrPtr<IZrFFrame> pFrame = ThroughTracks(_out.pFrame);
+    IZrFFrame& frame = *pFrame;
     ZR_TIME time;
     if (evCancel.IsSet() || Failed(frame.ZrFTimeGet(&time))) return;
     if (!HasFlags(time, eZrFF_Live) && !WaitForPull()) return;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "attributes/props.h"
+#include "audio/audio_tracks.h"
 #include "framework/base_thread.h"
 #include "framework/event_sink.h"
 #include "framework/last_frame.h"
@@ -28,6 +29,7 @@ struct FILE_PARTS {
     Sender& sender;
     LastFrame& lastFrame;
     ObjectName& name;
+    AudioTracks& tracks;
     IEventSink& events;
 };
 
@@ -105,6 +107,7 @@ private:
     void FireEvents() ZR_EXCLUDES(mtxPlay);
 
     void Deliver(const OUT_FRAME& _out);
+    ZrPtr<IZrFFrame> ThroughTracks(const ZrPtr<IZrFFrame>& _pFrame);
     bool WaitForPull();
     bool IsPulled() const;
     void NoteFormats(IZrFFrame& _frame);

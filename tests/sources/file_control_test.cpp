@@ -3,6 +3,7 @@
 #include "sources/file_control.h"
 
 #include <gtest/gtest.h>
+#include <cmath>
 
 #include <random>
 
@@ -47,6 +48,30 @@ TEST_F(FileControlTest, GivesEveryFrameOnceToAReaderOfAnyPace) {
             SleepFor(nDelayMs * kMs);
         }
         EXPECT_EQ(rig.Events(), "start(clip) ");
+    }
+}
+
+// The gain of a track counts for what goes out, a pause and its silence pass through the tracks too, and the frame that
+// is held keeps its own sound.
+TEST_F(FileControlTest, SendsItsSoundThroughItsTracks) {
+    FileRig rig;
+    ZrPtr<IZrAudioTrack> pTrack;
+    ASSERT_EQ(rig.tracks.AudioTracksSetCount_I(1), S_OK);
+    ASSERT_EQ(rig.tracks.AudioTrackAdd_I(0, nullptr, nullptr, nullptr), S_OK);
+    ASSERT_EQ(rig.tracks.AudioTrackGetByIndex_I(0, nullptr, pTrack.Out()), S_OK);
+    pTrack->TrackGainSet(-1, 20 * std::log10(0.5), 0);
+    rig.Play(u"clip", nullptr, 25);
+    for (int64_t n = 0; n < 20; ++n) {
+        ZrPtr<IZrFFrame> pFrame;
+        ASSERT_EQ(rig.Get(&pFrame), S_OK);
+        ZRF_FRAME_INFO info;
+        pFrame->ZrFAllGet(&info);
+        ASSERT_EQ(info.avProps.audProps.nChannels, 2);
+        const auto* const p = reinterpret_cast<const int32_t*>(info.lpAudio);
+        const bool bHeld = (info.mTime.eFFlags & eZrFF_Pause) == eZrFF_Pause;
+        EXPECT_EQ(p[2 * 20], bHeld ? 0 : (1920 * n + 20) / 2) << n;
+        EXPECT_EQ(p[2 * 20 + 1], bHeld ? 0 : 1920 * n + 20) << "the added track has no gain";
+        if (n == 10) rig.control.FilePlayPause(0);
     }
 }
 

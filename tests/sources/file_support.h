@@ -144,7 +144,8 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
     SourceReaders readers{props.Root(), props.Object(), *this};
     ZrPtr<IUnknown> pSelf = QueryAs<IUnknown>(static_cast<IZrFFactory*>(&CZrFrameFactory::Shared()));
     Sender sender{props.Object(), *pSelf, readers, *this};
-    FileControl control{{props, format, readers, sender, lastFrame, name, *this}};
+    AudioTracks tracks{AudioTracks::Levels::kOnDemand};
+    FileControl control{{props, format, readers, sender, lastFrame, name, tracks, *this}};
 };
 
 }  // namespace zr
