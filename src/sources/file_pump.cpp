@@ -127,11 +127,13 @@ HRESULT FilePump::Play() {
         if (const HRESULT hr = pPlayer->Seek(Settings().dblIn, pPlayer->Request().dblInPreroll); Failed(hr)) return hr;
     }
     if (!bPlaying) bBreakNext = true;
+    const bool bAgain = std::exchange(bEnded, false);
     bPlaying = true;
-    bPaused = bEnded = false;
+    bPaused = false;
     rtPlayAgain = kNever;
     eState.store(eZrS_Running, std::memory_order_release);
     Change_I();
+    if (bAgain) parts.readers.Drop();
     return S_OK;
 }
 
@@ -187,6 +189,7 @@ HRESULT FilePump::Seek(double _dblPos, double _dblPreroll) {
     bEnded = false;
     dblPosition.store(pPlayer->Position(), std::memory_order_relaxed);
     Change_I();
+    parts.readers.Drop();  // what is on its way sees the change, and is not offered any more
     return S_OK;
 }
 

@@ -190,7 +190,7 @@ HRESULT SourceReaders::PutFrame(IZrFFrame* _pFrame, int32_t _nPutWait, int64_t _
     if (bLive && KeyOr(pObject, kOutputType, 0) > 1) nPutWait |= kPutWaitLive;
     const int32_t nWaited = WaitForReaders(*_pFrame, bLive, nPutWait, _rtMaxWait, _pStop);
     int32_t nReaders = 0;
-    hr = OfferToAll(_pFrame, nWaited > 0 ? _pStop : nullptr, nReaders);
+    hr = OfferToAll(_pFrame, _pStop, nReaders);
     if (_pnReaders) *_pnReaders = nReaders;
     if (_pnWaited) *_pnWaited = nWaited;
     return hr;
@@ -272,6 +272,10 @@ HRESULT SourceReaders::OfferToAll(IZrFFrame* _pFrame, Waitable* _pStop, int32_t&
 
 void SourceReaders::Flush() {
     evStop.Set();
+    Drop();
+}
+
+void SourceReaders::Drop() {
     CRWReadScope lock(lockReaders);
     for (const auto& [llID, pReader] : mapReaders) pReader->Clear();
 }

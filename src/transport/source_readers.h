@@ -75,6 +75,9 @@ public:
     // The time line breaks off, or the object stops: what nobody has fetched is dropped, gets and puts under way end.
     // The next break opens the source again.
     void Flush();
+    // The time line goes on elsewhere: what nobody has fetched is dropped, gets under way wait for what comes. A put
+    // under way whose _pStop is set already offers its frame no more.
+    void Drop();
     // The media has ended: readers get what they have in the slot, then the end. The next break opens it again.
     void End();
     // Drops the last frame, which a new reader would see.
