@@ -107,10 +107,14 @@ void XMLNodeBase::DestroyTree(XMLNodeBase* _pTop) ZR_NO_THREAD_SAFETY_ANALYSIS {
         pDying = pNode->pParent.load(std::memory_order_relaxed);
         for (auto& entry : pNode->arrChildren) {
             XMLNodeBase* const pChild = entry.value.Detach();
-            // Who has the only reference needs no atomic operation to give it up, unless a child could reach for it.
-            const bool bShared = pChild->nReferences.load(std::memory_order_acquire) != 1;
-            if (bShared || !pChild->arrChildren.Empty()) {
-                if (bShared) pChild->ForgetParent();
+            // Who has the only reference needs no atomic operation to give it up, unless a child could reach for it,
+            // which it cannot any more once the count is 0.
+            uint32_t nOnly = 1;
+            bool bOnly = pChild->nReferences.load(std::memory_order_acquire) == 1;
+            if (bOnly && !pChild->arrChildren.Empty())
+                bOnly = pChild->nReferences.compare_exchange_strong(nOnly, 0, std::memory_order_acq_rel);
+            if (!bOnly) {
+                pChild->ForgetParent();
                 if (pChild->nReferences.fetch_sub(1, std::memory_order_acq_rel) > 1) continue;  // it lives on as a top
             }
             pChild->pParent.store(pDying, std::memory_order_relaxed);
