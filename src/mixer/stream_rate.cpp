@@ -49,7 +49,8 @@ void StreamRate::Put(const ZR_TIME& _time, double _dblRate, double _dblOutputRat
     if (std::fabs(dblLate) <= kTolerance) {
         nSlots = 1;
     } else if (dblLate > 0) {
-        nSlots = Round(dblLate / dblPeriod) + 1;
+        // Only what has begun: a line that ran ahead would leave out the next frame, and so on in turn.
+        nSlots = static_cast<int64_t>((dblLate + kTolerance) / dblPeriod) + 1;
     }
     // More than the rates explain: the source's clock stands or goes back, and its line goes on from here.
     if (nSlots == 0 && ++nLeftOut > std::max(std::ceil(_dblRate / _dblOutputRate), 1.0)) {

@@ -118,8 +118,17 @@ TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
         {"same rate", 25, 25, eZrFF_None, {0, 40, 80, 500}, "1111", "nnnn"},
         {"25 to 50", 25, 50, eZrFF_None, {0, 40, 80, 120}, "1222", "nnnn"},
         {"50 to 25", 50, 25, eZrFF_None, {0, 20, 40, 60, 80}, "10101", "nnnnn"},
-        // Slots at 0, 40, 80, ...: 33 is early, 67 fills 40 and 80, 100 is early, 133 fills 120, and so on.
-        {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200}, "1020111", "nnynnnn"},
+        // Slots at 0, 40, 80, ...: 33 is early, 67 fills 40, 100 fills 80, and so on: one of six is left out.
+        {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200, 233}, "10111110", "nnnnnnnn"},
+        // Slots at 0, 40, ...: each frame is later by 1.7, until one is late by a whole slot.
+        {"24 to 25",
+         24,
+         25,
+         eZrFF_None,
+         {0,   42,  83,  125, 167, 208, 250, 292, 333, 375, 417, 458,  500,
+          542, 583, 625, 667, 708, 750, 792, 833, 875, 917, 958, 1000, 1042},
+         "11111111111111111111111121",
+         "nnnnnnnnnnnnnnnnnnnnnnnnnn"},
         {"live ones jump and are filled up", 25, 25, eLive, {0, 40, 120, 160}, "1121", "nnyn"},
         {"live ones are early and left out", 25, 25, eLive, {0, 40, 70, 120}, "1102", "nnyy"},
         {"a clock that stands begins anew",
