@@ -1,8 +1,12 @@
 // What is heard of a mixer: streams of several tracks, their keys, the tracks of the output.
 
+#include <atomic>
 #include <cmath>
+#include <random>
 
 #include "mixer_fixture.h"
+#include "platform/thread.h"
+#include "support/stress.h"
 #include "zr/audio.h"
 
 namespace zr {
@@ -131,6 +135,97 @@ TEST_P(SoundTest, OutputTracksAreCommandedSavedAndLoaded) {
     pProps->PropsSet(u"object::izraudio.enabled", u"false");
     pProps->PropsSet(u"object::audio_gain", u"-20");
     EXPECT_EQ(Heard(), (Levels{110, 220, 30, 30, 30, 30}));
+}
+
+// Hosts route the output and a stream anew, and streams come and go, while the mix runs. When they are through and all
+// is set back, it sounds as before.
+TEST_P(SoundTest, TracksAreReroutedDuringTheMix) {
+    MakeSound();
+    pMixer->ObjectStart(nullptr);
+    const Levels arrBefore = Heard();
+    const auto pOfOutput = pMixer.As<IZrAudio>(), pOfA = pA.As<IZrAudio>();
+    std::atomic<int> nAdded{0}, nNotRemoved{0};
+    const auto Route = [&](IZrAudio& _audio, unsigned _nSeed) {
+        std::mt19937 random(_nSeed);
+        const auto Roll = [&](int _n) { return static_cast<int>(random() % static_cast<unsigned>(_n)); };
+        std::vector<ZrPtr<IZrAudioTrack>> arrAdded;
+        const auto RemoveLast = [&] {
+            nNotRemoved += _audio.AudioTrackRemove(arrAdded.back().Get()) != S_OK;
+            arrAdded.pop_back();
+        };
+        const std::u16string own(1, static_cast<char16_t>(u'k' + _nSeed));
+        for (int n = 0; n < StressRounds(4000); ++n) {
+            ZrPtr<IZrAudioTrack> pTrack;
+            if (Failed(_audio.AudioTrackGetByIndex(Roll(4), nullptr, pTrack.Out())) || Roll(8) == 0)
+                SleepFor(Roll(20) * kTicksPerMs);
+            if (!pTrack) continue;
+            switch (Roll(12)) {
+                case 0:
+                    if (arrAdded.size() < 4 &&
+                        Succeeded(_audio.AudioTrackAdd(Roll(3), Roll(2) ? u"1,0" : nullptr, nullptr, pTrack.Out()))) {
+                        arrAdded.push_back(pTrack);
+                        ++nAdded;
+                    }
+                    break;
+                case 1:
+                    if (!arrAdded.empty()) RemoveLast();
+                    break;
+                case 2:
+                case 3: pTrack->TrackModeSet(static_cast<eZrAudioTrackMode>(Roll(6)), Roll(5), -Roll(20)); break;
+                case 4: pTrack->TrackOrderSet(Roll(4)); break;
+                case 5: pTrack->TrackChannelOrderSet(Roll(2), Roll(4), Roll(4)); break;
+                case 6: pTrack->TrackGainSet(Roll(5) - 1, -Roll(20), Roll(3) * 0.05); break;
+                case 7: pTrack->TrackMuteSet(Roll(5) - 1, Roll(2), Roll(3) * 0.05); break;
+                case 8: pTrack->TrackChannelsSet(Roll(5)); break;
+                case 9: _audio.AudioSplitStringSet(Roll(2) ? u"1,1" : nullptr); break;
+                case 10:
+                    if (ZR_AUDIO_TRACK_LOUDNESS in, out; Roll(2))
+                        pTrack->TrackLoudnessGet(&in, &out);
+                    else if (BSTR bs = nullptr;
+                             pMixer.As<IZrPersist>()->PersistSaveToString(nullptr, &bs, nullptr) == S_OK)
+                        SysFreeString(bs);
+                    break;
+                default:
+                    if (ZrPtr<IZrItem> pOwn; pStreams->StreamsGet(own.c_str(), nullptr, pOwn.Out()) == S_OK)
+                        pStreams->StreamsRemove(pOwn.Get(), 0);
+                    else
+                        Add(own.c_str(), ScriptedSource::Make({}, 1920, {1, 2, 3, 4}, Roll(2) ? 0x2 : 0).Get());
+                    break;
+            }
+        }
+        while (!arrAdded.empty()) RemoveLast();
+    };
+    Thread arrThreads[4];
+    for (unsigned i = 0; i < 4; ++i)
+        arrThreads[i].Start("routes", [&, i](ManualEvent&) { Route(i % 2 ? *pOfA : *pOfOutput, i); });
+    for (Thread& thread : arrThreads) thread.Join();
+    EXPECT_EQ(nNotRemoved, 0);
+    EXPECT_GT(nAdded, 20);
+    for (char16_t c = u'k'; c < u'k' + 4; ++c) {
+        ZrPtr<IZrItem> pItem;
+        if (pStreams->StreamsGet(std::u16string(1, c).c_str(), nullptr, pItem.Out()) == S_OK)
+            pStreams->StreamsRemove(pItem.Get(), 0);
+    }
+    for (const auto& pAudio : {pOfOutput, pOfA}) {
+        pAudio->AudioSplitStringSet(nullptr);
+        ZrPtr<IZrAudioTrack> pTrack;
+        for (int32_t i = 0; pAudio->AudioTrackGetByIndex(i, nullptr, pTrack.Out()) == S_OK; ++i) {
+            pTrack->TrackModeSet(eZrAT_Enabled, 0, 0);
+            pTrack->TrackOrderSet(i);
+            pTrack->TrackChannelsSet(0);
+            pTrack->TrackMuteSet(-1, 0, 0);
+            pTrack->TrackGainSet(-1, 0, 0);
+            for (int32_t c = 0; c < 4; ++c)
+                for (const int32_t bInput : {0, 1}) pTrack->TrackChannelOrderSet(bInput, c, c);
+        }
+    }
+    EXPECT_EQ(Heard(), arrBefore);
+    const auto arrFrames = pCollector->Frames();
+    for (size_t i = 1; i < arrFrames.size(); ++i) {
+        ASSERT_EQ(arrFrames[i].time.rtStartTime, arrFrames[i - 1].time.rtEndTime) << i;
+        const int32_t n = arrFrames[i].nSamples;
+        ASSERT_TRUE(n == 0 || n == 1601 || n == 1602) << n << " in " << i;  // none when no track goes out
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, SoundTest, ::testing::Bool(),
