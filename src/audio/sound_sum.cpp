@@ -27,6 +27,11 @@ void SoundSum::Begin(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples)
 void SoundSum::Add(uint8_t* _p, int64_t _nSamples, const GAIN_RAMP& _ramp) {
     const int64_t nAdded = std::min(_nSamples, nSamples);
     if (nAdded <= 0 || _ramp.IsSilent()) return;
+    if (props.nBitsPerSample == 16 && props.nChannels == 2 && _ramp.dblStart != _ramp.dblEnd) {
+        const double dblStep = (_ramp.dblEnd - _ramp.dblStart) / static_cast<double>(nAdded);
+        AddRampStereo16Row(As16(_p), _ramp.dblStart, dblStep, As16(pSum), static_cast<size_t>(nAdded));
+        return;
+    }
     gain.Apply(props, _p, nAdded, _ramp);
     const size_t n = static_cast<size_t>(nAdded) * static_cast<size_t>(props.nChannels);
     if (props.nBitsPerSample == 16) {
