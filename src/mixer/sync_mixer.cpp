@@ -20,6 +20,8 @@ namespace {
 constexpr int32_t kDefaultGetMaxWait = 250;             // ms
 constexpr int64_t kUnlimitedSlice = 100 * kTicksPerMs;  // between two looks at the stop event
 constexpr int64_t kDefaultSkipFrame = 400'000;          // ticks: of a frame whose rate nobody knows
+constexpr int64_t kQuick = kTicksPerMs / 20;            // what took less the last time is done without the pool
+constexpr int64_t kQuickShare = kTicksPerMs / 5;        // of a cycle, for all such together
 constexpr const char16_t* kSkippedPicture = u"_skipped_vid_";
 
 // A clone with the break flag.
@@ -107,23 +109,34 @@ void SyncMixer::ReadKeys() {
 }
 
 // The frames of all sources of a cycle. One whose users are all paused shows its last frame, so that nothing of it is
-// lost; before it has one, it is asked all the same.
+// lost; before it has one, it is asked all the same. The pool asks those that may keep one waiting, all at a time; what
+// the others have ready is taken here, which costs less than to wake a thread.
 void SyncMixer::GetAll(ManualEvent& _evStop, bool _bHold) {
-    size_t nAsked = 0;
-    SyncSource* pHere = nullptr;  // asked on this thread, while the pool asks the others
+    SyncSource* pHere = nullptr;  // waited for on this thread, while the pool asks the others
     const bool bAsync = pObject->AttributeOr(u"sync_mode.async_get", true);
+    const auto AskBesides = [&](SyncSource& _source) {
+        if (bAsync && !pHere) {
+            pHere = &_source;
+        } else {
+            StartGet(_source, _evStop, bAsync);
+        }
+    };
+    arrReady.clear();
     for (const auto& pSource : arrSources) {
         pSource->pFrame.Reset();
         if (pSource->arrSteps.empty() || pSource->bStarting.load(std::memory_order_acquire)) continue;
         pSource->bHeld = (_bHold || !pSource->bWanted) && pSource->pLastFrame;
         if (pSource->bHeld) {
             pSource->pFrame = RepeatOf(pSource->pLastFrame);
-        } else if (!bAsync || nAsked++ > 0) {
-            StartGet(*pSource, _evStop, bAsync);
+        } else if (bAsync && pSource->nTimeouts < 1 && pSource->rtLastGet < kQuick) {
+            arrReady.push_back(pSource.get());
         } else {
-            pHere = pSource.get();
+            AskBesides(*pSource);
         }
     }
+    const int64_t rtUntil = ClockNow() + kQuickShare;
+    for (SyncSource* pSource : arrReady)
+        if (ClockNow() >= rtUntil || !GetReady(*pSource)) AskBesides(*pSource);
     if (pHere) Get(*pHere, _evStop);
     if (groupGet.Wait(&_evStop, -1) != 0) return;
     // A get under way ends with its reader.
@@ -226,15 +239,42 @@ void SyncMixer::StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync
 // Memory that is out costs the frame.
 void SyncMixer::Get(SyncSource& _source, ManualEvent& _evStop) {
     InterfaceCall([&] {
-        _source.pFrame = FrameOf(_source, _evStop);
+        const int64_t rtBegin = ClockNow();
+        FramePtr pFrame;
+        const HRESULT hr = AskAndWait(_source, _evStop, pFrame);
+        _source.rtLastGet = ClockNow() - rtBegin;
+        Accept(_source, hr, std::move(pFrame));
         return S_OK;
     });
 }
 
-// One frame of a source. One that stops answering costs its limit once and nothing from then on, until it answers.
-// nTimeouts: 0 or less it answers, above 0 it does not.
-FramePtr SyncMixer::FrameOf(SyncSource& _source, ManualEvent& _evStop) {
+// False: it has no frame ready, and is to be waited for.
+bool SyncMixer::GetReady(SyncSource& _source) {
+    const HRESULT hr = InterfaceCall([&] {
+        const int64_t rtBegin = ClockNow();
+        FramePtr pFrame;
+        const HRESULT hrAsked = Ask(_source, 0, true, pFrame);
+        _source.rtLastGet = ClockNow() - rtBegin;
+        if (hrAsked != ZR_E_TIMEOUT) Accept(_source, hrAsked, std::move(pFrame));
+        return hrAsked;
+    });
+    return hr != ZR_E_TIMEOUT;
+}
+
+// _bRenew: a source that has dropped the reader gets a new one.
+HRESULT SyncMixer::Ask(SyncSource& _source, int64_t _rtLimit, bool _bRenew, FramePtr& _pFrame) {
     IZrSource_I* const pPulled = _source.pItem->Pulled();
+    uint64_t llReader = _source.llReaderID.load();
+    HRESULT hr = pPulled->SourceFrameGetEx_I(&llReader, _rtLimit, _pFrame.Out(), nullptr);
+    if (hr == ZR_E_NOT_FOUND && _bRenew) {
+        llReader = 0;
+        hr = pPulled->SourceFrameGetEx_I(&llReader, _rtLimit, _pFrame.Out(), nullptr);
+    }
+    _source.llReaderID.store(llReader);
+    return hr;
+}
+
+HRESULT SyncMixer::AskAndWait(SyncSource& _source, ManualEvent& _evStop, FramePtr& _pFrame) {
     const int32_t nMaxWaitMs = pObject->AttributeOr(u"sync_mode.get_max_wait", kDefaultGetMaxWait);
     const bool bUnlimited = nMaxWaitMs < 0;
     int64_t rtLimit = 0;
@@ -243,28 +283,28 @@ FramePtr SyncMixer::FrameOf(SyncSource& _source, ManualEvent& _evStop) {
     } else if (_source.nTimeouts < 1) {
         rtLimit = nMaxWaitMs * kTicksPerMs;
     }
-    FramePtr pFrame;
     HRESULT hr = S_OK;
-    uint64_t llReader = _source.llReaderID.load();
     do {
-        hr = pPulled->SourceFrameGetEx_I(&llReader, rtLimit, pFrame.Out(), nullptr);
-        if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
-            llReader = 0;
-            hr = pPulled->SourceFrameGetEx_I(&llReader, rtLimit, pFrame.Out(), nullptr);
-        }
-        _source.llReaderID.store(llReader);
+        hr = Ask(_source, rtLimit, !_evStop.IsSet(), _pFrame);
     } while (bUnlimited && hr == ZR_E_TIMEOUT && !_evStop.IsSet());
+    return hr;
+}
 
-    if (hr == ZR_E_TIMEOUT) {
+// One frame of a source. One that stops answering costs its limit once and nothing from then on, until it answers.
+// nTimeouts: 0 or less it answers, above 0 it does not.
+void SyncMixer::Accept(SyncSource& _source, HRESULT _hr, FramePtr _pFrame) {
+    if (_hr == ZR_E_TIMEOUT) {
         _source.nTimeouts = _source.nTimeouts >= 0 ? _source.nTimeouts + 1 : 1;
     } else {
         _source.nTimeouts = _source.nTimeouts < 1 ? 0 : -1;
     }
-    if (Failed(hr) || !pFrame) return RepeatOf(_source.pLastFrame);
+    if (Failed(_hr) || !_pFrame) {
+        _source.pFrame = RepeatOf(_source.pLastFrame);
+        return;
+    }
     // The line of a source begins with its first frame, whatever its flags say: it may have played for others before.
-    const FramePtr pGiven = _source.pLastFrame ? pFrame : BrokenOff(pFrame);
-    _source.pLastFrame = std::move(pFrame);
-    return pGiven;
+    _source.pFrame = _source.pLastFrame ? _pFrame : BrokenOff(_pFrame);
+    _source.pLastFrame = std::move(_pFrame);
 }
 
 void SyncMixer::AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request) {
@@ -316,19 +356,37 @@ bool SyncMixer::PrepareStep(RequestStep& _step, const SyncRequest& _request) {
     return Succeeded(hr);
 }
 
+void SyncMixer::StartPut(RequestStep& _step) {
+    if (Failed(ThreadPool::Shared().Submit([this, &_step] { runner.Run(_step); }, &groupPut))) runner.Run(_step);
+}
+
 HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool* _pbMustCopy) {
     Elapsed elapsed;
     _ppBackground->Reset();
     *_pbMustCopy = false;
     RequestStep* pBackground = nullptr;
     RequestStep* pHere = nullptr;  // the step that runs on this thread, beside those of the pool
+    arrQuick.clear();
     for (size_t i = 0; i < _request.Count(); ++i) {
         RequestStep& step = _request[i];
         if (!PrepareStep(step, _request)) continue;
         if (step.IsBackground()) pBackground = &step;
-        if (!pHere || Failed(ThreadPool::Shared().Submit([this, &step] { runner.Run(step); }, &groupPut))) {
-            if (pHere) runner.Run(*pHere);
+        if (step.input.pStream && step.input.pStream->LastPutTime() < kQuick) {
+            arrQuick.push_back(&step);
+        } else if (!pHere) {
             pHere = &step;
+        } else {
+            StartPut(step);
+        }
+    }
+    // A stream that shows nothing costs less than to wake a thread for it. It may show something now: then it takes
+    // longer, and those after it go to the pool.
+    const int64_t rtUntil = ClockNow() + kQuickShare;
+    for (RequestStep* pStep : arrQuick) {
+        if (ClockNow() < rtUntil) {
+            runner.Run(*pStep);
+        } else {
+            StartPut(*pStep);
         }
     }
     if (pHere) runner.Run(*pHere);

@@ -43,7 +43,11 @@ private:
     void HandOut(SyncSource& _source);
     void StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync);
     void Get(SyncSource& _source, ManualEvent& _evStop);
-    FramePtr FrameOf(SyncSource& _source, ManualEvent& _evStop);
+    bool GetReady(SyncSource& _source);
+    static HRESULT Ask(SyncSource& _source, int64_t _rtLimit, bool _bRenew, FramePtr& _pFrame);
+    HRESULT AskAndWait(SyncSource& _source, ManualEvent& _evStop, FramePtr& _pFrame);
+    static void Accept(SyncSource& _source, HRESULT _hr, FramePtr _pFrame);
+    void StartPut(RequestStep& _step);
     void RemoveUnused(IEventSink& _events);
     void RemoveSource(SyncSource& _source, IEventSink& _events);
     void CompleteFormat(SyncRequest& _request);
@@ -61,10 +65,12 @@ private:
 
     std::vector<std::unique_ptr<SyncSource>> arrSources;
     std::vector<MIX_INPUT> arrInputs;
-    STREAM_PUT putKeys;       // what all puts of a cycle go by
-    bool bPaced = true;       // the output keeps to its rate
-    bool bOnAir = false;      // frames have been asked for since the sources came
-    bool bNewStarts = false;  // sources were started in this request
+    STREAM_PUT putKeys;                  // what all puts of a cycle go by
+    bool bPaced = true;                  // the output keeps to its rate
+    bool bOnAir = false;                 // frames have been asked for since the sources came
+    bool bNewStarts = false;             // sources were started in this request
+    std::vector<SyncSource*> arrReady;   // asked without the pool; within a request only
+    std::vector<RequestStep*> arrQuick;  // run without the pool; within a put only
     TaskGroup groupStart;
     TaskGroup groupGet;
     TaskGroup groupPut;

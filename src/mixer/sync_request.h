@@ -39,7 +39,8 @@ struct SyncSource {
     std::atomic<bool> bStarting{false};   // it is not asked before it has started
     std::u16string name;
     std::u16string rateControl;          // of the source before it was connected
-    int32_t nTimeouts = 0;               // see SyncMixer::Get
+    int32_t nTimeouts = 0;               // see SyncMixer::Accept
+    int64_t rtLastGet = 0;               // ticks that the last get took
     double dblRateAsked = 0;             // frames a second that the source was asked for
     bool bMaster = false;                // a stream that uses it has the key `master`
     bool bWanted = false;                // somebody who is not paused uses it

@@ -265,22 +265,27 @@ TEST_F(StreamsTest, ASlowStartHoldsNothingUp) {
     pMixer->ObjectClose();
 }
 
-TEST_F(StreamsTest, AStalledSourceHoldsNobodyElse) {
+TEST_F(StreamsTest, StalledSourcesHoldNobodyElse) {
     Make(25.0);
     const auto pGood = NewSource();
     const auto pBad = NewSource();
+    const auto pBadToo = NewSource();
     ZrPtr<IZrItem> pA, pB;
     Add(u"a", pGood.Get(), &pA);
     Add(u"b", pBad.Get(), &pB);
+    Add(u"c", pBadToo.Get());
     pMixer->ObjectStart(nullptr);
     SleepFor(kTicksPerSecond);
-    pBad->bStalls = true;
+    const size_t nBefore = pCollector->Count();
+    pBad->bStalls = pBadToo->bStalls = true;
     SleepFor(2 * kTicksPerSecond);
     EXPECT_EQ(pBad->rtWaited.load(), 250 * kTicksPerMs);
+    EXPECT_EQ(pBadToo->rtWaited.load(), 250 * kTicksPerMs);
+    EXPECT_GE(pCollector->Count() - nBefore, 43u) << "both are waited for at a time";
     const int32_t nShown = NumberIn(StreamOf(pB));
     EXPECT_EQ(nShown, -1);  // a repeat carries no data, but the picture
     ASSERT_TRUE(StreamOf(pB)->LastFrame());
-    pBad->bStalls = false;
+    pBad->bStalls = pBadToo->bStalls = false;
     SleepFor(kTicksPerSecond);
     pFile->FilePlayStop(0);
     EXPECT_EQ(NumberIn(StreamOf(pB)), pBad->nNext - 1);
