@@ -9,6 +9,7 @@
 #include "apps/zrmix/mix_layout.h"
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/seconds_option.h"
 #include "apps/zrmix/show.h"
 #include "apps/zrmix/sound_options.h"
 #include "apps/zrmix/writer_run.h"
@@ -155,7 +156,7 @@ void AddMix(CLI::App& _app) {
     pCommand->add_option("--logo", o.logo, "A picture over all, small in the upper right corner.");
     pCommand->add_option("--format", o.format, "Output format by name; without it 1920x1080 at the first file's rate.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it as long as the longest file.")
-        ->check(CLI::PositiveNumber);
+        ->check(IsLength());
     AddSoundOptions(*pCommand, o.sound);
     AddWriterOptions(*pCommand, o.writer);
     pCommand->add_flag("--quiet", o.style.bQuiet, "Show nothing but errors.");

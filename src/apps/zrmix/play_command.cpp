@@ -7,6 +7,7 @@
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/run_output.h"
+#include "apps/zrmix/seconds_option.h"
 
 namespace zrmix {
 namespace {
@@ -127,7 +128,7 @@ void AddPlay(CLI::App& _app) {
         ->required();
     pCommand->add_option("--format", o.format, "Output format by name; without it that of the file.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to write; without it all of the file.")
-        ->check(CLI::PositiveNumber);
+        ->check(IsLength());
     pCommand->add_option("--set", o.arrSet, "A key of the mixer: key=value; may be repeated.");
     AddRunOptions(*pCommand, o.run);
     pCommand->callback([pOptions] {

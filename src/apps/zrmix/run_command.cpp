@@ -8,6 +8,7 @@
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/run_output.h"
 #include "apps/zrmix/script_player.h"
+#include "apps/zrmix/seconds_option.h"
 #include "apps/zrmix/show.h"
 
 namespace zrmix {
@@ -55,7 +56,7 @@ void AddRun(CLI::App& _app) {
                          "shows when frames come.");
     pCommand->add_option("--format", o.show.format, "Output format by name; without it that of the show.");
     pCommand->add_option("--duration", o.dblDuration, "Seconds to run; without it as long as its longest file.")
-        ->check(CLI::PositiveNumber);
+        ->check(IsLength());
     pCommand->add_option("--set", o.show.arrSet,
                          "Before it starts: a key of the mixer (key=value) or an attribute of an element "
                          "(element::attribute=value); may be repeated.");

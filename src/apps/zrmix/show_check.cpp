@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <tuple>
+#include <unordered_set>
 #include <utility>
 
 #include "apps/zrmix/commands.h"
@@ -135,8 +136,7 @@ void ShowCheck::CheckStreams(const SOURCE& _source, const XML_ELEMENT* _pStreams
         const XML_ELEMENT* const pProps = _source.document.Child(&item, "zritem_props");
         const std::string video = pProps ? pProps->Value("video") : std::string();
         const bool bPicture = !SameName(video, "false") && video != "0";
-        if (pId && std::any_of(arrStreams.begin(), arrStreams.end(),
-                               [&](const STREAM& _s) { return _s.id == pId->value && !_s.id.empty(); }))
+        if (pId && !pId->value.empty() && !mapStreams.emplace(pId->value, arrStreams.size()).second)
             Fault(_source, pId->place, "there is a stream " + Quoted(pId->value) + " already");
         arrStreams.push_back({pId ? pId->value : std::string(), _source.file, item.place, bPicture, false});
     }
@@ -149,11 +149,12 @@ void ShowCheck::CheckScenes(const SOURCE& _source, const XML_ELEMENT* _pScenes) 
         return;
     }
     std::vector<std::string> arrNames;
+    std::unordered_set<std::string> setNames;
     for (const size_t n : _pScenes->arrChildren) {
         const XML_ELEMENT& scene = _source.document.arrElements[n];
         if (!IsScene(scene)) continue;
         const XML_ATTRIBUTE* const pName = scene.Find("name");
-        if (pName && std::find(arrNames.begin(), arrNames.end(), pName->value) != arrNames.end())
+        if (pName && !setNames.insert(pName->value).second)
             Fault(_source, pName->place, "there is a scene " + Quoted(pName->value) + " already");
         if (pName) arrNames.push_back(pName->value);
         CheckScene(_source, scene, 0);
@@ -207,14 +208,13 @@ void ShowCheck::CheckElements(const SOURCE& _source, const XML_ELEMENT& _scene) 
     while (!arrWaiting.empty()) {
         const XML_ELEMENT& node = *arrWaiting.back();
         arrWaiting.pop_back();
-        std::vector<std::string> arrHere;
+        std::unordered_set<std::string> setHere;
         for (const size_t n : node.arrChildren) {
             const XML_ELEMENT& child = _source.document.arrElements[n];
             arrWaiting.push_back(&child);
             if (const XML_ATTRIBUTE* const pId = child.Find("id")) {
-                if (std::find(arrHere.begin(), arrHere.end(), pId->value) != arrHere.end())
+                if (!setHere.insert(pId->value).second)
                     Fault(_source, pId->place, "there is an element " + Quoted(pId->value) + " beside it already");
-                arrHere.push_back(pId->value);
                 arrIds.push_back(pId->value);
             }
             if (!SameName(child.name, "video")) continue;
@@ -257,12 +257,11 @@ void ShowCheck::CheckUses() {
                 arrStreams[n].bUsed = true;
             continue;
         }
-        const auto it =
-            std::find_if(arrStreams.begin(), arrStreams.end(), [&](const STREAM& _s) { return _s.id == use.id; });
-        if (it == arrStreams.end())
+        const auto it = mapStreams.find(use.id);
+        if (it == mapStreams.end())
             Fault(source, use.place, "there is no stream " + Quoted(use.id) + DidYouMean(use.id, arrIds));
         else
-            it->bUsed = true;
+            arrStreams[it->second].bUsed = true;
     }
     for (size_t i = 0; i < arrStreams.size(); ++i) {
         const STREAM& stream = arrStreams[i];

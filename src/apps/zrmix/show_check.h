@@ -2,6 +2,7 @@
 // Looks through a show for all that cannot be used.
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "apps/zrmix/config_kinds.h"
@@ -55,6 +56,7 @@ private:
     std::vector<std::string> arrOpenFiles;  // that name one another, the show first
     bool bStreamsKnown = false;             // the file is a whole configuration
     std::vector<STREAM> arrStreams;
+    std::unordered_map<std::string, size_t> mapStreams;  // id to the first place with it
     std::vector<USE> arrUses;
 };
 

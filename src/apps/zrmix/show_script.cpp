@@ -10,8 +10,6 @@
 namespace zrmix {
 namespace {
 
-constexpr double kMostSeconds = 1e6;  // eleven days
-
 // What a line of a command has behind it.
 struct FORM {
     const char* szName;

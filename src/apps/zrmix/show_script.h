@@ -14,6 +14,8 @@
 
 namespace zrmix {
 
+inline constexpr double kMostSeconds = 1e6;  // of a show: eleven days
+
 enum class eShowCommand {
     Scene,   // target becomes the active scene
     Set,     // attributes of an element

@@ -10,6 +10,7 @@
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/script_player.h"
+#include "apps/zrmix/seconds_option.h"
 #include "apps/zrmix/show.h"
 
 namespace zrmix {
@@ -87,7 +88,7 @@ void AddSnapshot(CLI::App& _app) {
     const auto pOptions = std::make_shared<SNAPSHOT_OPTIONS>();
     SNAPSHOT_OPTIONS& o = *pOptions;
     pCommand->add_option("SHOW", o.show.file, "The show, an XML file.")->required();
-    pCommand->add_option("--at", o.dblAt, "When, in seconds from the start.")->check(CLI::NonNegativeNumber);
+    pCommand->add_option("--at", o.dblAt, "When, in seconds from the start.")->check(IsTime());
     pCommand->add_option("-o,--output", o.output, "The picture; its ending names the type: png, jpg, bmp, tga.")
         ->required();
     pCommand->add_option("--format", o.show.format, "Output format by name; without it that of the show.");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <unordered_map>
 #include <utility>
 
 #include "zr/utf8.h"
@@ -14,6 +15,10 @@ constexpr size_t kMostFaults = 1000;
 constexpr size_t kMostChecked = 1000;  // attributes of one tag that are looked through for doubles
 
 char Lower(char _ch) { return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch + 32) : _ch; }
+std::string LowerName(std::string _name) {
+    std::transform(_name.begin(), _name.end(), _name.begin(), Lower);
+    return _name;
+}
 bool IsSpace(char _ch) { return _ch == ' ' || _ch == '\t' || _ch == '\r' || _ch == '\n'; }
 bool IsNameEnd(char _ch) { return IsSpace(_ch) || _ch == '=' || _ch == '>' || _ch == '/' || _ch == '<'; }
 
@@ -165,9 +170,7 @@ private:
             Fault(begin, "</" + name + " has no \">\"");
         else
             Step();
-        const auto it = std::find_if(arrOpen.rbegin(), arrOpen.rend(),
-                                     [&](size_t _n) { return SameName(document.arrElements[_n].name, name); });
-        if (it == arrOpen.rend()) {
+        if (const auto it = mapOpen.find(LowerName(name)); it == mapOpen.end() || it->second == 0) {
             Fault(begin, "</" + name + "> closes nothing" +
                              (arrOpen.empty() ? std::string()
                                               : ": <" + document.arrElements[arrOpen.back()].name + "> is open"));
@@ -177,8 +180,13 @@ private:
             const XML_ELEMENT& inner = document.arrElements[arrOpen.back()];
             Fault(inner.place,
                   "<" + inner.name + "> is not closed before </" + name + "> in line " + std::to_string(begin.nLine));
-            arrOpen.pop_back();
+            CloseLast();
         }
+        CloseLast();
+    }
+
+    void CloseLast() {
+        --mapOpen[LowerName(document.arrElements[arrOpen.back()].name)];
         arrOpen.pop_back();
     }
 
@@ -277,8 +285,11 @@ private:
             Fault(_element.place, "<" + _element.name + "> stands behind the end of <" + document.arrElements[0].name +
                                       ">, the only top that there can be");
         }
+        if (!_bClosed) {
+            ++mapOpen[LowerName(_element.name)];
+            arrOpen.push_back(n);
+        }
         document.arrElements.push_back(std::move(_element));
-        if (!_bClosed) arrOpen.push_back(n);
     }
 
     const std::string_view text;
@@ -286,6 +297,7 @@ private:
     TEXT_PLACE place;
     XML_DOCUMENT document;
     std::vector<size_t> arrOpen;
+    std::unordered_map<std::string, size_t> mapOpen;  // how many of a name, in small letters, are open
 };
 
 }  // namespace
