@@ -26,6 +26,15 @@ double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
 AudioMixer::AudioMixer(IStatisticsSink& _statistics)
     : statistics(_statistics), nBackgroundReset(_statistics.Resolve(u"audio.bg.reset")) {}
 
+void AudioMixer::Reset() {
+    background.Clear(true);
+    for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
+        pBefore->Audio().Forget();
+        pBefore->mix.GainTo(0);
+    }
+    arrBefore.clear();
+}
+
 // False: the frame has no sound.
 bool AudioMixer::TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output) {
     if (background.Fill() > kMostBackground) {

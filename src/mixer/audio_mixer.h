@@ -37,11 +37,9 @@ public:
     void ApplyKeys(IZrFFrame& _frame, const XMLNodeBase& _mixer);
     // A key of the mixer has been set: those of the streams are read again. Any thread.
     void OnKeys() { nKeysSet.fetch_add(1, std::memory_order_release); }
-    // What is held of the background is let go.
-    void Reset() {
-        background.Clear(true);
-        arrBefore.clear();
-    }
+    // Nothing was heard before: what is held of the background is let go, and so are the streams of the pass before,
+    // which would otherwise end in the next one. For a pass without sound, too.
+    void Reset();
 
 private:
     bool TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output);

@@ -162,6 +162,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
         if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener of what the sources did, perhaps
         if (hr == S_FALSE) {
+            audioMixer.Reset();
             WaitOne(evStop, kNoSourcesPause);
             return S_OK;
         }
@@ -316,6 +317,7 @@ HRESULT MixCycle::Compose(PASS& _pass) {
         if (!bOffLine) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
         bOffLine = true;
         clock.SetBreakPending();
+        audioMixer.Reset();
         return S_OK;
     }
     bOffLine = false;

@@ -33,6 +33,7 @@ HRESULT MixCycle::RunFlights(int64_t _nCycle) {
     while (flights.Count() > nKeep) {
         if (!SendFlight()) return ZR_E_NOT_RUNNING;
     }
+    if (bAsks && hr == S_FALSE) audioMixer.Reset();  // the thread that composes has nothing to do
     PublishFlights(nMost);
     return bSends ? S_OK : hr;
 }

@@ -50,6 +50,11 @@ public:
     // frame.
     SOUND_BLOCK Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
                      std::vector<uint8_t>& _arrMemory);
+    // Mix thread. What was taken before is past: the next block begins anew.
+    void Forget() {
+        MutexLock lock(mtx);
+        edge.Reset();
+    }
     // Samples of each channel that such a take would find.
     int64_t Held(const ZR_AUD_PROPS& _output);
 

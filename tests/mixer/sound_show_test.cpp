@@ -1,5 +1,6 @@
 // The sound of whole shows, on the virtual clock: every sample where it belongs, and no click whatever streams do.
 
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -89,6 +90,36 @@ protected:
         return hr;
     }
 
+    static std::function<int16_t(int64_t)> Level(int16_t _n) {
+        return [_n](int64_t) { return _n; };
+    }
+    HRESULT Background(IUnknown* _pSource) { return pStreams->StreamsBackgroundSet(_pSource, u"", u"", nullptr, 0); }
+    void Remove(const char16_t* _szId) {
+        ZrPtr<IZrItem> pItem;
+        pStreams->StreamsGet(_szId, nullptr, pItem.Out());
+        pStreams->StreamsRemove(pItem.Get(), 0);
+    }
+    // From one sample of a channel to the next.
+    struct STEPS {
+        int nLargest = 0, nHeard = 0;
+        int64_t nFrames = 0;
+        int16_t arrLast[kChannels] = {};
+    };
+    void Watch(STEPS& _steps) {
+        pChecker->Check = [&_steps](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO&) {
+            ++_steps.nFrames;
+            for (int64_t i = 0; i < _n * kChannels; ++i) {
+                int16_t& nLast = _steps.arrLast[i % kChannels];
+                _steps.nLargest = std::max(_steps.nLargest, std::abs(_p[i] - nLast));
+                _steps.nHeard += _p[i] > kLevel / 2;
+                nLast = _p[i];
+            }
+        };
+    }
+
+    static constexpr int16_t kLevel = 8000;
+    static constexpr int kLargestStep = kLevel / 240 * 2 + 4;  // of two ramps of 5 ms
+
     ZrPtr<IZrStreams> pStreams;
     ZrPtr<SoundChecker> pChecker;
 };
@@ -164,29 +195,13 @@ TEST_P(SoundShowTest, EverySampleOfAnNtscShowIsWhereItBelongs) {
 // Streams come, pause, end, are replaced and jump, while they sound at full strength.
 TEST_P(SoundShowTest, NothingThatStreamsDoClicks) {
     MakeShow(25);
-    constexpr int16_t kLevel = 8000;
-    const auto Loud = [&](int32_t _nRate, int32_t _nChannel) {
-        return Source(25, _nRate, _nChannel, false, [](int64_t) { return kLevel; });
-    };
     // Each has its channel, so that steps do not add up.
-    int nSteps = 0, nLargest = 0, nHeard = 0;
-    int16_t arrLast[kChannels] = {};
-    pChecker->Check = [&](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO&) {
-        for (int64_t i = 0; i < _n * kChannels; ++i) {
-            int16_t& nLast = arrLast[i % kChannels];
-            const int nStep = std::abs(_p[i] - nLast);
-            nSteps += nStep > kLevel / 240 * 2 + 4;
-            nLargest = std::max(nLargest, nStep);
-            nHeard += _p[i] > kLevel / 2;
-            nLast = _p[i];
-        }
-    };
-    std::vector<ZrPtr<PacedSource>> arrSources;
+    STEPS steps;
+    Watch(steps);
     pMixer->ObjectStart(nullptr);
     std::mt19937 random(7);
     const auto Roll = [&](int _n) { return static_cast<int>(random() % static_cast<unsigned>(_n)); };
-    const auto pSteady = Source(25, 48000, 3, false, [](int64_t) { return int16_t{0}; });
-    ASSERT_EQ(Add(u"d", pSteady.Get()), S_OK);
+    ASSERT_EQ(Add(u"d", Source(25, 48000, 3, false, Level(0)).Get()), S_OK);
     for (int nTry = 0; nTry < 300; ++nTry) {
         const int nChannel = Roll(3);
         const std::u16string id(1, static_cast<char16_t>(u'a' + nChannel));
@@ -194,7 +209,11 @@ TEST_P(SoundShowTest, NothingThatStreamsDoClicks) {
         pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
         switch (Roll(5)) {
             case 0:
-            case 1: ASSERT_EQ(Add(id, Loud(Roll(2) ? 48000 : 44100, nChannel).Get()), S_OK); break;
+            case 1: {
+                const auto pLoud = Source(25, Roll(2) ? 48000 : 44100, nChannel, false, Level(kLevel));
+                ASSERT_EQ(Add(id, pLoud.Get()), S_OK);
+                break;
+            }
             case 2: pStreams->StreamsRemove(pItem.Get(), 0); break;
             case 3:
                 if (pItem) pItem.As<IZrFile>()->FilePlayPause(0.1);
@@ -206,9 +225,40 @@ TEST_P(SoundShowTest, NothingThatStreamsDoClicks) {
         SleepFor(Roll(300) * kTicksPerMs);
     }
     pMixer->ObjectClose();
-    EXPECT_EQ(nSteps, 0);
-    EXPECT_LE(nLargest, kLevel / 240 * 2 + 4);
-    EXPECT_GT(nHeard, 48000 * 10);
+    EXPECT_LE(steps.nLargest, kLargestStep);
+    EXPECT_GT(steps.nHeard, 48000 * 10);
+}
+
+// What was heard before a stop, or while there still were streams, is past.
+TEST_P(SoundShowTest, NoOldSoundComesBack) {
+    MakeShow(25);
+    STEPS steps;
+    Watch(steps);
+    const auto nLevel = std::make_shared<std::atomic<int16_t>>(kLevel);
+    ASSERT_EQ(Add(u"a", Source(25, 48000, 0, false, [nLevel](int64_t) { return nLevel->load(); }).Get()), S_OK);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    EXPECT_GT(steps.nHeard, 0);
+    pMixer.As<IZrFile>()->FilePlayStop(0);
+    SleepFor(kTicksPerSecond);
+    nLevel->store(0);
+    steps = {};
+    pMixer.As<IZrFile>()->FilePlayStart();
+    SleepFor(kTicksPerSecond);
+    EXPECT_GT(steps.nFrames, 10);
+    EXPECT_EQ(steps.nLargest, 0) << "at the next start";
+
+    nLevel->store(kLevel);
+    SleepFor(kTicksPerSecond);
+    EXPECT_GT(steps.nHeard, 0);
+    Remove(u"a");
+    SleepFor(kTicksPerSecond);
+    steps = {};
+    ASSERT_EQ(Add(u"b", Source(25, 48000, 1, false, Level(0)).Get()), S_OK);
+    SleepFor(kTicksPerSecond);
+    pMixer->ObjectClose();
+    EXPECT_GT(steps.nFrames, 10);
+    EXPECT_EQ(steps.nLargest, 0) << "with another stream";
 }
 
 INSTANTIATE_TEST_SUITE_P(BothWays, SoundShowTest, ::testing::Bool(),
