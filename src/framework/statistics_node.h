@@ -1,7 +1,9 @@
 #pragma once
 // Published numbers as attributes of a node of the object's tree, where an operator reads them.
 
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "attributes/co_xml_node.h"
@@ -29,7 +31,8 @@ private:
 
     const XMLNodeRef pNode;
     Mutex mtx;  // the numbers of the node too: an addition is one step
-    std::vector<std::u16string> arrNames ZR_GUARDED_BY(mtx);
+    std::unordered_map<std::u16string, Handle> mapHandles ZR_GUARDED_BY(mtx);
+    std::vector<const std::u16string*> arrNames ZR_GUARDED_BY(mtx);  // by handle, in the map
 };
 
 }  // namespace zr
