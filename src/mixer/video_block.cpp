@@ -218,7 +218,9 @@ void ZrVideoBlock::SetMasks(std::u16string_view _mask, std::u16string_view _scre
 void ZrVideoBlock::UpdateCoverage(GLRectAuto& _cover, bool _bFirst, bool _bCutOverlapped) {
     MutexLock lock(mtx);
     const bool bMasks = !arrMaskNames[0].empty() || !arrMaskNames[1].empty();
-    const bool bOpaque = !bMasks && PropsValid(&sourceProps, true) && sourceProps.fccType != eZrFCC_ARGB32;
+    const RECT_F& crop = layout.crop;  // where it reaches out of the source nothing is laid
+    const bool bWhole = crop.left >= 0 && crop.top >= 0 && crop.right <= 1 && crop.bottom <= 1;
+    const bool bOpaque = !bMasks && bWhole && PropsValid(&sourceProps, true) && sourceProps.fccType != eZrFCC_ARGB32;
     const double dblFactor = !bOpaque ? kSeenThrough : _bCutOverlapped ? kOpaque : kOpaqueUncut;
     map.Fill(rect, layout.output.nWidth, layout.output.nHeight, layout.dblAlpha * dblFactor);
     dblFullSum = map.Sum();

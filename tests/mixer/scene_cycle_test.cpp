@@ -74,6 +74,16 @@ TEST_F(SceneCycleTest, AStreamThatCoversAllIsTheOutput) {
     EXPECT_EQ(Middle(), 16);
 }
 
+TEST_F(SceneCycleTest, ACropThatLeavesItsSourceHidesNothing) {
+    MakeScene(u"stream_id=s");
+    ZrPtr<IZrElement> pForeground;
+    pVideo->ElementParentGet(pForeground.Out());
+    pForeground.As<IZrElements>()->ElementsAdd(u"over", u"video", u"stream_id=s sx=0.8 sw=1", nullptr, 0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(Middle(), 200);
+}
+
 TEST_F(SceneCycleTest, AStreamByItsPlaceIsThatOfTheTable) {
     MakeScene(u"stream_idx=1");
     ZrPtr<IZrItem> pFirst, pItem;
