@@ -84,6 +84,8 @@ std::string WhyNoOption(const std::string& _text, const std::vector<std::string>
 
 }  // namespace
 
+std::string KeyPath(const std::string& _key) { return _key.find("::") == _key.npos ? "object::" + _key : _key; }
+
 ConfigKinds::ConfigKinds(zr::IUnknown* _pMixer) {
     std::string text;
     const auto pInfo = zr::QueryAs<zr::IZrPersistInfo>(_pMixer);
@@ -140,6 +142,28 @@ const XML_ELEMENT* ConfigKinds::Attribute(std::string_view _kind, std::string_vi
     for (const XML_ELEMENT* p : NodesOf(_kind))
         if (const XML_ELEMENT* const pFound = info.Child(p, _name)) return pFound;
     return nullptr;
+}
+
+std::string ConfigKinds::WhyNoAttribute(std::string_view _kind, std::string_view _name, std::string_view _value) const {
+    if (TakesAnything(_kind)) return {};
+    const XML_ELEMENT* const pKnown = Attribute(_kind, _name);
+    if (!pKnown) return "the attribute " + std::string(_name) + " is not known" + DidYouMean(_name, Attributes(_kind));
+    const std::string why = WhyUnreadable(*pKnown, _value);
+    return why.empty() ? why : std::string(_name) + ": " + why;
+}
+
+// Nodes other than that of the mixer itself, as of its audio, have keys that it does not list.
+std::string ConfigKinds::WhyNoKey(std::string_view _key, std::string_view _value) const {
+    constexpr std::string_view kNode = "object::";
+    const bool bListed = _key.find("::") == _key.npos || _key.starts_with(kNode);
+    if (!bListed) return {};
+    const std::string_view name = _key.substr(_key.starts_with(kNode) ? kNode.size() : 0);
+    const XML_ELEMENT* const pKnown = Attribute("object", name);
+    if (!pKnown)
+        return "the mixer has no key " + std::string(name) + DidYouMean(name, Attributes("object")) +
+               "; \"zrmix keys\" lists them";
+    const std::string why = WhyUnreadable(*pKnown, _value);
+    return why.empty() ? why : std::string(name) + ": " + why;
 }
 
 std::vector<std::string> ConfigKinds::Values(std::string_view _type) const {

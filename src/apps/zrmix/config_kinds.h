@@ -10,6 +10,9 @@
 
 namespace zrmix {
 
+// Where a key of the mixer stands: "audio_gain" is "object::audio_gain".
+std::string KeyPath(const std::string& _key);
+
 class ConfigKinds {
 public:
     // Throws RunError.
@@ -23,6 +26,9 @@ public:
     // Empty: there is none. Else nothing, or why the value of an attribute of that kind cannot be read.
     const XML_ELEMENT* Attribute(std::string_view _kind, std::string_view _name) const;
     std::string WhyUnreadable(const XML_ELEMENT& _attribute, std::string_view _value) const;
+    // Empty, or why an attribute of an element of that kind, or a key of the mixer, cannot be set to the value.
+    std::string WhyNoAttribute(std::string_view _kind, std::string_view _name, std::string_view _value) const;
+    std::string WhyNoKey(std::string_view _key, std::string_view _value) const;
     // The names that values of a type can have.
     std::vector<std::string> Values(std::string_view _type) const;
     bool IsValue(std::string_view _type, std::string_view _name) const;

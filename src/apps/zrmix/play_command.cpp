@@ -4,10 +4,12 @@
 #include <vector>
 
 #include "apps/zrmix/commands.h"
+#include "apps/zrmix/config_kinds.h"
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/run_output.h"
 #include "apps/zrmix/seconds_option.h"
+#include "apps/zrmix/show.h"
 
 namespace zrmix {
 namespace {
@@ -38,15 +40,15 @@ private:
         Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
         pProps = pMixer.As<zr::IZrProps>();
         SetPace(pProps.Get(), IsFast(options.run));
+        const ConfigKinds kinds(pMixer.Get());
         for (const std::string& pair : options.arrSet) {
             const size_t nEqual = pair.find('=');
             if (nEqual == std::string::npos || nEqual == 0)
                 throw UsageError("--set " + pair + ": not of the form key=value");
-            std::string key = pair.substr(0, nEqual);
-            if (key.find("::") == std::string::npos) key = "object::" + key;
-            Check(pProps->PropsSet(zr::Text(std::string_view(key)).Get(),
-                                   zr::Text(std::string_view(pair).substr(nEqual + 1)).Get()),
-                  "--set " + pair);
+            const std::string key = pair.substr(0, nEqual), value = pair.substr(nEqual + 1);
+            if (const std::string why = kinds.WhyNoKey(key, value); !why.empty())
+                throw UsageError("--set " + pair + ": " + why);
+            Check(pProps->PropsSet(ToText(KeyPath(key)).Get(), ToText(value).Get()), "--set " + pair);
         }
     }
 

@@ -64,6 +64,11 @@ std::vector<SCRIPT_FAULT> ScriptPlayer::Compare() const {
                 Fault("there is no scene " + target + DidYouMean(target, arrScenes));
             continue;
         }
+        if (command.eCommand == eShowCommand::Quit && command.dblTime <= 0) Fault("quit at 0 leaves nothing to run");
+        if (command.eCommand == eShowCommand::Key) {
+            if (const std::string why = kinds.WhyNoKey(target, command.argument); !why.empty()) Fault(why);
+            continue;
+        }
         if (command.eCommand == eShowCommand::Source) {
             setStreams.insert(target);
             if (const std::string why = WhyNotPlayed(show.File(), command.argument); !why.empty()) Fault(why);
@@ -80,22 +85,22 @@ std::vector<SCRIPT_FAULT> ScriptPlayer::Compare() const {
             Fault("there is no element " + target + DidYouMean(target, ElementIds(show.Mixer())));
             continue;
         }
-        if (kind.empty() || kinds.TakesAnything(kind)) continue;
         for (const auto& [name, value] : command.arrAttributes) {
-            const XML_ELEMENT* const pKnown =
-                name.find("::") == std::string::npos ? kinds.Attribute(kind, name) : nullptr;
-            if (pKnown) {
-                const std::string why = kinds.WhyUnreadable(*pKnown, value);
-                if (!why.empty()) Fault(name + ": " + why);
-            } else if (name.find("::") == std::string::npos) {
-                Fault("the attribute " + name + " is not known" + DidYouMean(name, kinds.Attributes(kind)));
-            }
+            if (name.find("::") != std::string::npos) continue;  // of a node in it
+            if (const std::string why = kinds.WhyNoAttribute(kind, name, value); !why.empty()) Fault(why);
         }
     }
     return arrFaults;
 }
 
+// Events come here until the mixer is closed; a run that failed has left it open.
+ScriptPlayer::~ScriptPlayer() {
+    Stop();
+    if (bStarted) show.Mixer()->ObjectClose();
+}
+
 void ScriptPlayer::Start() {
+    bStarted = true;
     {
         const std::lock_guard lock(mtx);
         bRunning = true;
@@ -145,11 +150,9 @@ zr::HRESULT ScriptPlayer::Do(const SCRIPT_COMMAND& _command) const {
         case eShowCommand::Scene:
             return show.As<zr::IZrScenes>()->ScenesActiveSet(ToText(_command.target).Get(),
                                                              ToText(_command.Line()).Get());
-        case eShowCommand::Key: {
-            const bool bPath = _command.target.find("::") != std::string::npos;
-            return show.As<zr::IZrProps>()->PropsSet(ToText((bPath ? "" : "object::") + _command.target).Get(),
+        case eShowCommand::Key:
+            return show.As<zr::IZrProps>()->PropsSet(ToText(KeyPath(_command.target)).Get(),
                                                      ToText(_command.argument).Get());
-        }
         default: return zr::S_OK;
     }
 }

@@ -15,8 +15,8 @@ class ScriptPlayer {
 public:
     // Reads the file and compares it with the show. Throws RunError with all that is wrong, a line each.
     ScriptPlayer(const Show& _show, const std::string& _file);
-    // Nothing is done any more.
-    ~ScriptPlayer() { Stop(); }
+    // Closes a mixer that it was started with.
+    ~ScriptPlayer();
     ScriptPlayer(const ScriptPlayer&) = delete;
     ScriptPlayer& operator=(const ScriptPlayer&) = delete;
 
@@ -42,6 +42,7 @@ private:
     const Show& show;
     const std::string file;
     const SHOW_SCRIPT script;
+    bool bStarted = false;
     std::mutex mtx;  // guards what follows; held while commands are done, on the mix thread
     bool bRunning = false;
     size_t nNext = 0;  // command

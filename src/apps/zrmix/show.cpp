@@ -7,6 +7,8 @@
 #include <sstream>
 
 #include "apps/zrmix/commands.h"
+#include "apps/zrmix/config_kinds.h"
+#include "apps/zrmix/nearest_name.h"
 #include "apps/zrmix/run_error.h"
 #include "apps/zrmix/run_output.h"
 
@@ -118,20 +120,27 @@ void Show::Set(const std::string& _pair) {
     const size_t nEqual = _pair.find('=');
     if (nEqual == std::string::npos || nEqual == 0)
         throw UsageError("--set " + _pair + ": not of the form key=value or element::attribute=value");
-    std::string key = _pair.substr(0, nEqual);
-    const std::string value = _pair.substr(nEqual + 1);
+    const std::string key = _pair.substr(0, nEqual), value = _pair.substr(nEqual + 1);
+    const ConfigKinds kinds(pMixer.Get());
+    const auto Refuse = [&](const std::string& _why) {
+        if (!_why.empty()) throw UsageError("--set " + _pair + ": " + _why);
+    };
     const size_t nLast = key.rfind("::");
     const bool bProperty = nLast == std::string::npos ||
                            std::any_of(std::begin(arrPropertyNodes), std::end(arrPropertyNodes),
                                        [&](const char* _sz) { return key.substr(0, key.find("::")) == _sz; });
     if (bProperty) {
-        if (nLast == std::string::npos) key = "object::" + key;
-        Check(As<zr::IZrProps>()->PropsSet(ToText(key).Get(), ToText(value).Get()), "--set " + _pair);
+        Refuse(kinds.WhyNoKey(key, value));
+        Check(As<zr::IZrProps>()->PropsSet(ToText(KeyPath(key)).Get(), ToText(value).Get()), "--set " + _pair);
         return;
     }
     const auto pElement = FindElement(pMixer.Get(), key.substr(0, nLast));
-    if (!pElement) throw UsageError("--set " + _pair + ": there is no element " + key.substr(0, nLast));
-    Check(pElement->ElementStringSet(ToText(key.substr(nLast + 2)).Get(), ToText(value).Get(), 0), "--set " + _pair);
+    const std::string id = key.substr(0, nLast), name = key.substr(nLast + 2);
+    if (!pElement) Refuse("there is no element " + id + DidYouMean(id, ElementIds(pMixer.Get())));
+    std::string kind;
+    zr::GetText([&](zr::BSTR* _pbs) { return pElement->ElementTypeGet(_pbs); }, kind);
+    Refuse(kinds.WhyNoAttribute(kind, name, value));
+    Check(pElement->ElementStringSet(ToText(name).Get(), ToText(value).Get(), 0), "--set " + _pair);
 }
 
 double Show::Length() const {

@@ -37,7 +37,7 @@ constexpr FORM arrForms[] = {
     {"stop", eShowCommand::Stop, "a stream", nullptr, false, false, true, "stop clip"},
     {"seek", eShowCommand::Seek, "a stream", "a second", true, false, false, "seek clip 12.5"},
     {"rate", eShowCommand::Rate, "a stream", "a speed", true, false, false, "rate clip 0.5"},
-    {"source", eShowCommand::Source, "a stream", "what it plays", false, true, true, "source cam1 other.mp4 time=1"},
+    {"source", eShowCommand::Source, "a stream", "what it plays", false, true, false, "source cam1 other.mp4"},
     {"key", eShowCommand::Key, "a key of the mixer", "its value", false, false, false, "key audio_gain -6"},
     {"quit", eShowCommand::Quit, nullptr, nullptr, false, false, false, "quit"},
 };
@@ -212,6 +212,8 @@ private:
             _command.dblChange = *seconds;
             return true;
         }
+        if (_word.name == "time" && _form.eCommand == eShowCommand::Source)
+            return Fault("source takes no time: what a stream plays changes at once");
         if (_word.name.empty() || !_form.bAttributes)
             return Fault("\"" + _word.name + (_word.name.empty() ? "" : "=") + _word.value +
                          "\" does not belong there: " + _form.szName + " is written as in \"" + _form.szExample + "\"");
