@@ -174,7 +174,7 @@ TEST(Sender, ASlowReceiverDelaysTheEndOfTheRoundOnly) {
     pSlow->rtBusy = 30 * kMs;
     std::string order;  // the last id first; on the virtual clock threads take turns
     for (const auto& [p, ch] : {std::pair{pFast, 'f'}, {pSlow, 's'}, {pOther, 'a'}}) {
-        p->onReceive = [&order, ch] { order += ch; };
+        p->onReceive = [&order, chOwn = ch] { order += chOwn; };
     }
     const int64_t rtBegin = ClockNow();
     for (int64_t i = 0; i < 3; ++i) ASSERT_EQ(booth.Send(i), S_OK);
