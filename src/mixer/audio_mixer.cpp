@@ -1,12 +1,9 @@
 #include "mixer/audio_mixer.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <cstdlib>
 #include <limits>
-#include <span>
 
-#include "audio/gain_text.h"
 #include "media/aud_props.h"
 
 namespace zr {
@@ -15,11 +12,6 @@ namespace {
 constexpr int64_t kLeastSamples = 4;      // fewer are no sound
 constexpr int64_t kMostBackground = 512;  // samples that may be left over of the background
 constexpr int64_t kNearlySame = 32;       // samples by which a stream may differ from the background
-
-double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
-    if (_arr.size() == 1) return _arr[0];
-    return _nChannel < _arr.size() ? _arr[_nChannel] : 1;
-}
 
 }  // namespace
 
@@ -101,39 +93,6 @@ void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, 
     if (block.nSamples == 0) return;
     _stream.mix.Process(_output, &block);
     if (block.p) sum.Add(block.p, block.nSamples, ramp);
-}
-
-void AudioMixer::ApplyKeys(IZrFFrame& _frame, const XMLNodeBase& _mixer) {
-    text.clear();
-    _mixer.GetAttribute(u"audio_channels", text);
-    if (!text.empty()) _frame.ZrFAVPropsSet(nullptr, text.c_str());
-    text.clear();
-    _mixer.GetAttribute(u"audio_gain", text);
-    if (text != gainText) {
-        gainText = text;
-        ReadGains(text, &arrGains);
-        for (double& dbl : arrGains) dbl = LinearOfDb(dbl);
-        if (arrGains.empty()) arrGains.push_back(1);
-    }
-    MasterGain(_frame);
-}
-
-void AudioMixer::MasterGain(IZrFFrame& _frame) {
-    ZRF_FRAME_INFO info;
-    if (Failed(_frame.ZrFAllGet(&info))) return;
-    const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels)
-        return;
-    std::array<CHANNEL_RAMP, kMaxAudioChannels> arrRamps;
-    const auto nChannels = static_cast<size_t>(props.nChannels);
-    for (size_t c = 0; c < nChannels; ++c) {
-        const double dblFrom = GainAt(arrGainsBefore, c);
-        arrRamps[c] = {dblFrom, (GainAt(arrGains, c) - dblFrom) / info.lAudioSamples};
-    }
-    gain.Apply(props.nBitsPerSample, reinterpret_cast<uint8_t*>(info.lpAudio),
-               static_cast<size_t>(AudBlockBytes(props)), std::span<const CHANNEL_RAMP>(arrRamps).first(nChannels),
-               static_cast<size_t>(info.lAudioSamples));
-    if (arrGainsBefore != arrGains) arrGainsBefore = arrGains;
 }
 
 }  // namespace zr

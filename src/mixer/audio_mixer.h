@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "audio/audio_buffer2.h"
@@ -31,10 +30,6 @@ public:
     // _mixer: the keys of the mixer.
     HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
                        const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
-    // Chooses and orders the channels of the frame by the key "audio_channels", and multiplies them by "audio_gain":
-    // gains in dB, one for all channels, or one for each: "-6", "0, -12". From the gains before to new ones it goes in
-    // the course of a frame. A text without a number is no gain.
-    void ApplyKeys(IZrFFrame& _frame, const XMLNodeBase& _mixer);
     // A key of the mixer has been set: those of the streams are read again. Any thread.
     void OnKeys() { nKeysSet.fetch_add(1, std::memory_order_release); }
     // Nothing was heard before: what is held of the background is let go, and so are the streams of the pass before,
@@ -45,20 +40,14 @@ private:
     bool TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output);
     void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
                    double _dblGain);
-    void MasterGain(IZrFFrame& _frame);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;
     ZrAudioBuffer2 background;
     SoundSum sum;
-    SoundGain gain;
     std::vector<uint8_t> arrBlock;
     std::vector<CAutoObj<ZrMixerStream>> arrBefore;  // the streams of the frame before
     std::atomic<uint32_t> nKeysSet{0};
-    std::u16string text;              // as the key has it now
-    std::u16string gainText;          // the gains that arrGains are of
-    std::vector<double> arrGains{1};  // linear; one for all channels, or one each
-    std::vector<double> arrGainsBefore{1};
 };
 
 }  // namespace zr

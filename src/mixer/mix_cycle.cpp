@@ -471,7 +471,7 @@ void MixCycle::ProcessAudio(IZrFFrame& _frame) {
 // The mixer's own gains, and the levels on both sides of all.
 void MixCycle::FinishAudio(IZrFFrame& _frame) {
     const XMLNodePtr& pObject = parts.props.Object();
-    audioMixer.ApplyKeys(_frame, *pObject);
+    audioKeys.Apply(_frame, *pObject);
     if (!bTracks) return;
     ZR_AUDIO_LOUDNESS original{};
     parts.tracks.AppendLevelsIn(&original);

@@ -6,6 +6,7 @@
 
 #include "audio/audio_calc.h"
 #include "audio/audio_tracks.h"
+#include "audio/frame_audio_keys.h"
 #include "framework/base_thread.h"
 #include "framework/event_sink.h"
 #include "framework/object_format.h"
@@ -145,6 +146,7 @@ private:
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
     ZrAudioCalc audioCalc;
     AudioMixer audioMixer;
+    FrameAudioKeys audioKeys;
     FrameLevels frameLevels;
     bool bTracks = false;             // of the pass: its sound went through the tracks
     std::vector<MIX_SOUND> arrSound;  // of the pass

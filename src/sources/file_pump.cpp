@@ -426,17 +426,21 @@ bool FilePump::WaitForPull() {
     return true;
 }
 
-// What goes out; the frame that is held keeps the sound that it came with.
-ZrPtr<IZrFFrame> FilePump::ThroughTracks(const ZrPtr<IZrFFrame>& _pFrame) {
-    if (parts.tracks.IsUntouched() || !parts.props.Object()->AttributeOr(u"izraudio.enabled", true)) return _pFrame;
+// What goes out, through the tracks and by the keys; the frame that is held keeps the sound that it came with.
+ZrPtr<IZrFFrame> FilePump::ShapeSound(const ZrPtr<IZrFFrame>& _pFrame) {
+    const XMLNodePtr& pObject = parts.props.Object();
+    const bool bTracks = !parts.tracks.IsUntouched() && pObject->AttributeOr(u"izraudio.enabled", true);
+    const bool bKeys = audioKeys.IsDue(*pObject);
     ZrPtr<IZrFFrame> pOut;
-    HRESULT hr = _pFrame->ZrFClone(pOut.Out(), eZrFC_Reference, eZrFCC_Default);
-    if (Succeeded(hr)) hr = parts.tracks.Audio_Process(*pOut);
-    return hr == S_OK ? pOut : _pFrame;
+    if (!bTracks && !bKeys) return _pFrame;
+    if (Failed(_pFrame->ZrFClone(pOut.Out(), eZrFC_Reference, eZrFCC_Default))) return _pFrame;
+    if (bTracks && Failed(parts.tracks.Audio_Process(*pOut))) return _pFrame;
+    if (bKeys) audioKeys.Apply(*pOut, *pObject);
+    return pOut;
 }
 
 void FilePump::Deliver(const OUT_FRAME& _out) {
-    const ZrPtr<IZrFFrame> pFrame = ThroughTracks(_out.pFrame);
+    const ZrPtr<IZrFFrame> pFrame = ShapeSound(_out.pFrame);
     IZrFFrame& frame = *pFrame;
     ZR_TIME time;
     if (evCancel.IsSet() || Failed(frame.ZrFTimeGet(&time))) return;

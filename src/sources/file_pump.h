@@ -9,6 +9,7 @@
 
 #include "attributes/props.h"
 #include "audio/audio_tracks.h"
+#include "audio/frame_audio_keys.h"
 #include "framework/base_thread.h"
 #include "framework/event_sink.h"
 #include "framework/last_frame.h"
@@ -107,13 +108,14 @@ private:
     void FireEvents() ZR_EXCLUDES(mtxPlay);
 
     void Deliver(const OUT_FRAME& _out);
-    ZrPtr<IZrFFrame> ThroughTracks(const ZrPtr<IZrFFrame>& _pFrame);
+    ZrPtr<IZrFFrame> ShapeSound(const ZrPtr<IZrFFrame>& _pFrame);
     bool WaitForPull();
     bool IsPulled() const;
     void NoteFormats(IZrFFrame& _frame);
     void WaitIdle();
 
     const FILE_PARTS parts;
+    FrameAudioKeys audioKeys;  // the pump's thread only
     std::atomic<eZrState> eState{eZrS_Stopped};
     std::atomic<int64_t> rtPauseShown{0};
     std::atomic<double> dblPosition{0};

@@ -75,6 +75,34 @@ TEST_F(FileControlTest, SendsItsSoundThroughItsTracks) {
     }
 }
 
+TEST_F(FileControlTest, SendsItsSoundByItsKeys) {
+    FileRig rig;
+    rig.Set(u"object::audio_channels", u"0,0");
+    rig.Set(u"object::audio_gain", u"-6.0205999132796239, 0");
+    rig.Play(u"clip", nullptr, 25);
+    constexpr int64_t kBack = 7;  // the frame behind the last one is made when the keys are taken back
+    for (int64_t n = 0; n < 10; ++n) {
+        ZrPtr<IZrFFrame> pFrame;
+        ASSERT_EQ(rig.Get(&pFrame), S_OK);
+        ZRF_FRAME_INFO info;
+        pFrame->ZrFAllGet(&info);
+        const int32_t nChannels = info.avProps.audProps.nChannels;
+        ASSERT_EQ(nChannels, n < kBack ? 2 : 1) << n;
+        const auto* const p = reinterpret_cast<const int32_t*>(info.lpAudio) + nChannels * 20;
+        const auto nSample = static_cast<double>(1920 * n + 20);
+        const double dblOnTheWay = 0.5 * 20 / 1920;  // there in the first frame, and back in that one
+        const double dblGain = n == 0 ? 1 - dblOnTheWay : n < kBack ? 0.5 : n == kBack ? 0.5 + dblOnTheWay : 1;
+        EXPECT_NEAR(p[0], nSample * dblGain, 1) << n;
+        if (n < kBack) {
+            EXPECT_EQ(p[1], nSample) << n;
+        }
+        if (n == kBack - 2) {
+            rig.Set(u"object::audio_channels", u"");
+            rig.Set(u"object::audio_gain", u"");
+        }
+    }
+}
+
 TEST_F(FileControlTest, KeepsRealTimeByItself) {
     FileRig rig;
     ASSERT_EQ(rig.control.FileNameSet(u"film", u"start='no key'"), S_OK);

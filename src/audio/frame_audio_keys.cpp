@@ -1,0 +1,61 @@
+#include "audio/frame_audio_keys.h"
+
+#include <array>
+#include <span>
+
+#include "audio/gain_text.h"
+#include "media/aud_props.h"
+
+namespace zr {
+namespace {
+
+constexpr std::u16string_view kChannels = u"audio_channels", kGain = u"audio_gain";
+
+double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
+    if (_arr.size() == 1) return _arr[0];
+    return _nChannel < _arr.size() ? _arr[_nChannel] : 1;
+}
+
+}  // namespace
+
+const std::u16string& FrameAudioKeys::Text(const XMLNodeBase& _keys, std::u16string_view _key) {
+    text.clear();
+    _keys.GetAttribute(_key, text);
+    return text;
+}
+
+bool FrameAudioKeys::IsDue(const XMLNodeBase& _keys) {
+    return arrGainsBefore.size() != 1 || arrGainsBefore[0] != 1 || !Text(_keys, kGain).empty() ||
+           !Text(_keys, kChannels).empty();
+}
+
+void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
+    if (!Text(_keys, kChannels).empty()) _frame.ZrFAVPropsSet(nullptr, text.c_str());
+    if (Text(_keys, kGain) != gainText) {
+        gainText = text;
+        ReadGains(text, &arrGains);
+        for (double& dbl : arrGains) dbl = LinearOfDb(dbl);
+        if (arrGains.empty()) arrGains.push_back(1);
+    }
+    Gain(_frame);
+}
+
+void FrameAudioKeys::Gain(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    if (Failed(_frame.ZrFAllGet(&info))) return;
+    const ZR_AUD_PROPS& props = info.avProps.audProps;
+    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels)
+        return;
+    std::array<CHANNEL_RAMP, kMaxAudioChannels> arrRamps;
+    const auto nChannels = static_cast<size_t>(props.nChannels);
+    for (size_t c = 0; c < nChannels; ++c) {
+        const double dblFrom = GainAt(arrGainsBefore, c);
+        arrRamps[c] = {dblFrom, (GainAt(arrGains, c) - dblFrom) / info.lAudioSamples};
+    }
+    gain.Apply(props.nBitsPerSample, reinterpret_cast<uint8_t*>(info.lpAudio),
+               static_cast<size_t>(AudBlockBytes(props)), std::span<const CHANNEL_RAMP>(arrRamps).first(nChannels),
+               static_cast<size_t>(info.lAudioSamples));
+    if (arrGainsBefore != arrGains) arrGainsBefore = arrGains;
+}
+
+}  // namespace zr
