@@ -86,7 +86,7 @@ public:
     double VisibleGain() const { return dblVisibleGain.load(std::memory_order_relaxed); }
     double AudioGain() const { return dblAudioGain.load(std::memory_order_relaxed); }
     // The cycle has drawn: the producer may put the next frame. _rtFrame: how long a frame lasts that does not say so
-    // itself; pauses are counted in frames. _pTime (may be null): that of the last frame.
+    // itself; pauses are counted in frames. _pTime (may be null): that of the frame which the blocks have.
     void MarkConsumed(int32_t _nWaitState, int64_t _rtFrame, ZR_TIME* _pTime);
     // The oldest caption bytes that wait, 608 pairs, onto a frame. False: there are none.
     bool TakeCaptions(IZrFFrame* _pFrame);
@@ -102,7 +102,8 @@ public:
     void DropPictures() { blocks.Clear(this, true); }
     // The picture format of the last frame.
     ZR_VID_PROPS LastVideoProps() const;
-    // The last frame itself, null before the first and after the stream was closed.
+    // The frame that the blocks have, null before the first and after the stream was closed. One that waits to be shown
+    // is not it.
     CAutoObj<IZrFFrame> LastFrame() const;
     // Frames that came per second, over the last 30.
     double Rate() const;
@@ -154,6 +155,7 @@ private:
     HRESULT WaitHeard(INCOMING& _in, const STREAM_PUT& _put);
     HRESULT PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put);
     HRESULT WaitTaken(const INCOMING& _in, const STREAM_PUT& _put);
+    void NoteShown(IZrFFrame* _pFrame, const ZR_TIME& _time);
     bool PutToBlocks(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put);
 
     const std::u16string id;
@@ -183,8 +185,8 @@ private:
 
     mutable Mutex mtxFrame{lock_order::kStreamFrame};
     ZR_VID_PROPS vidProps ZR_GUARDED_BY(mtxFrame);
-    CAutoObj<IZrFFrame> pLastFrame ZR_GUARDED_BY(mtxFrame);
-    ZR_TIME lastTime ZR_GUARDED_BY(mtxFrame);
+    CAutoObj<IZrFFrame> pLastFrame ZR_GUARDED_BY(mtxFrame);  // that the blocks have been given
+    ZR_TIME lastTime ZR_GUARDED_BY(mtxFrame);                // of the frame that they show
     int64_t rtPauseRemainder ZR_GUARDED_BY(mtxFrame) = 0;
     RateMeter rateMeter ZR_GUARDED_BY(mtxFrame);
     double dblRate ZR_GUARDED_BY(mtxFrame) = 0;

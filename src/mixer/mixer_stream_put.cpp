@@ -48,6 +48,7 @@ HRESULT ZrMixerStream::PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put) {
         arrSlots.push_back(in.info.mTime);
     }
     PutSound(in, _put);
+    if (!bShows && !_put.bSkipped) NoteShown(_pFrame, in.info.mTime);
     in.rtBegin = ClockNow();
     HRESULT hr = PutSlots(_pFrame, in, _put);
     if (Succeeded(hr) && !_put.bSync && (in.bSound || !bShows)) hr = WaitHeard(in, _put);
@@ -117,7 +118,6 @@ HRESULT ZrMixerStream::WaitRunning(const INCOMING& _in, const STREAM_PUT& _put) 
 
 // False: the stream waits for a break, and this is none.
 bool ZrMixerStream::Admit(INCOMING& _in, IZrFFrame* _pFrame) {
-    CAutoObj<IZrFFrame> pOld(_pFrame);
     {
         MutexLock lock(mtxFrame);
         if (bWaitBreak && !_in.IsBreak()) {
@@ -128,8 +128,6 @@ bool ZrMixerStream::Admit(INCOMING& _in, IZrFFrame* _pFrame) {
         bWaitBreak = false;
         bTransitionHold = false;
         if (_in.bVideo) vidProps = _in.info.avProps.vidProps;
-        std::swap(pLastFrame, pOld);
-        lastTime = _in.info.mTime;
         dblRate = rateMeter.Stamp(ClockNow());
         int32_t cb = 0;
         int64_t pb = 0;
@@ -179,20 +177,35 @@ HRESULT ZrMixerStream::PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const
         evReady.Set();
         return S_OK;
     }
+    CAutoObj<IZrFFrame> pOld(_pFrame);
     {
         MutexLock lock(mtxFrame);
-        lastTime = _in.info.mTime;
         if (bWaitBreak && !_in.IsBreak()) {  // closed during the put
             evReady.Set();
             return S_FALSE;
         }
         bWaitBreak = false;
+        std::swap(pLastFrame, pOld);
         evReady.Reset();
         evTake.Reset();
     }
+    pOld.Reset();  // outside of the lock
     const bool bTook = PutToBlocks(_pFrame, _in, _put);
+    {
+        MutexLock lock(mtxFrame);
+        lastTime = _in.info.mTime;  // not before: a cycle that does not wait draws the old picture until now
+    }
     evReady.Set();
     return bTook ? S_OK : S_FALSE;
+}
+
+// One that no block shows: what it brings is in the cycle's hands already.
+void ZrMixerStream::NoteShown(IZrFFrame* _pFrame, const ZR_TIME& _time) {
+    CAutoObj<IZrFFrame> pOld(_pFrame);  // goes outside of the lock
+    MutexLock lock(mtxFrame);
+    if (bWaitBreak) return;  // closed during the put
+    std::swap(pLastFrame, pOld);
+    lastTime = _time;
 }
 
 // Until the cycle has taken the last frame. A live one waits no longer than it lasts, and then takes its place. Any

@@ -1,10 +1,14 @@
 // Mixers whose sources push their frames in, on the virtual clock.
 
+#include <cstring>
+
 #include "mixer_fixture.h"
 #include "platform/thread.h"
 #include "support/drawn_show.h"
 #include "support/paced_source.h"
 #include "support/stress.h"
+#include "zr/elements.h"
+#include "zr/scenes.h"
 
 namespace zr {
 namespace {
@@ -55,6 +59,60 @@ TEST_F(AsyncTest, EachSourceIsUsedAtItsOwnRate) {
         for (const char16_t* szId : {u"a", u"b", u"c", u"d"}) EXPECT_EQ(Counter(std::u16string(u"breaks.") + szId), 1);
         pMixer->ObjectClose();
         ExpectWholeLine(60, dblOutput, 4);
+    }
+}
+
+// Each picture once, in order and with its own time code, in both ways of mixing, though the source is a frame ahead
+// where it pushes, and though the picture is laid out anew again and again.
+TEST_F(AsyncTest, TheTimeCodeIsThatOfThePicture) {
+    constexpr int32_t kFirst = 20, kStep = 3;  // luma of frame 0, and what the next has more
+    for (const bool bSync : {false, true}) {
+        SCOPED_TRACE(bSync);
+        MakeAsync(25.0, true);
+        pProps->PropsSet(u"object::sync_mode", bSync ? u"true" : u"false");
+        pProps->PropsSet(u"object::timecode.source_idx", u"1");
+        const auto pOther = File(25.0), pStamped = File(25.0);
+        pStamped->Furnish = [](int64_t _n, IZrFFrame& _frame) {
+            int32_t cb = 0;
+            int64_t pb = 0;
+            _frame.ZrFVideoGetBytes(&cb, &pb);
+            std::memset(reinterpret_cast<void*>(pb), static_cast<int>(kFirst + kStep * _n), static_cast<size_t>(cb));
+            ZR_TIME time;
+            _frame.ZrFTimeGet(&time);
+            time.tcFrame.nSeconds = 7;
+            time.tcFrame.nFrames = static_cast<int32_t>(_n);
+            _frame.ZrFTimeSet(&time);
+        };
+        Add(u"other", pOther.Get());
+        Add(u"s", pStamped.Get());
+        ZrPtr<IZrElements> pScene;
+        ZrPtr<IZrElement> pForeground, pVideo;
+        ASSERT_EQ(pMixer.As<IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), S_OK);
+        ASSERT_EQ(pScene->ElementsGetByID(u"foreground", pForeground.Out()), S_OK);
+        const auto pElements = pForeground.As<IZrElements>();
+        ASSERT_EQ(pElements->ElementsAdd(u"v", u"video", u"stream_id=s", pVideo.Out(), 0), S_OK);
+        pMixer->ObjectStart(nullptr);
+        for (int n = 0; n < 12; ++n) {
+            SleepFor(kTicksPerSecond / 5);
+            pVideo->ElementDoubleSet(u"w", n % 2 ? 1.0 : 0.8, 0);
+        }
+        pMixer->ObjectClose();
+        const auto arrFrames = pCollector->Frames();
+        ASSERT_GT(arrFrames.size(), 50u);
+        int32_t nLast = -1;
+        for (size_t i = 0; i < arrFrames.size(); ++i) {
+            ZRF_FRAME_INFO info;
+            ASSERT_EQ(arrFrames[i].pFrame->ZrFAllGet(&info), S_OK);
+            const auto* const pb = reinterpret_cast<const uint8_t*>(info.lpVideo);
+            const int32_t nLuma = pb[18 * info.avProps.vidProps.nRowBytes + 65];
+            if (nLuma < kFirst && nLast < 0 && i < 3) continue;  // nothing has been laid out yet
+            const int32_t nPicture = (nLuma - kFirst + 1) / kStep;
+            EXPECT_EQ(arrFrames[i].time.tcFrame.nFrames, nPicture) << i;
+            EXPECT_EQ(arrFrames[i].time.tcFrame.nSeconds, 7) << i;
+            EXPECT_TRUE(nLast < 0 || nPicture == nLast + 1) << i << ": " << nPicture << " after " << nLast;
+            nLast = nPicture;
+        }
+        EXPECT_GT(nLast, 45);
     }
 }
 
