@@ -84,6 +84,7 @@ public:
         const RUN_FIGURES figures = writer.Finish();
         pMixer->ObjectClose();
         progress.Summary(figures, options.writer.output);
+        meter.CheckTracks(options.sound);
     }
 
 private:

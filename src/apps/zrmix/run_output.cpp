@@ -67,6 +67,7 @@ void RunOutput(const MIXER_RUN& _run, const RUN_OPTIONS& _options) {
         const RUN_FIGURES figures = writer.Finish();
         Close(_run);
         progress.Summary(figures, _options.writer.output);
+        meter.CheckTracks(_options.sound);
         return;
     }
     FrameWatch watch(zr::QueryAs<zr::IZrSource>(_run.pMixer).Get(), _run.dblRate);
@@ -74,6 +75,7 @@ void RunOutput(const MIXER_RUN& _run, const RUN_OPTIONS& _options) {
     const RUN_FIGURES figures = Watch(_run, nMost, progress, watch);
     Close(_run);
     progress.Summary(figures, _options.writer.output);
+    meter.CheckTracks(_options.sound);
     if (_options.style.bQuiet) return;
     std::fprintf(stderr, "mean rate %.6f frames/s, latest %.3f ms; %s\n", watch.Figures().dblMeanRate,
                  watch.Figures().dblWorstMs, watch.Figures().Text().c_str());

@@ -29,6 +29,8 @@ std::vector<int32_t> ReadTracks(const std::string& _text) {
         if (!ReadAll(std::string_view(_text).substr(nAt, nEnd - nAt), &nTrack) || nTrack < 0 || nTrack >= kMostTracks)
             throw UsageError("--tracks " + _text + ": not a list of tracks from 0 to " +
                              std::to_string(kMostTracks - 1) + ", such as \"0,2\"");
+        if (std::find(arrTracks.begin(), arrTracks.end(), nTrack) != arrTracks.end())
+            throw UsageError("--tracks " + _text + ": track " + std::to_string(nTrack) + " is there twice");
         arrTracks.push_back(nTrack);
         nAt = nEnd + 1;
     }
@@ -113,14 +115,17 @@ void SoundMeter::Read() {
     int32_t nTracks = 0;
     if (!pAudio || zr::Failed(pAudio->AudioTracksGetCount(&nTracks))) return;
     arrNow.clear();
+    bool bNow = false;
+    float fLoudest = -std::numeric_limits<float>::infinity();
     for (int32_t n = 0; n < nTracks; ++n) {
         zr::ZrPtr<zr::IZrAudioTrack> pTrack;
         zr::ZR_AUDIO_TRACK_LOUDNESS levels;
-        int32_t nFirst = -1;
+        int32_t nInputs = 0, nFirst = -1;
         if (zr::Failed(pAudio->AudioTrackGetByIndex(n, nullptr, pTrack.Out())) ||
-            zr::Failed(pTrack->TrackChannelsGet(nullptr, &nFirst, nullptr)) || nFirst < 0 ||
-            zr::Failed(pTrack->TrackLoudnessGet(nullptr, &levels)))
+            zr::Failed(pTrack->TrackChannelsGet(&nInputs, &nFirst, nullptr)))
             continue;
+        if (nInputs > 0) setThere.insert(n);
+        if (nFirst < 0 || zr::Failed(pTrack->TrackLoudnessGet(nullptr, &levels))) continue;
         for (int32_t c = 0; c < levels.nValidChannels; ++c) {
             const size_t nAt = arrNow.size();
             arrNow.push_back(levels.arrVUMeter[c]);
@@ -128,9 +133,20 @@ void SoundMeter::Read() {
             arrPeaks[nAt] = std::max(arrPeaks[nAt], levels.arrVUPeaks[c]);
         }
         if (levels.nValidChannels == 0 || !bMeasured) continue;
-        fIntegrated = bLoudness && n > 0 ? std::max(fIntegrated, levels.arrEBUMode_I) : levels.arrEBUMode_I;
+        fLoudest = std::max(fLoudest, levels.arrEBUMode_I);
         fTruePeak = bLoudness ? std::max(fTruePeak, levels.arrPeaks_TPL) : levels.arrPeaks_TPL;
-        bLoudness = true;
+        bLoudness = bNow = true;
+    }
+    if (bNow) fIntegrated = fLoudest;
+}
+
+void SoundMeter::CheckTracks(const SOUND_OPTIONS& _options) const {
+    if (_options.tracks.empty() || setThere.empty()) return;
+    for (const int32_t n : ReadTracks(_options.tracks)) {
+        if (setThere.count(n)) continue;
+        throw UsageError("--tracks " + _options.tracks + ": there was no track " + std::to_string(n) +
+                         "; the sound had " + std::to_string(setThere.size()) +
+                         (setThere.size() == 1 ? " track" : " tracks") + ", 0 is the first");
     }
 }
 

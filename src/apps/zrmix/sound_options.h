@@ -2,6 +2,7 @@
 // Which audio tracks of a mixer are heard, how loud, and how loud they were.
 
 #include <CLI/CLI.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ public:
     SoundMeter(zr::IUnknown* _pMixer, bool _bLoudness);
     // Takes what has been measured since the last call.
     void Read();
+    // Throws UsageError: of the tracks that were to go out one never came, though there was sound.
+    void CheckTracks(const SOUND_OPTIONS& _options) const;
     // For the line of a terminal, two blanks in front: "  audio |####    |###     | -14 -20 dB"; empty without sound.
     std::string Line() const;
     // "{"vu_peak_db": [-14.0, -20.0], "integrated_lufs": -23.0, "true_peak_db": -9.5}", null for silence.
@@ -33,6 +36,7 @@ public:
 private:
     const zr::ZrPtr<zr::IZrAudio> pAudio;
     std::vector<float> arrNow, arrPeaks;  // VU in dB of each channel
+    std::set<int32_t> setThere;           // tracks that the sound has had
     float fIntegrated = 0, fTruePeak = 0;
     const bool bMeasured;    // loudness
     bool bLoudness = false;  // the two are known
