@@ -29,6 +29,7 @@ struct RUN {
     int32_t nSrc0 = 0, nSrc1 = 0;
     int32_t nMade0 = 0, nMade1 = 0;
     int32_t nDst0 = 0, nDst1 = 0;
+    int32_t nLaid0 = 0, nLaid1 = 0;    // nDst0 to nDst1 before the output cuts them
     int32_t nBlock0 = 0, nBlock1 = 0;  // of the whole block, on which its mask lies
     bool Empty() const { return nSrc0 >= nSrc1 || nDst0 >= nDst1; }
 };
@@ -84,6 +85,8 @@ RUN MakeRun(double _dblSrc0, double _dblSrc1, const EXTENT& _source, double _dbl
     run.nMade0 = run.nDst0 = RoundTo(dblDst0, nUnit);
     run.nMade1 = run.nMade0 + SizeOf(dblDst1 - dblDst0, nUnit);
     run.nDst1 = std::min(RoundTo(dblDst1, nUnit), run.nMade1);
+    run.nLaid0 = run.nDst0;
+    run.nLaid1 = run.nDst1;
     if (run.nDst1 <= 0 || run.nDst0 >= _output.nSize) run.nDst1 = run.nDst0;
     if (run.Empty()) return run;
 
@@ -270,6 +273,7 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     const tagRECT srcRect{across.nSrc0, down.nSrc0, across.nSrc1, down.nSrc1};
     const tagSIZE made{across.nMade1 - across.nMade0, down.nMade1 - down.nMade0};
     _picture.dstRect = {across.nDst0, down.nDst0, across.nDst1, down.nDst1};
+    _picture.laidRect = {across.nLaid0, down.nLaid0, across.nLaid1, down.nLaid1};
     // The part of what is made that is seen.
     const int32_t nX = across.nDst0 - across.nMade0, nY = down.nDst0 - down.nMade0;
     _picture.srcRect = {nX, nY, nX + across.nDst1 - across.nDst0, nY + down.nDst1 - down.nDst0};
@@ -319,6 +323,7 @@ HRESULT TakeApart(const BlockPicture& _picture, const ZR_VID_PROPS& _output, Blo
     if (Failed(hr)) return hr;
     _apart.srcRect = {0, 0, props.nWidth, props.nHeight};
     _apart.dstRect = _picture.dstRect;
+    _apart.laidRect = _picture.laidRect;
     _apart.bMasked = _apart.bPremultiplied = true;
     _apart.pBits = pBits;
     return S_OK;

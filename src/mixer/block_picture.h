@@ -19,6 +19,7 @@ public:
     ZR_VID_PROPS props;
     tagRECT srcRect{};            // the part of the picture that is laid
     tagRECT dstRect{};            // where, in output pixels, of the same size; may reach over the edges of the output
+    tagRECT laidRect{};           // dstRect before what is outside of the output was left out
     bool bMasked = false;         // by the plane below
     bool bPremultiplied = false;  // colours are multiplied by that plane already
     MaskPlane mask;               // of the size of both rectangles

@@ -53,8 +53,6 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     bCutOffscreen = pRoot->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
-    const bool bOthers = HasOtherStreams();
-    const bool bChanged = std::exchange(nLaidOut, _nChanges) != _nChanges || bOthers;
     ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
     if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
@@ -62,7 +60,8 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
         draw.bDraw = true;
         draw.target_props = collect.target_props = layerProps;
         draw.now = _times.dblDraw;
-        if (bChanged) {
+        const bool bOthers = HasOtherStreams();
+        if (std::exchange(nLaidOut, _nChanges) != _nChanges || bOthers) {
             DrawContext again;
             again.target_props = layerProps;
             again.now = _times.dblDraw;
@@ -192,11 +191,13 @@ void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
     const ZR_VID_PROPS source = pBlock->SourceProps();
     if (!PropsValid(&source, true)) return;
     RECT_F rect;
-    canvas.Add(pBlock->PictureToDraw(&rect), _video.dblAlpha);
+    const CAutoObj<BlockPicture> pPicture = pBlock->PictureToDraw(&rect);
+    canvas.Add(pPicture, _video.dblAlpha);
     if (_video.texts.borders.empty()) return;
     BORDERS borders;
-    if (ReadBorders(_video.texts.borders, _video.texts.bordersColour, &borders) == S_OK)
-        canvas.AddBorders(RoundRect(rect), borders, _video.dblAlpha);
+    if (ReadBorders(_video.texts.borders, _video.texts.bordersColour, &borders) != S_OK) return;
+    const bool bSeen = pPicture && pPicture->pBits;
+    canvas.AddBorders(bSeen ? pPicture->laidRect : RoundRect(rect), borders, _video.dblAlpha);
 }
 
 void DrawStep::DropVideo_I(CoElement& _element) {

@@ -386,12 +386,10 @@ void MixCycle::DrawScene(PASS& _pass) {
     }
     bool bReady = true;
     {
-        const ElementPtr pScene = parts.scenes.Active();
         CRWReadScope lock(parts.scenes.Shared().lock);
-        // One that has been left meanwhile has lost its blocks already.
-        CoElement* const pDrawn = pScene->bSceneActive.load() ? pScene.Get() : nullptr;
+        const ElementPtr pScene = parts.scenes.Active();  // under the lock, or it might have been left by now
         const DRAW_TIMES times{_pass.stamp.dblDrawTime / 1e7, _pass.stamp.dblCollectTime / 1e7};
-        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pDrawn, parts.scenes.Shared().Changes());
+        bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pScene.Get(), parts.scenes.Shared().Changes());
     }
     parts.scenes.Shared().TakeDiscarded();  // by the walk itself
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <random>
 #include <span>
+#include <utility>
 
 #include "support/allocation_count.h"
 #include "support/drawn_show.h"
@@ -229,6 +230,44 @@ public:
     void RaiseFrame(const char16_t*, IZrFFrame*) override {}
     std::vector<std::u16string> arr;
 };
+
+// One frame between two scenes is black at most; then the new one shows, as nothing of it was laid out yet.
+TEST(DrawTest, AFrameWithoutASceneLaysNothingOut) {
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 64, 36);
+    DrawnShow show(hd);
+    show.AddStream(u"s");
+    show.Show(0, NoiseFrame(hd, 1));
+    show.Scene(u"<video stream_id='s'/>");
+    const ElementPtr pScene = std::exchange(show.pScene, {});
+    show.nChanges = 2;
+    EXPECT_FALSE(show.Draw());
+    show.pScene = pScene;
+    EXPECT_TRUE(show.Draw());
+}
+
+// Wherever a picture is on its way, its border lies close around it.
+TEST(DrawTest, BordersMoveWithTheirPicture) {
+    const ZR_VID_PROPS pal = PictureProps(eZrFCC_UYVY, 720, 576, eZrI_Field1First);
+    DrawnShow show(pal);
+    show.AddStream(u"s");
+    show.Show(0, ColourFrame(pal, u"white"));
+    show.Scene(u"<video id='v' stream_id='s' pos='top-left' w='0.3' h='0.3' borders='6' borders_color='red'/>");
+    for (int i = 0; i < 12; ++i) {
+        SCOPED_TRACE(i);
+        show.Element(u"v")->SetAttribute(u"x", 0.2 + i * 0.0007);
+        show.Element(u"v")->SetAttribute(u"y", 0.2 + i * 0.0007);
+        ++show.nChanges;
+        const ZrPtr<IZrFFrame> pFrame = show.Draw();
+        ASSERT_TRUE(pFrame);
+        const std::span<const uint8_t> bytes = BytesOf(*pFrame);
+        const auto Lit = [&](int _x, int _y) { return bytes[static_cast<size_t>((_y * 720 + _x) * 2 + 1)] > 16; };
+        int nAcross = 0, nDown = 0;  // changes between lit and not: one on and one off
+        for (int x = 1; x < 720; ++x) nAcross += Lit(x, 200) != Lit(x - 1, 200);
+        for (int y = 1; y < 576; ++y) nDown += Lit(240, y) != Lit(240, y - 1);
+        EXPECT_EQ(nAcross, 2);
+        EXPECT_EQ(nDown, 2);
+    }
+}
 
 // A change ends once, by its time; an element that goes leaves its siblings in place; one that is hidden loses its
 // block.
