@@ -24,8 +24,8 @@ struct IZrElements : IUnknown {
     virtual HRESULT ElementsGetByID(const char16_t* _bsElementID, IZrElement** _ppChildElement) = 0;
     // Adds a child at the end, so on top; it is faded in over the time. Where a child of that id exists, that one is
     // changed instead. Null or empty id: one made from the type, "video", then "video_001". Type: "video" shows a
-    // stream, "group" holds others; empty: "item". _bsElementProps: an attribute line ("stream_id=cam1 x=0.1 w=0.5"),
-    // XML, or the name of an XML file. _ppChildElement may be null. Win32Error(123): a "view" goes into views only.
+    // stream, "group" holds others; empty: "item"; no XML name: E_INVALIDARG. _bsElementProps: an attribute line
+    // ("stream_id=cam1 x=0.1"), XML, or an XML file. _ppChildElement may be null. Win32Error(123): a "view" in no view.
     virtual HRESULT ElementsAdd(const char16_t* _bsNewElementID, const char16_t* _bsElementType,
                                 const char16_t* _bsElementProps, IZrElement** _ppChildElement,
                                 double _dblTimeForChange) = 0;
@@ -56,7 +56,7 @@ struct IZrElement : IUnknown {
     // Sets several attributes by one line, as in "x=0.5 alpha=0.3".
     virtual HRESULT ElementMultipleSet(const char16_t* _bsAttributesList, double _dblTimeForChange) = 0;
     // Changes the element by an attribute line, or replaces all but its id by XML or the name of an XML file. A type
-    // that is not empty becomes its type.
+    // that is not empty becomes its type. E_INVALIDARG: it is no XML name.
     virtual HRESULT ElementSet(const char16_t* _bsElementType, const char16_t* _bsXMLDescription,
                                double _dblTimeForChange) = 0;
     // Always E_NOTIMPL: set "stream_id" instead.

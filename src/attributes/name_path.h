@@ -1,7 +1,10 @@
 #pragma once
-// Paths: names joined by "::".
+// Names, and paths: names joined by "::".
 
+#include <algorithm>
 #include <string_view>
+
+#include "attributes/name_hash.h"
 
 namespace zr {
 
@@ -19,6 +22,20 @@ constexpr bool CutPath(std::u16string_view& _path, std::u16string_view& _name) {
     _name = _path.substr(0, i);
     _path.remove_prefix(i + 2);
     return true;
+}
+
+// A tag says the type up to a dot; what stands behind it is its own.
+constexpr uint64_t TypeHashOf(std::u16string_view _tag) { return NameHash(_tag.substr(0, _tag.find(u'.'))); }
+
+// XML can be written with it as a tag. Of what is not ASCII all are taken for letters.
+constexpr bool IsXmlName(std::u16string_view _name) {
+    const auto First = [](char16_t _ch) {
+        return (_ch >= u'a' && _ch <= u'z') || (_ch >= u'A' && _ch <= u'Z') || _ch == u'_' || _ch == u':' ||
+               _ch >= 0xC0;
+    };
+    return !_name.empty() && First(_name[0]) && std::all_of(_name.begin(), _name.end(), [&](char16_t _ch) {
+        return First(_ch) || (_ch >= u'0' && _ch <= u'9') || _ch == u'-' || _ch == u'.';
+    });
 }
 
 }  // namespace zr

@@ -172,8 +172,7 @@ bool XMLNodeBase::HasTag(const NameKey& _key) const {
 uint64_t XMLNodeBase::TypeHash() const {
     if (bText) return 0;
     CRWReadScope lock(lockAttributes);
-    const std::u16string_view tag = Tag_I();
-    return NameHash(tag.substr(0, tag.find(u'.')));
+    return TypeHashOf(Tag_I());
 }
 
 bool XMLNodeBase::IsRawXml() const {
@@ -494,7 +493,7 @@ size_t XMLNodeBase::CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType 
             pCopy->pIdAttribute = _target.pIdAttribute;
             pChild->CopySelfTo(*pCopy);
             const NameKey key(pCopy->name.Text());
-            if (!pCopy->bText && HasHash(_arrLeaveOut, key.nHash)) continue;
+            if (!pCopy->bText && pCopy->strType.Empty() && HasHash(_arrLeaveOut, key.nHash)) continue;
             pCopy->pParent.store(step.pCopy, std::memory_order_relaxed);
             XMLNodeBase* const pRaw = pCopy.Get();
             if (pRaw->bText)

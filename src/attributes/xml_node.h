@@ -175,7 +175,7 @@ public:
     // Appends the node and all below it to _out.
     void Write(std::u16string& _out, const XML_WRITE_OPTIONS& _options = {}) const;
     // Makes _target's children copies of this node's, and its attributes by the mode. _bWithName: the name and tag too.
-    // _arrLeaveOut: children of these names are not copied, at any depth. Returns how many nodes were copied, this
+    // _arrLeaveOut: children of these names, but by an id, are not copied. Returns how many nodes were copied, this
     // one included; 0 when the target is this node.
     size_t CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType _eUpdate,
                   std::span<const NameKey> _arrLeaveOut = {}) const;

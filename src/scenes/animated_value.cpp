@@ -1,7 +1,9 @@
 #include "scenes/animated_value.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numbers>
+#include <utility>
 
 namespace zr {
 namespace {
@@ -69,16 +71,24 @@ struct PARTS {
     XMLNodeRef pFromAdd;
     double dblProgress = 0;
 
-    PARTS(XMLNodeBase& _element, double _dblNow) : pTarget(&_element) {
+    PARTS(CoElement& _element, double _dblNow) : pTarget(&_element) {
         if (!_element.FindChildNodes(arrParts, arr)) return;
+        for (size_t i = 0; i < kParts; ++i)
+            if (arr[i] && !arr[i]->HasTag(arrParts[i])) arr[i] = XMLNodeRef(_element.Setting(arrParts[i]).Get());
         dblProgress = Progress(arr[kFrom].Get(), _dblNow);
         // An element that was shown again at once may still have the node.
         if (arr[kHide] && OwnValue(_element, arrNames[kShow].key) != 0.0) arr[kHide] = {};
         if (arr[kHide]) {
             pTarget = arr[kHide];
-            pTarget->FindChildNodes({arrParts + kAdd, 2}, arr + kAdd);
+            // What moves by itself goes on with it until it is gone, and so does where it comes from.
+            XMLNodeRef arrOwn[2];
+            pTarget->FindChildNodes({arrParts + kAdd, 2}, arrOwn);
+            for (size_t i = 0; i < std::size(arrOwn); ++i)
+                if (arrOwn[i]) arr[kAdd + i] = std::move(arrOwn[i]);
         }
-        if (arr[kFrom]) pFromAdd = arr[kFrom]->FindChildNode(arrParts[kAdd]);
+        if (!arr[kFrom]) return;
+        pFromAdd = arr[kFrom]->FindChildNode(arrParts[kAdd]);
+        if (!pFromAdd && arr[kHide]) pFromAdd = arr[kAdd];
     }
     bool FromCounts() const { return arr[kFrom] && dblProgress <= 1; }
 };
@@ -216,7 +226,7 @@ double AnimatedValue(CoElement& _element, const NameKey& _key, double _dblFallba
 }
 
 void EndChange(CoElement& _element) {
-    if (const ElementPtr pFrom = _element.FindChild(arrParts[kFrom])) _element.RemoveChild(pFrom.Get());
+    if (const ElementPtr pFrom = _element.Setting(arrParts[kFrom])) _element.RemoveChild(pFrom.Get());
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

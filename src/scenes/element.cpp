@@ -41,6 +41,14 @@ void CoElement::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) const {
     if (pShared && !_arrObjects.empty()) pShared->Discard(std::move(_arrObjects));
 }
 
+ElementPtr CoElement::Setting(const NameKey& _key) const {
+    ElementPtr p = FindChild(_key);
+    if (!p || p->HasTag(_key)) return p;
+    for (size_t i = 0; (p = ChildAt(i)); ++i)
+        if (!p->IsText() && p->HasName(_key) && p->HasTag(_key)) break;
+    return p;
+}
+
 ElementPtr CoElement::Top() {
     ElementPtr p(this);
     for (ElementPtr pUp = Parent(); pUp; pUp = p->Parent()) p = pUp;

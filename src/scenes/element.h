@@ -70,6 +70,8 @@ public:
     // To be done with what is taken out of it; see there.
     void Discard(XMLNodeRef _pNode) const;
     void Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) const;
+    // A child that says something of this element; one whose id is that name is an element like any other.
+    ElementPtr Setting(const NameKey& _key) const;
     // The element at the top of the tree. Under the scenes lock.
     ElementPtr Top();
 

@@ -46,7 +46,7 @@ void StorePresent(const CoElement& _element, const TIMED_NAME& _name, CoElement&
 }
 
 void RemoveNode(CoElement& _element, const NameKey& _key) {
-    if (const ElementPtr p = _element.FindChild(_key)) {
+    if (const ElementPtr p = _element.Setting(_key)) {
         _element.RemoveChild(p.Get());
         _element.Discard(XMLNodeRef(p));
     }
@@ -116,10 +116,10 @@ Shown ShowChange(CoElement& _from, CoElement& _element, double _dblTime, double 
                  ElementPtr& _pHide, int32_t _nDepth) {
     const bool bOn = ReadShow(_element);
     const bool bVisible = ReadShow(_from);
-    const bool bReversal = bOn && bVisible && _element.FindChild(kNodeHide);
+    const bool bReversal = bOn && bVisible && _element.Setting(kNodeHide);
     if (bOn == bVisible && !bReversal) return Shown::kNothing;
 
-    const ElementPtr pWay = _element.FindChild(bOn ? kOnShow : kOnHide);
+    const ElementPtr pWay = _element.Setting(bOn ? kOnShow : kOnHide);
     if (pWay && pWay->AttributeCount() == 0) {
         _from.RemoveAttribute(kShow.text);
         RemoveNode(_element, kNodeHide);
@@ -169,7 +169,7 @@ void BeginChange(CoElement& _element, const CoElement& _target, double _dblTime,
         return;
     }
     // What the change starts from is put together beside the element, as the values are read from it all the while.
-    const ElementPtr pOld = _element.FindChild(kNodeFrom);
+    const ElementPtr pOld = _element.Setting(kNodeFrom);
     const ElementPtr pFrom = CoElement::CreateTop(kNodeFrom.text, _element.Shared());
     if (pOld) {
         pOld->CopyTo(*pFrom, false, eZrUT_ClearDest);
@@ -266,7 +266,7 @@ void PutInPlace(CoElement& _element, CoElement& _new, std::u16string_view _type)
         CarryBelow(_element, _new);
     else
         _element.Discard(_element.TakeObjectsBelow());
-    const ElementPtr pInfo = _new.FindChild(kInfo) ? ElementPtr() : _element.FindChild(kInfo);
+    const ElementPtr pInfo = _new.Setting(kInfo) ? ElementPtr() : _element.Setting(kInfo);
     for (XMLNodeRef& pChild : _element.ChildNodes()) {
         if (pChild.Get() == pInfo.Get()) continue;
         _element.Discard(pChild->TakeObjectsBelow());
@@ -289,7 +289,7 @@ ElementPtr MoveToClone(CoElement& _element) {
     _element.RemoveObject(kText);
     MoveChildren(_element, *pClone);
     ElementPtr pOlder = pClone;
-    for (int32_t i = 1; i < kMaxFading && pOlder; ++i) pOlder = pOlder->FindChild(kClone);
+    for (int32_t i = 1; i < kMaxFading && pOlder; ++i) pOlder = pOlder->Setting(kClone);
     if (pOlder) RemoveNode(*pOlder, kClone);
     return pClone;
 }
@@ -300,7 +300,7 @@ void CrossFade(CoElement& _element, CoElement& _new, std::u16string_view _type, 
     const ElementPtr pClone = MoveToClone(_element);
     PutInPlace(_element, _new, _type);
     ElementChange(*pClone, kShow.text, u"false", _dblTime);
-    if (pClone->FindChild(kNodeFrom)) {
+    if (pClone->Setting(kNodeFrom)) {
         pClone->SetAttribute(kRemove.text, true);
         _element.AppendChild(pClone);
     } else {
@@ -380,7 +380,7 @@ HRESULT ElementChange(CoElement& _element, std::u16string_view _name, std::u16st
 }
 
 bool IsDrawn(const CoElement& _element) {
-    if (!ReadShow(_element) && !_element.FindChild(kNodeFrom)) return false;
+    if (!ReadShow(_element) && !_element.Setting(kNodeFrom)) return false;
     for (ElementPtr p = _element.Parent(); p; p = p->Parent())
         if (!ReadShow(*p)) return false;
     return true;

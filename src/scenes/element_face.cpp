@@ -8,6 +8,7 @@
 #include "attributes/attribute_line.h"
 #include "attributes/attribute_set.h"
 #include "attributes/interface_call.h"
+#include "attributes/name_path.h"
 #include "attributes/schema.h"
 #include "attributes/xml_file.h"
 #include "platform/wide_text.h"
@@ -49,7 +50,7 @@ HRESULT NoteSet(const CoElement& _element, HRESULT _hr) {
 void SetBody(CoElement& _text, std::u16string_view _body) {
     std::vector<ElementPtr> arrKept;
     for (const NameKey& key : {kOnShow, kOnHide, kAdd, kVary})
-        if (ElementPtr p = _text.FindChild(key)) arrKept.push_back(std::move(p));
+        if (ElementPtr p = _text.Setting(key)) arrKept.push_back(std::move(p));
     for (XMLNodeRef& pChild : _text.ChildNodes()) _text.Discard(std::move(pChild));
     _text.RemoveChildren();
     _text.AppendText(_body);
@@ -164,10 +165,12 @@ HRESULT ElementFace::StringSet(const char16_t* _bsName, const char16_t* _bsValue
 
 HRESULT ElementFace::Set(const char16_t* _bsType, const char16_t* _bsDescription, double _dblTime) {
     return InterfaceCall([&] {
+        const std::u16string_view type = TextArgument(_bsType);
+        if (!type.empty() && !IsXmlName(type)) return E_INVALIDARG;
         DESCRIPTION description;
         if (const HRESULT hr = ReadDescription(_bsDescription, element, description); Failed(hr)) return hr;
         ElementLock lock(element, "ElementSet");
-        SetElement(element, TextArgument(_bsType), description, _dblTime);
+        SetElement(element, type, description, _dblTime);
         return S_OK;
     });
 }
@@ -225,7 +228,7 @@ HRESULT ElementFace::Detach(double _dblTime) {
         if (_dblTime > 0 && pParent->Top()->bSceneActive && IsDrawn(element)) {
             ElementChange(element, kShow.text, u"false", _dblTime);
             element.SetAttribute(kRemove.text, true);
-            if (element.FindChild(kNodeFrom)) return S_OK;  // the drawing takes it out when it is hidden
+            if (element.Setting(kNodeFrom)) return S_OK;  // the drawing takes it out when it is hidden
         }
         DropRunTimeState(element);
         return pParent->RemoveChild(&element) ? S_OK : S_FALSE;
@@ -316,6 +319,7 @@ HRESULT ElementFace::Add(const char16_t* _bsID, const char16_t* _bsType, const c
         const std::u16string_view id = TextArgument(_bsID), type = TextArgument(_bsType);
         const bool bInView = element.HasTag(kView);
         if (NameHash(type) == kView.nHash && !bInView) return kBadName;
+        if (!type.empty() && !IsXmlName(type)) return E_INVALIDARG;
         DESCRIPTION description;
         if (const HRESULT hr = ReadDescription(_bsProps, element, description); Failed(hr)) return hr;
         const ElementPtr pChild = MakeChild(element, type, description);

@@ -58,7 +58,7 @@ ElementPtr MakeRestore(const CoElement& _element, const CoElement& _onSelect) {
 }
 
 void Restore(CoElement& _element, const NameKey& _node, double _dblTime) {
-    const ElementPtr pRestore = _element.FindChild(_node);
+    const ElementPtr pRestore = _element.Setting(_node);
     if (!pRestore) return;
     _element.RemoveChild(pRestore.Get());
     _element.RemoveAttribute(kSelected.text);
@@ -70,7 +70,7 @@ void Unselect(CoElement& _element, double _dblTime) { Restore(_element, kSelRest
 }  // namespace
 
 HRESULT SelectElement(CoElement& _element, std::u16string_view _param, double _dblTime) {
-    const bool bIsSelected = _element.AttributeOr(kSelected.text, false) && _element.FindChild(kSelRestore);
+    const bool bIsSelected = _element.AttributeOr(kSelected.text, false) && _element.Setting(kSelRestore);
     const ElementPtr pParam = CoElement::CreateTop(u"param");
     bool bSelect = !bIsSelected;
     if (_param.find(u'=') != _param.npos) {
@@ -85,7 +85,8 @@ HRESULT SelectElement(CoElement& _element, std::u16string_view _param, double _d
         Unselect(_element, _dblTime);
         return S_OK;
     }
-    const ElementPtr pOnSelect = _element.Find(kOnSelect.text, true);
+    ElementPtr pOnSelect = _element.Setting(kOnSelect);
+    if (!pOnSelect) pOnSelect = _element.Add(kOnSelect.text);
     if (!pOnSelect) return E_FAIL;
     FillOnSelect(_element, *pOnSelect);
     _element.AppendChild(MakeRestore(_element, *pOnSelect));
@@ -147,7 +148,7 @@ bool GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _pa
         if (!_param.empty()) strLine.append(u" ").append(_param);
         ChangeByLine(*pElement, strLine, _dblTime);
         FollowTarget(_scene, *pElement, _dblTime);
-        bBegun |= _dblTime > 0 && pElement->FindChild(kNodeFrom) && IsDrawn(*pElement);
+        bBegun |= _dblTime > 0 && pElement->Setting(kNodeFrom) && IsDrawn(*pElement);
     }
     return bBegun;
 }

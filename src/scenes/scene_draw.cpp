@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "attributes/name_path.h"
 #include "media/pixel_format.h"
 #include "media/vid_props.h"
 #include "scenes/element_names.h"
@@ -170,7 +171,7 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
     const ElementValues values(_element, context.now, context.motion, other);
 
     if (values.Progress() > 1) {
-        const bool bGone = EndOfChange(_element, bRemove, true) == kRemoveElement;
+        const bool bGone = EndOfChange(_element, bRemove, _nTypeOfClone == kUnknown) == kRemoveElement;
         if (bGone) return kRemoveElement;
     }
     if (!values.Shown()) {
@@ -220,13 +221,13 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
 
 // The outgoing copy of an element, drawn over it until its own change has ended.
 void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType) {
-    const ElementPtr pClone = _element.FindChild(element::kClone);
+    const ElementPtr pClone = _element.Setting(element::kClone);
     if (!pClone || _visit.nDepth >= kMaxDrawDepth) return;
     RECT_F cursor = *_visit.pCursor;
     const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1};
     // Where its type has gone with the change, it says what it was.
     std::u16string type;
-    const int32_t nOwn = pClone->GetAttribute(element::kCloneType.text, type) ? TypeOf(NameHash(type)) : _nType;
+    const int32_t nOwn = pClone->GetAttribute(element::kCloneType.text, type) ? TypeOf(TypeHashOf(type)) : _nType;
     if (DrawElement(*pClone, visit, std::max<int32_t>(nOwn, kGroup)) == kRemoveElement) {
         DropBelow(*pClone, _visit.nDepth, true);
         if (_element.RemoveChild(pClone.Get())) _element.Discard(pClone);
@@ -248,7 +249,7 @@ void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth, bool _bClone) {
     for (size_t i = 0;; ++i) {
         const ElementPtr pChild = _element.ChildAt(i);
         if (!pChild) return;
-        if (!pChild->IsText() && (_bClone || !pChild->HasName(element::kClone))) DropBelow(*pChild, _nDepth + 1, true);
+        if (!pChild->IsText() && (_bClone || !pChild->HasTag(element::kClone))) DropBelow(*pChild, _nDepth + 1, true);
     }
 }
 

@@ -51,7 +51,7 @@ std::u16string SchemaText() {
 }
 
 void LeaveOutSchema(CoElement& _scene) {
-    const ElementPtr pInfo = _scene.FindChild(kInfo);
+    const ElementPtr pInfo = _scene.Setting(kInfo);
     if (!pInfo) return;
     std::u16string str;
     pInfo->Write(str);

@@ -29,7 +29,7 @@ HRESULT GiveScene(const ElementPtr& _pRoot, IZrElements** _ppScene) {
 
 // A scene gets it when a host adds it or when it is drawn first: of thousands that are loaded, few ever are.
 void AddSchema(CoElement& _root) {
-    if (_root.FindChild(kInfo)) return;
+    if (_root.Setting(kInfo)) return;
     const ElementPtr pInfo = _root.Find(kInfo.text, true);
     pInfo->Parse(ElementSchemaXml());
     pInfo->Rename(kInfo.text);

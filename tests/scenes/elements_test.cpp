@@ -56,6 +56,19 @@ TEST_F(Elements, AreAddedOrReplaced) {
     EXPECT_EQ(pScene->ElementsMediaAdd(nullptr, nullptr, u"bars", nullptr, nullptr, 0), E_NOTIMPL);
 }
 
+// A type is what the element is written as.
+TEST_F(Elements, HaveTypesThatCanBeWritten) {
+    Add(u"a", u"video.big-2_x", u"");
+    EXPECT_EQ(hr, S_OK);
+    const std::string strXml = Xml();
+    for (const char16_t* szType : {u"a b", u"<", u"a>b", u"'", u"&", u"!--", u"1st", u"-", u"a/", u"a=b"}) {
+        Add(u"b", szType, u"x=1");
+        EXPECT_EQ(hr, E_INVALIDARG) << ToUtf8(szType);
+        EXPECT_EQ(At_(u"a")->ElementSet(szType, u"x=1", 0), E_INVALIDARG) << ToUtf8(szType);
+    }
+    EXPECT_EQ(Xml(), strXml);
+}
+
 TEST_F(Elements, AreFoundMovedAndTakenOut) {
     pScene->Parse(
         u"<zr_scene><group id='g'><video id='a'/><video id='b'/><vary x='1'/><video id='c'/></group></zr_scene>");

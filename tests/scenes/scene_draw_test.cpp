@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "scenes/element_names.h"
 #include "scenes/element_select.h"
@@ -117,6 +118,43 @@ TEST_F(SceneDraw, CrossFadesWithoutAnEmptyFrame) {
     for (int i = 0; i < 50; ++i) At_(u"g")->ElementSet(nullptr, u"<group><video/></group>", 10);
     const std::string strFrame = Frame();
     EXPECT_LE(std::count(strFrame.begin(), strFrame.end(), '#'), 5) << "old ones do not pile up";
+}
+
+// Of a type with a suffix too; whoever waits for the end hears of it once.
+TEST_F(SceneDraw, CrossFadesOnePictureToAnother) {
+    Make(u"<zr_scene><video.main id='x'/></zr_scene>");
+    ASSERT_EQ(At_(u"x")->ElementSet(nullptr, u"<video.main w='0.5'/>", 0.2), S_OK);
+    Frame();
+    EXPECT_EQ(Frame(), "x#2:0.50 clone#1:0.50 ");
+    std::string strRest;
+    for (int i = 0; i < 4; ++i) strRest += Frame();
+    EXPECT_EQ(strRest, "x#2:1.00 [trans-done x] x#2:1.00 x#2:1.00 x#2:1.00 ");
+}
+
+// What has the name of a setting by its id is an element.
+TEST_F(SceneDraw, TakesNoElementForASetting) {
+    const std::u16string_view arrIds[] = {u"clone",     u"add",     u"vary",    u"node_from",
+                                          u"node_hide", u"on_show", u"on_hide", u"_sel_restore_"};
+    std::u16string xml = u"<zr_scene><group id='g' w='0.5'>";
+    for (const std::u16string_view id : arrIds) xml.append(u"<video x='0.1' w='0.1' id='").append(id).append(u"'/>");
+    Make(xml + u"<add y='0'/></group></zr_scene>");
+    const std::string strDrawn =
+        "clone#1:1.00 add#2:1.00 vary#3:1.00 node_from#4:1.00 node_hide#5:1.00 on_show#6:1.00 on_hide#7:1.00 "
+        "_sel_restore_#8:1.00 ";
+    EXPECT_EQ(Frame(), strDrawn);
+    EXPECT_EQ(ElementValues(*At_(u"g"), 0.3, MOTION::NextFrame(10))[eTimed::W], 0.5);
+    At_(u"g")->ElementMultipleSet(u"x=0.3", 0.1);
+    At_(u"g")->ElementBoolSet(u"show", false, 0.1);
+    FrameAfter(4);
+    At_(u"g")->ElementBoolSet(u"show", true, 0);
+    FrameAfter(2);
+    for (const std::u16string_view id : arrIds) {
+        const ElementPtr p = At_(u"g")->Find(id);
+        EXPECT_TRUE(p && p->HasTag(u"video")) << ToUtf8(id);
+    }
+    const ElementPtr pCopy = CoElement::CreateTop(u"zr_scene");
+    pScene->CopyTo(*pCopy, false, eZrUT_ClearDest, std::vector<NameKey>{u"clone", u"node_from"});
+    EXPECT_TRUE(pCopy->Find(u"g::clone") && pCopy->Find(u"g::node_from")) << "and is saved";
 }
 
 TEST_F(SceneDraw, KeepsThePicturesThatANewDescriptionHasToo) {

@@ -98,6 +98,19 @@ TEST(TimedChange, ChainsWithoutAJump) {
     }
 }
 
+// What moves by itself goes on doing so while it fades out.
+TEST(TimedChange, HidesWithItsMotion) {
+    const ElementPtr p = ElementOf(u"<video x='0.1' y='0.1' w='0.2'><vary x='0.3' time='8'/><add y='0.1'/></video>");
+    const auto frame = [&](int _n) { return ElementValues(*p, _n / 25.0, MOTION::NextFrame(25)); };
+    const auto expected = [](int _n) { return 0.1 + 0.3 * std::cos(2 * 3.14159265358979 * _n / 25.0 / 8); };
+    for (int i = 0; i < 30; ++i) {
+        if (i == 5) ElementChange(*p, u"show", u"false", 1);
+        const ElementValues values = frame(i);
+        EXPECT_NEAR(values[eTimed::X], expected(i), 1e-9) << i;
+        EXPECT_NEAR(values[eTimed::Y], 0.1 + (i + 1) * 0.1 / 25, 1e-9) << i;
+    }
+}
+
 TEST(TimedChange, ShowsAndHidesItsWay) {
     struct STEP {
         double dblX, dblAlpha;
