@@ -17,11 +17,11 @@
 namespace zr {
 namespace {
 
-constexpr int32_t kDefaultGetMaxWait = 250;             // ms
-constexpr int64_t kUnlimitedSlice = 100 * kTicksPerMs;  // between two looks at the stop event
-constexpr int64_t kDefaultSkipFrame = 400'000;          // ticks: of a frame whose rate nobody knows
-constexpr int64_t kQuick = kTicksPerMs / 20;            // what took less the last time is done without the pool
-constexpr int64_t kQuickShare = kTicksPerMs / 5;        // of a cycle, for all such together
+constexpr int32_t kDefaultGetMaxWait = 250;       // ms
+constexpr int64_t kGetSlice = 100 * kTicksPerMs;  // between two looks at the stop event
+constexpr int64_t kDefaultSkipFrame = 400'000;    // ticks: of a frame whose rate nobody knows
+constexpr int64_t kQuick = kTicksPerMs / 20;      // what took less the last time is done without the pool
+constexpr int64_t kQuickShare = kTicksPerMs / 5;  // of a cycle, for all such together
 constexpr const char16_t* kSkippedPicture = u"_skipped_vid_";
 
 // A clone with the break flag.
@@ -274,20 +274,17 @@ HRESULT SyncMixer::Ask(SyncSource& _source, int64_t _rtLimit, bool _bRenew, Fram
     return hr;
 }
 
+// In slices: a source knows nothing of the stop, which is not to wait for its limit.
 HRESULT SyncMixer::AskAndWait(SyncSource& _source, ManualEvent& _evStop, FramePtr& _pFrame) {
     const int32_t nMaxWaitMs = pObject->AttributeOr(u"sync_mode.get_max_wait", kDefaultGetMaxWait);
     const bool bUnlimited = nMaxWaitMs < 0;
-    int64_t rtLimit = 0;
-    if (bUnlimited) {
-        rtLimit = kUnlimitedSlice;
-    } else if (_source.nTimeouts < 1) {
-        rtLimit = nMaxWaitMs * kTicksPerMs;
+    int64_t rtLeft = !bUnlimited && _source.nTimeouts < 1 ? nMaxWaitMs * kTicksPerMs : 0;
+    for (;;) {
+        const int64_t rtSlice = bUnlimited ? kGetSlice : std::min(rtLeft, kGetSlice);
+        const HRESULT hr = Ask(_source, rtSlice, !_evStop.IsSet(), _pFrame);
+        rtLeft -= rtSlice;
+        if (hr != ZR_E_TIMEOUT || _evStop.IsSet() || (!bUnlimited && rtLeft <= 0)) return hr;
     }
-    HRESULT hr = S_OK;
-    do {
-        hr = Ask(_source, rtLimit, !_evStop.IsSet(), _pFrame);
-    } while (bUnlimited && hr == ZR_E_TIMEOUT && !_evStop.IsSet());
-    return hr;
 }
 
 // One frame of a source. One that stops answering costs its limit once and nothing from then on, until it answers.

@@ -95,6 +95,22 @@ TEST_F(MixerTest, AStalledSourceCostsItsLimitOnceAndIsUsedAgain) {
     for (size_t i = 1; i < arrFrames.size(); ++i) ASSERT_EQ(arrFrames[i].time.rtStartTime, 400000 * int64_t(i)) << i;
 }
 
+// However long a source may be waited for.
+TEST_F(MixerTest, AStopDoesNotWaitForAStalledSource) {
+    for (const char16_t* szMaxWait : {u"10000", u"-1"}) {
+        Make(25.0);
+        pProps->PropsSet(u"object::sync_mode.get_max_wait", szMaxWait);
+        pFile->FilePlayStart();
+        SleepFor(kTicksPerSecond);
+        pSource->bStalls = true;
+        SleepFor(kTicksPerSecond / 2);
+        const int64_t rtBegin = ClockNow();
+        pFile->FilePlayStop(0);
+        EXPECT_LE(ClockNow() - rtBegin, 120 * kTicksPerMs) << (szMaxWait[0] == u'-' ? "unlimited" : "10 s");
+        pMixer->ObjectClose();
+    }
+}
+
 // A live one gives the output its pace; when it has none, the output keeps to its own.
 TEST_F(MixerTest, AStalledLiveBackgroundLeavesTheOutputItsRate) {
     Make(25.0);
