@@ -71,13 +71,14 @@ void ZrAudioBuffer2::AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSampl
     arrSilence.resize(static_cast<size_t>(nSilence * AudBlockBytes(to)));
     FillSilence(to.nBitsPerSample, arrSilence.data(), arrSilence.size());
     if (nSilence == 0) return;
+    SoundEdge& last = bConverts ? edgeIn : edge;
+    bPadded = last.PastSamples() > 0;
+    if (bPadded) last.Smooth(to, arrSilence.data(), 0, nSilence, false);
     if (bConverts) {
-        Append_I(to, arrSilence.data(), nSilence, 1.0);
-        return;
+        Resample_I(to, arrSilence.data(), nSilence, 1.0);
+    } else {
+        ring.Append(arrSilence.data(), nSilence);
     }
-    bPadded = edge.PastSamples() > 0;
-    if (bPadded) edge.Smooth(props, arrSilence.data(), 0, nSilence, false);
-    ring.Append(arrSilence.data(), nSilence);
 }
 
 // Gives the converter what went past it, as if it had been there from the begin.
@@ -87,7 +88,10 @@ HRESULT ZrAudioBuffer2::EnterConverter_I() {
     HRESULT hr = converter.Init(props, props, 0, 1.0);
     int64_t nDropped = 0;
     if (Succeeded(hr)) hr = Convert_I(edge.Past(), edge.PastSamples() * AudBlockBytes(props), 1.0, &nDropped);
-    if (Succeeded(hr)) bConverts = true;
+    if (Failed(hr)) return hr;
+    bConverts = true;
+    edgeIn.Reset();
+    edgeIn.Remember(props, edge.Past(), edge.PastSamples());
     return hr;
 }
 
@@ -102,18 +106,26 @@ HRESULT ZrAudioBuffer2::Convert_I(const uint8_t* _p, int64_t _cb, double _dblSca
 }
 
 HRESULT ZrAudioBuffer2::Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
-    if (!bConverts && AudSameFormat(props, _props) && _dblScale == 1.0) {
-        if (std::exchange(bPadded, false)) {
-            arrConverted.assign(_p, _p + _nSamples * AudBlockBytes(props));
-            edge.Smooth(props, arrConverted.data(), _nSamples, _nSamples, false);
-            _p = arrConverted.data();
-        } else {
-            edge.Remember(props, _p, _nSamples);
-        }
-        ring.Append(_p, _nSamples);
-        return S_OK;
+    const bool bPlain = !bConverts && AudSameFormat(props, _props) && _dblScale == 1.0;
+    if (!bPlain && !bConverts) EnterConverter_I();
+    SoundEdge& last = bPlain ? edge : edgeIn;
+    const bool bLedIn = std::exchange(bPadded, false);
+    if (bLedIn) {
+        arrLed.assign(_p, _p + _nSamples * AudBlockBytes(_props));
+        last.Smooth(_props, arrLed.data(), _nSamples, _nSamples, true);
+        _p = arrLed.data();
     }
-    if (!bConverts) EnterConverter_I();
+    HRESULT hr = S_OK;
+    if (bPlain) {
+        ring.Append(_p, _nSamples);
+    } else {
+        hr = Resample_I(_props, _p, _nSamples, _dblScale);
+    }
+    if (!bLedIn && Succeeded(hr)) last.Remember(_props, _p, _nSamples);
+    return hr;
+}
+
+HRESULT ZrAudioBuffer2::Resample_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
     const bool bGoesOn = bConverts && converter.GoesOn(_props, props);
     HRESULT hr = converter.Init(_props, props, static_cast<int32_t>(_nSamples), _dblScale);
     int64_t nEarly = 0, nConverted = 0;
@@ -156,6 +168,7 @@ int64_t ZrAudioBuffer2::Clear(bool _bResetFormat) {
     converter.Reset();
     bConverts = bPadded = false;
     edge.Reset();
+    edgeIn.Reset();
     if (_bResetFormat) props = {};
     return nHeld;
 }

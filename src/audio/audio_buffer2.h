@@ -42,6 +42,8 @@ public:
 private:
     HRESULT Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale)
         ZR_REQUIRES(mtx);
+    HRESULT Resample_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale)
+        ZR_REQUIRES(mtx);
     void AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSamples) ZR_REQUIRES(mtx);
     HRESULT Convert_I(const uint8_t* _p, int64_t _cb, double _dblScale, int64_t* _pnConverted) ZR_REQUIRES(mtx);
     HRESULT EnterConverter_I() ZR_REQUIRES(mtx);
@@ -53,8 +55,9 @@ private:
     ZrAudioConverter converter ZR_GUARDED_BY(mtx);
     bool bConverts ZR_GUARDED_BY(mtx) = false;  // the converter has sound in it, behind which all else must come
     bool bPadded ZR_GUARDED_BY(mtx) = false;    // silence was put behind sound, which then comes out of it
-    SoundEdge edge ZR_GUARDED_BY(mtx);          // the end of what was put
-    std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx), arrSilence ZR_GUARDED_BY(mtx);
+    SoundEdge edge ZR_GUARDED_BY(mtx);          // the end of what the ring was given
+    SoundEdge edgeIn ZR_GUARDED_BY(mtx);        // the end of what the converter was given
+    std::vector<uint8_t> arrConverted ZR_GUARDED_BY(mtx), arrSilence ZR_GUARDED_BY(mtx), arrLed ZR_GUARDED_BY(mtx);
 };
 
 }  // namespace zr
