@@ -13,8 +13,6 @@ constexpr int64_t kLeastSamples = 5;
 
 bool AddsTo(eZrAudioTrackMode _eMode) { return _eMode == eZrAT_Enabled_AddTo || _eMode == eZrAT_Disabled_AddTo; }
 
-bool HasEffects(CCoZrTrack& _track) { return _track.Node().ElementCount() > 0; }
-
 }  // namespace
 
 // Which tracks go out, and which go into which. A track that is alone leaves all others out, but those that are added
@@ -91,7 +89,8 @@ bool AudioTracks::IsInPlace(const SOUND_BLOCK& _block) const {
         nChannels += pStep->look.nInputs;
     }
     const auto IsApart = [](const STEP& _step) {
-        return _step.look.bValid && (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || HasEffects(*_step.pTrack));
+        return _step.look.bValid &&
+               (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || TrackSound::HasEffects(_step.pTrack->Node()));
     };
     return nChannels == _block.props.nChannels && std::none_of(arrSteps.begin(), arrSteps.end(), IsApart);
 }

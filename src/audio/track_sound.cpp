@@ -8,6 +8,20 @@
 #include "media/aud_props.h"
 
 namespace zr {
+namespace {
+
+constexpr const char16_t *kCompressor = u"compressor", *kAmplify = u"dyn_amplify";
+
+// Null: it is not there, or not switched on.
+XMLNodeRef EnabledEffect(XMLNodeBase* _pNode, const char16_t* _szName) {
+    XMLNodeRef pNode = _pNode ? _pNode->FindChildNode(NameKey(_szName)) : XMLNodeRef();
+    bool bEnabled = false;
+    if (pNode && pNode->GetOwnAttribute(NameKey(u"enabled"), bEnabled) && bEnabled) return pNode;
+    return {};
+}
+
+}  // namespace
+
 void TrackSound::ProcessInPlace(const SOUND_BLOCK& _input, int32_t _nFirst, int32_t _nInputs) {
     const auto cb = static_cast<size_t>(AudBytesPerSample(_input.props.nBitsPerSample));
     const auto cbStep = static_cast<size_t>(AudBlockBytes(_input.props));
@@ -16,6 +30,8 @@ void TrackSound::ProcessInPlace(const SOUND_BLOCK& _input, int32_t _nFirst, int3
     PerChannel<const uint8_t*> arrFirst{};
     for (size_t c = 0; c < nInputs; ++c) arrFirst[c] = pFirst + c * cb;
     const std::span channels = std::span<const uint8_t* const>(arrFirst).first(nInputs);
+    pCompressor.Reset();  // switched on again they begin anew
+    pAmplify.Reset();
     if (bMeasure) metersIn.Measure(_input.props, channels, cbStep, nSamples);
     gain.Apply(_input.props.nBitsPerSample, pFirst, cbStep, std::span<const CHANNEL_RAMP>(now.arrRamps).first(nInputs),
                nSamples);
@@ -63,11 +79,14 @@ void TrackSound::Add(const TrackSound& _other) {
     sum.End();
 }
 
+bool TrackSound::HasEffects(XMLNodeBase& _node) {
+    return EnabledEffect(&_node, kCompressor) || EnabledEffect(&_node, kAmplify);
+}
+
 template <class EFFECT>
 void TrackSound::RunEffect(XMLNodeBase* _pNode, const char16_t* _szName, CAutoObj<EFFECT>* _ppEffect) {
-    const XMLNodeRef pNode = _pNode ? _pNode->FindChildNode(NameKey(_szName)) : XMLNodeRef();
-    bool bEnabled = false;
-    if (!pNode || !pNode->GetOwnAttribute(NameKey(u"enabled"), bEnabled) || !bEnabled) {
+    const XMLNodeRef pNode = EnabledEffect(_pNode, _szName);
+    if (!pNode) {
         _ppEffect->Reset();
         return;
     }
@@ -79,8 +98,8 @@ void TrackSound::RunEffect(XMLNodeBase* _pNode, const char16_t* _szName, CAutoOb
 
 void TrackSound::RunEffects(XMLNodeBase* _pNode) {
     if (sound.props.nChannels == 0) return;
-    RunEffect(_pNode, u"compressor", &pCompressor);
-    RunEffect(_pNode, u"dyn_amplify", &pAmplify);
+    RunEffect(_pNode, kCompressor, &pCompressor);
+    RunEffect(_pNode, kAmplify, &pAmplify);
 }
 
 void TrackSound::Finish() {

@@ -44,6 +44,7 @@ struct Show {
         return static_cast<double>((_nSample * 37 + static_cast<int64_t>(_nChannel) * 1009) % 2000 - 1000) *
                (props.nBitsPerSample == 16 ? 16 : 0x1p-11);
     }
+    bool IsInPlace() const { return block.p == arrBytes.data(); }
     TrackPtr Track(int32_t _nIndex) {
         TrackPtr p;
         EXPECT_EQ(tracks.AudioTrackGetByIndex_I(_nIndex, nullptr, p.Out()), S_OK) << _nIndex;
@@ -239,6 +240,11 @@ TEST(Tracks, OrdersAddedTracksAndChannelCounts) {
         return arr;
     };
     using Values = std::vector<int>;
+    EXPECT_EQ(Row(), (Values{100, 200, 300, 400, 500, 600}));
+    show.Track(0)->TrackGainSet(-1, 20 * std::log10(0.5), 0);
+    EXPECT_EQ(Row(), (Values{50, 100, 300, 400, 500, 600}));
+    EXPECT_TRUE(show.IsInPlace());
+    show.Track(0)->TrackGainSet(-1, 0, 0);
     EXPECT_EQ(Row(), (Values{100, 200, 300, 400, 500, 600}));
     show.Track(1)->TrackOrderSet(0);
     EXPECT_EQ(Row(), (Values{300, 400, 500, 600, 100, 200}));
