@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 #include "media/aud_props.h"
 
@@ -20,6 +21,8 @@ AudioMixer::AudioMixer(IStatisticsSink& _statistics)
 
 void AudioMixer::Reset() {
     background.Clear(true);
+    backgroundEdge.Reset();
+    bBackgroundBroken = false;
     for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
         pBefore->Audio().Forget();
         pBefore->mix.GainTo(0);
@@ -27,28 +30,34 @@ void AudioMixer::Reset() {
     arrBefore.clear();
 }
 
+void AudioMixer::DropBackground() {
+    background.Clear(false);
+    bBackgroundBroken = true;
+}
+
 // False: the frame has no sound.
-bool AudioMixer::TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output) {
+bool AudioMixer::TakeBackground(IZrFFrame& _frame) {
     if (background.Fill() > kMostBackground) {
         statistics.AddCount(nBackgroundReset, 1);
-        background.Clear(false);
+        DropBackground();
     }
     ZRF_FRAME_INFO info;
     if (Failed(_frame.ZrFAllGet(&info))) return false;
     const ZR_AUD_PROPS& props = info.avProps.audProps;
     if (!AudUsable(props) || info.lpAudio == 0 || info.cbAudio / AudBlockBytes(props) < kLeastSamples) return false;
-    background.FormatSet(_output);
     return Succeeded(
         background.PutAudio(props, reinterpret_cast<const uint8_t*>(info.lpAudio), info.cbAudio, true, true));
 }
 
 HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
-                               const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
+                               bool _bBreak, const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
     if (!AudUsable(_output)) {
         Reset();
         return S_FALSE;
     }
-    const bool bBackground = TakeBackground(_frame, _output);
+    background.FormatSet(_output);
+    if (_bBreak) DropBackground();
+    const bool bBackground = TakeBackground(_frame);
     int64_t nSamples = bBackground ? background.Fill() : _nClock;
     if (bBackground) {
         for (const MIX_SOUND& sound : _arrStreams) {
@@ -58,7 +67,7 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     }
     nSamples = std::min<int64_t>(nSamples, std::numeric_limits<int32_t>::max());
     if (nSamples <= 0) {
-        background.Clear(false);
+        DropBackground();
         return S_FALSE;
     }
     if (const HRESULT hr = _frame.ZrFAudioAlloc(&_output, static_cast<int32_t>(nSamples)); Failed(hr)) return hr;
@@ -66,7 +75,9 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     int64_t pbAudio = 0;
     if (const HRESULT hr = _frame.ZrFAudioGetBytes(&cbAudio, &pbAudio); Failed(hr)) return hr;
     auto* const pSum = reinterpret_cast<uint8_t*>(pbAudio);
-    if (bBackground) background.GetAudio(pSum, nSamples);
+    // One that has no more sound ends with what is left of it.
+    const int64_t nTaken = background.GetAudio(pSum, nSamples);
+    backgroundEdge.Smooth(_output, pSum, nTaken, nSamples, std::exchange(bBackgroundBroken, false));
     sum.Begin(_output, pSum, nSamples);
     for (const MIX_SOUND& sound : _arrStreams) {
         ZrMixerStream& stream = *sound.pStream;

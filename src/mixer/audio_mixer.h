@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "audio/audio_buffer2.h"
+#include "audio/sound_edge.h"
 #include "audio/sound_sum.h"
 #include "framework/statistics_sink.h"
 #include "mixer/mixer_stream.h"
@@ -27,8 +28,8 @@ public:
 
     // Mixes into the frame, whose own sound is the background's. _nClock: samples of each channel that the output is
     // due, which it gets when the background has no sound of its own. _rtFrame: duration of an output frame in ticks.
-    // _mixer: the keys of the mixer.
-    HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
+    // _bBreak: the background does not go on from the frame before. _mixer: the keys of the mixer.
+    HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame, bool _bBreak,
                        const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
     // A key of the mixer has been set: those of the streams are read again. Any thread.
     void OnKeys() { nKeysSet.fetch_add(1, std::memory_order_release); }
@@ -37,13 +38,16 @@ public:
     void Reset();
 
 private:
-    bool TakeBackground(IZrFFrame& _frame, const ZR_AUD_PROPS& _output);
+    bool TakeBackground(IZrFFrame& _frame);
+    void DropBackground();
     void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
                    double _dblGain);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;
     ZrAudioBuffer2 background;
+    SoundEdge backgroundEdge;
+    bool bBackgroundBroken = false;  // what is held does not go on from what was heard
     SoundSum sum;
     std::vector<uint8_t> arrBlock;
     std::vector<CAutoObj<ZrMixerStream>> arrBefore;  // the streams of the frame before

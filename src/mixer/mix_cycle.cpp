@@ -271,6 +271,7 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
     } else {
         _pass.props.vidProps = propsFrame.vidProps;  // a background may be of another size
     }
+    _pass.bBaseBreak = (_pass.time.eFFlags & eZrFF_Break) != 0;
     // Its sound becomes that of the output, in which the streams are kept.
     if (!AudUsable(_pass.props.audProps)) _pass.props.audProps = propsFrame.audProps;
     return S_OK;
@@ -438,7 +439,7 @@ void MixCycle::MixAudio(PASS& _pass) {
         if (input.pStream) arrSound.push_back({input.pStream.Get(), input.pItem.Get()});
     }
     const int64_t rtFrame = _pass.time.rtEndTime - _pass.time.rtStartTime;
-    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, arrSound, *parts.props.Object());
+    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, _pass.bBaseBreak, arrSound, *parts.props.Object());
 }
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {

@@ -85,6 +85,7 @@ private:
         bool bBlack = false;     // it has no picture yet: what is drawn stands on black
         bool bMustCopy = false;  // the frame's picture is somebody else's as well
         bool bSkipped = false;
+        bool bBaseBreak = false;  // the frame does not go on from the one before
         bool bLocked = false;
         bool bHasInputs = false;
         SyncRequest* pRequest = nullptr;

@@ -261,6 +261,53 @@ TEST_P(SoundShowTest, NoOldSoundComesBack) {
     EXPECT_EQ(steps.nLargest, 0) << "with another stream";
 }
 
+// The background, too, begins, is replaced, pauses and ends at full strength.
+TEST_P(SoundShowTest, NothingThatTheBackgroundDoesClicks) {
+    MakeShow(25);
+    STEPS steps;
+    Watch(steps);
+    ASSERT_EQ(Add(u"b", Source(25, 48000, 1, false, Level(0)).Get()), S_OK);
+    pMixer->ObjectStart(nullptr);
+    const auto pPlay = pMixer.As<IZrFile>();
+    const auto Play = [&](const char* _szWhat, bool _bHeard, const std::function<void()>& _do) {
+        SCOPED_TRACE(_szWhat);
+        _do();
+        SleepFor(kTicksPerSecond / 2);
+        EXPECT_LE(steps.nLargest, kLargestStep);
+        if (_bHeard) {
+            EXPECT_GT(std::abs(steps.arrLast[0]), kLevel / 2);
+        }
+        steps.nLargest = 0;
+    };
+    Play("begins", true, [&] { Background(Source(25, 48000, 0, false, Level(kLevel)).Get()); });
+    Play("is replaced", true, [&] { Background(Source(25, 48000, 0, false, Level(-kLevel)).Get()); });
+    Play("is replaced by one of another rate", true,
+         [&] { Background(Source(25, 44100, 0, false, Level(kLevel)).Get()); });
+    Play("pauses", false, [&] { pPlay->FilePlayPause(0); });
+    Play("goes on", true, [&] { pPlay->FilePlayStart(); });
+    Play("ends", false, [&] { pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0); });
+    Play("begins again", true, [&] { Background(Source(25, 48000, 0, false, Level(kLevel)).Get()); });
+    pMixer->ObjectClose();
+}
+
+// A source of another rate stalls and comes back.
+TEST_P(SoundShowTest, AStallDoesNotClick) {
+    MakeShow(25);
+    STEPS steps;
+    Watch(steps);
+    ASSERT_EQ(Add(u"d", Source(25, 48000, 3, false, Level(0)).Get()), S_OK);
+    const auto p = Source(25, 44100, 0, true, Level(kLevel));
+    ASSERT_EQ(Add(u"a", p.Get()), S_OK);
+    pMixer->ObjectStart(nullptr);
+    for (int n = 0; n < 20; ++n) {
+        p->bStalls = n % 2;
+        SleepFor((n % 2 ? 70 + 30 * n : 600) * kTicksPerMs);
+    }
+    pMixer->ObjectClose();
+    EXPECT_LE(steps.nLargest, kLargestStep);
+    EXPECT_GT(steps.nHeard, kRate);
+}
+
 INSTANTIATE_TEST_SUITE_P(BothWays, SoundShowTest, ::testing::Bool(),
                          [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
 
