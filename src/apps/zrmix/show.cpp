@@ -33,6 +33,17 @@ double LengthOf(zr::IZrItem* _pItem) {
 
 constexpr int kMostDepth = 64;  // of elements that are looked for
 
+// _getId: HRESULT(index, BSTR*); what has none is left out.
+template <class GetId>
+std::vector<std::string> IdsOf(int32_t _nCount, const GetId& _getId) {
+    std::vector<std::string> arrIds;
+    for (int32_t i = 0; i < _nCount; ++i) {
+        zr::Text id;
+        if (zr::Succeeded(_getId(i, id.Out()))) arrIds.push_back(id.Utf8());
+    }
+    return arrIds;
+}
+
 // By its id, at any depth.
 zr::ZrPtr<zr::IZrElement> FindBelow(zr::IZrElements* _pParent, const std::string& _id, int _nDepth) {
     zr::ZrPtr<zr::IZrElement> pFound;
@@ -227,26 +238,16 @@ zr::ZrPtr<zr::IZrElement> FindElement(zr::IUnknown* _pMixer, const std::string& 
 
 std::vector<std::string> StreamIds(zr::IUnknown* _pMixer) {
     const auto pStreams = zr::QueryAs<zr::IZrStreams>(_pMixer);
-    std::vector<std::string> arrIds;
     int32_t nCount = 0;
     pStreams->StreamsGetCount(&nCount);
-    for (int32_t i = 0; i < nCount; ++i) {
-        zr::Text id;
-        if (zr::Succeeded(pStreams->StreamsGetByIndex(i, id.Out(), nullptr))) arrIds.push_back(id.Utf8());
-    }
-    return arrIds;
+    return IdsOf(nCount, [&](int32_t _n, zr::BSTR* _pbs) { return pStreams->StreamsGetByIndex(_n, _pbs, nullptr); });
 }
 
 std::vector<std::string> SceneIds(zr::IUnknown* _pMixer) {
     const auto pScenes = zr::QueryAs<zr::IZrScenes>(_pMixer);
-    std::vector<std::string> arrIds;
     int32_t nCount = 0;
     pScenes->ScenesGetCount(&nCount);
-    for (int32_t i = 0; i < nCount; ++i) {
-        zr::Text id;
-        if (zr::Succeeded(pScenes->ScenesGetByIndex(i, id.Out(), nullptr))) arrIds.push_back(id.Utf8());
-    }
-    return arrIds;
+    return IdsOf(nCount, [&](int32_t _n, zr::BSTR* _pbs) { return pScenes->ScenesGetByIndex(_n, _pbs, nullptr); });
 }
 
 std::vector<std::string> ElementIds(zr::IUnknown* _pMixer) {
