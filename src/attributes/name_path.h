@@ -27,14 +27,22 @@ constexpr bool CutPath(std::u16string_view& _path, std::u16string_view& _name) {
 // A tag says the type up to a dot; what stands behind it is its own.
 constexpr uint64_t TypeHashOf(std::u16string_view _tag) { return NameHash(_tag.substr(0, _tag.find(u'.'))); }
 
-// XML can be written with it as a tag. Of what is not ASCII all are taken for letters.
+// XML can be written with it as a tag. Of what is not ASCII nearly all are taken for letters.
 constexpr bool IsXmlName(std::u16string_view _name) {
     const auto First = [](char16_t _ch) {
         return (_ch >= u'a' && _ch <= u'z') || (_ch >= u'A' && _ch <= u'Z') || _ch == u'_' || _ch == u':' ||
-               _ch >= 0xC0;
+               (_ch >= 0xC0 && _ch < 0xFDEF);
     };
     return !_name.empty() && First(_name[0]) && std::all_of(_name.begin(), _name.end(), [&](char16_t _ch) {
         return First(_ch) || (_ch >= u'0' && _ch <= u'9') || _ch == u'-' || _ch == u'.';
+    });
+}
+
+// In a tag it is the name of one attribute, and leaves the tag to end where it does. Keys set by hosts can be anything;
+// code units from 0xFDEF on are read as blanks.
+constexpr bool IsXmlAttributeName(std::u16string_view _name) {
+    return !_name.empty() && std::none_of(_name.begin(), _name.end(), [](char16_t _ch) {
+        return _ch <= u' ' || _ch >= 0xFDEF || std::u16string_view(u"='\"<>").find(_ch) != std::u16string_view::npos;
     });
 }
 

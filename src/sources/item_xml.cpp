@@ -7,6 +7,7 @@
 #include "attributes/attribute_line.h"
 #include "attributes/file_keys.h"
 #include "attributes/interface_call.h"
+#include "attributes/name_path.h"
 #include "attributes/xml_file.h"
 #include "platform/class_registry.h"
 #include "platform/wide_text.h"
@@ -17,6 +18,7 @@ namespace zr {
 namespace {
 
 constexpr size_t kMostBreakDepth = 8;  // breaks of breaks; a configuration made by hand has one
+constexpr size_t kMostKeyDepth = 8;    // "a::b::c" has two nodes
 
 // Not written as keys: what the place of the item is, and what has a form of its own.
 constexpr std::u16string_view arrOwnForm[] = {u"pause_in",  u"pause_out", u"stop_in", u"stop_out",
@@ -45,22 +47,44 @@ bool IsMade(std::u16string_view _name, std::u16string_view _value) {
     return false;
 }
 
+// What else may stand in a text, or would not come back from one as the same, is no key: a quote in a name, once
+// written, would take the rest of the text with it.
+bool IsKeyNode(const XMLNodeBase& _node) {
+    const std::u16string strName = _node.Name();  // empty for a text
+    return IsXmlName(strName) && FindPathSeparator(strName) == strName.npos;
+}
+
 // --- Saving
 
-void SaveKeys(const CCoZrItem& _item, XMLNodeBase& _node) {
-    const XMLNodePtr pKeys = CoXMLNode::Create(u"zritem_props");
-    const XMLNodePtr& pOwn = _item.Node();
+bool IsSavedKey(std::u16string_view _name, std::u16string_view _value, size_t _nDepth) {
+    return IsXmlAttributeName(_name) && (_nDepth > 0 || (!IsOneOf(_name, arrOwnForm) && !IsMade(_name, _value)));
+}
+
+// A key that is a node as well has its value in the text of the node. Only an attribute brings any value back
+// unchanged.
+void SaveKeyNode(const XMLNodeBase& _from, XMLNodeBase& _to, size_t _nDepth) {
     std::u16string strName, strText;
-    for (size_t i = 0; pOwn->AttributeAt(i, &strName, &strText); ++i) {
-        if (IsOneOf(strName, arrEdges)) _node.SetOwnAttribute(NameKey(strName), strText);
-        if (IsOneOf(strName, arrOwnForm) || IsMade(strName, strText)) continue;
-        pKeys->SetOwnAttribute(NameKey(strName), strText);
+    for (size_t i = 0; _from.AttributeAt(i, &strName, &strText); ++i)
+        if (IsSavedKey(strName, strText, _nDepth)) _to.SetOwnAttribute(NameKey(strName), strText);
+    for (const XMLNodeRef& pChild : _from.ChildNodes()) {
+        strName = pChild->Name();
+        if (!IsKeyNode(*pChild) || (_nDepth == 0 && IsOneOf(strName, arrSourceNodes))) continue;
+        strText = pChild->Text();
+        if (!strText.empty() && IsSavedKey(strName, strText, _nDepth))
+            _to.SetOwnAttribute(NameKey(strName), strText, false);
+        if (_nDepth == kMostKeyDepth) continue;
+        const XMLNodePtr pCopy = CoXMLNode::Create(strName);
+        SaveKeyNode(*pChild, *pCopy, _nDepth + 1);
+        if (pCopy->AttributeCount() > 0 || pCopy->ChildCount() > 0) _to.InsertChildNode(XMLNodeRef(pCopy.Get()));
     }
-    for (const XMLNodeRef& pChild : pOwn->ChildNodes()) {
-        if (pChild->IsText() || IsOneOf(pChild->Name(), arrSourceNodes)) continue;
-        if (pChild->AttributeCount() == 0 && pChild->ChildCount() == 0) continue;
-        if (const XMLNodeRef pCopy = pKeys->AddNode(pChild->Name())) pChild->CopyTo(*pCopy, false, eZrUT_ClearDest);
-    }
+}
+
+void SaveKeys(const CCoZrItem& _item, XMLNodeBase& _node) {
+    std::u16string strText;
+    for (const std::u16string_view name : arrEdges)
+        if (_item.Node()->GetAttribute(name, strText)) _node.SetAttribute(name, std::u16string_view(strText));
+    const XMLNodePtr pKeys = CoXMLNode::Create(u"zritem_props");
+    SaveKeyNode(*_item.Node(), *pKeys, 0);
     if (pKeys->AttributeCount() > 0 || pKeys->ChildCount() > 0) _node.InsertChildNode(XMLNodeRef(pKeys.Get()));
 }
 
@@ -86,7 +110,8 @@ void SaveFileKeys(IZrProps* _pProps, XMLNodeBase& _node) {
         int32_t bNode = 0;
         if (Failed(_pProps->PropsGetByIndex(u"file", i, &name.bs, &value.bs, &bNode)) || bNode) continue;
         if (IsOneOf(name.View(), arrFoundKeys)) continue;
-        if (!IsStandard(name.View(), value.View())) _node.SetOwnAttribute(NameKey(name.View()), value.View());
+        if (IsXmlAttributeName(name.View()) && !IsStandard(name.View(), value.View()))
+            _node.SetOwnAttribute(NameKey(name.View()), value.View());
     }
 }
 
@@ -177,17 +202,23 @@ void SaveItemAt(CCoZrItem& _item, XMLNodeBase& _node, ITEM_SAVE& _save, size_t _
 
 HRESULT LoadAt(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, size_t _nDepth, ZrPtr<CCoZrItem>& _pItem);
 
-void LoadKeys(XMLNodeBase& _node, CCoZrItem& _item) {
+// _path: where the node stands, with a separator behind it; empty for the item's own.
+void LoadKeyNode(const XMLNodeBase& _node, const std::u16string& _path, CCoZrItem& _item, size_t _nDepth) {
     std::u16string strName, strText;
-    if (const XMLNodeRef pKeys = _node.FindNode(u"zritem_props")) {
-        for (size_t i = 0; pKeys->AttributeAt(i, &strName, &strText); ++i)
-            _item.PropsSet(strName.c_str(), strText.c_str());
-        for (const XMLNodeRef& pChild : pKeys->ChildNodes()) {
-            if (pChild->IsText()) continue;
-            if (const XMLNodeRef pOwn = _item.Node()->FindNode(pChild->Name(), true))
-                pChild->CopyTo(*pOwn, false, eZrUT_Update);
-        }
+    for (size_t i = 0; _node.AttributeAt(i, &strName, &strText); ++i)
+        if (IsXmlAttributeName(strName)) _item.PropsSet((_path + strName).c_str(), strText.c_str());
+    for (const XMLNodeRef& pChild : _node.ChildNodes()) {
+        if (!IsKeyNode(*pChild)) continue;
+        const std::u16string strPath = _path + pChild->Name();
+        strText = pChild->Text();
+        if (!strText.empty()) _item.PropsSet(strPath.c_str(), strText.c_str());
+        if (_nDepth < kMostKeyDepth) LoadKeyNode(*pChild, strPath + u"::", _item, _nDepth + 1);
     }
+}
+
+void LoadKeys(XMLNodeBase& _node, CCoZrItem& _item) {
+    if (const XMLNodeRef pKeys = _node.FindNode(u"zritem_props")) LoadKeyNode(*pKeys, {}, _item, 0);
+    std::u16string strText;
     for (const std::u16string_view name : arrEdges)
         if (_node.GetAttribute(name, strText)) _item.Node()->SetAttribute(name, std::u16string_view(strText));
 }

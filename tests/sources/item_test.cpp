@@ -142,6 +142,8 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
     const auto pItem = MakePlaying(u"red", u"img.default_duration=60 in=2.5 out=-5 loop=true");
     pItem->PropsSet(u"audio", u"false");
     pItem->PropsSet(u"transition_in::type", u"fade");
+    pItem->PropsSet(u"transition_in", u" of\n'mine' ");  // beside a node of the name
+    for (const char16_t* szOdd : {u"a>\"b", u"a'b::c", u"::", u"a b"}) pItem->PropsSet(szOdd, u"no text has it");
     pItem->PropsSet(u"pause_out", u"true");
     pItem->PropsSet(u"file::img.tone", u"440");  // the source's own
     pItem->ItemStartTimeSet(nullptr, eZrST_Auto);
@@ -170,6 +172,7 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
          std::initializer_list<std::pair<const char16_t*, const char16_t*>>{{u"audio", u"false"},
                                                                             {u"video", u"true"},
                                                                             {u"transition_in::type", u"fade"},
+                                                                            {u"transition_in", u" of\n'mine' "},
                                                                             {u"pause_out", u"true"},
                                                                             {u"file::img.tone", u"440"}}) {
         BSTR bsValue = nullptr;
