@@ -56,6 +56,14 @@ bool IsKeyNode(const XMLNodeBase& _node) {
 
 // --- Saving
 
+// As it is read again.
+std::u16string TagOf(const XMLNodeBase& _node) {
+    std::u16string strTag = _node.Name();
+    for (char16_t& ch : strTag)
+        if (ch >= u'A' && ch <= u'Z') ch = static_cast<char16_t>(ch + (u'a' - u'A'));
+    return strTag;
+}
+
 bool IsSavedKey(std::u16string_view _name, std::u16string_view _value, size_t _nDepth) {
     return IsXmlAttributeName(_name) && (_nDepth > 0 || (!IsOneOf(_name, arrOwnForm) && !IsMade(_name, _value)));
 }
@@ -67,7 +75,7 @@ void SaveKeyNode(const XMLNodeBase& _from, XMLNodeBase& _to, size_t _nDepth) {
     for (size_t i = 0; _from.AttributeAt(i, &strName, &strText); ++i)
         if (IsSavedKey(strName, strText, _nDepth)) _to.SetOwnAttribute(NameKey(strName), strText);
     for (const XMLNodeRef& pChild : _from.ChildNodes()) {
-        strName = pChild->Name();
+        strName = TagOf(*pChild);
         if (!IsKeyNode(*pChild) || (_nDepth == 0 && IsOneOf(strName, arrSourceNodes))) continue;
         strText = pChild->Text();
         if (!strText.empty() && IsSavedKey(strName, strText, _nDepth))
