@@ -74,6 +74,37 @@ void BM_Mixer_CoveredStreams(benchmark::State& _state) {
               u"<video id='c' stream_id='s2'/>",
               {Hd(), Hd(), Hd()}, false);
 }
+// A host that moves every element at every frame, and frames that are all new: each picture is made for its new place.
+// Argument: whether the puts know that the scene has changed, as those of a synchronous mixer do.
+void BM_Mixer_MovingQuad(benchmark::State& _state) {
+    DrawnShow show(Hd());
+    show.pObject->SetAttribute(u"scaling_quality.blocks", 16);  // Lanczos
+    show.bAsCycles = _state.range(0) != 0;
+    const char16_t* const arrPos[] = {u"top-left", u"top-right", u"bottom-left", u"bottom-right"};
+    std::vector<ZrPtr<IZrFFrame>> arrFrames[4];
+    std::u16string body;
+    for (size_t i = 0; i < 4; ++i) {
+        const std::u16string n(1, static_cast<char16_t>(u'0' + i));
+        show.AddStream(u"s" + n);
+        body += u"<video id='v" + n + u"' stream_id='s" + n + u"' pos='" + arrPos[i] + u"' w='0.5' h='0.5'/>";
+        for (int k = 0; k < 2; ++k) arrFrames[i].push_back(ColourFrame(PictureProps(eZrFCC_UYVY, 3840, 2160)));
+    }
+    show.Scene(body);
+    size_t nFrame = 0;
+    for (auto _ : _state) {
+        for (size_t i = 0; i < 4; ++i) {
+            show.Show(i, arrFrames[i][nFrame % 2]);
+            const std::u16string n(1, static_cast<char16_t>(u'0' + i));
+            show.Element(u"v" + n)->SetAttribute(u"x", 0.002 * static_cast<double>(nFrame % 8));
+        }
+        ++show.nChanges;
+        ++nFrame;
+        const ZrPtr<IZrFFrame> pFrame = show.Draw();
+        benchmark::DoNotOptimize(pFrame.Get());
+    }
+    _state.SetItemsProcessed(_state.iterations());
+}
+BENCHMARK(BM_Mixer_MovingQuad)->Arg(1)->Arg(0)->MeasureProcessCPUTime()->UseRealTime();
 BENCHMARK(BM_Mixer_OneStream)->Arg(1)->Arg(16);
 BENCHMARK(BM_Mixer_Quad)->Arg(1)->Arg(16);
 BENCHMARK(BM_Mixer_PictureInPicture)->Arg(1)->Arg(16);

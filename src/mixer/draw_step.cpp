@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "attributes/attr_text.h"
+#include "attributes/interface_call.h"
 #include "attributes/number_text.h"
 #include "media/vid_props.h"
+#include "platform/clock.h"
 #include "platform/trace.h"
 #include "scenes/element_select.h"
 
@@ -41,6 +43,7 @@ void DrawStep::Reset() {
     blocks.Exchange(arrBlocks);
     arrBlocks.clear();
     arrSet.clear();
+    arrDrawn.clear();
     canvas.Clear();
     nLaidOut = 0;
     arrStreamsLaidOut.clear();
@@ -53,6 +56,7 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     bCutOffscreen = pRoot->AttributeOr(u"cut_offscreen", true);
     canvas.Begin(_output);
     arrBlocks.clear();
+    arrDrawn.clear();
     ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
     if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
@@ -105,6 +109,7 @@ bool DrawStep::HasOtherStreams() {
 }
 
 HRESULT DrawStep::Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame) {
+    LayOnCanvas();
     const HRESULT hr = canvas.Compose(_pBase, pObject->AttributeOr(u"mixing.threads", 0), _ppFrame);
     canvas.Clear();
     return hr;
@@ -190,14 +195,48 @@ void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
         if (const CAutoObj<IZrFFrame> pLast = pFound->pStream->LastFrame()) pBlock->Offer(*pLast);
     const ZR_VID_PROPS source = pBlock->SourceProps();
     if (!PropsValid(&source, true)) return;
-    RECT_F rect;
-    const CAutoObj<BlockPicture> pPicture = pBlock->PictureToDraw(&rect);
-    canvas.Add(pPicture, _video.dblAlpha);
-    if (_video.texts.borders.empty()) return;
-    BORDERS borders;
-    if (ReadBorders(_video.texts.borders, _video.texts.bordersColour, &borders) != S_OK) return;
-    const bool bSeen = pPicture && pPicture->pBits;
-    canvas.AddBorders(bSeen ? pPicture->laidRect : RoundRect(rect), borders, _video.dblAlpha);
+    DRAWN& drawn = arrDrawn.emplace_back();
+    drawn.pBlock = pBlock;
+    drawn.pStream = pFound->pStream;
+    drawn.draw = pBlock->ToDraw();
+    drawn.dblAlpha = _video.dblAlpha;
+    drawn.bBorders = !_video.texts.borders.empty() &&
+                     ReadBorders(_video.texts.borders, _video.texts.bordersColour, &drawn.borders) == S_OK;
+}
+
+// Each takes milliseconds where sources are large, and after a change of the scene all come at once.
+void DrawStep::MakePictures() {
+    arrToMake.clear();
+    for (DRAWN& drawn : arrDrawn)
+        if (drawn.draw.pFrame) arrToMake.push_back(&drawn);
+    if (arrToMake.empty()) return;
+    for (size_t i = 1; i < arrToMake.size(); ++i) {
+        DRAWN* const pDrawn = arrToMake[i];
+        if (Failed(ThreadPool::Shared().Submit([pDrawn] { MakePicture(*pDrawn); }, &groupMake))) MakePicture(*pDrawn);
+    }
+    MakePicture(*arrToMake[0]);
+    groupMake.Wait(nullptr, -1);
+}
+
+// Memory that is out leaves the picture before.
+void DrawStep::MakePicture(DRAWN& _drawn) {
+    InterfaceCall([&] {
+        const int64_t rtBegin = ClockNow();
+        _drawn.pBlock->MakePicture(_drawn.draw);
+        _drawn.pStream->NotePicture(ClockNow() - rtBegin);
+        return S_OK;
+    });
+}
+
+void DrawStep::LayOnCanvas() {
+    for (DRAWN& drawn : arrDrawn) {
+        const CAutoObj<BlockPicture> pPicture = std::move(drawn.draw.pPicture);
+        const bool bSeen = pPicture && pPicture->pBits;
+        const tagRECT rect = bSeen ? pPicture->laidRect : RoundRect(drawn.draw.rect);
+        canvas.Add(pPicture, drawn.dblAlpha);
+        if (drawn.bBorders) canvas.AddBorders(rect, drawn.borders, drawn.dblAlpha);
+    }
+    arrDrawn.clear();
 }
 
 void DrawStep::DropVideo_I(CoElement& _element) {

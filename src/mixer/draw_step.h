@@ -10,6 +10,7 @@
 #include "mixer/canvas.h"
 #include "mixer/mixer_stream.h"
 #include "mixer/video_block.h"
+#include "platform/thread_pool.h"
 #include "scenes/scene_draw.h"
 
 namespace zr {
@@ -39,12 +40,16 @@ public:
     DrawStep(XMLNodePtr _pRoot, XMLNodePtr _pObject, BlockSet& _blocks)
         : pRoot(std::move(_pRoot)), pObject(std::move(_pObject)), blocks(_blocks) {}
 
+    // The scene has changed since it was laid out: whatever is made of it now is made again by the next walk.
+    bool WillLayOut(uint64_t _nChanges) const { return nLaidOut != _nChanges; }
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
     // _nChanges: ScenesShared::Changes. What has changed since it was laid out, and what was never laid out, is before
     // it is drawn. False: the scene has elements that could not draw yet.
     bool WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
                    CoElement* _pScene, uint64_t _nChanges);
-    // The picture of the draw pass; see Canvas::Compose. The scenes lock is not needed.
+    // The pictures that the draw pass found to be made, each on a thread. The scenes lock is not needed any more.
+    void MakePictures();
+    // The picture of the draw pass; see Canvas::Compose.
     HRESULT Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame);
     // The events of changes that have ended; with no lock held.
     void RaiseEvents(IEventSink& _events) { Walk_I().RaiseEvents(_events); }
@@ -58,7 +63,19 @@ public:
     void ChangeEnded_I(CoElement& _scene);
 
 private:
+    // An element as it is drawn.
+    struct DRAWN {
+        BlockPtr pBlock;
+        ZrMixerStream* pStream = nullptr;  // good for the pass
+        BLOCK_DRAW draw;
+        double dblAlpha = 1;
+        bool bBorders = false;
+        BORDERS borders;
+    };
+
     bool HasOtherStreams();
+    static void MakePicture(DRAWN& _drawn);
+    void LayOnCanvas();
     void CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context);
     const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;
     void AddGains() const;
@@ -75,7 +92,10 @@ private:
     uint64_t nLaidOut = 0;  // its ScenesShared::Changes; 0: there was none
     std::vector<const void*> arrStreamsLaidOut;
     std::vector<BlockPtr> arrBlocks;  // in the order in which they are drawn
-    std::vector<BlockPtr> arrSet;     // goes to and fro with the set
+    std::vector<DRAWN> arrDrawn;      // likewise, of the draw pass
+    std::vector<DRAWN*> arrToMake;    // those of them that have no picture yet
+    TaskGroup groupMake;
+    std::vector<BlockPtr> arrSet;  // goes to and fro with the set
 };
 
 }  // namespace zr

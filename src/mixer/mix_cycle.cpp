@@ -168,6 +168,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         }
         if (Failed(hr)) return hr;
         pass.pRequest = &request;
+        request.bMakeLater = draw.WillLayOut(parts.scenes.Shared().Changes());
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
         pass.bHasInputs = true;
@@ -393,6 +394,7 @@ void MixCycle::DrawScene(PASS& _pass) {
         bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pScene.Get(), parts.scenes.Shared().Changes());
     }
     parts.scenes.Shared().TakeDiscarded();  // by the walk itself
+    draw.MakePictures();
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {
         clock.SetBreakPending();
         _pass.props = {};

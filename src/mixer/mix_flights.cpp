@@ -88,6 +88,7 @@ HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
     pass.pRequest = &_flight.request;
     pass.bHasInputs = true;
     FramePtr pBase;
+    _flight.request.bMakeLater = draw.WillLayOut(parts.scenes.Shared().Changes());
     HRESULT hr = sync.Sync_Put(_flight.request, &pBase, &pass.bMustCopy);
     if (Succeeded(hr)) hr = MakeFrame(pass, pBase);
     if (hr != S_OK || pass.bSkipped) return hr;

@@ -43,6 +43,7 @@ struct STREAM_PUT {
     bool bForceMaster = false;    // key locked.force_master
     bool bSync = true;            // the mixer pulls, and waits for the end of the put
     bool bSkipped = false;        // the frame comes without the picture that it had
+    bool bMakeLater = false;      // the blocks are about to be laid out again: pictures are made when they are drawn
     bool bShowLastFrame = true;   // key elements.show_last_frame: of a stream that has no picture any more
     Waitable* pAbort = nullptr;   // ends the waits of the put
 };
@@ -70,6 +71,10 @@ public:
     int64_t LastPutTime() const { return rtLastPut.load(std::memory_order_relaxed); }
     // Publishes how long a put took.
     void NotePut(double _dblMs, bool _bSkipped);
+    // A picture of that put was made later, in so many ticks.
+    void NotePicture(int64_t _rtTime) {
+        if (LastPutTime() > 0) rtLastPut.fetch_add(_rtTime, std::memory_order_relaxed);
+    }
     // Of a source that is pushed: whether it gives frames at all, and whether it has any at this moment.
     void NoteSource(bool _bFed, bool _bHasFrames) {
         bFed.store(_bFed, std::memory_order_relaxed);

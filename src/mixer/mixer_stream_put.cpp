@@ -230,7 +230,7 @@ bool ZrMixerStream::PutToBlocks(IZrFFrame* _pFrame, const INCOMING& _in, const S
     bool bTook = false;
     bool bForceCaptions = false;
     for (const auto& pBlock : arrPutTo) {
-        bTook |= pBlock->Put(*_pFrame, _put.nScalingQuality) == S_OK;
+        bTook |= pBlock->Put(*_pFrame, _put.nScalingQuality, _put.bMakeLater) == S_OK;
         pBlock->SetLastTime(_in.info.mTime);
         bForceCaptions |= pBlock->State().bForceCaptions;
     }

@@ -58,8 +58,9 @@ public:
     SyncRequest& operator=(const SyncRequest&) = delete;
     ~SyncRequest() { Release(); }
 
-    AV_FORMAT props;        // the output of the cycle
-    bool bMaySkip = false;  // the output is paced: a stream that is late may lose its picture
+    AV_FORMAT props;          // the output of the cycle
+    bool bMaySkip = false;    // the output is paced: a stream that is late may lose its picture
+    bool bMakeLater = false;  // as in STREAM_PUT
     RequestStep& Add() {
         if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());
         return *arrSteps[nSteps++];

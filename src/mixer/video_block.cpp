@@ -60,7 +60,7 @@ bool ZrVideoBlock::NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) cons
     return !pPicture || _llVideoID == 0 || _llVideoID != llPictureID || !plan.SamePicture(*_pPlan);
 }
 
-HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
+HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater) {
     ZRF_FRAME_INFO info;
     if (const HRESULT hr = _frame.ZrFAllGet(&info); Failed(hr)) return hr;
     MutexLock lockMake(mtxMake);
@@ -71,9 +71,9 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
         MutexLock lock(mtx);
         nQuality = _nQuality;
         NoteSource_I(info.avProps.vidProps);
-        if (!map.IsVisible()) {
+        if (!map.IsVisible() || _bLater) {
             pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
-            return S_FALSE;
+            return map.IsVisible() ? S_OK : S_FALSE;
         }
         pOldLatest = std::move(pLatest);
         if (!NeedsPicture_I(info.llVideoID, &planNew)) {
@@ -85,7 +85,16 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality) {
         TakeApart_I();
         return S_OK;
     }
-    return Make_I(_frame, info, planNew);
+    CAutoObj<BlockPicture> pNew;
+    const HRESULT hr = Make_I(_frame, info, planNew, &pNew);
+    if (Failed(hr)) return hr;
+    {
+        MutexLock lock(mtx);
+        Show_I(pNew, info, planNew);
+    }
+    pNew.Reset();
+    GiveFramesBack_I();
+    return S_OK;
 }
 
 void ZrVideoBlock::Offer(IZrFFrame& _frame) {
@@ -113,23 +122,25 @@ CAutoObj<BlockPicture> ZrVideoBlock::FreePicture_I() {
     return arrPictures[0];
 }
 
-HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) {
-    CAutoObj<BlockPicture> pNew = FreePicture_I();
-    if (!pNew) return E_OUTOFMEMORY;
-    const HRESULT hr = MakeBlockPicture(_frame, _info, _plan, masks, maker, *pNew);
-    if (Failed(hr)) return hr;
-    {
-        MutexLock lock(mtx);
-        std::swap(pPicture, pNew);
-        plan = _plan;
-        llPictureID = _info.llVideoID;
-        nRepeats = 0;
-    }
-    // The source gets back what nobody shows any more.
-    pNew.Reset();
+HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan,
+                             CAutoObj<BlockPicture>* _ppMade) {
+    *_ppMade = FreePicture_I();
+    return *_ppMade ? MakeBlockPicture(_frame, _info, _plan, masks, maker, **_ppMade) : E_OUTOFMEMORY;
+}
+
+// _pNew gets the one before.
+void ZrVideoBlock::Show_I(CAutoObj<BlockPicture>& _pNew, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) {
+    std::swap(pPicture, _pNew);
+    plan = _plan;
+    llPictureID = _info.llVideoID;
+    nRepeats = 0;
+    ++nPictures;
+}
+
+// The source gets back what nobody shows any more.
+void ZrVideoBlock::GiveFramesBack_I() {
     for (const CAutoObj<BlockPicture>& p : arrPictures)
         if (p && IsFree(p)) p->pFrame.Reset();
-    return S_OK;
 }
 
 // What it shows stays: it may cost something once to be laid in less time. Where that fails, it is laid as it is.
@@ -170,6 +181,7 @@ void ZrVideoBlock::DropPicture() {
     pOld = std::move(pPicture);
     pOldLatest = std::move(pLatest);
     llPictureID = 0;
+    ++nPictures;
 }
 
 BLOCK_STATE ZrVideoBlock::State() const {
@@ -245,26 +257,41 @@ bool ZrVideoBlock::IsStale() const {
     return map.IsVisible() && !pLatest && pPicture && NeedsPicture_I(llPictureID, &planNow) && llPictureID != 0;
 }
 
-CAutoObj<BlockPicture> ZrVideoBlock::PictureToDraw(RECT_F* _pRect) {
-    ZrPtr<IZrFFrame> pFrame;
+BLOCK_DRAW ZrVideoBlock::ToDraw() {
+    BLOCK_DRAW draw;
     {
         MutexLock lock(mtx);
-        *_pRect = rect;
-        if (!map.IsVisible()) return {};
-        if (!pLatest) return pPicture;
-        pFrame = std::move(pLatest);
+        draw.rect = rect;
+        if (!map.IsVisible()) return draw;
+        draw.pPicture = pPicture;
+        draw.pFrame = std::move(pLatest);
+        draw.nPictures = nPictures;
     }
-    MutexLock lockMake(mtxMake);
-    ZRF_FRAME_INFO info;
-    PICTURE_PLAN planNew;
-    bool bMake = Succeeded(pFrame->ZrFAllGet(&info));
-    if (bMake) {
+    if (!draw.pFrame) return draw;
+    bool bMake = Succeeded(draw.pFrame->ZrFAllGet(&draw.info));
+    {
         MutexLock lock(mtx);
-        bMake = NeedsPicture_I(info.llVideoID, &planNew);
+        bMake = bMake && nPictures == draw.nPictures && NeedsPicture_I(draw.info.llVideoID, &draw.plan);
+        draw.pPicture = pPicture;
     }
-    if (bMake) Make_I(*pFrame, info, planNew);
-    MutexLock lock(mtx);
-    return pPicture;
+    if (!bMake) draw.pFrame.Reset();
+    return draw;
+}
+
+// A producer may put the next frame meanwhile, by the next layout: that one stays, this one is for one frame only.
+void ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw) {
+    const ZrPtr<IZrFFrame> pFrame = std::move(_draw.pFrame);
+    if (!pFrame) return;
+    MutexLock lockMake(mtxMake);
+    CAutoObj<BlockPicture> pNew;
+    if (Failed(Make_I(*pFrame, _draw.info, _draw.plan, &pNew))) return;
+    _draw.pPicture = pNew;
+    {
+        MutexLock lock(mtx);
+        if (nPictures == _draw.nPictures) Show_I(pNew, _draw.info, _draw.plan);
+    }
+    pNew.Reset();
+    GiveFramesBack_I();
 }
 
 // ---- The set

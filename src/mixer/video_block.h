@@ -38,6 +38,16 @@ struct BLOCK_STATE {
     double dblVisibleShare = 0;  // its alpha times the share of it that others leave to be seen, 0 to 1
 };
 
+// What is laid of a block in one frame, by the layout that it had when the frame was drawn.
+struct BLOCK_DRAW {
+    RECT_F rect;                      // of the whole block, in output pixels
+    CAutoObj<BlockPicture> pPicture;  // empty: there is none, or nobody sees it
+    ZrPtr<IZrFFrame> pFrame;          // not null: the picture is to be made first, of this and by what follows
+    ZRF_FRAME_INFO info;
+    PICTURE_PLAN plan;
+    uint32_t nPictures = 0;
+};
+
 // Made by the collect pass and kept with its element as the object "video_block". Any thread.
 class ZrVideoBlock final : public AutoObjBase<ZrVideoBlock> {
 public:
@@ -52,9 +62,10 @@ public:
 
     // Takes the frame: makes the block's picture of it, unless nobody sees the block or it has that very picture
     // already. The frame is referenced, not copied, and must not be written to afterwards. _nQuality:
-    // scaling_quality.blocks. S_FALSE: nobody sees the block. Else as MakeBlockPicture; the old picture stays then.
-    HRESULT Put(IZrFFrame& _frame, int32_t _nQuality);
-    // The same without making the picture: the draw pass does where it needs one.
+    // scaling_quality.blocks. _bLater: the block is about to be laid out again, its picture is made when it is drawn.
+    // S_FALSE: nobody sees the block. Else as MakeBlockPicture; the old picture stays then.
+    HRESULT Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater = false);
+    // The same later, of a frame that the stream has put already.
     void Offer(IZrFFrame& _frame);
     void SetLastTime(const ZR_TIME& _time);
     // The stream has ended, or shows nothing here any more.
@@ -83,12 +94,17 @@ public:
 
     // Its picture is of another place or crop than the block has now.
     bool IsStale() const;
-    // The picture to lay, empty when there is none or nobody sees it. *_pRect: of the whole block, in output pixels.
-    CAutoObj<BlockPicture> PictureToDraw(RECT_F* _pRect);
+    // What to lay, before the block gets its next layout.
+    BLOCK_DRAW ToDraw();
+    // Makes the picture where it has to be; any thread. Where that fails the one before stays.
+    void MakePicture(BLOCK_DRAW& _draw);
 
 private:
     bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
-    HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtxMake);
+    HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan,
+                   CAutoObj<BlockPicture>* _ppMade) ZR_REQUIRES(mtxMake);
+    void Show_I(CAutoObj<BlockPicture>& _pNew, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtx);
+    void GiveFramesBack_I() ZR_REQUIRES(mtxMake);
     CAutoObj<BlockPicture> FreePicture_I() ZR_REQUIRES(mtxMake);
     void TakeApart_I() ZR_REQUIRES(mtxMake);
     void NoteSource_I(const ZR_VID_PROPS& _props) ZR_REQUIRES(mtx);
@@ -116,6 +132,7 @@ private:
     CAutoObj<BlockPicture> pPicture ZR_GUARDED_BY(mtx);
     PICTURE_PLAN plan ZR_GUARDED_BY(mtx);         // of pPicture
     int64_t llPictureID ZR_GUARDED_BY(mtx) = 0;   // of the frame that pPicture shows; 0: of none
+    uint32_t nPictures ZR_GUARDED_BY(mtx) = 0;    // made, or taken away
     int32_t nRepeats ZR_GUARDED_BY(mtx) = 0;      // how often that frame came again
     ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // not made yet: made when it is drawn
 };

@@ -39,6 +39,12 @@ ZrPtr<IZrFFrame> NoiseFrame(const ZR_VID_PROPS& _props, uint32_t _nSeed) {
     return pFrame;
 }
 
+CAutoObj<BlockPicture> PictureOf(ZrVideoBlock& _block) {
+    BLOCK_DRAW draw = _block.ToDraw();
+    _block.MakePicture(draw);
+    return draw.pPicture;
+}
+
 // One layer after the other over the whole picture, the way one would do it by hand. Of flat scenes.
 std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
     const ZR_VID_PROPS& output = _show.output;
@@ -50,8 +56,7 @@ std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
     for (size_t i = 0; i < pForeground->ChildCount(); ++i) {
         const ElementPtr p = pForeground->ChildAt(i);
         const BlockPtr pBlock = p->ObjectAs<BlockPtr>(kVideoBlockKey);
-        RECT_F rect;
-        const CAutoObj<BlockPicture> pPicture = pBlock ? pBlock->PictureToDraw(&rect) : CAutoObj<BlockPicture>();
+        const CAutoObj<BlockPicture> pPicture = pBlock ? PictureOf(*pBlock) : CAutoObj<BlockPicture>();
         if (!pPicture || !pPicture->pBits) continue;
         const MIX_OPTIONS options{p->AttributeOr(u"alpha", 1.0), pPicture->bPremultiplied, 0};
         const MIX_MASK mask = pPicture->mask.Mask();
@@ -174,31 +179,63 @@ TEST(DrawTest, PicturesAreReferencedWhereNothingIsToBeDone) {
     ASSERT_TRUE(pFrame);
     EXPECT_TRUE(show.bReady);
     EXPECT_EQ(PictureID(*pFrame), PictureID(*show.arrFrames[1]));
-    RECT_F rect;
     const BlockPtr pUnder = show.Element(u"a")->ObjectAs<BlockPtr>(kVideoBlockKey);
     const BlockPtr pTop = show.Element(u"b")->ObjectAs<BlockPtr>(kVideoBlockKey);
-    EXPECT_FALSE(pUnder->PictureToDraw(&rect));
+    EXPECT_FALSE(PictureOf(*pUnder));
     EXPECT_FALSE(pUnder->State().bVisible);
 
     // Half the size: made once for a frame, anew for another frame or another place.
     show.Element(u"b")->SetAttribute(u"w", 0.25);
     show.DrawTwice();
-    const CAutoObj<BlockPicture> pOnce = pTop->PictureToDraw(&rect);
+    const CAutoObj<BlockPicture> pOnce = PictureOf(*pTop);
     ASSERT_TRUE(pOnce);
     show.Show(1, show.arrFrames[1]);
     show.DrawTwice();
-    EXPECT_EQ(pTop->PictureToDraw(&rect).Get(), pOnce.Get());
+    EXPECT_EQ(PictureOf(*pTop).Get(), pOnce.Get());
     show.Show(1, NoiseFrame(hd, 3));
     show.Draw();
-    const CAutoObj<BlockPicture> pOther = pTop->PictureToDraw(&rect);
+    const CAutoObj<BlockPicture> pOther = PictureOf(*pTop);
     EXPECT_NE(pOther.Get(), pOnce.Get());
     show.Element(u"b")->SetAttribute(u"h", 0.5);
     show.DrawTwice();
-    const CAutoObj<BlockPicture> pTaller = pTop->PictureToDraw(&rect);
+    const CAutoObj<BlockPicture> pTaller = PictureOf(*pTop);
     EXPECT_NE(pTaller.Get(), pOther.Get());
     show.Element(u"b")->SetAttribute(u"sw", 0.5);
     show.DrawTwice();
-    EXPECT_NE(pTop->PictureToDraw(&rect).Get(), pTaller.Get());
+    EXPECT_NE(PictureOf(*pTop).Get(), pTaller.Get());
+}
+
+// A cycle that finds the scene changed makes each picture once, by the new layout; who does not know of it, twice.
+TEST(DrawTest, AChangedLayoutMakesNoPictureTwice) {
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 320, 180);
+    DrawnShow show(hd);
+    show.AddStream(u"a"), show.AddStream(u"b");
+    show.Scene(u"<video id='a' stream_id='a' w='0.5' pos='left'/><video id='b' stream_id='b' w='0.5' pos='right'/>");
+    for (uint32_t n = 0; n < 8; ++n) {
+        SCOPED_TRACE(n);
+        show.bAsCycles = n % 4 != 3;
+        show.Show(0, NoiseFrame(hd, 2 * n)), show.Show(1, NoiseFrame(hd, 2 * n + 1));
+        const BlockPtr pBlock = show.Element(u"a")->ObjectAs<BlockPtr>(kVideoBlockKey);
+        const uint32_t nBefore = pBlock ? pBlock->ToDraw().nPictures : 0;
+        show.Element(u"a")->SetAttribute(u"x", 0.01 * n);
+        show.nChanges += n % 2;
+        show.Draw();
+        if (pBlock) {
+            EXPECT_EQ(pBlock->ToDraw().nPictures, nBefore + (show.bAsCycles ? 1 : 2));
+        }
+    }
+
+    // One that its producer puts while an older frame is made for the draw is not lost.
+    const BlockPtr pBlock = show.Element(u"a")->ObjectAs<BlockPtr>(kVideoBlockKey);
+    const ZrPtr<IZrFFrame> pOlder = NoiseFrame(hd, 100), pNewer = NoiseFrame(hd, 101);
+    pBlock->Offer(*pOlder);
+    BLOCK_DRAW draw = pBlock->ToDraw();
+    ASSERT_TRUE(draw.pFrame);
+    EXPECT_EQ(pBlock->Put(*pNewer, 2), S_OK);
+    const CAutoObj<BlockPicture> pShown = pBlock->ToDraw().pPicture;
+    pBlock->MakePicture(draw);
+    EXPECT_TRUE(draw.pPicture && draw.pPicture.Get() != pShown.Get());
+    EXPECT_EQ(pBlock->ToDraw().pPicture.Get(), pShown.Get());
 }
 
 TEST(DrawTest, ASteadySceneTakesNothingFromTheHeap) {

@@ -73,6 +73,7 @@ public:
     ZrPtr<IZrFFrame> Draw(IZrFFrame* _pBase = nullptr) {
         STREAM_PUT put;
         put.output.vidProps = output;
+        put.bMakeLater = bAsCycles && step.WillLayOut(nChanges);
         put.nScalingQuality = pObject->AttributeOr(u"scaling_quality.blocks", 2);
         arrList.clear();
         for (size_t i = 0; i < arrStreams.size(); ++i) {
@@ -81,6 +82,7 @@ public:
         }
         bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get(), nChanges);
         dblNow += dblStep;
+        step.MakePictures();
         ZrPtr<IZrFFrame> pFrame;
         hrComposed = step.Compose(_pBase, &pFrame);
         for (const auto& pStream : arrStreams) pStream->MarkConsumed(ZrMixerStream::kKeepWaitState, 0, nullptr);
@@ -104,6 +106,7 @@ public:
     double dblNow = 0, dblStep = 0.04;
     uint64_t nChanges = 1;  // more of them: what was set shows in the next frame
     bool bReady = false;
+    bool bAsCycles = true;  // of synchronous mixing; else of a producer that does not know of the scene
     HRESULT hrComposed = S_OK;
 };
 
