@@ -49,9 +49,16 @@ bool IsMade(std::u16string_view _name, std::u16string_view _value) {
 
 // What else may stand in a text, or would not come back from one as the same, is no key: a quote in a name, once
 // written, would take the rest of the text with it.
-bool IsKeyNode(const XMLNodeBase& _node) {
-    const std::u16string strName = _node.Name();  // empty for a text
-    return IsXmlName(strName) && FindPathSeparator(strName) == strName.npos;
+bool IsKeyName(std::u16string_view _name) {
+    return IsXmlAttributeName(_name) && _name.find(u':') == std::u16string_view::npos;
+}
+bool IsNodeName(std::u16string_view _name) { return IsXmlName(_name) && IsKeyName(_name); }
+
+// _nDepth: of the node that it begins at.
+bool IsKeyPath(std::u16string_view _path, size_t _nDepth) {
+    for (std::u16string_view name; CutPath(_path, name); ++_nDepth)
+        if (!IsNodeName(name) || _nDepth >= kMostKeyDepth) return false;
+    return IsKeyName(_path);
 }
 
 // --- Saving
@@ -65,21 +72,21 @@ std::u16string TagOf(const XMLNodeBase& _node) {
 }
 
 bool IsSavedKey(std::u16string_view _name, std::u16string_view _value, size_t _nDepth) {
-    return IsXmlAttributeName(_name) && (_nDepth > 0 || (!IsOneOf(_name, arrOwnForm) && !IsMade(_name, _value)));
+    return IsKeyName(_name) && (_nDepth > 0 || (!IsOneOf(_name, arrOwnForm) && !IsMade(_name, _value)));
 }
 
 // A key that is a node as well has its value in the text of the node. Only an attribute brings any value back
-// unchanged.
+// unchanged; those of nodes stand behind the others, wherever they came from.
 void SaveKeyNode(const XMLNodeBase& _from, XMLNodeBase& _to, size_t _nDepth) {
     std::u16string strName, strText;
     for (size_t i = 0; _from.AttributeAt(i, &strName, &strText); ++i)
-        if (IsSavedKey(strName, strText, _nDepth)) _to.SetOwnAttribute(NameKey(strName), strText);
+        if (IsSavedKey(strName, strText, _nDepth) && !_from.FindChildNode(NameKey(strName)))
+            _to.SetOwnAttribute(NameKey(strName), strText);
     for (const XMLNodeRef& pChild : _from.ChildNodes()) {
         strName = TagOf(*pChild);
-        if (!IsKeyNode(*pChild) || (_nDepth == 0 && IsOneOf(strName, arrSourceNodes))) continue;
-        strText = pChild->Text();
-        if (!strText.empty() && IsSavedKey(strName, strText, _nDepth))
-            _to.SetOwnAttribute(NameKey(strName), strText, false);
+        if (!IsNodeName(strName) || (_nDepth == 0 && IsOneOf(strName, arrSourceNodes))) continue;
+        if (!_from.GetAttribute(strName, strText)) strText = pChild->Text();
+        if (!strText.empty() && IsSavedKey(strName, strText, _nDepth)) _to.SetOwnAttribute(NameKey(strName), strText);
         if (_nDepth == kMostKeyDepth) continue;
         const XMLNodePtr pCopy = CoXMLNode::Create(strName);
         SaveKeyNode(*pChild, *pCopy, _nDepth + 1);
@@ -214,9 +221,9 @@ HRESULT LoadAt(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, size_t 
 void LoadKeyNode(const XMLNodeBase& _node, const std::u16string& _path, CCoZrItem& _item, size_t _nDepth) {
     std::u16string strName, strText;
     for (size_t i = 0; _node.AttributeAt(i, &strName, &strText); ++i)
-        if (IsXmlAttributeName(strName)) _item.PropsSet((_path + strName).c_str(), strText.c_str());
+        if (IsKeyPath(strName, _nDepth)) _item.PropsSet((_path + strName).c_str(), strText.c_str());
     for (const XMLNodeRef& pChild : _node.ChildNodes()) {
-        if (!IsKeyNode(*pChild)) continue;
+        if (!IsNodeName(pChild->Name())) continue;
         const std::u16string strPath = _path + pChild->Name();
         strText = pChild->Text();
         if (!strText.empty()) _item.PropsSet(strPath.c_str(), strText.c_str());
