@@ -173,7 +173,8 @@ bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context
     layout.dblAudioGain = _video.dblAudioGain;
     layout.bCutOffscreen = _video.bHasCut ? _video.bCutOffscreen : bCutOffscreen;
     layout.bForceCaptions = _video.bForceCaptions;
-    pBlock->SetMasks(_video.texts.mask, _video.texts.screenMask);
+    if (const uint32_t nToRead = pBlock->SetMasks(_video.texts.mask, _video.texts.screenMask))
+        ReadMasks(pBlock, nToRead);
     *_pRect = pBlock->Layout(layout);
     arrBlocks.push_back(std::move(pBlock));
     ++_context.blocks_done;
@@ -202,6 +203,26 @@ void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
     drawn.dblAlpha = _video.dblAlpha;
     drawn.bBorders = !_video.texts.borders.empty() &&
                      ReadBorders(_video.texts.borders, _video.texts.bordersColour, &drawn.borders) == S_OK;
+}
+
+void DrawStep::ReadMasks(const BlockPtr& _pBlock, uint32_t _nToRead) {
+    for (const bool bScreen : {false, true}) {
+        if (!(_nToRead & (bScreen ? 2u : 1u))) continue;
+        bReadsMasks = true;
+        pMasksRead->Add();
+        const auto Read = [pBlock = _pBlock, bScreen, pRead = pMasksRead] {
+            InterfaceCall([&] {
+                pBlock->ReadMask(bScreen);
+                return S_OK;
+            });
+            pRead->Done();
+        };
+        if (Failed(ThreadPool::Shared().Submit(Read))) Read();
+    }
+}
+
+void DrawStep::WaitMasks(Waitable& _evStop, int64_t _rtMost) {
+    if (std::exchange(bReadsMasks, false)) WaitAny({&_evStop, pMasksRead.get()}, _rtMost);
 }
 
 // Each takes milliseconds where sources are large, and after a change of the scene all come at once.

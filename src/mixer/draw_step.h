@@ -1,6 +1,7 @@
 #pragma once
 // The drawing of a cycle: the scene's two passes, what is seen of each block, and the picture that comes of it.
 
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "mixer/canvas.h"
 #include "mixer/mixer_stream.h"
 #include "mixer/video_block.h"
+#include "platform/event.h"
 #include "platform/thread_pool.h"
 #include "scenes/scene_draw.h"
 
@@ -47,6 +49,9 @@ public:
     // it is drawn. False: the scene has elements that could not draw yet.
     bool WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREAM> _streams, const DRAW_TIMES& _times,
                    CoElement* _pScene, uint64_t _nChanges);
+    // Until the files of masks have been read that the walk has met for the first time, by the pool. _rtMost: ticks,
+    // below 0 without limit. Before MakePictures, to have them in this frame.
+    void WaitMasks(Waitable& _evStop, int64_t _rtMost);
     // The pictures that the draw pass found to be made, each on a thread. The scenes lock is not needed any more.
     void MakePictures();
     // The picture of the draw pass; see Canvas::Compose.
@@ -74,6 +79,7 @@ private:
     };
 
     bool HasOtherStreams();
+    void ReadMasks(const BlockPtr& _pBlock, uint32_t _nToRead);
     static void MakePicture(DRAWN& _drawn);
     void LayOnCanvas();
     void CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context);
@@ -95,6 +101,9 @@ private:
     std::vector<DRAWN> arrDrawn;      // likewise, of the draw pass
     std::vector<DRAWN*> arrToMake;    // those of them that have no picture yet
     TaskGroup groupMake;
+    bool bReadsMasks = false;  // the walk has met new ones
+    // The masks that are being read: theirs too, as a file may take longer than the show.
+    std::shared_ptr<CountdownEvent> pMasksRead = std::make_shared<CountdownEvent>();
     std::vector<BlockPtr> arrSet;  // goes to and fro with the set
 };
 

@@ -394,6 +394,10 @@ void MixCycle::DrawScene(PASS& _pass) {
         bReady = draw.WalkScene(_pass.props.vidProps, arrDraw, times, pScene.Get(), parts.scenes.Shared().Changes());
     }
     parts.scenes.Shared().TakeDiscarded();  // by the walk itself
+    // As for sources that start: an output that keeps to its rate shows later what comes later.
+    const int64_t rtFrame = FrameDurationOfRate(_pass.props.vidProps.dblRate).rtDuration;
+    const bool bPaced = !IsSynchronous(0) || _pass.pRequest->bMaySkip;
+    draw.WaitMasks(evStop, bPaced ? rtFrame / 4 : -1);
     draw.MakePictures();
     if (!bReady && parts.props.Object()->AttributeOr(u"output.skip_if_not_ready", false)) {
         clock.SetBreakPending();

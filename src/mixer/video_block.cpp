@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "media/vid_props.h"
+#include "platform/clock.h"
 
 namespace zr {
 
@@ -14,7 +15,8 @@ namespace {
 constexpr double kOpaque = 1.0;
 constexpr double kOpaqueUncut = 0.99;
 constexpr double kSeenThrough = 0.3;
-constexpr int32_t kStays = 2;  // a picture that comes again so often is taken for a still one
+constexpr int64_t kNextLook = kTicksPerSecond;  // for the file of a mask that was not there
+constexpr int32_t kStays = 2;                   // a picture that comes again so often is taken for a still one
 
 bool SameRecord(const ZR_VID_PROPS& _a, const ZR_VID_PROPS& _b) {
     return _a.eVideoFormat == _b.eVideoFormat && _a.fccType == _b.fccType && _a.nWidth == _b.nWidth &&
@@ -55,7 +57,7 @@ bool ZrVideoBlock::NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) cons
     _pPlan->output = layout.output;
     _pPlan->nQuality = nQuality;
     _pPlan->nMasks = nMasks;
-    _pPlan->bHasMask = !arrMaskNames[0].empty() || !arrMaskNames[1].empty();
+    _pPlan->bHasMask = HasMask_I();
     _pPlan->bCut = layout.bCutOffscreen;
     return !pPicture || _llVideoID == 0 || _llVideoID != llPictureID || !plan.SamePicture(*_pPlan);
 }
@@ -71,7 +73,7 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater) {
         MutexLock lock(mtx);
         nQuality = _nQuality;
         NoteSource_I(info.avProps.vidProps);
-        if (!map.IsVisible() || _bLater) {
+        if (!map.IsVisible() || _bLater || WaitsForMask_I()) {
             pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
             return map.IsVisible() ? S_OK : S_FALSE;
         }
@@ -209,19 +211,50 @@ RECT_F ZrVideoBlock::Layout(const BLOCK_LAYOUT& _layout) {
     return rect;
 }
 
-void ZrVideoBlock::SetMasks(std::u16string_view _mask, std::u16string_view _screenMask) {
+uint32_t ZrVideoBlock::SetMasks(std::u16string_view _mask, std::u16string_view _screenMask) {
     const std::u16string_view arrNames[2] = {_mask, _screenMask};
-    for (int i = 0; i < 2; ++i) {
+    uint32_t nToRead = 0;
+    for (uint32_t i = 0; i < 2; ++i) {
         const std::u16string_view svName = arrNames[i] == u"none" ? std::u16string_view() : arrNames[i];
+        MutexLock lock(mtx);
+        MASK_NAME& mask = arrMasks[i];
+        if (mask.name != svName) {
+            mask.name = svName;
+            mask.rtNextLook = 0;
+            const bool bStands = masks.SetShape(mask.name.c_str(), i == 1) == S_OK;
+            mask.bLooked = bStands;
+            if (bStands) {
+                mask.bStands = !mask.name.empty();
+                ++nMasks;
+            }
+            if (mask.name.empty()) continue;
+        } else if (mask.rtNextLook == 0 || ClockNow() < mask.rtNextLook) {
+            continue;
+        }
+        mask.rtNextLook = 0;
+        if (std::exchange(mask.bReading, true)) continue;  // who reads finds the new name
+        nToRead |= 1u << i;
+    }
+    return nToRead;
+}
+
+void ZrVideoBlock::ReadMask(bool _bScreen) {
+    for (;;) {
         std::u16string name;
         {
             MutexLock lock(mtx);
-            if (arrMaskNames[i] == svName) continue;
-            name = arrMaskNames[i] = svName;
+            name = arrMasks[_bScreen].name;
         }
-        masks.SetMask(name.c_str(), i == 1);
+        const HRESULT hr = masks.SetMask(name.c_str(), _bScreen);
         MutexLock lock(mtx);
-        ++nMasks;
+        MASK_NAME& mask = arrMasks[_bScreen];
+        if (mask.name != name) continue;
+        mask.bReading = false;
+        mask.bLooked = true;
+        if (hr == S_OK) ++nMasks;
+        if (Succeeded(hr)) mask.bStands = !name.empty();
+        mask.rtNextLook = Failed(hr) ? ClockNow() + kNextLook : 0;
+        return;
     }
 }
 
@@ -229,7 +262,7 @@ void ZrVideoBlock::SetMasks(std::u16string_view _mask, std::u16string_view _scre
 
 void ZrVideoBlock::UpdateCoverage(GLRectAuto& _cover, bool _bFirst, bool _bCutOverlapped) {
     MutexLock lock(mtx);
-    const bool bMasks = !arrMaskNames[0].empty() || !arrMaskNames[1].empty();
+    const bool bMasks = HasMask_I() || WaitsForMask_I();
     const RECT_F& crop = layout.crop;  // where it reaches out of the source nothing is laid
     const bool bWhole = crop.left >= 0 && crop.top >= 0 && crop.right <= 1 && crop.bottom <= 1;
     const bool bOpaque = !bMasks && bWhole && PropsValid(&sourceProps, true) && sourceProps.fccType != eZrFCC_ARGB32;
@@ -283,6 +316,15 @@ void ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw) {
     const ZrPtr<IZrFFrame> pFrame = std::move(_draw.pFrame);
     if (!pFrame) return;
     MutexLock lockMake(mtxMake);
+    {
+        MutexLock lock(mtx);
+        if (WaitsForMask_I()) {
+            if (!pLatest) pLatest = pFrame;
+            return;
+        }
+        _draw.plan.nMasks = nMasks;  // what has come since then
+        _draw.plan.bHasMask = HasMask_I();
+    }
     CAutoObj<BlockPicture> pNew;
     if (Failed(Make_I(*pFrame, _draw.info, _draw.plan, &pNew))) return;
     _draw.pPicture = pNew;

@@ -82,8 +82,12 @@ public:
 
     // Returns the rectangle in output pixels.
     RECT_F Layout(const BLOCK_LAYOUT& _layout);
-    // Empty: none. A name that is neither a file nor a shape leaves the old mask. Files are read once, here.
-    void SetMasks(std::u16string_view _mask, std::u16string_view _screenMask);
+    // Empty: none. Shapes stand at once. Returns which names are to be looked up as files, in any number of threads at
+    // any time: bit 0 the mask, bit 1 the screen mask. One that is neither a file nor a shape leaves the old mask, and
+    // is looked up again now and then.
+    uint32_t SetMasks(std::u16string_view _mask, std::u16string_view _screenMask);
+    // Reads the file of a name that SetMasks has returned. Until then a block that has shown nothing yet shows nothing.
+    void ReadMask(bool _bScreen);
 
     // --- What is seen; see UpdateBlocks
 
@@ -100,6 +104,17 @@ public:
     void MakePicture(BLOCK_DRAW& _draw);
 
 private:
+    // As an attribute names it.
+    struct MASK_NAME {
+        std::u16string name;
+        bool bStands = false;    // there is a mask, perhaps the one of the name before
+        bool bReading = false;   // somebody is to call ReadMask, or in it
+        bool bLooked = true;     // the file of the name was read, or is none
+        int64_t rtNextLook = 0;  // when to look again; 0: it was found
+    };
+
+    bool HasMask_I() const ZR_REQUIRES(mtx) { return arrMasks[0].bStands || arrMasks[1].bStands; }
+    bool WaitsForMask_I() const ZR_REQUIRES(mtx) { return !pPicture && (!arrMasks[0].bLooked || !arrMasks[1].bLooked); }
     bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
     HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan,
                    CAutoObj<BlockPicture>* _ppMade) ZR_REQUIRES(mtxMake);
@@ -124,7 +139,7 @@ private:
     double dblFullSum ZR_GUARDED_BY(mtx) = 0;  // of the map before others were taken away
     ZR_VID_PROPS sourceProps ZR_GUARDED_BY(mtx);
     std::u16string streamID ZR_GUARDED_BY(mtx);
-    std::u16string arrMaskNames[2] ZR_GUARDED_BY(mtx);
+    MASK_NAME arrMasks[2] ZR_GUARDED_BY(mtx);  // mask, screen mask
     int32_t nMasks ZR_GUARDED_BY(mtx) = 0;
     int32_t nQuality ZR_GUARDED_BY(mtx) = 2;
     ZR_TIME lastTime ZR_GUARDED_BY(mtx);

@@ -19,10 +19,13 @@ bool IsOurs(const CAutoObj<MaskPlane>& _p) {
 
 }  // namespace
 
+bool BlockMask::IsNone(std::u16string_view _name) { return _name.empty() || EqualNoCase(_name, u"none"); }
+
 HRESULT BlockMask::Load(const char16_t* _szNameOrPath, STATE* _pState) {
     STATE& state = *_pState;
     state.name = _szNameOrPath ? _szNameOrPath : u"";
-    if (state.name.empty() || EqualNoCase(state.name, u"none")) return S_OK;
+    state.bLookedUp = true;
+    if (IsNone(state.name)) return S_OK;
     state.pPicture = MaskPlane::Make();
     if (!state.pPicture) return E_OUTOFMEMORY;
     const HRESULT hr = LoadMaskFile(_szNameOrPath, *state.pPicture);
@@ -38,7 +41,8 @@ HRESULT BlockMask::SetMask(const char16_t* _szNameOrPath, bool _bScreen) {
     try {
         {
             MutexLock lock(mtx);
-            if (EqualNoCase(arrStates[_bScreen].name, _szNameOrPath ? _szNameOrPath : u"")) return S_FALSE;
+            const STATE& now = arrStates[_bScreen];
+            if (now.bLookedUp && EqualNoCase(now.name, _szNameOrPath ? _szNameOrPath : u"")) return S_FALSE;
         }
         const HRESULT hr = Load(_szNameOrPath, &state);
         if (Failed(hr)) return hr;
@@ -46,8 +50,26 @@ HRESULT BlockMask::SetMask(const char16_t* _szNameOrPath, bool _bScreen) {
         return E_OUTOFMEMORY;
     }
     MutexLock lock(mtx);
+    STATE& now = arrStates[_bScreen];
+    if (!state.pPicture && EqualNoCase(now.name, state.name)) {  // the shape that it has
+        now.bLookedUp = true;
+        return S_FALSE;
+    }
+    std::swap(now, state);
+    return S_OK;
+}
+
+HRESULT BlockMask::SetShape(const char16_t* _szName, bool _bScreen) try {
+    STATE state;
+    state.name = _szName ? _szName : u"";
+    state.bLookedUp = IsNone(state.name);
+    state.eShape = ReadMaskShape(state.name);
+    if (state.eShape == eMaskShape::None && !state.bLookedUp) return S_FALSE;
+    MutexLock lock(mtx);
     std::swap(arrStates[_bScreen], state);
     return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 HRESULT BlockMask::Mask(int32_t _nWidth, int32_t _nHeight, bool _bScreen, eInterpolation _eQuality,

@@ -17,6 +17,9 @@ public:
     // screen_mask. S_FALSE: it has that name already (in any case). E_INVALIDARG: neither a file nor a shape;
     // other codes: the file cannot be read. The old mask stays then.
     HRESULT SetMask(const char16_t* _szNameOrPath, bool _bScreen);
+    // What of it needs no file: S_FALSE for a name of neither a shape nor none. SetMask looks for a file of the name of
+    // a shape afterwards.
+    HRESULT SetShape(const char16_t* _szName, bool _bScreen);
 
     // The mask at a size, in *_ppMask; empty: there is none. It is drawn or scaled when it is asked for at another
     // size than before, and kept.
@@ -26,6 +29,7 @@ public:
 private:
     struct STATE {
         std::u16string name;
+        bool bLookedUp = false;  // whether there is a file of the name
         eMaskShape eShape = eMaskShape::None;
         CAutoObj<MaskPlane> pPicture;  // of a file
         CAutoObj<MaskPlane> pScaled;
@@ -33,6 +37,7 @@ private:
         bool Empty() const { return eShape == eMaskShape::None && !pPicture; }
     };
 
+    static bool IsNone(std::u16string_view _name);
     static HRESULT Load(const char16_t* _szNameOrPath, STATE* _pState);
 
     Mutex mtx;  // a leaf; not held while a file is read

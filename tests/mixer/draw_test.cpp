@@ -9,7 +9,9 @@
 
 #include "support/allocation_count.h"
 #include "support/drawn_show.h"
+#include "support/temp_folder.h"
 #include "video/overlay_picture.h"
+#include "video/picture_file.h"
 
 namespace zr {
 namespace {
@@ -236,6 +238,69 @@ TEST(DrawTest, AChangedLayoutMakesNoPictureTwice) {
     pBlock->MakePicture(draw);
     EXPECT_TRUE(draw.pPicture && draw.pPicture.Get() != pShown.Get());
     EXPECT_EQ(pBlock->ToDraw().pPicture.Get(), pShown.Get());
+}
+
+// Files of masks are read beside the drawing: by the first frame where they can be, and never is a new block seen
+// without. One that is missing hides and masks nothing, until it comes.
+TEST(DrawTest, MasksAreReadBesideTheDrawing) {
+    VirtualClock clock;
+    const TempFolder folder;
+    const auto WriteMask = [&](const char* _szName) {
+        const std::u16string path = (folder.path / _szName).u16string();
+        std::vector<uint8_t> picture(16 * 8 * 3);  // its right half is white
+        for (size_t i = 0; i < picture.size(); ++i) picture[i] = i % 48 >= 24 ? 255 : 0;
+        EXPECT_EQ(WritePictureFile(path.c_str(), {eZrFCC_RGB24, 16, 8, picture.data(), 48}), S_OK);
+        return path;
+    };
+    const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 64, 36);
+    const ZrPtr<IZrFFrame> pWhite = ColourFrame(hd, u"white");
+    const auto Luma = [](IZrFFrame* _p, size_t _x) { return _p ? BytesOf(*_p)[18 * 128 + 2 * _x + 1] : 0; };
+    const std::u16string path = WriteMask("mask.bmp"), late = (folder.path / "late.bmp").u16string();
+
+    DrawnShow show(hd);
+    show.AddStream(u"s");
+    show.Show(0, pWhite);
+    show.Scene(u"<video id='under' stream_id='s'/><video id='v' stream_id='s' mask='" + late + u"'/>");
+    show.Draw();
+    EXPECT_EQ(Luma(show.Draw().Get(), 8), 235);
+    const BlockPtr pUnder = show.Element(u"under")->ObjectAs<BlockPtr>(kVideoBlockKey);
+    EXPECT_FALSE(pUnder->State().bVisible);
+    WriteMask("late.bmp");
+    show.Element(u"under")->SetAttribute(u"w", 0.001);
+    show.DrawTwice();
+    EXPECT_EQ(Luma(show.Draw().Get(), 8), 235);
+    SleepFor(kTicksPerSecond);
+    show.Draw();
+    const ZrPtr<IZrFFrame> pMasked = show.DrawTwice();
+    EXPECT_EQ(Luma(pMasked.Get(), 8), 16);
+    EXPECT_EQ(Luma(pMasked.Get(), 56), 235);
+
+    DrawnShow fresh(hd);
+    fresh.AddStream(u"s");
+    fresh.Show(0, pWhite);
+    fresh.Scene(u"<video id='v' stream_id='s' mask='" + path + u"'/>");
+    const ZrPtr<IZrFFrame> pFirst = fresh.Draw();
+    EXPECT_EQ(Luma(pFirst.Get(), 8), 16);
+    EXPECT_EQ(Luma(pFirst.Get(), 56), 235);
+
+    const BlockPtr pBlock = ZrVideoBlock::Make();
+    BLOCK_LAYOUT layout;
+    layout.output = hd;
+    layout.parent = {0, 0, 64, 36};
+    EXPECT_EQ(pBlock->SetMasks(u"circle", path), 3u);  // a file of the name would be taken
+    EXPECT_EQ(pBlock->SetMasks(u"circle", path), 0u);
+    pBlock->Layout(layout);
+    UpdateBlocks(hd, {pBlock}, true);
+    EXPECT_EQ(pBlock->Put(*pWhite, 2), S_OK);
+    EXPECT_FALSE(PictureOf(*pBlock));
+    EXPECT_EQ(pBlock->SetMasks(u"circle", u"none"), 0u);
+    EXPECT_TRUE(PictureOf(*pBlock));  // nothing is waited for any more
+    pBlock->ReadMask(true);           // too late
+    pBlock->ReadMask(false);
+    const CAutoObj<BlockPicture> pPicture = PictureOf(*pBlock);
+    ASSERT_TRUE(pPicture && pPicture->bMasked);
+    EXPECT_EQ(pPicture->mask.Row(18)[32], 255);
+    EXPECT_EQ(pPicture->mask.Row(18)[0], 0);
 }
 
 TEST(DrawTest, ASteadySceneTakesNothingFromTheHeap) {

@@ -82,6 +82,8 @@ public:
         }
         bReady = step.WalkScene(output, arrList, {dblNow, dblNow + dblStep}, pScene.Get(), nChanges);
         dblNow += dblStep;
+        ManualEvent evNever;
+        step.WaitMasks(evNever, rtMostForMasks);
         step.MakePictures();
         ZrPtr<IZrFFrame> pFrame;
         hrComposed = step.Compose(_pBase, &pFrame);
@@ -104,7 +106,8 @@ public:
     std::vector<ZrPtr<IZrFFrame>> arrFrames;
     std::vector<DRAW_STREAM> arrList;
     double dblNow = 0, dblStep = 0.04;
-    uint64_t nChanges = 1;  // more of them: what was set shows in the next frame
+    uint64_t nChanges = 1;        // more of them: what was set shows in the next frame
+    int64_t rtMostForMasks = -1;  // of a frame, ticks
     bool bReady = false;
     bool bAsCycles = true;  // of synchronous mixing; else of a producer that does not know of the scene
     HRESULT hrComposed = S_OK;
