@@ -176,14 +176,11 @@ bool ZrVideoBlock::LastTime(ZR_TIME* _pTime) const {
     return bHasTime;
 }
 
-void ZrVideoBlock::DropPicture() {
-    CAutoObj<BlockPicture> pOld;
-    ZrPtr<IZrFFrame> pOldLatest;
+BLOCK_DROPPED ZrVideoBlock::DropPicture() {
     MutexLock lock(mtx);
-    pOld = std::move(pPicture);
-    pOldLatest = std::move(pLatest);
     llPictureID = 0;
     ++nPictures;
+    return {std::move(pPicture), std::move(pLatest)};
 }
 
 BLOCK_STATE ZrVideoBlock::State() const {
@@ -360,11 +357,13 @@ bool BlockSet::IsWanted(const void* _pStream) const {
 }
 
 void BlockSet::Clear(const void* _pStream, bool _bDrop) const {
+    std::vector<BLOCK_DROPPED> arrGone;  // goes outside of the lock
     MutexLock lock(mtx);
     for (const BlockPtr& p : arrAll) {
         if (!p->Shows(_pStream)) continue;
         p->ClearLastTime();
-        if (_bDrop) p->DropPicture();
+        if (!_bDrop) continue;
+        if (BLOCK_DROPPED gone = p->DropPicture(); gone.pPicture || gone.pLatest) arrGone.push_back(std::move(gone));
     }
 }
 

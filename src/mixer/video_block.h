@@ -48,6 +48,12 @@ struct BLOCK_DRAW {
     uint32_t nPictures = 0;
 };
 
+// What a block has let go.
+struct BLOCK_DROPPED {
+    CAutoObj<BlockPicture> pPicture;
+    ZrPtr<IZrFFrame> pLatest;
+};
+
 // Made by the collect pass and kept with its element as the object "video_block". Any thread.
 class ZrVideoBlock final : public AutoObjBase<ZrVideoBlock> {
 public:
@@ -72,8 +78,9 @@ public:
     void ClearLastTime();
     // False: there is none.
     bool LastTime(ZR_TIME* _pTime) const;
-    // Takes the picture away: the block shows nothing until the next frame.
-    void DropPicture();
+    // Takes the picture away: the block shows nothing until the next frame. For who calls with a lock held: what is
+    // handed back ends after it.
+    [[nodiscard]] BLOCK_DROPPED DropPicture();
     BLOCK_STATE State() const;
     // The record of the last frame; all zero before the first.
     ZR_VID_PROPS SourceProps() const;
