@@ -6,6 +6,7 @@
 #include <string>
 
 #include "media/pixel_format.h"
+#include "scenes/no_events.h"
 #include "scenes/scene_draw.h"
 #include "scenes/scenes_set.h"
 
@@ -75,12 +76,6 @@ void BM_Scenes_BothPasses(benchmark::State& _state) {
     _state.SetItemsProcessed(_state.iterations());
 }
 BENCHMARK(BM_Scenes_BothPasses)->Name("BM_Scenes_BothPasses/200/30");
-
-class NoEvents final : public IEventSink {
-public:
-    void RaiseEvent(const char16_t*, const char16_t*, const char16_t*, IUnknown*) override {}
-    void RaiseFrame(const char16_t*, IZrFFrame*) override {}
-};
 
 // Another scene of 200 elements becomes active: the drawing waits for no more than that.
 void BM_Scenes_Activate(benchmark::State& _state) {

@@ -23,9 +23,10 @@ struct IZrElements : IUnknown {
     // A child by its id, or one further down by a path of ids joined by "::". ZR_E_BAD_INDEX: none.
     virtual HRESULT ElementsGetByID(const char16_t* _bsElementID, IZrElement** _ppChildElement) = 0;
     // Adds a child at the end, so on top; it is faded in over the time. Where a child of that id exists, that one is
-    // changed instead. Null or empty id: one made from the type, "video", then "video_001". Type: "video" shows a
-    // stream, "group" holds others; empty: "item"; no XML name: E_INVALIDARG. _bsElementProps: an attribute line
+    // changed instead. Null or empty id: one made from the type, "video", then "video_001", the lowest number that is
+    // free. Type: "video" shows a stream, "group" holds others; empty: "item". _bsElementProps: an attribute line
     // ("stream_id=cam1 x=0.1"), XML, or an XML file. _ppChildElement may be null. Win32Error(123): a "view" in no view.
+    // E_INVALIDARG: an id with "::" in it, which would be a path; a type that is no XML name.
     virtual HRESULT ElementsAdd(const char16_t* _bsNewElementID, const char16_t* _bsElementType,
                                 const char16_t* _bsElementProps, IZrElement** _ppChildElement,
                                 double _dblTimeForChange) = 0;

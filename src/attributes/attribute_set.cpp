@@ -31,7 +31,7 @@ bool AttributeSet::AnyHiddenChild(F&& _f) const {
     bool bSkip = node.SkipFirstHidden();
     for (const NameKey& key : node.HiddenNames()) {
         if (std::exchange(bSkip, false)) continue;
-        if (const XMLNodeRef pChild = node.FindChildNode(key); pChild && _f(*pChild)) return true;
+        if (const XMLNodeRef pChild = node.FindSettingNode(key); pChild && _f(*pChild)) return true;
     }
     return false;
 }

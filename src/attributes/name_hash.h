@@ -1,9 +1,11 @@
 #pragma once
 // The hash by which names are kept and found. Two names with one hash are one name: the text is never compared.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <type_traits>
 
@@ -82,5 +84,9 @@ struct NameKey {
     std::u16string_view text;
     uint64_t nHash;
 };
+
+constexpr bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
+    return std::any_of(_arrNames.begin(), _arrNames.end(), [&](const NameKey& _key) { return _key.nHash == _nHash; });
+}
 
 }  // namespace zr

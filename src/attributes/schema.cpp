@@ -31,14 +31,8 @@ std::optional<std::u16string> HelpOrAttribute(const XMLNodeRef& _pNode, std::u16
 bool Says(const std::optional<std::u16string>& _text) { return _text && !_text->empty(); }
 
 void AddNames(const XMLNodeBase& _node, bool _bElementsOnly, std::vector<std::u16string>& _arrNames) {
-    const auto IsHidden = [&](const XMLNodeBase& _child) {
-        const auto arrHidden = _node.HiddenNames();
-        return std::any_of(arrHidden.begin(), arrHidden.end(), [&](const NameKey& key) { return _child.HasName(key); });
-    };
-    for (const XMLNodeRef& pChild : _node.ChildNodes()) {
-        if (_bElementsOnly && (pChild->IsText() || IsHidden(*pChild))) continue;
+    for (const XMLNodeRef& pChild : _bElementsOnly ? _node.ElementNodes() : _node.ChildNodes())
         _arrNames.push_back(pChild->Name());
-    }
 }
 
 void SplitOptions(std::u16string_view _list, std::vector<std::u16string>& _arrOptions) {
@@ -55,11 +49,11 @@ void SplitOptions(std::u16string_view _list, std::vector<std::u16string>& _arrOp
 
 }  // namespace
 
-Schema::Schema(XMLNodeBase& _node) : node(_node), pOwn(_node.FindChildNode(keyInfo)) {
+Schema::Schema(XMLNodeBase& _node) : node(_node), pOwn(_node.FindSettingNode(keyInfo)) {
     pRoot = pOwn;
     bool bFirst = true;
     for (XMLNodeRef pUp = node.ParentNode(); pUp; pUp = pUp->ParentNode()) {
-        XMLNodeRef pInfo = pUp->FindChildNode(keyInfo);
+        XMLNodeRef pInfo = pUp->FindSettingNode(keyInfo);
         if (bFirst) pParent = pInfo;
         bFirst = false;
         if (!pRoot) pRoot = pInfo;

@@ -1,21 +1,13 @@
 #include "attributes/xml_node.h"
 
-#include <algorithm>
-#include <memory>
-#include <new>
 #include <optional>
 
 #include "attributes/name_path.h"
 
 namespace zr {
-
 namespace {
 
 constexpr NameKey arrDefaultHidden[] = {u"attributes_info"};
-
-bool HasHash(std::span<const NameKey> _arrNames, uint64_t _nHash) {
-    return std::any_of(_arrNames.begin(), _arrNames.end(), [&](const NameKey& _key) { return _key.nHash == _nHash; });
-}
 
 }  // namespace
 
@@ -157,11 +149,13 @@ std::u16string XMLNodeBase::Tag() const {
     return std::u16string(Tag_I());
 }
 
-bool XMLNodeBase::HasName(const NameKey& _key) const {
-    if (bText) return false;
+uint64_t XMLNodeBase::HashOfName() const {
+    if (bText) return 0;
     CRWReadScope lock(lockAttributes);
-    return NameHash(name.Text()) == _key.nHash;
+    return NameHash(name.Text());
 }
+
+bool XMLNodeBase::HasName(const NameKey& _key) const { return HashOfName() == _key.nHash; }
 
 bool XMLNodeBase::HasTag(const NameKey& _key) const {
     if (bText) return false;
@@ -208,138 +202,11 @@ void XMLNodeBase::RenameNode(std::u16string_view _name, bool _bById) ZR_NO_THREA
     }
     if (pUp) {
         const size_t i = pUp->FindChildPosition(this);
-        if (i != pUp->arrChildren.kNone && pUp->arrChildren.NameAt(i) != _name) pUp->arrChildren.Rename(i, _name);
+        if (i != pUp->arrChildren.kNone && pUp->arrChildren.NameAt(i) != _name) {
+            pUp->arrChildren.Rename(i, _name);
+            ++pUp->nNamesFreed;
+        }
     }
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Children. FindChildPosition, FirstText and JoinTexts are called under lockChildren.
-
-size_t XMLNodeBase::FindChildPosition(const XMLNodeBase* _pChild) const {
-    for (size_t i = arrChildren.Size(); i-- > 0;)
-        if (arrChildren[i].Get() == _pChild) return i;
-    return arrChildren.kNone;
-}
-
-size_t XMLNodeBase::ChildCount() const {
-    CRWReadScope lock(lockChildren);
-    return arrChildren.Size();
-}
-
-XMLNodeRef XMLNodeBase::ChildNodeAt(size_t _i) const {
-    CRWReadScope lock(lockChildren);
-    return _i < arrChildren.Size() ? arrChildren[_i] : XMLNodeRef();
-}
-
-XMLNodeRef XMLNodeBase::FindChildNode(const NameKey& _key, size_t _nOccurrence) const {
-    CRWReadScope lock(lockChildren);
-    const size_t i = arrChildren.Find(_key.nHash, _nOccurrence);
-    return i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
-}
-
-bool XMLNodeBase::FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const {
-    CRWReadScope lock(lockChildren);
-    bool bAny = false;
-    for (const NameKey& key : _arrKeys) {
-        const size_t i = arrChildren.Find(key.nHash);
-        *_pFound++ = i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
-        bAny |= i != arrChildren.kNone;
-    }
-    return bAny;
-}
-
-std::vector<XMLNodeRef> XMLNodeBase::ChildNodes() const {
-    CRWReadScope lock(lockChildren);
-    std::vector<XMLNodeRef> arr;
-    arr.reserve(arrChildren.Size());
-    for (const auto& entry : arrChildren) arr.push_back(entry.value);
-    return arr;
-}
-
-size_t XMLNodeBase::ElementCount() const {
-    const std::span<const NameKey> arrHidden = HiddenNames();
-    CRWReadScope lock(lockChildren);
-    return static_cast<size_t>(std::count_if(arrChildren.begin(), arrChildren.end(), [&](const auto& _entry) {
-        return !_entry.value->bText && !HasHash(arrHidden, _entry.nHash);
-    }));
-}
-
-XMLNodeRef XMLNodeBase::ElementNodeAt(size_t _i) const {
-    const std::span<const NameKey> arrHidden = HiddenNames();
-    CRWReadScope lock(lockChildren);
-    for (const auto& entry : arrChildren)
-        if (!entry.value->bText && !HasHash(arrHidden, entry.nHash) && _i-- == 0) return entry.value;
-    return {};
-}
-
-bool XMLNodeBase::InsertChildNode(XMLNodeRef _pChild, ptrdiff_t _nPosition) {
-    if (!_pChild || bText || _pChild->HasParent()) return false;
-    if (_pChild.Get() == this || (_pChild->ChildCount() > 0 && IsBelow(*_pChild))) return false;
-    const std::u16string strName = _pChild->Name();
-    const NameKey key(strName);
-
-    CRWWriteScope lock(lockChildren, "XMLNodeBase::InsertChildNode");
-    const bool bAppend = _nPosition < 0 || static_cast<size_t>(_nPosition) > arrChildren.Size();
-    // Whoever puts itself in as the parent first has the child.
-    XMLNodeBase* pNone = nullptr;
-    if (!_pChild->pParent.compare_exchange_strong(pNone, this, std::memory_order_acq_rel)) return false;
-    try {
-        arrChildren.Insert(bAppend ? arrChildren.Size() : static_cast<size_t>(_nPosition),
-                           _pChild->bText ? nullptr : &key, _pChild);
-    } catch (const std::bad_alloc&) {
-        _pChild->ForgetParent();
-        throw;
-    }
-    return true;
-}
-
-bool XMLNodeBase::RemoveChildNode(XMLNodeBase* _pChild) {
-    XMLNodeRef pRemoved;  // let go after the lock
-    CRWWriteScope lock(lockChildren, "XMLNodeBase::RemoveChildNode");
-    const size_t i = FindChildPosition(_pChild);
-    if (i == arrChildren.kNone) return false;
-    pRemoved = arrChildren.Remove(i);
-    pRemoved->ForgetParent();
-    if (i > 1 && i + 1 < arrChildren.Size()) JoinTexts(i);
-    return true;
-}
-
-// Makes one of two texts at a position and before it.
-void XMLNodeBase::JoinTexts(size_t _i) {
-    XMLNodeBase& before = *arrChildren[_i - 1];
-    XMLNodeBase& behind = *arrChildren[_i];
-    if (!before.bText || !behind.bText) return;
-    const std::u16string strText = behind.Text();
-    {
-        CRWWriteScope lock(before.lockAttributes, "XMLNodeBase::JoinTexts");
-        before.name.AppendText(strText);
-    }
-    behind.ForgetParent();
-    arrChildren.Remove(_i);
-}
-
-void XMLNodeBase::RemoveChildren() {
-    NamedList<XMLNodeRef> arrRemoved;  // let go after the lock
-    CRWWriteScope lock(lockChildren, "XMLNodeBase::RemoveChildren");
-    for (const auto& entry : arrChildren) entry.value->ForgetParent();
-    std::swap(arrRemoved, arrChildren);
-}
-
-bool XMLNodeBase::MoveChildNode(XMLNodeBase* _pChild, size_t _nPosition) {
-    const XMLNodeRef pHeld(_pChild);
-    if (!pHeld) return false;
-    const std::u16string strName = pHeld->Name();
-    const NameKey key(strName);
-    CRWWriteScope lock(lockChildren, "XMLNodeBase::MoveChildNode");
-    const size_t i = FindChildPosition(_pChild);
-    if (i == arrChildren.kNone || _nPosition >= arrChildren.Size()) return false;
-    if (i != _nPosition) arrChildren.Insert(_nPosition, pHeld->bText ? nullptr : &key, arrChildren.Remove(i));
-    return true;
-}
-
-bool XMLNodeBase::Detach() {
-    const XMLNodeRef pUp = ParentNode();
-    return pUp && pUp->RemoveChildNode(this);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -441,161 +308,6 @@ void XMLNodeBase::AppendText(std::u16string_view _text) {
     XMLNodeRef pText = NewBelow(_text, true);
     pText->pParent.store(this, std::memory_order_release);
     arrChildren.AppendNameless(std::move(pText));
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Copying
-
-// What this node is, without its children, to a node that nobody else knows yet.
-void XMLNodeBase::CopySelfTo(XMLNodeBase& _fresh) const ZR_NO_THREAD_SAFETY_ANALYSIS {
-    CRWReadScope lock(lockAttributes);
-    _fresh.name = name;
-    _fresh.strType = strType;
-    _fresh.arrAttributes = arrAttributes;
-    _fresh.bText = bText;
-    _fresh.bNoFormat = bNoFormat.load();
-    _fresh.TakeIdFromAttributes(pIdAttribute);
-}
-
-// A copied node, which nobody else knows yet, comes from a tree where its id was in another attribute or in none.
-void XMLNodeBase::TakeIdFromAttributes(const NameKey* _pSourceId) ZR_NO_THREAD_SAFETY_ANALYSIS {
-    if (_pSourceId == pIdAttribute || bText) return;
-    if (_pSourceId && !strType.Empty()) {
-        arrAttributes.FindOrAppend(*_pSourceId).SetText(name.Text());
-        name.SetText(strType.View());
-        strType.Clear();
-    }
-    const size_t i = pIdAttribute ? arrAttributes.Find(pIdAttribute->nHash) : arrAttributes.kNone;
-    if (i == arrAttributes.kNone) return;
-    strType.Assign(name.Text());
-    name = arrAttributes.Remove(i);
-}
-
-size_t XMLNodeBase::CopyTo(XMLNodeBase& _target, bool _bWithName, eZrUpdateType _eUpdate,
-                           std::span<const NameKey> _arrLeaveOut) const ZR_NO_THREAD_SAFETY_ANALYSIS {
-    if (&_target == this) return 0;
-    struct STEP {
-        const XMLNodeBase* pSource;
-        XMLNodeBase* pCopy;
-        XMLNodeRef pHeld;  // keeps the source
-    };
-    // The copy is complete before the target sees any of it, so the target may lie below this node or above it.
-    const XMLNodeRef pTop = XMLNodeRef::Attach(_target.NewNode());
-    pTop->pIdAttribute = _target.pIdAttribute ? pIdAttribute : nullptr;
-    CopySelfTo(*pTop);
-    size_t nCopied = 1;
-    std::vector<STEP> arrSteps{{this, pTop.Get(), {}}};
-    while (!arrSteps.empty()) {
-        const STEP step = std::move(arrSteps.back());
-        arrSteps.pop_back();
-        for (XMLNodeRef& pChild : step.pSource->ChildNodes()) {
-            XMLNodeRef pCopy = XMLNodeRef::Attach(_target.NewNode());
-            pCopy->pIdAttribute = _target.pIdAttribute;
-            pChild->CopySelfTo(*pCopy);
-            const NameKey key(pCopy->name.Text());
-            if (!pCopy->bText && pCopy->strType.Empty() && HasHash(_arrLeaveOut, key.nHash)) continue;
-            pCopy->pParent.store(step.pCopy, std::memory_order_relaxed);
-            XMLNodeBase* const pRaw = pCopy.Get();
-            if (pRaw->bText)
-                step.pCopy->arrChildren.AppendNameless(std::move(pCopy));
-            else
-                step.pCopy->arrChildren.Append(key, std::move(pCopy));
-            ++nCopied;
-            arrSteps.push_back({pChild.Get(), pRaw, pChild});
-        }
-    }
-
-    if (_bWithName) {
-        _target.RenameNode(pTop->name.Text(), false);
-        CRWWriteScope lock(_target.lockAttributes, "XMLNodeBase::CopyTo");
-        _target.strType = pTop->strType;
-    }
-    _target.bNoFormat = pTop->bNoFormat.load();
-    _target.CopyAttributesFrom(*pTop, _eUpdate);
-    _target.TakeChildrenOver(*pTop);
-    return nCopied;
-}
-
-// ---------------------------------------------------------------------------------------------------------------------
-// Run-time objects
-
-XMLNodeBase::OBJECTS& XMLNodeBase::MakeObjects() {
-    OBJECTS* p = pObjects.load(std::memory_order_acquire);
-    if (p) return *p;
-    auto pNew = std::make_unique<OBJECTS>();
-    if (pObjects.compare_exchange_strong(p, pNew.get(), std::memory_order_acq_rel)) p = pNew.release();
-    return *p;
-}
-
-ObjectsMap::ObjectPtr XMLNodeBase::Object(const NameKey& _key) const {
-    OBJECTS* p = pObjects.load(std::memory_order_acquire);
-    if (!p) return {};
-    CRWReadScope lock(p->lock);
-    return p->map.Get(_key);
-}
-
-void XMLNodeBase::SetObject(const NameKey& _key, ObjectsMap::ObjectPtr _pObject) {
-    OBJECTS& objects = MakeObjects();
-    ObjectsMap::ObjectPtr pOld;  // let go after the lock
-    CRWWriteScope lock(objects.lock, "XMLNodeBase::SetObject");
-    pOld = objects.map.Set(_key, std::move(_pObject));
-}
-
-bool XMLNodeBase::RemoveObject(const NameKey& _key) {
-    OBJECTS* p = pObjects.load(std::memory_order_acquire);
-    if (!p) return false;
-    ObjectsMap::ObjectPtr pOld;
-    CRWWriteScope lock(p->lock, "XMLNodeBase::RemoveObject");
-    pOld = p->map.Remove(_key);
-    return static_cast<bool>(pOld);
-}
-
-void XMLNodeBase::RemoveObjects() {
-    OBJECTS* p = pObjects.load(std::memory_order_acquire);
-    if (!p) return;
-    NamedList<ObjectsMap::ObjectPtr> arrOld;
-    CRWWriteScope lock(p->lock, "XMLNodeBase::RemoveObjects");
-    arrOld = p->map.RemoveAll();
-}
-
-// Calls _f for this node and all below it, each before what is below it.
-template <class F>
-void XMLNodeBase::ForEachBelow(F _f) const {
-    _f(*this);
-    std::vector<XMLNodeRef> arrWaiting = ChildNodes();
-    std::reverse(arrWaiting.begin(), arrWaiting.end());
-    while (!arrWaiting.empty()) {
-        const XMLNodeRef p = std::move(arrWaiting.back());
-        arrWaiting.pop_back();
-        _f(*p);
-        const std::vector<XMLNodeRef> arrChild = p->ChildNodes();
-        arrWaiting.insert(arrWaiting.end(), arrChild.rbegin(), arrChild.rend());
-    }
-}
-
-std::vector<ObjectsMap::ObjectPtr> XMLNodeBase::CollectObjects(const NameKey& _key) const {
-    std::vector<ObjectsMap::ObjectPtr> arr;
-    ForEachBelow([&](const XMLNodeBase& _node) {
-        if (ObjectsMap::ObjectPtr p = _node.Object(_key)) arr.push_back(std::move(p));
-    });
-    return arr;
-}
-
-std::vector<ObjectsMap::ObjectPtr> XMLNodeBase::TakeObjectsBelow(std::span<const NameKey> _arrKeep) {
-    std::vector<ObjectsMap::ObjectPtr> arrTaken;
-    ForEachBelow([&](const XMLNodeBase& _node) {
-        OBJECTS* const p = _node.pObjects.load(std::memory_order_acquire);
-        if (!p) return;
-        CRWWriteScope lock(p->lock, "XMLNodeBase::TakeObjectsBelow");
-        NamedList<ObjectsMap::ObjectPtr> arrOld = p->map.RemoveAll();
-        for (auto& entry : arrOld) {
-            if (HasHash(_arrKeep, entry.nHash))
-                p->map.Set(NameKey(entry.name.View()), std::move(entry.value));
-            else
-                arrTaken.push_back(std::move(entry.value));
-        }
-    });
-    return arrTaken;
 }
 
 }  // namespace zr

@@ -69,6 +69,7 @@ public:
     bool IsText() const { return bText; }
     bool HasName(const NameKey& _key) const;  // Name() without regard to case
     bool HasTag(const NameKey& _key) const;   // Tag() without regard to case
+    uint64_t HashOfName() const;              // of Name(); 0 for a text
     uint64_t TypeHash() const;                // of Tag() up to a dot; 0 for a text
 
     // The name of the attribute that is really the node's name; null when there is none. New children inherit it.
@@ -135,13 +136,18 @@ public:
     size_t ChildCount() const;  // texts and hidden ones too
     XMLNodeRef ChildNodeAt(size_t _i) const;
     XMLNodeRef FindChildNode(const NameKey& _key, size_t _nOccurrence = 0) const;
+    // The first child of that name which has it otherwise than by an id: it says something of this node.
+    XMLNodeRef FindSettingNode(const NameKey& _key) const;
     std::vector<XMLNodeRef> ChildNodes() const;
     // Puts the first child of each name into _pFound, as many as there are keys, empty where there is none. Returns
     // whether there is any.
     bool FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const;
-    // Children that are neither texts nor hidden.
+    // Children that are neither texts nor hidden; an id hides nobody.
     size_t ElementCount() const;
     XMLNodeRef ElementNodeAt(size_t _i) const;
+    std::vector<XMLNodeRef> ElementNodes() const;
+    // Counts how often names have become free below this node: while it stands still, what was taken is.
+    uint32_t NamesFreed() const;
     // The node at a path; with _bCreate the missing ones are made. _pLast (may be null): the walk stops one short and
     // gives the last name back. Empty: there is none, or the path is too deep.
     XMLNodeRef FindNode(std::u16string_view _path, bool _bCreate = false, std::u16string_view* _pLast = nullptr);
@@ -230,6 +236,7 @@ private:
     XMLNodeRef FindOrMakeChild(const NameKey& _key);
     void RenameNode(std::u16string_view _name, bool _bById);
     size_t FindChildPosition(const XMLNodeBase* _pChild) const ZR_REQUIRES_SHARED(lockChildren);
+    bool IsElement(const NAMED_ENTRY<XMLNodeRef>& _child) const ZR_REQUIRES_SHARED(lockChildren);
     XMLNodeBase* FirstText() const ZR_REQUIRES_SHARED(lockChildren);
     void JoinTexts(size_t _i) ZR_REQUIRES(lockChildren);
     size_t Depth() const;
@@ -251,8 +258,9 @@ private:
 
     // In the order in which the end of a tree touches them, which is most of what it costs.
     std::atomic<uint32_t> nReferences{1};
-    bool bText = false;                          // set before anybody else knows the node
-    std::atomic<bool> bNoFormat{false};          // the writer keeps the node on one line
+    bool bText = false;                  // set before anybody else knows the node
+    std::atomic<bool> bNoFormat{false};  // the writer keeps the node on one line
+    uint32_t nNamesFreed ZR_GUARDED_BY(lockChildren) = 0;
     std::atomic<XMLNodeBase*> pParent{nullptr};  // not counted; taken away under lockAttributes
     TreeSource* pHome = nullptr;                 // held: this node and perhaps its texts and attributes are in it
     NamedList<XMLNodeRef> arrChildren ZR_GUARDED_BY(lockChildren);  // texts have no name

@@ -150,6 +150,7 @@ void XMLNodeBase::TakeChildrenOver(XMLNodeBase& _fresh) ZR_NO_THREAD_SAFETY_ANAL
     CRWWriteScope lock(lockChildren, "XMLNodeBase::TakeChildrenOver");
     for (const auto& entry : arrChildren) entry.value->ForgetParent();
     std::swap(arrChildren, _fresh.arrChildren);  // the old ones go with _fresh
+    ++nNamesFreed;
     for (const auto& entry : arrChildren) entry.value->pParent.store(this, std::memory_order_release);
 }
 

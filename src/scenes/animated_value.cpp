@@ -11,13 +11,13 @@ namespace {
 constexpr TIMED_NAME arrNames[kTimedNames] = {
     {u"show", 1.0, u"true"}, {u"x", 0.0, u"0.0"},     {u"y", 0.0, u"0.0"},          {u"w", 1.0, u"1.0"},
     {u"h", 1.0, u"1.0"},     {u"sx", 0.0, u"0"},      {u"sy", 0.0, u"0"},           {u"sw", 1.0, u"1.0"},
-    {u"sh", 1.0, u"1.0"},    {u"alpha", 1.0, u"1.0"}, {u"audio_gain", 0.0, u"0.0"}, {u"border", 1.0, u"1.0"},
+    {u"sh", 1.0, u"1.0"},    {u"alpha", 1.0, u"1.0"}, {u"audio_gain", 0.0, u"0.0"},
 };
 constexpr size_t kShow = static_cast<size_t>(eTimed::Show);
 constexpr size_t kGain = static_cast<size_t>(eTimed::AudioGain);
 
 // How each of them comes back when it moves by itself; 0: by the size of the element.
-constexpr double arrWraps[kTimedNames] = {-1, 0, 0, -1, -1, 1, 1, -1, -1, -1, -1, -1};
+constexpr double arrWraps[kTimedNames] = {-1, 0, 0, -1, -1, 1, 1, -1, -1, -1, -1};
 
 constexpr NameKey keyTime{u"time"};
 constexpr NameKey keyStart{u"_start_"};
@@ -122,14 +122,8 @@ std::optional<eTimed> TimedByHash(uint64_t _nHash) {
         case arrNames[8].key.nHash: return eTimed::Sh;
         case arrNames[9].key.nHash: return eTimed::Alpha;
         case arrNames[10].key.nHash: return eTimed::AudioGain;
-        case arrNames[11].key.nHash: return eTimed::Border;
         default: return std::nullopt;
     }
-}
-
-bool IsTimedName(const NameKey& _key) {
-    const std::optional<eTimed> e = TimedByHash(_key.nHash);
-    return e && static_cast<size_t>(*e) < kTimedChanging;
 }
 
 // ---------------------------------------------------------------------------------------------------------------------

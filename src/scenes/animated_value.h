@@ -12,10 +12,9 @@
 
 namespace zr {
 
-// The attributes that the drawing reads as numbers. All but the last can change over time.
-enum class eTimed : uint8_t { Show, X, Y, W, H, Sx, Sy, Sw, Sh, Alpha, AudioGain, Border };
-inline constexpr size_t kTimedNames = 12;
-inline constexpr size_t kTimedChanging = 11;
+// The attributes that the drawing reads as numbers, all of which can change over time.
+enum class eTimed : uint8_t { Show, X, Y, W, H, Sx, Sy, Sw, Sh, Alpha, AudioGain };
+inline constexpr size_t kTimedNames = 11;
 
 struct TIMED_NAME {
     NameKey key;
@@ -25,8 +24,7 @@ struct TIMED_NAME {
 const TIMED_NAME& TimedName(eTimed _e);
 // No value: the name is not one of them.
 std::optional<eTimed> TimedByHash(uint64_t _nHash);
-// Of those that can change over time.
-bool IsTimedName(const NameKey& _key);
+inline bool IsTimedName(const NameKey& _key) { return TimedByHash(_key.nHash).has_value(); }
 
 // How far "add" moves a value: the steps of a frame, and whether the new value is kept. Of the passes that draw one
 // frame the first moves and the others read what it kept.

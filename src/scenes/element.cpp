@@ -4,6 +4,10 @@
 #include <iterator>
 #include <utility>
 
+#include "attributes/name_path.h"
+#include "platform/wide_text.h"
+#include "scenes/element_names.h"
+
 namespace zr {
 
 void ScenesShared::Discard(XMLNodeRef _pNode) {
@@ -19,6 +23,14 @@ void ScenesShared::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) {
 ScenesShared::DISCARDED ScenesShared::TakeDiscarded() {
     MutexLock hold(mtx);
     return std::exchange(discarded, {});
+}
+
+ElementReadLock::ElementReadLock(const CoElement& _element) ZR_NO_THREAD_SAFETY_ANALYSIS : pShared(_element.Shared()) {
+    if (pShared) pShared->lock.EnterRead();
+}
+
+ElementReadLock::~ElementReadLock() ZR_NO_THREAD_SAFETY_ANALYSIS {
+    if (pShared) pShared->lock.LeaveRead();
 }
 
 ElementLock::ElementLock(const CoElement& _element, const char* _szLabel) ZR_NO_THREAD_SAFETY_ANALYSIS
@@ -42,17 +54,38 @@ void CoElement::Discard(std::vector<ObjectsMap::ObjectPtr> _arrObjects) const {
 }
 
 ElementPtr CoElement::Setting(const NameKey& _key) const {
-    ElementPtr p = FindChild(_key);
-    if (!p || p->HasTag(_key)) return p;
-    for (size_t i = 0; (p = ChildAt(i)); ++i)
-        if (!p->IsText() && p->HasName(_key) && p->HasTag(_key)) break;
-    return p;
+    return ElementPtr::Attach(static_cast<CoElement*>(FindSettingNode(_key).Detach()));
 }
 
 ElementPtr CoElement::Top() {
     ElementPtr p(this);
     for (ElementPtr pUp = Parent(); pUp; pUp = p->Parent()) p = pUp;
     return p;
+}
+
+std::u16string CoElement::FreeID(std::u16string_view _type) {
+    std::u16string strID(_type);
+    if (!FindChild(NameKey(strID))) return strID;
+    MutexLock lock(mtx);
+    if (!pNumbers) pNumbers = std::make_unique<NEXT_NUMBERS>();
+    if (const uint32_t n = NamesFreed(); std::exchange(pNumbers->nNamesFreed, n) != n) pNumbers->map.clear();
+    uint64_t& nNext = pNumbers->map.try_emplace(NameHash(_type), 1).first->second;
+    for (;; ++nNext) {
+        strID.assign(_type).append(u"_");
+        AppendPadded(strID, nNext, 3);
+        if (!FindChild(NameKey(strID))) return strID;
+    }
+}
+
+void CoElement::SetByPath(std::u16string_view _path, std::u16string_view _value) {
+    ElementPtr p(this);
+    for (std::u16string_view segment; p && CutPath(_path, segment);) {
+        if (segment.empty()) continue;
+        const NameKey key(segment);
+        ElementPtr pNext = element::IsSettingNode(key.nHash) ? p->Setting(key) : p->FindChild(key);
+        p = pNext ? pNext : p->Add(segment);
+    }
+    if (p && !p->IsText()) p->SetAttribute(_path, _value);
 }
 
 ElementPtr CoElement::CreateTop(std::u16string_view _tag, std::shared_ptr<ScenesShared> _pShared) {

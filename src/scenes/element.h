@@ -2,9 +2,10 @@
 // One element of a scene. A scene is a tree of them: where each stream stands on the output picture.
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "attributes/attributes_impl.h"
@@ -74,6 +75,14 @@ public:
     ElementPtr Setting(const NameKey& _key) const;
     // The element at the top of the tree. Under the scenes lock.
     ElementPtr Top();
+    // An id for a new child of a type: the type, or else with the lowest number that is free. Under the scenes lock.
+    std::u16string FreeID(std::u16string_view _type);
+    // Sets an attribute at once. Names of settings in the path are those of settings, whatever has such an id.
+    void SetByPath(std::u16string_view _path, std::u16string_view _value);
+
+    // --- Mix thread
+
+    uint64_t nDropped = 0;  // it is hidden, and was at that ScenesShared::Changes: nothing below has a picture
 
     // --- Of a root
 
@@ -81,12 +90,12 @@ public:
 
     // Views that wait for their turn, and what each is told.
     struct VIEW_QUEUE {
-        std::deque<std::u16string> arrPending;
+        std::vector<std::u16string> arrPending;  // the next one last
         double dblStepTime = 0;
         std::u16string strStepParam;
     };
-    Mutex mtxViews;  // a leaf
-    VIEW_QUEUE views ZR_GUARDED_BY(mtxViews);
+    Mutex mtx;  // before the locks of the tree
+    VIEW_QUEUE views ZR_GUARDED_BY(mtx);
 
 private:
     friend class XMLNodeImpl<CoElement, ElementPtr>;
@@ -95,6 +104,25 @@ private:
     XMLNodeBase* NewNode(TreeSource* _pSource) const override;
 
     std::shared_ptr<ScenesShared> pShared;  // set before anybody else knows the node
+
+    // By the hash of a type: the first number behind it that may be free. Good while no name becomes free.
+    struct NEXT_NUMBERS {
+        uint32_t nNamesFreed = 0;
+        std::unordered_map<uint64_t, uint64_t> map;
+    };
+    std::unique_ptr<NEXT_NUMBERS> pNumbers ZR_GUARDED_BY(mtx);  // made when they are needed
+};
+
+// Holds the scenes lock of an element for reading, if it has one.
+class ElementReadLock {
+public:
+    explicit ElementReadLock(const CoElement& _element);
+    ~ElementReadLock();
+    ElementReadLock(const ElementReadLock&) = delete;
+    ElementReadLock& operator=(const ElementReadLock&) = delete;
+
+private:
+    const std::shared_ptr<ScenesShared> pShared;
 };
 
 // Holds the scenes lock of an element exclusively, if it has one.

@@ -19,13 +19,14 @@ constexpr NameKey keyAccel{u"_change_accel_"};
 constexpr NameKey keyStart{u"_start_"};
 constexpr NameKey keyChangeTime{u"_change_time_"};
 constexpr NameKey keyDelayTime{u"_delay_time_"};
+constexpr NameKey keyLast{u"_stream_last_"};
 
 // How deep showing goes on with what is nested; a scene from outside may be deeper than the stack.
 constexpr int32_t kMaxNested = 64;
 
 template <class F>
 void ForEachTimed(F _f) {
-    for (size_t i = 0; i < kTimedChanging; ++i) _f(TimedName(static_cast<eTimed>(i)));
+    for (size_t i = 0; i < kTimedNames; ++i) _f(TimedName(static_cast<eTimed>(i)));
 }
 
 bool ReadShow(const XMLNodeBase& _node) {
@@ -135,20 +136,6 @@ Shown ShowChange(CoElement& _from, CoElement& _element, double _dblTime, double 
     return Shown::kTimed;
 }
 
-// The values that a change under way has reached become the start of the next.
-void KeepReached(CoElement& _element, CoElement& _from) {
-    ForEachTimed([&](const TIMED_NAME& _name) {
-        if (!_from.HasOwnAttribute(_name.key)) return;
-        const double dbl = AnimatedValue(_element, _name.key, _name.dblFallback, -1, -1);
-        if (_name.key.nHash == kShow.nHash)
-            _from.SetAttribute(_name.key.text, dbl != 0);
-        else
-            _from.SetAttribute(_name.key.text, dbl);
-    });
-    _from.RemoveAttribute(keyStart.text);
-    _from.RemoveAttribute(keyDelayTime.text);
-}
-
 void CopyTarget(const CoElement& _target, CoElement& _element) {
     if (!_target.HasOwnAttribute(keyAccel)) {
         _element.CopyAttributesFrom(_target, eZrUT_Update);
@@ -158,6 +145,38 @@ void CopyTarget(const CoElement& _target, CoElement& _element) {
     pCopy->CopyAttributesFrom(_target, eZrUT_Update);
     pCopy->RemoveAttribute(keyAccel.text);
     _element.CopyAttributesFrom(*pCopy, eZrUT_Update);
+}
+
+// The state that an element is hiding to is that of the element, but for what its way of hiding says.
+void ChangeHidden(CoElement& _element, const CoElement& _target) {
+    const ElementPtr pHide = _element.Setting(kNodeHide);
+    if (!pHide) return;
+    CopyTarget(_target, *pHide);
+    if (const ElementPtr pWay = _element.Setting(kOnHide))
+        pHide->CopyAttributesFrom(*pWay, eZrUT_Update);
+    else
+        pHide->SetAttribute(kAlpha.text, 0.0);
+}
+
+// The values that a change under way has reached become the start of the next. _bKeepDelay: so does what is left of its
+// delay.
+void KeepReached(CoElement& _element, CoElement& _from, bool _bKeepDelay) {
+    ForEachTimed([&](const TIMED_NAME& _name) {
+        if (!_from.HasOwnAttribute(_name.key)) return;
+        const double dbl = AnimatedValue(_element, _name.key, _name.dblFallback, -1, -1);
+        if (_name.key.nHash == kShow.nHash)
+            _from.SetAttribute(_name.key.text, dbl != 0);
+        else
+            _from.SetAttribute(_name.key.text, dbl);
+    });
+    const double dblStart = _from.AttributeOr(keyStart.text, -1.0);
+    const double dblRun = dblStart >= 0 ? _from.AttributeOr(keyLast.text, dblStart) - dblStart : 0;
+    const double dblLeft = _from.AttributeOr(keyDelayTime.text, 0.0) - dblRun;
+    _from.RemoveAttribute(keyStart.text);
+    if (_bKeepDelay && dblLeft > 0)
+        _from.SetAttribute(keyDelayTime.text, dblLeft);
+    else
+        _from.RemoveAttribute(keyDelayTime.text);
 }
 
 }  // namespace
@@ -170,10 +189,12 @@ void BeginChange(CoElement& _element, const CoElement& _target, double _dblTime,
     }
     // What the change starts from is put together beside the element, as the values are read from it all the while.
     const ElementPtr pOld = _element.Setting(kNodeFrom);
+    // It is showing or hiding, and that is not what changes now.
+    const bool bGoesOn = pOld && pOld->HasOwnAttribute(kShow) && !_target.HasOwnAttribute(kShow);
     const ElementPtr pFrom = CoElement::CreateTop(kNodeFrom.text, _element.Shared());
     if (pOld) {
         pOld->CopyTo(*pFrom, false, eZrUT_ClearDest);
-        KeepReached(_element, *pFrom);
+        KeepReached(_element, *pFrom, bGoesOn);
     }
     if (const double dblAccel = _target.AttributeOr(keyAccel.text, -1000.0); dblAccel > -1000)
         pFrom->SetAttribute(keyAccel.text, dblAccel);
@@ -184,7 +205,11 @@ void BeginChange(CoElement& _element, const CoElement& _target, double _dblTime,
     CopyTarget(_target, _element);
 
     ElementPtr pHide;
-    const Shown eShown = ShowChange(*pFrom, _element, _dblTime, _dblDelay, _pdblTotal, pHide, _nDepth);
+    Shown eShown = Shown::kTimed;
+    if (bGoesOn)
+        ChangeHidden(_element, _target);
+    else
+        eShown = ShowChange(*pFrom, _element, _dblTime, _dblDelay, _pdblTotal, pHide, _nDepth);
     const bool bChange = eShown == Shown::kTimed || HasTimed(*pFrom);
     if (bChange) {
         pFrom->SetAttribute(keyChangeTime.text, _dblTime);
@@ -335,7 +360,7 @@ namespace {
 // Paths go to the element at once, names to the target.
 void Take(CoElement& _element, std::u16string_view _name, std::u16string_view _value, CoElement& _target) {
     if (FindPathSeparator(_name) != _name.npos)
-        _element.SetAttribute(_name, _value);
+        _element.SetByPath(_name, _value);
     else
         _target.SetOwnAttribute(_name, _value);
 }

@@ -1,6 +1,7 @@
 #include "scenes/element_face.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,7 +12,6 @@
 #include "attributes/name_path.h"
 #include "attributes/schema.h"
 #include "attributes/xml_file.h"
-#include "platform/wide_text.h"
 #include "scenes/animated_value.h"
 #include "scenes/element_change.h"
 #include "scenes/element_names.h"
@@ -91,13 +91,20 @@ void SetElement(CoElement& _element, std::u16string_view _type, const DESCRIPTIO
     if (!_type.empty() && !_element.HasTag(kScene)) _element.SetTag(_type);
 }
 
-std::u16string FreeID(const CoElement& _parent, std::u16string_view _type) {
-    std::u16string strID(_type);
-    for (uint64_t n = 1; _parent.FindChild(NameKey(strID)); ++n) {
-        strID.assign(_type).append(u"_");
-        AppendPadded(strID, n, 3);
+// Where the new parent does not take it, it stays where it is.
+HRESULT MoveTo(CoElement& _element, CoElement& _from, CoElement& _to) {
+    const ElementPtr pSelf(&_element);
+    const std::vector<XMLNodeRef> arr = _from.ChildNodes();
+    const auto it = std::find_if(arr.begin(), arr.end(), [&](const XMLNodeRef& _p) { return _p.Get() == &_element; });
+    if (!_from.RemoveChild(&_element)) return ZR_E_NOT_FOUND;
+    HRESULT hr = E_UNEXPECTED;
+    try {
+        if (_to.AppendChild(pSelf)) hr = S_OK;
+    } catch (const std::bad_alloc&) {
+        hr = E_OUTOFMEMORY;
     }
-    return strID;
+    if (Failed(hr)) _from.InsertChild(pSelf, it - arr.begin());
+    return hr;
 }
 
 }  // namespace
@@ -116,7 +123,7 @@ HRESULT ElementFace::ParentSet(IZrElement* _pParent) {
     if (!_pParent) return Detach(0);
     return InterfaceCall([&] {
         const ElementPtr pParent = QueryAs<CoElement>(_pParent);
-        if (!pParent) return E_INVALIDARG;
+        if (!pParent || pParent->IsText()) return E_INVALIDARG;
         if (pParent.Get() == &element) return kCircular;
         if (pParent->Shared() != element.Shared()) return E_INVALIDARG;
         ElementLock lock(element, "ElementParentSet");
@@ -126,9 +133,7 @@ HRESULT ElementFace::ParentSet(IZrElement* _pParent) {
         for (ElementPtr p = pParent; p; p = p->Parent())
             if (p.Get() == &element) return kCircular;
         if (pOld->Top() != pParent->Top()) DropRunTimeState(element);
-        const ElementPtr pSelf(&element);
-        if (!pOld->RemoveChild(&element)) return ZR_E_NOT_FOUND;
-        return pParent->AppendChild(pSelf) ? S_OK : E_UNEXPECTED;
+        return MoveTo(element, *pOld, *pParent);
     });
 }
 
@@ -237,7 +242,7 @@ HRESULT ElementFace::Detach(double _dblTime) {
 
 HRESULT ElementFace::AbsolutePosGet(double* _pdblX, double* _pdblY, double* _pdblW, double* _pdblH) const {
     return InterfaceCall([&] {
-        ElementLock lock(element, "ElementAbsolutePosGet");
+        const ElementReadLock lock(element);
         const RECT_F rect = AbsolutePlace(element);
         if (_pdblX) *_pdblX = static_cast<double>(rect.left);
         if (_pdblY) *_pdblY = static_cast<double>(rect.top);
@@ -302,12 +307,12 @@ ElementPtr MakeChild(const CoElement& _parent, std::u16string_view _type, const 
     return pChild;
 }
 
-void NameChild(const CoElement& _parent, CoElement& _child, std::u16string_view _id) {
+void NameChild(CoElement& _parent, CoElement& _child, std::u16string_view _id) {
     const std::u16string strType = _child.Tag();
     if (_parent.HasTag(kView) || IsFaceType(strType))
         _child.Rename(strType);
     else
-        _child.SetOwnAttribute(CoElement::kId, _id.empty() ? FreeID(_parent, strType) : std::u16string(_id));
+        _child.SetOwnAttribute(CoElement::kId, _id.empty() ? _parent.FreeID(strType) : std::u16string(_id));
 }
 
 }  // namespace
@@ -320,6 +325,7 @@ HRESULT ElementFace::Add(const char16_t* _bsID, const char16_t* _bsType, const c
         const bool bInView = element.HasTag(kView);
         if (NameHash(type) == kView.nHash && !bInView) return kBadName;
         if (!type.empty() && !IsXmlName(type)) return E_INVALIDARG;
+        if (FindPathSeparator(id) != id.npos) return E_INVALIDARG;
         DESCRIPTION description;
         if (const HRESULT hr = ReadDescription(_bsProps, element, description); Failed(hr)) return hr;
         const ElementPtr pChild = MakeChild(element, type, description);

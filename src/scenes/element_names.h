@@ -1,7 +1,6 @@
 #pragma once
 // The names that elements are made of.
 
-#include <algorithm>
 #include <initializer_list>
 
 #include "scenes/element.h"
@@ -47,7 +46,7 @@ inline constexpr NameKey kScene{u"zr_scene"};
 inline constexpr NameKey kView{u"view"};
 
 inline bool IsOneOf(uint64_t _nHash, std::initializer_list<NameKey> _arrKeys) {
-    return std::any_of(_arrKeys.begin(), _arrKeys.end(), [&](const NameKey& _key) { return _key.nHash == _nHash; });
+    return HasHash({_arrKeys.begin(), _arrKeys.size()}, _nHash);
 }
 
 // Settings of an element and companions of its change: no elements of their own.

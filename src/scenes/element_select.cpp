@@ -1,7 +1,10 @@
 #include "scenes/element_select.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "attributes/attribute_line.h"
@@ -16,20 +19,29 @@ using namespace element;
 
 constexpr std::u16string_view kOnInvoke = u"on_invoke";
 
-// Calls _f for an element and all below it, settings and texts left out.
+// Calls _f(CoElement&) for an element and all below it, settings and texts left out, in the order of the tree, until it
+// returns false.
 template <class F>
-void ForEachElement(const ElementPtr& _pTop, F _f) {
+void WhileElements(const ElementPtr& _pTop, F _f) {
     std::vector<ElementPtr> arrWaiting{_pTop};
     while (!arrWaiting.empty()) {
         const ElementPtr p = std::move(arrWaiting.back());
         arrWaiting.pop_back();
-        _f(*p);
-        const size_t nCount = p->ChildCount();
-        for (size_t i = nCount; i-- > 0;) {
+        if (!_f(*p)) return;
+        for (size_t i = p->ChildCount(); i-- > 0;) {
             ElementPtr pChild = p->ChildAt(i);
-            if (pChild && !pChild->IsText() && !IsSettingNode(pChild->TypeHash())) arrWaiting.push_back(pChild);
+            if (pChild && !pChild->IsText() && !IsSettingNode(pChild->TypeHash()))
+                arrWaiting.push_back(std::move(pChild));
         }
     }
+}
+
+template <class F>
+void ForEachElement(const ElementPtr& _pTop, F _f) {
+    WhileElements(_pTop, [&](CoElement& _element) {
+        _f(_element);
+        return true;
+    });
 }
 
 // What is selected by default: the whole of the parent.
@@ -113,22 +125,31 @@ void RestoreSelections(CoElement& _scene) {
 
 namespace {
 
-// By a path, or anywhere below by the id.
-ElementPtr FindElement(CoElement& _scene, std::u16string_view _path) {
-    if (ElementPtr p = _scene.Find(_path); p && p.Get() != &_scene) return p;
-    ElementPtr pFound;
-    const NameKey key(_path);
-    ForEachElement(ElementPtr(&_scene), [&](CoElement& _element) {
-        if (!pFound && &_element != &_scene && _element.HasName(key)) pFound = ElementPtr(&_element);
+// Elements of a scene, each by a path, or else anywhere in it by the id; empty where there is none. One walk for all.
+std::vector<ElementPtr> FindElements(CoElement& _scene, std::span<const std::u16string> _arrPaths) {
+    std::vector<ElementPtr> arrFound(_arrPaths.size());
+    std::unordered_map<uint64_t, size_t> mapWanted;
+    for (size_t i = 0; i < arrFound.size(); ++i) {
+        arrFound[i] = _scene.Find(_arrPaths[i]);
+        if (arrFound[i].Get() == &_scene) arrFound[i] = {};
+        if (!arrFound[i]) mapWanted.try_emplace(NameHash(_arrPaths[i]), i);
+    }
+    if (mapWanted.empty()) return arrFound;
+    WhileElements(ElementPtr(&_scene), [&](CoElement& _element) {
+        const auto it = &_element == &_scene ? mapWanted.end() : mapWanted.find(_element.HashOfName());
+        if (it == mapWanted.end()) return true;
+        arrFound[it->second] = ElementPtr(&_element);
+        mapWanted.erase(it);
+        return !mapWanted.empty();
     });
-    return pFound;
+    return arrFound;
 }
 
 // A camera looks from where its target is.
 void FollowTarget(CoElement& _scene, CoElement& _camera, double _dblTime) {
     std::u16string strTarget;
     if (!_camera.HasTag(u"camera") || !_camera.GetAttribute(u"target_id", strTarget) || strTarget.empty()) return;
-    const ElementPtr pTarget = FindElement(_scene, strTarget);
+    const ElementPtr pTarget = FindElements(_scene, {&strTarget, 1})[0];
     if (!pTarget || pTarget.Get() == &_camera) return;
     const ElementPtr pPosition = CoElement::CreateTop(u"position");
     std::u16string strValue;
@@ -139,21 +160,27 @@ void FollowTarget(CoElement& _scene, CoElement& _camera, double _dblTime) {
 
 // Each attribute of a view is the id of an element and what that is to become. False: nothing has begun that will end.
 bool GoToView(CoElement& _scene, const CoElement& _view, std::u16string_view _param, double _dblTime) {
+    std::vector<std::u16string> arrIds, arrLines;
     std::u16string strID, strLine;
-    bool bBegun = false;
     for (size_t i = 0; _view.AttributeAt(i, &strID, &strLine); ++i) {
         if (NameHash(strID) == NameHash(kOnInvoke)) continue;
-        const ElementPtr pElement = FindElement(_scene, strID);
-        if (!pElement) continue;
         if (!_param.empty()) strLine.append(u" ").append(_param);
-        ChangeByLine(*pElement, strLine, _dblTime);
+        arrIds.push_back(std::move(strID));
+        arrLines.push_back(std::move(strLine));
+    }
+    const std::vector<ElementPtr> arrElements = FindElements(_scene, arrIds);
+    bool bBegun = false;
+    for (size_t i = 0; i < arrElements.size(); ++i) {
+        const ElementPtr& pElement = arrElements[i];
+        if (!pElement) continue;
+        ChangeByLine(*pElement, arrLines[i], _dblTime);
         FollowTarget(_scene, *pElement, _dblTime);
         bBegun |= _dblTime > 0 && pElement->Setting(kNodeFrom) && IsDrawn(*pElement);
     }
     return bBegun;
 }
 
-void AppendNames(std::u16string_view _list, std::deque<std::u16string>& _arrNames) {
+void AppendNames(std::u16string_view _list, std::vector<std::u16string>& _arrNames) {
     constexpr std::u16string_view kBreaks = u" ,\t\r\n";
     for (;;) {
         const size_t nFirst = _list.find_first_not_of(kBreaks);
@@ -182,9 +209,10 @@ HRESULT InvokeView(CoElement& _view, std::u16string_view _param, double _dblTime
         queue.dblStepTime = _dblTime > 0 ? _dblTime / static_cast<double>(queue.arrPending.size() + 1) : 0;
         queue.strStepParam = _param;
         queue.arrPending.push_back(u"view::" + _view.Name());
+        std::reverse(queue.arrPending.begin(), queue.arrPending.end());
     }
     {
-        MutexLock lock(pScene->mtxViews);
+        MutexLock lock(pScene->mtx);
         pScene->views = std::move(queue);
     }
     if (bDirect)
@@ -199,10 +227,10 @@ bool RunViewStep(CoElement& _scene) {
     for (;;) {
         double dblTime = 0;
         {
-            MutexLock lock(_scene.mtxViews);
+            MutexLock lock(_scene.mtx);
             if (_scene.views.arrPending.empty()) return false;
-            strPath = std::move(_scene.views.arrPending.front());
-            _scene.views.arrPending.pop_front();
+            strPath = std::move(_scene.views.arrPending.back());
+            _scene.views.arrPending.pop_back();
             strParam = _scene.views.strStepParam;
             dblTime = _scene.views.dblStepTime;
         }

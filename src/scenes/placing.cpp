@@ -147,14 +147,14 @@ RECT_F PlaceElement(const PLACE_INPUT& _input, const ZR_VID_PROPS* _pSource, con
     double dblW = Sane(_input.dblW), dblH = Sane(_input.dblH);
     const double dblPw = _parent.Width(), dblPh = _parent.Height();
     const double dblOutput = DisplayAspect(_output);
-    if (_input.bMaintainAr && _pSource && dblPw > 0 && dblPh > 0 && dblOutput > 0) {
+    const bool bSeen = _input.dblSw > 0 && _input.dblSh > 0;
+    if (_input.bMaintainAr && _pSource && dblPw != 0 && dblPh != 0 && dblOutput > 0 && bSeen) {
         const double dblSource = DisplayAspect(*_pSource) * Sane(_input.dblSw) / Sane(_input.dblSh);
-        const double dblParent = dblOutput * (dblPw / _output.nWidth) / (dblPh / AbsHeight(_output.nHeight));
-        if (dblSource > 0 && std::isfinite(dblSource) && dblParent > 0) {
+        if (dblSource > 0 && std::isfinite(dblSource)) {
             if (_input.bHasHeight)
-                dblW = std::copysign(dblH * dblSource / dblParent, dblH);
+                dblW = dblH * dblSource / dblOutput;
             else
-                dblH = std::copysign(dblW * dblParent / dblSource, dblW);
+                dblH = dblW * dblOutput / dblSource;
         }
     }
     const double dblX = Sane(_input.dblX) * dblPw, dblY = Sane(_input.dblY) * dblPh;

@@ -54,7 +54,7 @@ struct PLACE_INPUT {
 // The rectangle in output pixels. _source: the picture's record, null or invalid when there is none: it is not fitted
 // then. _previous: that of the sibling before, for the first one EmptyCursor(_parent).
 //
-// The fit is to the parent's own shape: in a group of half the output's width the picture is not squeezed.
+// The fit takes the parent to have the shape of the output: in a group of another shape the picture is stretched to it.
 RECT_F PlaceElement(const PLACE_INPUT& _input, const ZR_VID_PROPS* _pSource, const ZR_VID_PROPS& _output,
                     const RECT_F& _parent, const RECT_F& _previous);
 // Where the first child begins: the parent's upper left corner.

@@ -96,20 +96,21 @@ void SceneWalk::Draw(DrawContext& _context, CoElement& _scene, CoElement& _foreg
 
     const RECT_F root{0, 0, static_cast<float>(_context.target_props.nWidth),
                       static_cast<float>(AbsHeight(_context.target_props.nHeight))};
-    WalkChildren(_scene, root, pHighlight ? 0.5 : 1.0, 0);
+    WalkChildren(_scene, root, pHighlight ? 0.5 : 1.0, 0, false);
     pHighlight = nullptr;
     pContext = nullptr;
     bChangeEnded = _context.bChangeEnded;
 }
 
-void SceneWalk::WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth) {
+void SceneWalk::WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth,
+                             bool _bOutgoing) {
     if (_nDepth >= kMaxDrawDepth) return;
     RECT_F cursor = EmptyCursor(_parent);
     for (size_t i = 0;;) {
         const ElementPtr pChild = _element.ChildAt(i);
         if (!pChild) break;
         if (!pChild->IsText() &&
-            DrawElement(*pChild, {&_parent, &cursor, _dblAlpha, _nDepth}, kUnknown) == kRemoveElement &&
+            DrawElement(*pChild, {&_parent, &cursor, _dblAlpha, _nDepth, _bOutgoing}, kUnknown) == kRemoveElement &&
             _element.RemoveChild(pChild.Get())) {
             _element.Discard(pChild);
             continue;  // the next one has moved to this place
@@ -171,16 +172,20 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
     const ElementValues values(_element, context.now, context.motion, other);
 
     if (values.Progress() > 1) {
-        const bool bGone = EndOfChange(_element, bRemove, _nTypeOfClone == kUnknown) == kRemoveElement;
+        const bool bGone = EndOfChange(_element, bRemove, !_visit.bOutgoing) == kRemoveElement;
         if (bGone) return kRemoveElement;
     }
     if (!values.Shown()) {
         const bool bGone = bRemove && !(values.IsChanging() && values.Progress() <= 1);
-        DropBelow(_element, _visit.nDepth, bGone);
-        if (bGone) return kRemoveElement;
+        if (bGone) {
+            DropBelow(_element, _visit.nDepth, true);
+            return kRemoveElement;
+        }
+        DropHidden(_element, _visit.nDepth);
         DrawClone(_element, _visit, nType);  // what it was is seen on its own
         return S_OK;
     }
+    _element.nDropped = 0;
     const double dblAlpha = &_element == pHighlight ? 1.0 : _visit.dblAlpha;
     if (nType == kTickerItem || nType == kLoadedItem || nType < 0 || nType > kVideo) {
         DrawClone(_element, _visit, nType);
@@ -213,8 +218,10 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
     *_visit.pCursor = rect;
     const size_t nChildren = _element.ChildCount();
     if (nChildren > 0) {
-        WalkChildren(_element, rect, item.dblAlpha, _visit.nDepth + 1);
-        DrawClone(_element, {_visit.pParent, &cursorOfClone, _visit.dblAlpha, _visit.nDepth}, nType);
+        WalkChildren(_element, rect, item.dblAlpha, _visit.nDepth + 1, _visit.bOutgoing);
+        VISIT visitClone = _visit;
+        visitClone.pCursor = &cursorOfClone;
+        DrawClone(_element, visitClone, nType);
     }
     return S_OK;
 }
@@ -224,7 +231,7 @@ void SceneWalk::DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nTy
     const ElementPtr pClone = _element.Setting(element::kClone);
     if (!pClone || _visit.nDepth >= kMaxDrawDepth) return;
     RECT_F cursor = *_visit.pCursor;
-    const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1};
+    const VISIT visit{_visit.pParent, &cursor, _visit.dblAlpha, _visit.nDepth + 1, true};
     // Where its type has gone with the change, it says what it was.
     std::u16string type;
     const int32_t nOwn = pClone->GetAttribute(element::kCloneType.text, type) ? TypeOf(TypeHashOf(type)) : _nType;
@@ -241,6 +248,14 @@ HRESULT SceneWalk::EndOfChange(CoElement& _element, bool _bRemove, bool _bEvent)
     if (!_bRemove) return S_OK;
     DropBelow(_element, 0, true);
     return kRemoveElement;
+}
+
+// Pictures come to be below a hidden element by a change only, as when one that is drawn is moved there.
+void SceneWalk::DropHidden(CoElement& _element, int32_t _nDepth) {
+    const uint64_t nChanges = _element.Shared() ? _element.Shared()->Changes() : 0;
+    if (nChanges != 0 && _element.nDropped == nChanges) return;
+    DropBelow(_element, _nDepth, false);
+    _element.nDropped = nChanges;
 }
 
 void SceneWalk::DropBelow(CoElement& _element, int32_t _nDepth, bool _bClone) {

@@ -87,12 +87,14 @@ private:
         RECT_F* pCursor;
         double dblAlpha;
         int32_t nDepth;
+        bool bOutgoing;  // below a clone: nobody hears of the ends of its changes
     };
     struct TEXTS;
 
-    void WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth);
+    void WalkChildren(CoElement& _element, const RECT_F& _parent, double _dblAlpha, int32_t _nDepth, bool _bOutgoing);
     HRESULT DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone);
     HRESULT EndOfChange(CoElement& _element, bool _bRemove, bool _bEvent);
+    void DropHidden(CoElement& _element, int32_t _nDepth);
     void DropBelow(CoElement& _element, int32_t _nDepth, bool _bClone);  // _bClone: with its clone
     void DrawClone(CoElement& _element, const VISIT& _visit, int32_t _nType);
     void Note(CoElement& _element, const RECT_F& _rect, const RECT_F& _crop);

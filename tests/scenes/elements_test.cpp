@@ -56,6 +56,46 @@ TEST_F(Elements, AreAddedOrReplaced) {
     EXPECT_EQ(pScene->ElementsMediaAdd(nullptr, nullptr, u"bars", nullptr, nullptr, 0), E_NOTIMPL);
 }
 
+// The lowest number that is free, whatever has become of the others.
+TEST_F(Elements, GetTheLowestFreeNumber) {
+    const auto next = [&](const char16_t* _szType = u"video") { return Add(nullptr, _szType, nullptr); };
+    for (int i = 0; i < 3; ++i) next();
+    EXPECT_EQ(next(), "video_003");
+    EXPECT_EQ(next(u"img"), "img");
+    At_(u"video_001")->ElementDetach(0);
+    EXPECT_EQ(next(), "video_001");
+    At_(u"video_002")->Rename(u"other");
+    EXPECT_EQ(Add(u"VIDEO_004", u"img", nullptr), "VIDEO_004");
+    EXPECT_EQ(next(), "video_002");
+    EXPECT_EQ(next(), "video_005");
+    const ElementPtr pElsewhere = ElementOf(u"<zr_scene/>");
+    At_(u"video_003")->ElementParentSet(pElsewhere.As<IZrElement>().Get());
+    At_(u"video")->NodeNameSet(u"renamed");
+    EXPECT_EQ(next(), "video");
+    EXPECT_EQ(next(), "video_003");
+    pScene->Parse(u"<zr_scene><video id='video'/></zr_scene>");
+    EXPECT_EQ(next(), "video_001");
+    pScene->NodeRemoveAll(0);
+    EXPECT_EQ(next(), "video");
+}
+
+// What names a setting in a path, or hides a node, does so as a tag and not as the id of an element.
+TEST_F(Elements, AreNotTakenForSettings) {
+    EXPECT_EQ(Add(u"a::b", u"video", u""), "-");
+    EXPECT_EQ(hr, E_INVALIDARG) << "nobody would find it";
+    EXPECT_EQ(Add(u"g", u"group", u""), "g");
+    const ElementPtr pG = At_(u"g");
+    for (const char16_t* sz : {u"vary", u"attributes_info"}) Add(sz, u"video", u"", 0, pG);
+    int32_t nCount = 0;
+    EXPECT_EQ(pG->ElementsGetCount(&nCount), S_OK);
+    EXPECT_EQ(nCount, 2);
+    EXPECT_EQ(pG->ElementMultipleSet(u"vary::x=0.5 vary::y=0.25", 0), S_OK);
+    EXPECT_EQ(pScene->ElementMultipleSet(u"g::vary::x=1 g::new::x=1 g::new::add::x=2", 0), S_OK);
+    EXPECT_EQ(XmlOf(*pG),
+              "<group id='g'><video id='vary'/><video id='attributes_info'/><vary x='1' y='0.25'/>"
+              "<new x='1'><add x='2'/></new></group>");
+}
+
 // A type is what the element is written as.
 TEST_F(Elements, HaveTypesThatCanBeWritten) {
     Add(u"a", u"video.big-2_x", u"");
@@ -99,6 +139,9 @@ TEST_F(Elements, AreFoundMovedAndTakenOut) {
     EXPECT_EQ(pA->ElementParentSet(pScene.As<IZrElement>().Get()), S_OK);
     EXPECT_EQ(pScene->ChildAt(1), pA);
     EXPECT_EQ(pScene->ElementParentSet(pG.As<IZrElement>().Get()), ZR_E_NOT_FOUND);
+    pScene->AppendText(u"text");
+    EXPECT_EQ(pA->ElementParentSet(pScene->ChildAt(2).As<IZrElement>().Get()), E_INVALIDARG);
+    EXPECT_EQ(pA->Parent(), pScene) << "and stays where it is";
 
     EXPECT_EQ(pA->ElementDetach(5), S_OK) << "at once where nobody draws";
     EXPECT_FALSE(pA->HasParent());

@@ -34,7 +34,10 @@ public:
         std::snprintf(sz, sizeof(sz), "#%d:%.2f ", n, _video.dblAlpha);
         if (n != 0) strLog += ToUtf8(_video.element.Name()) + sz;
     }
-    void DropVideo(CoElement& _element) override { _element.RemoveObject(element::kVideoBlock); }
+    void DropVideo(CoElement& _element) override {
+        ++nDrops;
+        _element.RemoveObject(element::kVideoBlock);
+    }
     void ChangeEnded(CoElement& _scene) override { RunViewStep(_scene); }
     void RaiseEvent(const char16_t* _szName, const char16_t* _szEvent, const char16_t*, IUnknown*) override {
         strLog += "[" + ToUtf8(_szEvent) + " " + ToUtf8(_szName) + "] ";
@@ -43,13 +46,14 @@ public:
 
     std::string strLog;
     bool bQuiet = false;
-    int nPictures = 0;
+    int nPictures = 0, nDrops = 0;
 };
 
 class SceneDraw : public testing::Test {
 protected:
     void Make(std::u16string_view _xml) {
-        pScene = ElementOf(_xml);
+        pScene = CoElement::CreateTop(u"zr_scene", pShared);
+        pScene->Parse(_xml);
         pScene->bSceneActive = true;
         Frame();
     }
@@ -76,6 +80,7 @@ protected:
     }
     ElementPtr At_(const char16_t* _szPath) { return pScene->Find(_szPath); }
 
+    const std::shared_ptr<ScenesShared> pShared = std::make_shared<ScenesShared>();
     Screen screen;
     SceneWalk walk{screen};
     ElementPtr pScene;
@@ -129,6 +134,29 @@ TEST_F(SceneDraw, CrossFadesOnePictureToAnother) {
     std::string strRest;
     for (int i = 0; i < 4; ++i) strRest += Frame();
     EXPECT_EQ(strRest, "x#2:1.00 [trans-done x] x#2:1.00 x#2:1.00 x#2:1.00 ");
+    Make(u"<zr_scene><group id='g'><video id='in'/></group></zr_scene>");
+    At_(u"g::in")->ElementDoubleSet(u"x", 0.5, 0.1);
+    ASSERT_EQ(At_(u"g")->ElementSet(nullptr, u"<group/>", 0.4), S_OK);
+    for (int i = 0; i < 8; ++i) strRest += Frame();
+    EXPECT_EQ(strRest.find("clone"), strRest.npos) << "nor of what goes with it: " << strRest;
+}
+
+// What is hidden is gone through once, and again when something may have come to be there.
+TEST_F(SceneDraw, LetsHiddenPicturesGoOnce) {
+    Make(u"<zr_scene><group id='g'><video id='a'/><group><video id='b'/></group></group><video id='c'/></zr_scene>");
+    At_(u"g")->ElementBoolSet(u"show", false, 0);
+    Frame();
+    const int nDrops = screen.nDrops;
+    EXPECT_EQ(FrameAfter(3), "c#3:1.00 ");
+    EXPECT_EQ(screen.nDrops, nDrops);
+    At_(u"c")->ElementParentSet(At_(u"g").As<IZrElement>().Get());
+    EXPECT_EQ(Frame(), "");
+    EXPECT_FALSE(At_(u"g::c")->Object(element::kVideoBlock));
+    At_(u"g")->ElementBoolSet(u"show", true, 0.2);
+    EXPECT_EQ(FrameAfter(4), "a#4:1.00 b#5:1.00 c#6:1.00 ");
+    At_(u"g")->ElementBoolSet(u"show", false, 0.1);
+    FrameAfter(4);
+    EXPECT_FALSE(At_(u"g::a")->Object(element::kVideoBlock)) << "and when it is hidden by time";
 }
 
 // What has the name of a setting by its id is an element.

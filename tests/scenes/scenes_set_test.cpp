@@ -154,6 +154,10 @@ TEST_F(Scenes, KnowTheirElements) {
     Text text;
     const ElementPtr p = set.Active();
     p->Parse(u"<zr_scene><video id='v'/></zr_scene>");
+    const uint64_t nChanges = set.Shared().Changes();
+    double dblX;
+    EXPECT_EQ(p->Find(u"v")->ElementAbsolutePosGet(&dblX, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(set.Shared().Changes(), nChanges) << "who asks changes nothing";
     EXPECT_EQ(p->Find(u"v")->ElementInfoGet(nullptr, text.Out()), S_FALSE) << "a scene that was never activated";
     Add(nullptr, u"b");
     set.ActiveSet(u"b", nullptr), set.ActiveSet(u"scene_000", nullptr);

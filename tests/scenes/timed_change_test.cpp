@@ -192,6 +192,30 @@ TEST(TimedChange, NestsThreeDeep) {
     EXPECT_TRUE(At(p->Find(u"b::c"), 4.5).Shown());
 }
 
+// What else is changed meanwhile begins nothing of it anew.
+TEST(TimedChange, ShowsAndHidesWhileOtherThingsChange) {
+    const ElementPtr pIn = ElementOf(u"<group show='no'><on_show nested='true'/><video id='a'/></group>");
+    ElementChange(*pIn, u"show", u"true", 4);  // a waits for 2 seconds
+    const ElementPtr pA = pIn->Find(u"a");
+    At(pA, 0), At(pA, 0.75);
+    ElementChange(*pA, u"y", u"0.5", 1);
+    EXPECT_EQ(pA->AttributeOr(u"node_from::_delay_time_", 0.0), 1.25);
+    EXPECT_FALSE(At(pA, 0.75).Shown() || At(pA, 1.9).Shown());
+    EXPECT_TRUE(At(pA, 2.1).Shown());
+
+    const ElementPtr pOut = ElementOf(u"<group w='1'><on_hide nested='true' h='0.5'/><video id='b'/></group>");
+    ElementChange(*pOut, u"show", u"false", 4);
+    const ElementPtr pB = pOut->Find(u"b");
+    At(pOut, 0), At(pB, 0), At(pOut, 2), At(pB, 2);
+    ElementChange(*pOut, {}, u"w=0.2 h=0.1", 1);
+    EXPECT_NEAR(At(pB, 2)[eTimed::Alpha], 0.5, kEps) << "half gone";
+    EXPECT_TRUE(At(pOut, 2).Shown());
+    const ElementValues values = At(pOut, 9);
+    EXPECT_FALSE(values.Shown());
+    EXPECT_EQ(values[eTimed::W], 0.2);
+    EXPECT_EQ(values[eTimed::H], 0.5) << "hides its way all the same";
+}
+
 TEST(TimedChange, RefusesAndEnds) {
     const ElementPtr p = ElementOf(u"<video id='a' x='0.1'/>");
     EXPECT_EQ(ElementChange(*p, u"x", u"0.1", 1), S_FALSE);
