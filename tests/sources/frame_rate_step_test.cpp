@@ -58,6 +58,7 @@ void CheckAll(const MEDIA_SCRIPT& _script, RATE _out) {
         const SCRIPT_FRAME frame(_frame);
         while (nPicture + 1 < _script.Frames() && IsBy(_script.StartOf(nPicture + 1), nSlot, _out)) ++nPicture;
         ASSERT_EQ(frame.nPicture, nPicture) << nSlot;
+        ASSERT_EQ(frame.nData, nPicture != nLast) << nSlot;
         ASSERT_EQ(frame.rtStart, TicksOf(nSlot, _out));
         ASSERT_EQ(frame.rtEnd, TicksOf(nSlot + 1, _out));
         uint32_t nFlags = nSlot == 0 ? 0x1 : nPicture == nLast ? 0x11 : 0;

@@ -77,6 +77,7 @@ struct MEDIA_SCRIPT {
         time.eFFlags = _eFlags;
         if (bLive) time.eFFlags |= eZrFF_Live;
         pFrame->ZrFTimeSet(&time);
+        pFrame->ZrFDataSet(u"C608", sizeof(_n), reinterpret_cast<int64_t>(&_n));  // captions: for one showing only
         return pFrame;
     }
 
@@ -92,6 +93,7 @@ struct SCRIPT_FRAME {
     int64_t nPicture = -1;
     int64_t rtStart = 0, rtEnd = 0;
     eZrFrameFlags eFlags = eZrFF_None;
+    int32_t nData = 0;  // attached blocks
     std::vector<int32_t> arrSamples;
 
     explicit SCRIPT_FRAME(IZrFFrame& _frame) {
@@ -101,6 +103,7 @@ struct SCRIPT_FRAME {
         rtStart = info.mTime.rtStartTime;
         rtEnd = info.mTime.rtEndTime;
         eFlags = info.mTime.eFFlags;
+        nData = info.nDataCount;
         const auto* p = reinterpret_cast<const int32_t*>(info.lpAudio);
         if (p) arrSamples.assign(p, p + info.lAudioSamples);
     }

@@ -73,7 +73,7 @@ TEST(OverlayPicture, AnyFormatIsConvertedThenMixed) {
                                    baseProps = Props(fccBase, 64, 24, 8);
                 const Bytes over = test::HarshBytes(rng, PictureBytes(overProps));
                 Bytes base = test::HarshBytes(rng, PictureBytes(baseProps)), want = base;
-                const tagRECT overRect{12, 4, 48, 20}, baseRect{-6, 10, 40, 60};
+                const tagRECT overRect{14, 4, 48, 20}, baseRect{-6, 10, 40, 60};  // 14: within a group of v210
                 const MIX_OPTIONS options{0.7, false, 0};
                 ASSERT_EQ(OverlayPicture(engine, base.data(), baseProps, &baseRect, over.data(), overProps, &overRect,
                                          bMask ? &mask : nullptr, options),
