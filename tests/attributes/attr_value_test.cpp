@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 #include "zr/utf8.h"
 
@@ -34,17 +35,14 @@ TEST(AttrValue, Bools) {
 }
 
 TEST(AttrValue, Integers) {
-    const struct {
-        const char* sz;
-        int64_t n;
-    } arrCases[] = {
+    const std::tuple<const char*, int64_t> arrCases[] = {
         {"42", 42},  {"-42", -42}, {"0x1F", 31}, {"-0x10", -16}, {"010", 8},  {"08", 0},
         {" \t7", 7}, {"+7", 7},    {"12px", 12}, {"1.9", 1},     {"true", 1}, {"TRUE", 1},
         {"yes", 0},  {"", 0},      {"0x", 0},    {"--1", 0},     {"abc", 0},
     };
-    for (const auto& c : arrCases) {
-        EXPECT_EQ(Read<int32_t>(c.sz), c.n) << c.sz;
-        EXPECT_EQ(Read<int64_t>(c.sz), c.n) << c.sz;
+    for (const auto& [sz, n] : arrCases) {
+        EXPECT_EQ(Read<int32_t>(sz), n) << sz;
+        EXPECT_EQ(Read<int64_t>(sz), n) << sz;
     }
     EXPECT_EQ(Read<int64_t>("9223372036854775807"), std::numeric_limits<int64_t>::max());
     EXPECT_EQ(Read<int64_t>("99999999999999999999"), -1);  // read without a sign, the largest there is
@@ -57,14 +55,11 @@ TEST(AttrValue, Integers) {
 }
 
 TEST(AttrValue, Doubles) {
-    const struct {
-        const char* sz;
-        double dbl;
-    } arrCases[] = {
+    const std::tuple<const char*, double> arrCases[] = {
         {"0.25", 0.25}, {"-1e3", -1000}, {"50%", 0.5}, {"50 %", 50}, {"true", 1}, {".5", 0.5}, {"5e-2", 0.05},
         {"5.", 5},      {"1.5x", 1.5},   {" 2", 2},    {"", 0},      {"x", 0},    {"%", 0},
     };
-    for (const auto& c : arrCases) EXPECT_DOUBLE_EQ(Read<double>(c.sz), c.dbl) << c.sz;
+    for (const auto& [sz, dbl] : arrCases) EXPECT_DOUBLE_EQ(Read<double>(sz), dbl) << sz;
     const struct {
         double dbl;
         const char* sz;
@@ -81,12 +76,7 @@ TEST(AttrValue, Doubles) {
 }
 
 TEST(AttrValue, MeasuresKeepTheirUnit) {
-    const struct {
-        const char* szIn;
-        double dbl;
-        AttrUnit eUnit;
-        const char* szOut;
-    } arrCases[] = {
+    const std::tuple<const char*, double, AttrUnit, const char*> arrCases[] = {
         {"12.5%", 12.5, AttrUnit::kPercent, "12.500%"},
         {"10px", 10, AttrUnit::kPixels, "10px"},
         {"2.5px", 2.5, AttrUnit::kPixels, "3px"},
@@ -94,11 +84,11 @@ TEST(AttrValue, MeasuresKeepTheirUnit) {
         {"7", 7, AttrUnit::kNone, "7.00"},
         {"7em", 7, AttrUnit::kNone, "7.00"},
     };
-    for (const auto& c : arrCases) {
-        const auto measure = Read<AttrMeasure>(c.szIn);
-        EXPECT_DOUBLE_EQ(measure.dblValue, c.dbl) << c.szIn;
-        EXPECT_EQ(measure.eUnit, c.eUnit) << c.szIn;
-        EXPECT_EQ(Print(measure), c.szOut);
+    for (const auto& [szIn, dbl, eUnit, szOut] : arrCases) {
+        const auto measure = Read<AttrMeasure>(szIn);
+        EXPECT_DOUBLE_EQ(measure.dblValue, dbl) << szIn;
+        EXPECT_EQ(measure.eUnit, eUnit) << szIn;
+        EXPECT_EQ(Print(measure), szOut);
     }
 }
 
@@ -113,20 +103,16 @@ TEST(AttrValue, Identifiers) {
 }
 
 TEST(AttrValue, FourCharacterCodes) {
-    const struct {
-        const char* sz;
-        uint32_t nCode;
-        const char* szPrinted;
-    } arrCases[] = {
+    const std::tuple<const char*, uint32_t, const char*> arrCases[] = {
         {"UYVY", 0x59565955, "UYVY"},   {"uyvy", 0x59565955, "UYVY"},
         {"v210", 0x30313276, "v210"},   {"ARGB32", 0x773C9AC0, "ARGB32"},
         {"rgb24", 0xE436EB7D, "RGB24"}, {"BI_RLE8", 1, "BI_RLE8"},
         {"avc1", 0x31637661, "avc1"},   {"ARGB4444", 0x6E6415E6, "ARGB4444"},
         {"toolong", 0, "BI_RGB"},       {"abc", 0, "BI_RGB"},
     };
-    for (const auto& c : arrCases) {
-        EXPECT_EQ(Read<AttrFourCC>(c.sz).nCode, c.nCode) << c.sz;
-        EXPECT_EQ(Print(AttrFourCC{c.nCode}), c.szPrinted);
+    for (const auto& [sz, nCode, szPrinted] : arrCases) {
+        EXPECT_EQ(Read<AttrFourCC>(sz).nCode, nCode) << sz;
+        EXPECT_EQ(Print(AttrFourCC{nCode}), szPrinted);
     }
     EXPECT_EQ(Print(AttrFourCC{0xE436EB7B}), "RGB565");
     EXPECT_EQ(Print(AttrFourCC{0x12}), "0x12");
@@ -159,10 +145,7 @@ TEST(AttrValue, Colours) {
 }
 
 TEST(AttrValue, Times) {
-    const struct {
-        const char* szIn;
-        const char* szOut;
-    } arrCases[] = {
+    const std::tuple<const char*, const char*> arrCases[] = {
         {"1:30:00", "01:30:00"},
         {"1:30", "01:30:00"},
         {"90", "01:30:00"},
@@ -178,7 +161,7 @@ TEST(AttrValue, Times) {
         {"31.05.2024 0:00:00", "2024-05-31 00:00:00"},
         {"", "00:00:00"},
     };
-    for (const auto& c : arrCases) EXPECT_EQ(Print(Read<AttrDateTime>(c.szIn)), c.szOut) << c.szIn;
+    for (const auto& [szIn, szOut] : arrCases) EXPECT_EQ(Print(Read<AttrDateTime>(szIn)), szOut) << szIn;
 }
 
 TEST(AttrValue, ReadingChangesTheKindAndPrintsWhatWasSet) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "attributes/attributes_impl.h"
 #include "attributes/faces.h"
 #include "attributes/node_impl.h"
@@ -17,23 +19,18 @@ TEST(AttributeSet, MultipleSetReadsALineOfPaths) {
     EXPECT_EQ(XmlOf(*p), "<node a='1'>\r\n\t<x y='1'/>\r\n</node>");
 }
 
-struct SET_CASE {
-    const char* szName;
-    eZrUpdateType eUpdate;
-    const char* szAfter;
-};
-constexpr SET_CASE arrSetCases[] = {
+constexpr std::tuple<const char*, eZrUpdateType, const char*> arrSetCases[] = {
     {"add_new_keeps", eZrUT_AddNew, " a='1' c='3' b='8'"},
     {"update_overwrites", eZrUT_Update, " a='7' c='3' b='8'"},
     {"clear_dest_removes_first", eZrUT_ClearDest, " a='7' b='8'"},
 };
 
 TEST(AttributeSet, SetTakesOverByMode) {
-    for (const SET_CASE& set : arrSetCases) {
-        SCOPED_TRACE(set.szName);
+    for (const auto& [szName, eUpdate, szAfter] : arrSetCases) {
+        SCOPED_TRACE(szName);
         const XMLNodePtr pSource = NodeWith("a='7' b='8'"), pTarget = NodeWith("a='1' c='3'");
-        EXPECT_EQ(pTarget->AttributesSet(pSource.Get(), set.eUpdate), S_OK);
-        EXPECT_EQ(LineOf(*pTarget), set.szAfter);
+        EXPECT_EQ(pTarget->AttributesSet(pSource.Get(), eUpdate), S_OK);
+        EXPECT_EQ(LineOf(*pTarget), szAfter);
     }
     const XMLNodePtr p = NodeWith("a='1' b='2'");
     EXPECT_EQ(p->AttributesSet(p.Get(), eZrUT_ClearDest), S_OK);

@@ -4,6 +4,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "attributes/name_hash.h"
@@ -12,19 +13,14 @@
 namespace zr {
 namespace {
 
-struct HASH_CASE {
-    const char16_t* szName;
-    uint64_t nIgnoringCase, nExact;
-};
-constexpr HASH_CASE arrHashes[] = {
+constexpr std::tuple<const char16_t*, uint64_t, uint64_t> arrHashes[] = {
 #include "expected/name_hash.inc"
 };
 
 TEST(NameHash, EqualsTheIndependentCalculation) {
-    for (const HASH_CASE& c : arrHashes) {
-        EXPECT_EQ(NameHash(c.szName), c.nIgnoringCase)
-            << std::string(c.szName, c.szName + std::u16string_view(c.szName).size());
-        EXPECT_EQ(NameHash(c.szName, NameCase::kExact), c.nExact);
+    for (const auto& [szName, nIgnoringCase, nExact] : arrHashes) {
+        EXPECT_EQ(NameHash(szName), nIgnoringCase) << std::string(szName, szName + std::u16string_view(szName).size());
+        EXPECT_EQ(NameHash(szName, NameCase::kExact), nExact);
     }
     static_assert(NameHash(u"abcdefghi") == NameKey(u"ABCDEFGHI").nHash);  // at compile time the same
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "attributes/faces.h"
 #include "attributes/node_impl.h"
 
@@ -167,17 +169,15 @@ TEST(NodeFace, RawBodyGoesInAndOutAsXml) {
     Text value;
     EXPECT_EQ(p->NodeValueGet(value.Out()), S_OK);
     EXPECT_EQ(Shown(value), "");
-    const struct {
-        const char* szIn;
-        const char* szOut;
-    } arrCases[] = {{"plain", "plain"},
-                    {"one <b k='1'>two</b> three", "one <b k='1'>two</b> three"},
-                    {"<b/><i>x</i>", "<b/><i>x</i>"},
-                    {"", ""}};
-    for (const auto& body : arrCases) {
-        EXPECT_EQ(p->NodeValueSet(Wide(body.szIn).c_str()), S_OK);
+    const std::tuple<const char*, const char*> arrCases[] = {
+        {"plain", "plain"},
+        {"one <b k='1'>two</b> three", "one <b k='1'>two</b> three"},
+        {"<b/><i>x</i>", "<b/><i>x</i>"},
+        {"", ""}};
+    for (const auto& [szIn, szOut] : arrCases) {
+        EXPECT_EQ(p->NodeValueSet(Wide(szIn).c_str()), S_OK);
         EXPECT_EQ(p->NodeValueGet(value.Out()), S_OK);
-        EXPECT_EQ(Shown(value), body.szOut);
+        EXPECT_EQ(Shown(value), szOut);
         int32_t nCount = 99;
         EXPECT_EQ(p->NodeGetCount(&nCount), S_OK);
         EXPECT_EQ(nCount, 0);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "attributes/mixer_keys.h"
 #include "attributes/props_support.h"
 
@@ -11,11 +13,7 @@ using Notes = std::vector<std::string>;
 TEST(PropsHooks, EachKeySetsItsOwnThingInMotion) {
     PropsObject object(MixerProfile());
     object.bNoteKeys = true;
-    const struct {
-        const char* szKey;
-        const char* szValue;
-        Notes arrNotes;
-    } arrCases[] = {
+    const std::tuple<const char*, const char*, Notes> arrCases[] = {
         {"active_frc", "2", {"frc 2"}},
         {"object::output.min_buffers", "3", {"buffers 3 1"}},  // in step with the sources: at least 1
         {"object::output.max_buffers", "4", {"buffers 3 4"}},
@@ -27,23 +25,20 @@ TEST(PropsHooks, EachKeySetsItsOwnThingInMotion) {
         {"object::zrdelay.time", "5", {"object::zrdelay.time <null>->5"}},  // nobody there to take it
         {"preview.type", "x", {}},
     };
-    for (const auto& change : arrCases) {
-        EXPECT_EQ(object.Set(change.szKey, change.szValue), S_OK);
-        EXPECT_EQ(object.Notes(), change.arrNotes) << change.szKey;
+    for (const auto& [szKey, szValue, arrNotes] : arrCases) {
+        EXPECT_EQ(object.Set(szKey, szValue), S_OK);
+        EXPECT_EQ(object.Notes(), arrNotes) << szKey;
     }
 }
 
 TEST(PropsHooks, BackgroundIsRebuiltWhenItStopsGoingStraightOut) {
     PropsObject object(MixerProfile());
-    const struct {
-        size_t nStreams;
-        const char* szValue;
-        Notes arrNotes;
-    } arrCases[] = {{2, "true", {}}, {1, "false", {}}, {2, "false", {"background"}}};
-    for (const auto& change : arrCases) {
-        object.nStreams = change.nStreams;
-        EXPECT_EQ(object.Set("background.direct_out", change.szValue), S_OK);
-        EXPECT_EQ(object.Notes(), change.arrNotes);
+    const std::tuple<size_t, const char*, Notes> arrCases[] = {
+        {2, "true", {}}, {1, "false", {}}, {2, "false", {"background"}}};
+    for (const auto& [nStreams, szValue, arrNotes] : arrCases) {
+        object.nStreams = nStreams;
+        EXPECT_EQ(object.Set("background.direct_out", szValue), S_OK);
+        EXPECT_EQ(object.Notes(), arrNotes);
     }
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "attributes/file_keys.h"
 #include "attributes/mixer_keys.h"
 #include "attributes/props_support.h"
@@ -25,10 +27,7 @@ protected:
 TEST_F(PropsStart, KeysStandWhereTheyBelong) {
     PropsObject object(MixerProfile());
     ASSERT_EQ(object.Start(), S_OK);
-    const struct {
-        const char* szKey;
-        const char* szValue;
-    } arrCases[] = {
+    const std::tuple<const char*, const char*> arrCases[] = {
         {"object::sync_mode", "true"},
         {"file::in_preroll", "1.0"},
         {"object::in_preroll", "S_FALSE <null>"},
@@ -42,7 +41,7 @@ TEST_F(PropsStart, KeysStandWhereTheyBelong) {
         {"object::default_name", "ZrMixer"},
         {"audio", ""},
     };
-    for (const auto& key : arrCases) EXPECT_EQ(object.Get(key.szKey), key.szValue) << key.szKey;
+    for (const auto& [szKey, szValue] : arrCases) EXPECT_EQ(object.Get(szKey), szValue) << szKey;
 }
 
 TEST_F(PropsStart, HostIsCalledInOrder) {
@@ -67,20 +66,17 @@ TEST_F(PropsStart, SceneIsLoadedOnlyWhenItIsWantedAndThere) {
     const fs::path scene = folder / "scene.xml";
     std::ofstream(scene) << "<zr_scene/>";
     const std::string strThere = "last_scene.path = '" + scene.string() + "'\n";
-    const struct {
-        const char* szName;
-        std::string strStore;
-        bool bLoaded;
-    } arrCases[] = {{"not_wanted", strThere + "last_scene.load = 0\n", false},
-                    {"wanted", strThere + "last_scene.load = 2\n", true},
-                    {"no_path", "last_scene.path = \"\"\nlast_scene.load = 1\n", false},
-                    {"no_file", "last_scene.path = \"/none/scene.xml\"\nlast_scene.load = 1\n", false}};
-    for (const auto& load : arrCases) {
-        Write("zrmixer.conf", load.strStore);
+    const std::tuple<const char*, std::string, bool> arrCases[] = {
+        {"not_wanted", strThere + "last_scene.load = 0\n", false},
+        {"wanted", strThere + "last_scene.load = 2\n", true},
+        {"no_path", "last_scene.path = \"\"\nlast_scene.load = 1\n", false},
+        {"no_file", "last_scene.path = \"/none/scene.xml\"\nlast_scene.load = 1\n", false}};
+    for (const auto& [szName, strStore, bLoaded] : arrCases) {
+        Write("zrmixer.conf", strStore);
         PropsObject object(MixerProfile());
         ASSERT_EQ(object.Start(), S_OK);
         const auto arrNotes = object.Notes();
-        EXPECT_EQ(std::count(arrNotes.begin(), arrNotes.end(), "empty scene"), load.bLoaded ? 0 : 1) << load.szName;
+        EXPECT_EQ(std::count(arrNotes.begin(), arrNotes.end(), "empty scene"), bLoaded ? 0 : 1) << szName;
     }
 }
 
@@ -96,17 +92,14 @@ TEST_F(PropsStart, UserValuesGoOverTheDefaults) {
 
     PropsObject object(MixerProfile());
     ASSERT_EQ(object.Start(), S_OK);
-    const struct {
-        const char* szKey;
-        const char* szValue;
-    } arrCases[] = {{"deinterlace", "1"},
-                    {"pause_changes", "1"},
-                    {"object::big", "-5000000000"},
-                    {"object::sync_mode", "no"},
-                    {"object::sub::value", "deep"},
-                    {"object::inner::two::n", "-3"},
-                    {"object::cut_overlapped", "true"}};
-    for (const auto& value : arrCases) EXPECT_EQ(object.Get(value.szKey), value.szValue) << value.szKey;
+    const std::tuple<const char*, const char*> arrCases[] = {{"deinterlace", "1"},
+                                                             {"pause_changes", "1"},
+                                                             {"object::big", "-5000000000"},
+                                                             {"object::sync_mode", "no"},
+                                                             {"object::sub::value", "deep"},
+                                                             {"object::inner::two::n", "-3"},
+                                                             {"object::cut_overlapped", "true"}};
+    for (const auto& [szKey, szValue] : arrCases) EXPECT_EQ(object.Get(szKey), szValue) << szKey;
     EXPECT_TRUE(object.Props().Root()->AttributeOr(u"deinterlace", false));
     EXPECT_FALSE(object.Props().IsSynchronous());
 
@@ -160,10 +153,7 @@ TEST_F(PropsStart, FileSourceHasItsOwnKeysAndStore) {
     Write("zrmixer.conf", "img.tone = 1\n");
     PropsObject object(FileProfile());
     ASSERT_EQ(object.Start(), S_OK);
-    const struct {
-        const char* szKey;
-        const char* szValue;
-    } arrCases[] = {
+    const std::tuple<const char*, const char*> arrCases[] = {
         {"file::loop", "1"},
         {"file::seek_timecode", "true"},
         {"file::img.default_duration", "3600.0"},
@@ -177,23 +167,20 @@ TEST_F(PropsStart, FileSourceHasItsOwnKeysAndStore) {
         {"pull_mode.wait_till_get", "200"},
         {"pause_changes", "S_FALSE <null>"},
     };
-    for (const auto& key : arrCases) EXPECT_EQ(object.Get(key.szKey), key.szValue) << key.szKey;
+    for (const auto& [szKey, szValue] : arrCases) EXPECT_EQ(object.Get(szKey), szValue) << szKey;
     EXPECT_EQ(object.Notes().front(), "name ZrFile ZrFile.xml");
 }
 
 TEST_F(PropsStart, ConfigurationFileKeepsAnExtension) {
-    const struct {
-        const char* szName;
-        const char* szNote;
-    } arrCases[] = {{"show.cfg", "name show.cfg show.cfg"},
-                    {"v1.2/show", "name v1.2/show v1.2/show.xml"},
-                    {"v1.2\\show", "name v1.2\\show v1.2\\show.xml"},
-                    {"", "name ZrMixer ZrMixer.xml"}};
-    for (const auto& name : arrCases) {
-        Write("zrmixer.conf", std::string("default_name = '") + name.szName + "'\n");
+    const std::tuple<const char*, const char*> arrCases[] = {{"show.cfg", "name show.cfg show.cfg"},
+                                                             {"v1.2/show", "name v1.2/show v1.2/show.xml"},
+                                                             {"v1.2\\show", "name v1.2\\show v1.2\\show.xml"},
+                                                             {"", "name ZrMixer ZrMixer.xml"}};
+    for (const auto& [szName, szNote] : arrCases) {
+        Write("zrmixer.conf", std::string("default_name = '") + szName + "'\n");
         PropsObject object(MixerProfile());
         ASSERT_EQ(object.Start(), S_OK);
-        EXPECT_EQ(object.Notes().front(), name.szNote);
+        EXPECT_EQ(object.Notes().front(), szNote);
     }
 }
 

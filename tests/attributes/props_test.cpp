@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <thread>
+#include <tuple>
 
 #include "attributes/mixer_keys.h"
 #include "attributes/props_support.h"
@@ -23,15 +24,7 @@ TEST(Props, DefaultsStandInObjectAsTheirTypes) {
     EXPECT_FALSE(node.AttributeOr(u"background.direct_out", true));
 }
 
-struct STEP_CASE {
-    const char* szName;
-    const char* szTree;
-    const char* szKey;
-    const char* szValue;
-    HRESULT hr;
-    const char* szAfter;
-};
-constexpr STEP_CASE arrStepCases[] = {
+constexpr std::tuple<const char*, const char*, const char*, const char*, HRESULT, const char*> arrStepCases[] = {
     {"attribute", "<props a='1'/>", "A", "2", S_OK, "<props a='2'><object/></props>"},
     {"middle_nodes_are_made", "<props/>", "x::y::z", "1", S_OK, "<props><object/><x><y z='1'/></x></props>"},
     {"node_gets_the_text", "<props><a b='1'/></props>", "a", "text", S_OK, "<props><a b='1'>text</a><object/></props>"},
@@ -59,11 +52,11 @@ std::string TreeOf(PropsObject& _object) {
 }
 
 TEST(Props, SetGoesToTheAttributeOrTheNode) {
-    for (const STEP_CASE& step : arrStepCases) {
-        SCOPED_TRACE(step.szName);
-        PropsObject object(NodeOf(step.szTree));
-        EXPECT_EQ(object.Set(step.szKey, step.szValue), step.hr);
-        EXPECT_EQ(TreeOf(object), step.szAfter);
+    for (const auto& [szName, szTree, szKey, szValue, hr, szAfter] : arrStepCases) {
+        SCOPED_TRACE(szName);
+        PropsObject object(NodeOf(szTree));
+        EXPECT_EQ(object.Set(szKey, szValue), hr);
+        EXPECT_EQ(TreeOf(object), szAfter);
     }
     PropsObject object(NodeOf("<props/>"));
     EXPECT_EQ(object.PropsSet(nullptr, nullptr), E_INVALIDARG);
@@ -76,19 +69,16 @@ TEST(Props, GetAsksAttributeThenNodeThenDefault) {
     PropsObject object(
         NodeOf("<props a='1' n='2'><n>text</n><o k='3'/><attributes_info><d default='4'/>"
                "<a default='5'/><o><e default='6'/></o></attributes_info></props>"));
-    const struct {
-        const char* szKey;
-        const char* szValue;
-    } arrCases[] = {{"a", "1"},
-                    {"n", "2"},
-                    {"o::k", "3"},
-                    {"o", ""},
-                    {"d", "S_FALSE 4"},
-                    {"o::e", "S_FALSE 6"},
-                    {"x", "S_FALSE <null>"},
-                    {"x::y", "S_FALSE <null>"},
-                    {"dll-x", "S_FALSE <null>"}};
-    for (const auto& get : arrCases) EXPECT_EQ(object.Get(get.szKey), get.szValue) << get.szKey;
+    const std::tuple<const char*, const char*> arrCases[] = {{"a", "1"},
+                                                             {"n", "2"},
+                                                             {"o::k", "3"},
+                                                             {"o", ""},
+                                                             {"d", "S_FALSE 4"},
+                                                             {"o::e", "S_FALSE 6"},
+                                                             {"x", "S_FALSE <null>"},
+                                                             {"x::y", "S_FALSE <null>"},
+                                                             {"dll-x", "S_FALSE <null>"}};
+    for (const auto& [szKey, szValue] : arrCases) EXPECT_EQ(object.Get(szKey), szValue) << szKey;
     EXPECT_EQ(object.PropsGet(u"a", nullptr), E_POINTER);
     const std::string strXml = object.Get("");
     PropsObject copy(NodeOf(strXml));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "attributes/faces.h"
 
 namespace zr {
@@ -33,13 +35,7 @@ XMLNodePtr At(const XMLNodePtr& _pTop, size_t _nChild) { return _pTop->Find(u"la
 TEST(Schema, InfoComesFromTheNearestDescription) {
     const XMLNodePtr pTop = NodeOf(szScene);
     const XMLNodePtr pOwner = At(pTop, 4);
-    const struct {
-        const char* szName;
-        XMLNodePtr pNode;
-        const char16_t* szAttribute;
-        eZrInfoType eType;
-        const char* szInfo;
-    } arrCases[] = {
+    const std::tuple<const char*, XMLNodePtr, const char16_t*, eZrInfoType, const char*> arrCases[] = {
         {"kind", At(pTop, 0), u"pos", eZrIT_Default, "center"},
         {"help", At(pTop, 0), u"POS", eZrIT_Help, "Place"},
         {"no_help", At(pTop, 0), u"alpha", eZrIT_Help, "<null>"},
@@ -64,11 +60,11 @@ TEST(Schema, InfoComesFromTheNearestDescription) {
         {"parent_kept_away", pOwner->ElementAt(1), u"own", eZrIT_Default, "<null>"},
         {"path_through_the_tree", pTop, u"layer::video::pos", eZrIT_Default, "center"},
     };
-    for (const auto& info : arrCases) {
-        SCOPED_TRACE(info.szName);
+    for (const auto& [szName, pNode, szAttribute, eType, szInfo] : arrCases) {
+        SCOPED_TRACE(szName);
         Text text;
-        const HRESULT hr = info.pNode->AttributesInfoGet(info.szAttribute, info.eType, text.Out());
-        EXPECT_EQ(Shown(text), info.szInfo);
+        const HRESULT hr = pNode->AttributesInfoGet(szAttribute, eType, text.Out());
+        EXPECT_EQ(Shown(text), szInfo);
         EXPECT_EQ(hr, text ? S_OK : S_FALSE);
     }
     Text text;

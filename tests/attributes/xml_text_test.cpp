@@ -6,6 +6,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "attributes/attribute_line.h"
@@ -30,12 +31,7 @@ std::string Outline(const XMLNodeBase& _node) {
     return str + ")";
 }
 
-struct READ_CASE {
-    const char* szXml;
-    const char* szOutline;
-};
-
-const READ_CASE arrReads[] = {
+const std::tuple<const char*, const char*> arrReads[] = {
     // Tags
     {"<a/>", "a"},
     {"<a>", "a"},
@@ -88,10 +84,10 @@ const READ_CASE arrReads[] = {
 };
 
 TEST(XmlReader, TakesAnyTextInItsOwnWay) {
-    for (const READ_CASE& c : arrReads) {
+    for (const auto& [szXml, szOutline] : arrReads) {
         const XMLNodePtr p = CoXMLNode::Create(u"node");
-        EXPECT_EQ(p->Parse(ToUtf16(c.szXml).c_str()), S_OK) << c.szXml;
-        EXPECT_EQ(Outline(*p), c.szOutline) << c.szXml;
+        EXPECT_EQ(p->Parse(ToUtf16(szXml).c_str()), S_OK) << szXml;
+        EXPECT_EQ(Outline(*p), szOutline) << szXml;
     }
 }
 
@@ -137,12 +133,7 @@ TEST(XmlReader, TheIdIsTheName) {
 }
 
 TEST(XmlWriter, BreaksLinesAndQuotes) {
-    const struct {
-        const char* szXml;
-        int32_t nIndent;
-        bool bTextFlow;
-        const char* szOut;
-    } arrCases[] = {
+    const std::tuple<const char*, int32_t, bool, const char*> arrCases[] = {
         {"<a><b/><c x='1'/></a>", 0, false, "<a>\r\n\t<b/>\r\n\t<c x='1'/>\r\n</a>"},
         {"<a><b/><c x='1'/></a>", -1, false, "<a><b/><c x='1'/></a>"},
         {"<a><b><c/></b></a>", 2, false, "\t\t<a>\r\n\t\t\t<b>\r\n\t\t\t\t<c/>\r\n\t\t\t</b>\r\n\t\t</a>"},
@@ -152,10 +143,10 @@ TEST(XmlWriter, BreaksLinesAndQuotes) {
         {"<p>x<i>y</i>z</p>", 0, true, "<p>x<i>y</i>z</p>"},
         {"<a><p>x</p></a>", 0, true, "<a>\r\n\t<p>x</p>\r\n</a>"},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szXml, nIndent, bTextFlow, szOut] : arrCases) {
         std::u16string str;
-        NodeOf(c.szXml)->Write(str, {.nIndent = c.nIndent, .bTextFlow = c.bTextFlow});
-        EXPECT_EQ(ToUtf8(str), c.szOut) << c.szXml;
+        NodeOf(szXml)->Write(str, {.nIndent = nIndent, .bTextFlow = bTextFlow});
+        EXPECT_EQ(ToUtf8(str), szOut) << szXml;
     }
     // A value with both quotes loses the double ones, in the tree too.
     const XMLNodePtr p = NodeOf("<a/>");

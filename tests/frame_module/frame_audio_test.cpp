@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/channel_samples.h"
@@ -75,11 +76,7 @@ TEST(FrameAudio, ChannelRowsAreFloatsOfFullScaleOne) {
 
 TEST(FrameAudio, ChangesArriveByUpdateOnlyRoundedAndSaturated) {
     constexpr float fNan = std::numeric_limits<float>::quiet_NaN();
-    struct {
-        int32_t nBits;
-        float fValue;
-        double dblStored;
-    } const arrCases[] = {
+    const std::tuple<int32_t, float, double> arrCases[] = {
         {24, 1.5f, 1.0 - 0x1p-23},
         {24, -1.5f, -1.0},
         {24, 0.5f + 0x1p-23f, 0.5 + 0x1p-23},
@@ -93,15 +90,15 @@ TEST(FrameAudio, ChangesArriveByUpdateOnlyRoundedAndSaturated) {
         {8, 0.5f, 0.5},
         {-32, 3.0f, 3.0},  // float has no full scale to saturate at
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(testing::Message() << c.nBits << " bits " << c.fValue);
-        const ZrPtr<IZrFFrame> p = AudioFrame(c.nBits, 5);
+    for (const auto& [nBits, fValue, dblStored] : arrCases) {
+        SCOPED_TRACE(testing::Message() << nBits << " bits " << fValue);
+        const ZrPtr<IZrFFrame> p = AudioFrame(nBits, 5);
         const std::vector<uint8_t> arrBefore(AudioOf(*p).begin(), AudioOf(*p).end());
-        const auto cbSample = static_cast<size_t>(AudBytesPerSample(c.nBits));
-        ChannelOf<float>(*p, 1)[2] = c.fValue;
+        const auto cbSample = static_cast<size_t>(AudBytesPerSample(nBits));
+        ChannelOf<float>(*p, 1)[2] = fValue;
         EXPECT_TRUE(std::ranges::equal(AudioOf(*p), arrBefore));
         EXPECT_EQ(p->ZrFAudioChannelsUpdate(), S_OK);
-        EXPECT_EQ(ValueOf(c.nBits, &AudioOf(*p)[7 * cbSample]), c.dblStored);
+        EXPECT_EQ(ValueOf(nBits, &AudioOf(*p)[7 * cbSample]), dblStored);
         for (size_t i = 0; i < arrBefore.size(); ++i)
             if (i / cbSample != 7) {
                 EXPECT_EQ(AudioOf(*p)[i], arrBefore[i]) << i;
@@ -168,11 +165,7 @@ TEST(FrameAudio, RemapGivesTheOutputOrder) {
 }
 
 TEST(FrameAudio, FormatsThatCannotBeAreRefusedAndTheOldAudioStays) {
-    struct {
-        const char* szName;
-        ZR_AUD_PROPS props;
-        int32_t nSamples;
-    } const arrCases[] = {
+    const std::tuple<const char*, ZR_AUD_PROPS, int32_t> arrCases[] = {
         {"no_channels", {0, 48000, 16, 0}, 10},
         {"no_rate", {2, 0, 16, 0}, 10},
         {"odd_bits", {2, 48000, 17, 0}, 10},
@@ -181,8 +174,8 @@ TEST(FrameAudio, FormatsThatCannotBeAreRefusedAndTheOldAudioStays) {
         {"too_many_bytes", {128, 48000, 32, 0}, INT32_MAX},
     };
     const ZrPtr<IZrFFrame> p = AudioFrame(16, 4);
-    for (const auto& c : arrCases) {
-        EXPECT_EQ(p->ZrFAudioAlloc(&c.props, c.nSamples), E_INVALIDARG) << c.szName;
+    for (const auto& [szName, props, nSamples] : arrCases) {
+        EXPECT_EQ(p->ZrFAudioAlloc(&props, nSamples), E_INVALIDARG) << szName;
         EXPECT_EQ(InfoOf(*p).cbAudio, 24u);
         EXPECT_EQ(PropsOf(*p).audProps.nChannels, 3);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 #include "frame_builders.h"
 #include "video/color_convert.h"
@@ -87,28 +88,23 @@ TEST(FrameConvert, TimeAndAudioGoAlongAndWhatIsNotGivenIsTheSources) {
     time.rtEndTime = 800000;
     time.eFFlags = eZrFF_Break;
     ASSERT_EQ(pFrame->ZrFTimeSet(&time), S_OK);
-    struct {
-        const char* szName;
-        ZR_VID_PROPS wanted;
-        eZrFCC fcc;
-        int32_t nWidth, nHeight;
-    } const arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, eZrFCC, int32_t, int32_t> arrCases[] = {
         {"only_a_format", VidProps(eZrFCC_I420, 0, 0), eZrFCC_I420, 64, 36},
         {"rgb_comes_top_down", VidProps(eZrFCC_RGB24, 0, 0), eZrFCC_RGB24, 64, -36},
         {"only_a_size", VidProps(eZrFCC_Default, 32, 18), eZrFCC_UYVY, 32, 18},
         {"the_family_stays", VidProps(eZrFCC_HDYC, 32, 18), eZrFCC_UYVY, 32, 18},
         {"nothing", {}, eZrFCC_UYVY, 64, 36},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, wanted, fcc, nWidth, nHeight] : arrCases) {
+        SCOPED_TRACE(szName);
         ZrPtr<IZrFrame> pResult;
-        ASSERT_EQ(CZrFrameFactory::Shared().FrameConvertEx(Short(pFrame).Get(), 0, &c.wanted, pResult.Out(), nullptr),
+        ASSERT_EQ(CZrFrameFactory::Shared().FrameConvertEx(Short(pFrame).Get(), 0, &wanted, pResult.Out(), nullptr),
                   S_OK);
         const ZrPtr<IZrFFrame> pFull = pResult.As<IZrFFrame>();
         const ZRF_FRAME_INFO info = InfoOf(*pFull);
-        EXPECT_EQ(info.avProps.vidProps.fccType, c.fcc);
-        EXPECT_EQ(info.avProps.vidProps.nWidth, c.nWidth);
-        EXPECT_EQ(info.avProps.vidProps.nHeight, c.nHeight);
+        EXPECT_EQ(info.avProps.vidProps.fccType, fcc);
+        EXPECT_EQ(info.avProps.vidProps.nWidth, nWidth);
+        EXPECT_EQ(info.avProps.vidProps.nHeight, nHeight);
         EXPECT_EQ(info.avProps.vidProps.dblRate, 25);
         EXPECT_EQ(info.mTime.rtEndTime, 800000);
         EXPECT_EQ(info.mTime.eFFlags, eZrFF_Break);
@@ -183,15 +179,12 @@ TEST(FrameConvert, AStreamsFrameThatIsAsWantedIsAReference) {
     const ZR_VID_PROPS wanted = PropsOf(*pFrame).vidProps;
     FRAME_CONVERT_OPTIONS mirror;
     mirror.svMirror = u"vert";
-    struct {
-        int32_t nLevel;
-        FRAME_CONVERT_OPTIONS options;
-        bool bSame;
-    } const arrCases[] = {{2, {}, true}, {1, {}, false}, {2, mirror, false}};
-    for (const auto& c : arrCases) {
+    const std::tuple<int32_t, FRAME_CONVERT_OPTIONS, bool> arrCases[] = {
+        {2, {}, true}, {1, {}, false}, {2, mirror, false}};
+    for (const auto& [nLevel, options, bSame] : arrCases) {
         ZrPtr<IZrFrame> pResult;
-        ASSERT_EQ(pFormat->ConvertFrame_I(Short(pFrame).Get(), wanted, c.nLevel, c.options, pResult.Out()), S_OK);
-        EXPECT_EQ(InfoOf(*pResult.As<IZrFFrame>()).lpVideo == InfoOf(*pFrame).lpVideo, c.bSame);
+        ASSERT_EQ(pFormat->ConvertFrame_I(Short(pFrame).Get(), wanted, nLevel, options, pResult.Out()), S_OK);
+        EXPECT_EQ(InfoOf(*pResult.As<IZrFFrame>()).lpVideo == InfoOf(*pFrame).lpVideo, bSame);
     }
 }
 

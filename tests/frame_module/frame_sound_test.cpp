@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -33,15 +34,8 @@ Samples SoundIn(IZrFFrame& _frame) {
 double Db(double _dblGain) { return 20 * std::log10(_dblGain); }
 
 TEST(FrameSound, GainsOfTheListedChannelsRunLinearly) {
-    struct CASE {
-        const char* szName;
-        const char16_t* szChannels;
-        double dblStart, dblEnd;
-        HRESULT hr;
-        Samples expected;
-    };
     const Samples before = {1000, -1000, 2000, 30000, 1000, 1000, 1000, -30000};
-    const CASE arrCases[] = {
+    const std::tuple<const char*, const char16_t*, double, double, HRESULT, Samples> arrCases[] = {
         {"all halved", nullptr, 0.5, 0.5, S_OK, {500, -500, 1000, 15000, 500, 500, 500, -15000}},
         {"a ramp ends where the next block begins",
          u"",
@@ -52,11 +46,11 @@ TEST(FrameSound, GainsOfTheListedChannelsRunLinearly) {
         {"one channel", u"1", 2, 2, S_OK, {1000, -2000, 2000, 32767, 1000, 2000, 1000, -32768}},
         {"no such channel", u"0,2", 2, 2, ZR_E_BAD_INDEX, before},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, szChannels, dblStart, dblEnd, hr, expected] : arrCases) {
+        SCOPED_TRACE(szName);
         const ZrPtr<IZrFFrame> p = SoundFrame(before, 2);
-        EXPECT_EQ(p->ZrFAudioGain(c.szChannels, Db(c.dblStart), Db(c.dblEnd)), c.hr);
-        EXPECT_EQ(SoundIn(*p), c.expected);
+        EXPECT_EQ(p->ZrFAudioGain(szChannels, Db(dblStart), Db(dblEnd)), hr);
+        EXPECT_EQ(SoundIn(*p), expected);
     }
     EXPECT_EQ(EmptyFrame()->ZrFAudioGain(nullptr, 0, 0), ZR_E_EMPTY);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -305,30 +306,25 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
     EXPECT_EQ(EmptyFrame()->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), E_INVALIDARG);
 
     // What cannot be read line by line is not accepted.
-    struct {
-        const char* szName;
-        eZrFCC fccType;
-        int32_t nPlane, nStride;
-        HRESULT hr;
-    } const arrCases[] = {
+    const std::tuple<const char*, eZrFCC, int32_t, int32_t, HRESULT> arrCases[] = {
         {"view_without_a_stride", eZrFCC_RGB32, 1, 0, E_INVALIDARG},
         {"view_with_short_rows", eZrFCC_RGB32, 3, -63, E_INVALIDARG},
         {"fourth_of_three_planes", eZrFCC_I420, 3, 64, E_INVALIDARG},
         {"unknown_layout", FourCC('A', 'B', 'C', 'D'), 1, 64, ZR_E_NOT_SUPPORTED},
         {"third_view", eZrFCC_RGB32, 2, -64, S_OK},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szName, fccType, nPlane, nStride, hr] : arrCases) {
         ZrPtr<IZrFrame> pSized;
         ASSERT_EQ(Factory().FrameCreateSized(64 * 24, 0, 0, pSized.Out()), S_OK);
         ZR_AV_PROPS props;
-        props.vidProps = VidProps(c.fccType, 16, 8, 64);
+        props.vidProps = VidProps(fccType, 16, 8, 64);
         ASSERT_EQ(pSized->FrameAVPropsSet(&props), S_OK);
         const auto pSet = pSized.As<IZrFFrame>();
         views = PlanesOf(*pSet);
-        views.lpVideoPlanes[c.nPlane] = PlanesOf(*pRight).lpVideoPlanes[0];
-        views.cbVideoRowBytes[c.nPlane] = c.nStride;
-        EXPECT_EQ(pSet->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), c.hr) << c.szName;
-        EXPECT_EQ(InfoOf(*pSet).nDataCount, c.hr == S_OK) << c.szName;
+        views.lpVideoPlanes[nPlane] = PlanesOf(*pRight).lpVideoPlanes[0];
+        views.cbVideoRowBytes[nPlane] = nStride;
+        EXPECT_EQ(pSet->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), hr) << szName;
+        EXPECT_EQ(InfoOf(*pSet).nDataCount, hr == S_OK) << szName;
     }
 }
 

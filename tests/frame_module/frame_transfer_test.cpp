@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -138,15 +139,12 @@ TEST(FrameTransfer, SecondViewsAreCopiedAndTravel) {
             }
         }
         // The section of the planes comes last: four offsets, four row bytes.
-        struct {
-            size_t nFromEnd;
-            int64_t nValue;
-            size_t cb;
-        } const arrBad[] = {{48, -1, 8}, {40, 1 << 20, 8}, {40, INT64_MAX, 8}, {16, 0, 4}, {12, INT32_MIN, 4}};
-        for (const auto& bad : arrBad) {
+        const std::tuple<size_t, int64_t, size_t> arrBad[] = {
+            {48, -1, 8}, {40, 1 << 20, 8}, {40, INT64_MAX, 8}, {16, 0, 4}, {12, INT32_MIN, 4}};
+        for (const auto& [nFromEnd, nValue, cb] : arrBad) {
             std::vector<uint8_t> arr = arrGood;
-            std::memcpy(arr.data() + arr.size() - bad.nFromEnd, &bad.nValue, bad.cb);
-            EXPECT_EQ(Load(*pLoaded, arr), ZR_E_INVALID_DATA) << bad.nFromEnd << " " << bad.nValue;
+            std::memcpy(arr.data() + arr.size() - nFromEnd, &nValue, cb);
+            EXPECT_EQ(Load(*pLoaded, arr), ZR_E_INVALID_DATA) << nFromEnd << " " << nValue;
         }
     }
 }
@@ -178,12 +176,7 @@ TEST(FrameTransfer, BytesCutOrChangedAnywhereAreRefusedOrHarmless) {
 TEST(FrameTransfer, NumbersThatContradictTheBytesAreRefused) {
     const std::vector<uint8_t> arrGood = SavedBytes(*SmallFrame(), eZrFC_Full);
     constexpr size_t nProps = 24 + 16, nTime = nProps + 2144 + 16, nPicture = nTime + 48, nAudio = nPicture + 16 + 48;
-    struct {
-        const char* szName;
-        size_t nOffset;
-        uint64_t nValue;
-        size_t cb;
-    } const arrCases[] = {
+    const std::tuple<const char*, size_t, uint64_t, size_t> arrCases[] = {
         {"version", 4, 2, 2},
         {"sections_none", 8, 0, 4},
         {"sections_more", 8, 7, 4},
@@ -209,10 +202,10 @@ TEST(FrameTransfer, NumbersThatContradictTheBytesAreRefused) {
         {"channels_not_whole", nProps + 48, 3, 4},
     };
     const ZrPtr<IZrFFrame> pTarget = EmptyFrame();
-    for (const auto& c : arrCases) {
+    for (const auto& [szName, nOffset, nValue, cb] : arrCases) {
         std::vector<uint8_t> arr = arrGood;
-        std::memcpy(arr.data() + c.nOffset, &c.nValue, c.cb);
-        EXPECT_EQ(Load(*pTarget, arr), ZR_E_INVALID_DATA) << c.szName;
+        std::memcpy(arr.data() + nOffset, &nValue, cb);
+        EXPECT_EQ(Load(*pTarget, arr), ZR_E_INVALID_DATA) << szName;
     }
     // Counts that others walk arrays by are brought into range.
     std::vector<uint8_t> arr = arrGood;

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include "frame_module/frame_builders.h"
 
@@ -154,11 +155,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, PictureCutTest, testing::ValuesIn(arrFormats),
 
 TEST(PictureCut, RectanglesThatLeaveThePictureAreRefused) {
     const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 64, 32));
-    constexpr struct {
-        const char* szName;
-        int32_t nField;
-        tagRECT rect;
-    } arrCases[] = {
+    constexpr std::tuple<const char*, int32_t, tagRECT> arrCases[] = {
         {"empty", 0, {0, 0, 0, 0}},
         {"no_lines", 0, {0, 5, 64, 5}},
         {"inverted", 0, {20, 0, 10, 32}},
@@ -172,10 +169,10 @@ TEST(PictureCut, RectanglesThatLeaveThePictureAreRefused) {
         {"field_of_one_line", 1, {0, 4, 64, 5}},
         {"no_such_field", 3, {0, 0, 64, 32}},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szName, nField, rect] : arrCases) {
         ZrPtr<IZrFFrame> pCut;
-        EXPECT_EQ(pFrame->ZrFCut(c.nField, &c.rect, pCut.Out()), E_INVALIDARG) << c.szName;
-        EXPECT_FALSE(pCut) << c.szName;
+        EXPECT_EQ(pFrame->ZrFCut(nField, &rect, pCut.Out()), E_INVALIDARG) << szName;
+        EXPECT_FALSE(pCut) << szName;
     }
     ZrPtr<IZrFFrame> pCut;
     EXPECT_EQ(EmptyFrame()->ZrFCut(1, nullptr, pCut.Out()), ZR_E_EMPTY);

@@ -1,6 +1,7 @@
 // Frames into picture files and back, and what the list of properties makes of them.
 
 #include <string>
+#include <tuple>
 
 #include "frame_module/frame_builders.h"
 #include "media/picture_codec.h"
@@ -92,15 +93,7 @@ TEST(PictureFileFrame, EveryFormatIsSavedAsRgb) {
     }
 }
 
-struct LIST_CASE {
-    const char* szName;
-    const char16_t* szList;
-    int32_t nWidth, nHeight;
-    eZrFCC fcc;
-    uint32_t nUpperLeft, nLowerRight;
-};
-
-const LIST_CASE arrLists[] = {
+const std::tuple<const char*, const char16_t*, int32_t, int32_t, eZrFCC, uint32_t, uint32_t> arrLists[] = {
     {"nothing", u"", 12, 8, eZrFCC_ARGB32, 0x80800000, 0xFF0000FF},
     {"multiplied_already", u"premultiplied=true", 12, 8, eZrFCC_ARGB32, 0x80FF0000, 0xFF0000FF},
     {"crop", u"crop='7,4,0,0'", 5, 4, eZrFCC_ARGB32, 0xFF0000FF, 0xFF0000FF},
@@ -117,22 +110,22 @@ const LIST_CASE arrLists[] = {
 TEST(PictureFileFrame, TheListSaysWhatBecomesOfIt) {
     const TestFile file("tga");
     ASSERT_EQ(Halves(eZrFCC_ARGB32, false)->ZrFVideoSaveToFile(file.Name().c_str()), S_OK);
-    for (const LIST_CASE& c : arrLists) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, szList, nWidth, nHeight, fcc, nUpperLeft, nLowerRight] : arrLists) {
+        SCOPED_TRACE(szName);
         ZrPtr<IZrFFrame> pFrame;
-        ASSERT_EQ(Load(file.Name(), c.szList, &pFrame), S_OK);
+        ASSERT_EQ(Load(file.Name(), szList, &pFrame), S_OK);
         const ZR_VID_PROPS props = PropsOf(*pFrame).vidProps;
-        EXPECT_EQ(props.nWidth, c.nWidth);
-        EXPECT_EQ(AbsHeight(props.nHeight), c.nHeight);
-        EXPECT_EQ(props.fccType, c.fcc);
+        EXPECT_EQ(props.nWidth, nWidth);
+        EXPECT_EQ(AbsHeight(props.nHeight), nHeight);
+        EXPECT_EQ(props.fccType, fcc);
         const auto Near = [](uint32_t _a, uint32_t _b) {
             for (int i = 0; i < 32; i += 8)
                 if (std::abs(int(_a >> i & 0xFF) - int(_b >> i & 0xFF)) > 2) return false;
             return true;
         };
-        EXPECT_TRUE(Near(Pixel(*pFrame, 0, 0), c.nUpperLeft)) << std::hex << Pixel(*pFrame, 0, 0);
-        const uint32_t nLast = Pixel(*pFrame, c.nWidth - 1, c.nHeight - 1);
-        EXPECT_TRUE(Near(nLast, c.nLowerRight)) << std::hex << nLast;
+        EXPECT_TRUE(Near(Pixel(*pFrame, 0, 0), nUpperLeft)) << std::hex << Pixel(*pFrame, 0, 0);
+        const uint32_t nLast = Pixel(*pFrame, nWidth - 1, nHeight - 1);
+        EXPECT_TRUE(Near(nLast, nLowerRight)) << std::hex << nLast;
     }
     ZrPtr<IZrFFrame> pFrame;
     EXPECT_EQ(Load(u"", u"color=red width=64 height=32 pixel_format=ARGB32", &pFrame), S_OK);

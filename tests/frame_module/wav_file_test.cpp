@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -81,12 +82,7 @@ TEST_F(WavFileTest, FilesAreWhatOtherReadersExpect) {
 
 TEST_F(WavFileTest, AppendGrowsTheSamplesAndKeepsTheRest) {
     const std::string sFormat = Chunk("fmt ", Format(1, 1, 24, 3)), sList = Chunk("LIST", "notes");
-    struct {
-        const char* szName;
-        std::string sBefore;
-        HRESULT hr;
-        std::string sAfter;
-    } const arrCases[] = {
+    const std::tuple<const char*, std::string, HRESULT, std::string> arrCases[] = {
         {"odd_becomes_even", Riff(sFormat + Chunk("data", "123")), S_OK, Riff(sFormat + Chunk("data", "123abc"))},
         {"even_becomes_odd", Riff(sFormat + Chunk("data", "123456")), S_OK, Riff(sFormat + Chunk("data", "123456abc"))},
         {"chunk_behind", Riff(sFormat + Chunk("data", "123") + sList), S_OK,
@@ -101,11 +97,11 @@ TEST_F(WavFileTest, AppendGrowsTheSamplesAndKeepsTheRest) {
          Riff(sFormat + Chunk("data", "123456abc"))},
     };
     const ZrPtr<IZrFFrame> p = AudioFrame({1, 48000, 24, 0}, "abc");
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        Put(c.sBefore);
-        EXPECT_EQ(p->ZrFAudioSaveToFile(sName.c_str(), 1), c.hr);
-        EXPECT_EQ(Bytes(), Failed(c.hr) ? c.sBefore : c.sAfter);
+    for (const auto& [szName, sBefore, hr, sAfter] : arrCases) {
+        SCOPED_TRACE(szName);
+        Put(sBefore);
+        EXPECT_EQ(p->ZrFAudioSaveToFile(sName.c_str(), 1), hr);
+        EXPECT_EQ(Bytes(), Failed(hr) ? sBefore : sAfter);
     }
     std::filesystem::remove(path);
     const ZrPtr<IZrFFrame> pFloat = AudioFrame({1, 48000, -32, 0}, "abcd");
@@ -132,22 +128,17 @@ TEST_F(WavFileTest, NothingIsAddedBeyondFourGigabytes) {
 
 TEST_F(WavFileTest, OffsetsAndCountsPickSamples) {
     Put(Riff(Chunk("fmt ", Format(1, 2, 16, 2)) + Chunk("data", "0123abcdefghijkl")));
-    struct {
-        int64_t llOffset;
-        int32_t lCount;
-        HRESULT hr;
-        const char* szSamples;
-    } const arrCases[] = {
+    const std::tuple<int64_t, int32_t, HRESULT, const char*> arrCases[] = {
         {0, 0, S_OK, "0123abcdefghijkl"}, {1, 2, S_OK, "abcdefgh"}, {3, -5, S_OK, "ijkl"}, {3, 1, S_OK, "ijkl"},
         {2, 3, S_FALSE, "efghijkl"},      {4, 1, S_FALSE, ""},      {4, 0, S_OK, ""},      {INT64_MAX, 1, S_FALSE, ""},
         {-1, 1, E_INVALIDARG, "old!"},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(testing::Message() << c.llOffset << " " << c.lCount);
+    for (const auto& [llOffset, lCount, hr, szSamples] : arrCases) {
+        SCOPED_TRACE(testing::Message() << llOffset << " " << lCount);
         const ZrPtr<IZrFFrame> p = AudioFrame({1, 44100, 32, 0}, "old!");
-        EXPECT_EQ(p->ZrFAudioLoadFromFile(sName.c_str(), c.llOffset, c.lCount), c.hr);
-        EXPECT_EQ(AudioText(*p), c.szSamples);
-        EXPECT_EQ(PropsOf(*p).audProps.nSamplesPerSec, Failed(c.hr) ? 44100 : 48000);
+        EXPECT_EQ(p->ZrFAudioLoadFromFile(sName.c_str(), llOffset, lCount), hr);
+        EXPECT_EQ(AudioText(*p), szSamples);
+        EXPECT_EQ(PropsOf(*p).audProps.nSamplesPerSec, Failed(hr) ? 44100 : 48000);
     }
     EXPECT_EQ(EmptyFrame()->ZrFAudioLoadFromFile(u"/nowhere/at/all.wav", 0, 0), ZR_E_NOT_FOUND_FILE);
 }
@@ -155,13 +146,7 @@ TEST_F(WavFileTest, OffsetsAndCountsPickSamples) {
 TEST_F(WavFileTest, FormatsOfFilesFromOutside) {
     const std::string sData = Chunk("data", "12345678");
     std::string sOddTail = Riff(Chunk("fmt ", Format(1, 1, 24, 3)) + sData);
-    struct {
-        const char* szName;
-        std::string sFile;
-        HRESULT hr;
-        int32_t nBits;
-        std::string sSamples;
-    } const arrCases[] = {
+    const std::tuple<const char*, std::string, HRESULT, int32_t, std::string> arrCases[] = {
         {"bytes_become_16", Riff(Chunk("fmt ", Format(1, 2, 8, 1)) + Chunk("data", "\x80\xFF\x01\x80")), S_OK, 16,
          std::string("\0\0\0\x7F\0\x81\0\0", 8)},
         {"long_24", Riff(Chunk("fmt ", LongFormat(1, 1, 24, 24)) + sData), S_OK, 24, "123456"},
@@ -185,21 +170,22 @@ TEST_F(WavFileTest, FormatsOfFilesFromOutside) {
         {"no_data", Riff(Chunk("fmt ", Format(1, 1, 16, 2))), ZR_E_INVALID_DATA, 0, ""},
         {"no_format", Riff(sData), ZR_E_INVALID_DATA, 0, ""},
         {"nothing_but_chunks",
-         Riff([] {
-             std::string s;
-             for (int i = 0; i < 5000; ++i) s += Chunk("junk", "");
-             return s;
-         }() + Chunk("fmt ", Format(1, 1, 16, 2)) +
-              sData),
+         Riff(
+             [] {
+                 std::string s;
+                 for (int i = 0; i < 5000; ++i) s += Chunk("junk", "");
+                 return s;
+             }() +
+             Chunk("fmt ", Format(1, 1, 16, 2)) + sData),
          ZR_E_INVALID_DATA, 0, ""},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        Put(c.sFile);
+    for (const auto& [szName, sFile, hr, nBits, sSamples] : arrCases) {
+        SCOPED_TRACE(szName);
+        Put(sFile);
         const ZrPtr<IZrFFrame> p = EmptyFrame();
-        EXPECT_EQ(p->ZrFAudioLoadFromFile(sName.c_str(), 0, 0), c.hr);
-        EXPECT_EQ(PropsOf(*p).audProps.nBitsPerSample, c.nBits);
-        EXPECT_EQ(AudioText(*p), c.sSamples);
+        EXPECT_EQ(p->ZrFAudioLoadFromFile(sName.c_str(), 0, 0), hr);
+        EXPECT_EQ(PropsOf(*p).audProps.nBitsPerSample, nBits);
+        EXPECT_EQ(AudioText(*p), sSamples);
     }
 }
 

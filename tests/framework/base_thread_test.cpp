@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/clock.h"
@@ -218,13 +219,9 @@ TEST(BaseThread, AnyoneMayStartAndStop) {
 }
 
 TEST(BaseThread, PriorityFromText) {
-    struct CASE {
-        const char16_t* szText;
-        int32_t nPriority;
-    };
-    constexpr CASE arrCases[] = {{u"15", 15},  {u"-2", -2},   {u" 7 ", 7},         {u"", 0},
-                                 {u"high", 0}, {u"-16", -15}, {u"99999999999", 15}};
-    for (const CASE& c : arrCases) EXPECT_EQ(ThreadPriorityFromText(c.szText), c.nPriority);
+    constexpr std::tuple<const char16_t*, int32_t> arrCases[] = {
+        {u"15", 15}, {u"-2", -2}, {u" 7 ", 7}, {u"", 0}, {u"high", 0}, {u"-16", -15}, {u"99999999999", 15}};
+    for (const auto& [szText, nPriority] : arrCases) EXPECT_EQ(ThreadPriorityFromText(szText), nPriority);
 }
 
 }  // namespace

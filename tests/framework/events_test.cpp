@@ -5,6 +5,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -136,22 +137,17 @@ TEST(Events, EverybodyIsToldInTheirOrder) {
     EXPECT_EQ(desk.heard.Take(), (Texts{"d stop", "f stop", "b stop", "e stop", "e stop"}));
 }
 
-struct FRAME_CASE {
-    const char* szName;
-    bool bSync, bData, bDirectHasPicture, bDirectIsTheFrame, bAdvisedHasPicture;
-};
-
 TEST(Events, FramesBringTheirDataByTheKeys) {
-    constexpr FRAME_CASE arrCases[] = {
+    constexpr std::tuple<const char*, bool, bool, bool, bool, bool> arrCases[] = {
         {"properties", false, false, false, false, false},
         {"data", false, true, true, false, true},
         {"in_step", true, false, true, true, true},
     };
-    for (const FRAME_CASE& c : arrCases) {
+    for (const auto& [szName, bSync, bData, bDirectHasPicture, bDirectIsTheFrame, bAdvisedHasPicture] : arrCases) {
         VirtualClock clock;
         Desk desk;
-        desk.pObject->SetAttribute(u"on_frame.sync", c.bSync);
-        desk.pObject->SetAttribute(u"on_frame.data", c.bData);
+        desk.pObject->SetAttribute(u"on_frame.sync", bSync);
+        desk.pObject->SetAttribute(u"on_frame.data", bData);
         const auto pDirect = New<Direct>(desk.heard, "d ");
         const auto pBoth = New<Both>(desk.heard, "b ");
         desk.pEvents->SetCallback(pDirect.Get(), 0);
@@ -159,11 +155,11 @@ TEST(Events, FramesBringTheirDataByTheKeys) {
         const auto pFrame = CountingFrame(VidProps(eZrFCC_UYVY, 64, 32));
         desk.pEvents->RaiseFrame(u"object", pFrame.Get());
         SleepFor(kMs);
-        ASSERT_TRUE(pDirect->pFrame && pBoth->pFrame) << c.szName;
-        EXPECT_EQ(VideoOf(*pDirect->pFrame).size() > 0, c.bDirectHasPicture) << c.szName;
-        EXPECT_EQ(pDirect->pFrame == pFrame, c.bDirectIsTheFrame) << c.szName;
-        EXPECT_EQ(VideoOf(*pBoth->pFrame).size() > 0, c.bAdvisedHasPicture) << c.szName;
-        EXPECT_EQ(PropsOf(*pBoth->pFrame).vidProps.nWidth, 64) << c.szName;
+        ASSERT_TRUE(pDirect->pFrame && pBoth->pFrame) << szName;
+        EXPECT_EQ(VideoOf(*pDirect->pFrame).size() > 0, bDirectHasPicture) << szName;
+        EXPECT_EQ(pDirect->pFrame == pFrame, bDirectIsTheFrame) << szName;
+        EXPECT_EQ(VideoOf(*pBoth->pFrame).size() > 0, bAdvisedHasPicture) << szName;
+        EXPECT_EQ(PropsOf(*pBoth->pFrame).vidProps.nWidth, 64) << szName;
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "platform/clock.h"
@@ -32,17 +33,9 @@ ZR_TIME From(int64_t _rtStart, int64_t _rtEnd) {
     return time;
 }
 
-struct DURATION_CASE {
-    const char* szName;
-    ZR_AV_PROPS props;
-    ZR_TIME time;
-    uint32_t cbAudio;
-    Thirds nThirds;
-};
-
 TEST(RateTimer, FrameDurations) {
     constexpr int64_t kMin = std::numeric_limits<int64_t>::min(), kMax = std::numeric_limits<int64_t>::max();
-    const DURATION_CASE arrCases[] = {
+    const std::tuple<const char*, ZR_AV_PROPS, ZR_TIME, uint32_t, Thirds> arrCases[] = {
         {"rate_before_all_else", VideoOf(25), From(0, 1), 7680, 1'200'000},
         {"29.97_written_short", VideoOf(29.97), From(0, 0), 0, 1'001'000},
         {"29.97_exact", VideoOf(30000 / 1001.0), From(0, 0), 0, 1'001'000},
@@ -56,8 +49,8 @@ TEST(RateTimer, FrameDurations) {
         {"nothing_known", AudioOf(0, 0, 0), From(5, 5), 0, 1'001'000},
         {"times_that_overflow", AudioOf(0, 0, 0), From(kMin, kMax), 0, 1'001'000},
     };
-    for (const DURATION_CASE& c : arrCases) {
-        EXPECT_EQ(FrameDuration(c.props, c.time, c.cbAudio), c.nThirds) << c.szName;
+    for (const auto& [szName, props, time, cbAudio, nThirds] : arrCases) {
+        EXPECT_EQ(FrameDuration(props, time, cbAudio), nThirds) << szName;
     }
 }
 
@@ -66,13 +59,9 @@ struct FRAME_STEP {
     int64_t rtArrives, rtStart, rtDue;
     bool bResync;
 };
-struct CLOCK_CASE {
-    const char* szName;
-    std::vector<FRAME_STEP> arrSteps;
-};
 constexpr int64_t kSecond = 10'000'000;
 
-const CLOCK_CASE arrClockCases[] = {
+const std::tuple<const char*, std::vector<FRAME_STEP>> arrClockCases[] = {
     {"starts_with_the_first_frame",
      {{5 * kSecond, 77, 5 * kSecond + 400'000, false}, {5 * kSecond + 400'000, 400'077, 5 * kSecond + 800'000, false}}},
     {"late_frames_catch_up", {{0, 0, 400'000, false}, {2'000'000, 400'000, 800'000, false}}},
@@ -86,10 +75,10 @@ const CLOCK_CASE arrClockCases[] = {
 };
 
 TEST(RateTimer, ClockAndFrames) {
-    for (const CLOCK_CASE& c : arrClockCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, arrSteps] : arrClockCases) {
+        SCOPED_TRACE(szName);
         RateClock clock;
-        for (const FRAME_STEP& s : c.arrSteps) {
+        for (const FRAME_STEP& s : arrSteps) {
             const RateClock::STEP step = clock.Step(s.rtArrives, s.rtStart, 3 * 400'000);
             EXPECT_EQ(step.rtDue, s.rtDue) << "at " << s.rtArrives;
             EXPECT_EQ(step.bResync, s.bResync) << "at " << s.rtArrives;
@@ -138,11 +127,7 @@ TEST(RateTimer, ResetStartsThePaceAnew) {
 }
 
 TEST(RateTimer, OffsetAndLimitChangeOneWait) {
-    struct CASE {
-        const char* szName;
-        int64_t rtOffset, rtLimit, rtWaited;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<const char*, int64_t, int64_t, int64_t> arrCases[] = {
         {"plain", 0, -1, 400'000},
         {"longer_limit", 0, 500'000, 400'000},
         {"shorter_limit", 0, 1000, 1000},
@@ -151,13 +136,13 @@ TEST(RateTimer, OffsetAndLimitChangeOneWait) {
         {"earlier", -5000, -1, 395'000},
         {"so_early_that_it_is_past", -400'000, -1, 0},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, rtOffset, rtLimit, rtWaited] : arrCases) {
+        SCOPED_TRACE(szName);
         VirtualClock clock;
         ZrRateTimer timer;
         const int64_t rtStart = ClockNow();
-        EXPECT_EQ(timer.WaitFrame(VideoOf(25), From(0, 0), 0, nullptr, c.rtOffset, c.rtLimit), S_OK);
-        EXPECT_EQ(ClockNow() - rtStart, c.rtWaited);
+        EXPECT_EQ(timer.WaitFrame(VideoOf(25), From(0, 0), 0, nullptr, rtOffset, rtLimit), S_OK);
+        EXPECT_EQ(ClockNow() - rtStart, rtWaited);
         timer.WaitFrame(VideoOf(25), From(400'000, 0), 0, nullptr, 0, -1);
         EXPECT_EQ(ClockNow() - rtStart, 800'000);
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace zr {
@@ -81,11 +82,7 @@ TEST(AudProps, TracksToSplitBitsAndBack) {
 }
 
 TEST(AudProps, Lists) {
-    struct CASE {
-        const char16_t* szText;
-        std::vector<int32_t> channels, tracks;
-    };
-    const CASE arrCases[] = {
+    const std::tuple<const char16_t*, std::vector<int32_t>, std::vector<int32_t>> arrCases[] = {
         {u"1,3", {1, 3}, {1, 3}},
         {u"0", {0}, {}},
         {u" 2, 6 4,", {2, 6, 4}, {2, 6, 4}},
@@ -95,9 +92,9 @@ TEST(AudProps, Lists) {
         {u"99999999999", {INT32_MAX}, {INT32_MAX}},
         {u"7 7", {7, 7}, {7, 7}},
     };
-    for (const CASE& c : arrCases) {
-        EXPECT_EQ(Vector(ParseChannelList(c.szText)), c.channels) << testing::PrintToString(c.szText);
-        EXPECT_EQ(Vector(ParseTrackSplit(c.szText)), c.tracks) << testing::PrintToString(c.szText);
+    for (const auto& [szText, channels, tracks] : arrCases) {
+        EXPECT_EQ(Vector(ParseChannelList(szText)), channels) << testing::PrintToString(szText);
+        EXPECT_EQ(Vector(ParseTrackSplit(szText)), tracks) << testing::PrintToString(szText);
     }
     std::u16string text;
     for (int i = 0; i < 200; ++i) text += u"5,";

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace zr {
 namespace {
@@ -87,13 +88,7 @@ TEST(FormatTable, IndexesOutsideGiveNoRow) {
 }
 
 TEST(FormatTable, LayoutsChangeOnlyTheSizeOfFullOnes) {
-    struct CASE {
-        const char* szName;
-        eZrVideoFormat eFormat;
-        int32_t nWidth, nHeight;
-        uint32_t nLayout;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<const char*, eZrVideoFormat, int32_t, int32_t, uint32_t> arrCases[] = {
         {"half side by side", eZrVF_3D_SbS_1080_50i, 1920, 1080, 0x200},
         {"half top and bottom", eZrVF_3D_TnB_720_50p, 1280, 720, 0x400},
         {"full side by side", eZrVF_3D_Full_SbS_1080_24p, 3840, 1080, 0x1200},
@@ -101,12 +96,12 @@ TEST(FormatTable, LayoutsChangeOnlyTheSizeOfFullOnes) {
         {"flag without a layout", static_cast<eZrVideoFormat>(0x1000 + 14), 1920, 1080, 0x1000},
         {"bits that are no layout", static_cast<eZrVideoFormat>(0x0900 + 14), 1920, 1080, 0},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        EXPECT_EQ(FormatSize(c.eFormat).nWidth, c.nWidth);
-        EXPECT_EQ(FormatSize(c.eFormat).nHeight, c.nHeight);
-        EXPECT_EQ(Format3D(c.eFormat), c.nLayout);
-        EXPECT_EQ(FormatBlanking(c.eFormat), c.nWidth == 1280 ? 30 : 45);
+    for (const auto& [szName, eFormat, nWidth, nHeight, nLayout] : arrCases) {
+        SCOPED_TRACE(szName);
+        EXPECT_EQ(FormatSize(eFormat).nWidth, nWidth);
+        EXPECT_EQ(FormatSize(eFormat).nHeight, nHeight);
+        EXPECT_EQ(Format3D(eFormat), nLayout);
+        EXPECT_EQ(FormatBlanking(eFormat), nWidth == 1280 ? 30 : 45);
     }
 }
 

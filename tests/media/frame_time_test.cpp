@@ -4,16 +4,13 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 namespace zr {
 namespace {
 
 TEST(FrameTime, SnapsToStandardRates) {
-    struct CASE {
-        int64_t rtFirst, rtEnd, rtDuration;
-        double dblExact;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<int64_t, int64_t, int64_t, double> arrCases[] = {
         {166600, 166700, 166667, 166666.66666666666},
         {166800, 166900, 166833, 166833.33333333334},
         {199950, 200050, 200000, 200000},
@@ -23,14 +20,14 @@ TEST(FrameTime, SnapsToStandardRates) {
         {416600, 416700, 416667, 416666.6666666667},
         {417000, 417200, 417083, 417083.3333333333},
     };
-    for (const CASE& c : arrCases) {
-        for (const int64_t rt : {c.rtFirst, c.rtDuration, c.rtEnd - 1}) {
+    for (const auto& [rtFirst, rtEnd, rtDuration, dblExact] : arrCases) {
+        for (const int64_t rt : {rtFirst, rtDuration, rtEnd - 1}) {
             const FRAME_DURATION duration = SnapFrameTime(rt);
             EXPECT_TRUE(duration.bStandard) << rt;
-            EXPECT_EQ(duration.rtDuration, c.rtDuration) << rt;
-            EXPECT_EQ(duration.dblExact, c.dblExact) << rt;
+            EXPECT_EQ(duration.rtDuration, rtDuration) << rt;
+            EXPECT_EQ(duration.dblExact, dblExact) << rt;
         }
-        for (const int64_t rt : {c.rtFirst - 1, c.rtEnd}) {
+        for (const int64_t rt : {rtFirst - 1, rtEnd}) {
             const FRAME_DURATION duration = SnapFrameTime(rt);
             EXPECT_FALSE(duration.bStandard) << rt;
             EXPECT_EQ(duration.rtDuration, rt);
@@ -40,11 +37,7 @@ TEST(FrameTime, SnapsToStandardRates) {
 }
 
 TEST(FrameTime, DurationsOfRates) {
-    struct CASE {
-        double dblRate;
-        int64_t rtDuration;
-    };
-    const CASE arrCases[] = {
+    const std::tuple<double, int64_t> arrCases[] = {
         {25, 400000},
         {29.97, 333667},
         {30 / 1.001, 333667},
@@ -59,15 +52,12 @@ TEST(FrameTime, DurationsOfRates) {
         {1e-300, std::numeric_limits<int64_t>::max()},
         {INFINITY, 0},
     };
-    for (const CASE& c : arrCases) EXPECT_EQ(FrameDurationOfRate(c.dblRate).rtDuration, c.rtDuration) << c.dblRate;
+    for (const auto& [dblRate, rtDuration] : arrCases)
+        EXPECT_EQ(FrameDurationOfRate(dblRate).rtDuration, rtDuration) << dblRate;
 }
 
 TEST(FrameTime, Text) {
-    struct CASE {
-        int64_t rtTime;
-        const char16_t* szText;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<int64_t, const char16_t*> arrCases[] = {
         {0, u"0.000"},
         {1, u"0.000'0001"},
         {-1, u"-0.000'0001"},
@@ -82,7 +72,7 @@ TEST(FrameTime, Text) {
         {INT64_MAX, u"*"},
         {INT64_MIN, u"-"},
     };
-    for (const CASE& c : arrCases) EXPECT_EQ(TimeText(c.rtTime), c.szText) << c.rtTime;
+    for (const auto& [rtTime, szText] : arrCases) EXPECT_EQ(TimeText(rtTime), szText) << rtTime;
 }
 
 }  // namespace

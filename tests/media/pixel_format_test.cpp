@@ -2,18 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace zr {
 namespace {
 
 TEST(PixelFormat, RowAndPictureBytes) {
-    struct CASE {
-        const char* szName;
-        eZrFCC fccType;
-        int32_t nWidth, nHeight;
-        int32_t nRowBytes;
-        uint64_t nPicture;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<const char*, eZrFCC, int32_t, int32_t, int32_t, uint64_t> arrCases[] = {
         {"UYVY", eZrFCC_UYVY, 720, 576, 1440, 829440},
         {"packed rows are multiples of 4", eZrFCC_RGB24, 721, 2, 2164, 4328},  // 721 x 3 = 2163
         {"RGB8, one pixel", eZrFCC_RGB8, 1, 3, 4, 12},
@@ -36,22 +31,16 @@ TEST(PixelFormat, RowAndPictureBytes) {
         {"widest row is cut", eZrFCC_RGB32, INT32_MAX, 1, INT32_MAX, INT32_MAX},
         {"largest picture", kFCC_Y444, INT32_MAX, INT32_MIN, INT32_MAX, 13835058042397261827u},  // 3 x (2^31 - 1)^2
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        EXPECT_EQ(MinRowBytes(c.fccType, c.nWidth), c.nRowBytes);
-        EXPECT_EQ(PictureBytes({.fccType = c.fccType, .nWidth = c.nWidth, .nHeight = c.nHeight}), c.nPicture);
+    for (const auto& [szName, fccType, nWidth, nHeight, nRowBytes, nPicture] : arrCases) {
+        SCOPED_TRACE(szName);
+        EXPECT_EQ(MinRowBytes(fccType, nWidth), nRowBytes);
+        EXPECT_EQ(PictureBytes({.fccType = fccType, .nWidth = nWidth, .nHeight = nHeight}), nPicture);
     }
     EXPECT_EQ(PictureBytes({.fccType = eZrFCC_UYVY, .nWidth = 8, .nHeight = -3, .nRowBytes = 64}), 192u);
 }
 
 TEST(PixelFormat, TextAndCode) {
-    struct CASE {
-        const char* szName;
-        const char16_t* szText;
-        uint32_t nCode;
-        const char16_t* szPrinted;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<const char*, const char16_t*, uint32_t, const char16_t*> arrCases[] = {
         {"case is ignored in names", u"argb32", 0x773C9AC0, u"ARGB32"},
         {"V210 is v210", u"V210", 0x30313276, u"v210"},
         {"hdyc", u"hdyc", 0x43594448, u"HDYC"},
@@ -68,11 +57,11 @@ TEST(PixelFormat, TextAndCode) {
         {"a name that is only printed", u"RGB565", 0, u"BI_RGB"},
         {"empty", u"", 0, u"BI_RGB"},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        const eZrFCC fccType = ParsePixelFormat(c.szText);
-        EXPECT_EQ(fccType, c.nCode);
-        EXPECT_EQ(PixelFormatText(fccType), c.szPrinted);
+    for (const auto& [szName, szText, nCode, szPrinted] : arrCases) {
+        SCOPED_TRACE(szName);
+        const eZrFCC fccType = ParsePixelFormat(szText);
+        EXPECT_EQ(fccType, nCode);
+        EXPECT_EQ(PixelFormatText(fccType), szPrinted);
         EXPECT_EQ(ParsePixelFormat(PixelFormatText(fccType)), fccType);
     }
     EXPECT_EQ(PixelFormatText(eZrFCC{0xE436EB78}), u"RGB1");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "media/format_table.h"
 #include "media/pixel_format.h"
@@ -12,14 +13,9 @@ namespace zr {
 namespace {
 
 TEST(VidProps, DetectsFormats) {
-    struct CASE {
-        const char* szName;
-        ZR_VID_PROPS props;
-        int32_t nInexact, nExact;
-    };
     constexpr auto P = eZrI_Progressive;
     // {format, pixel format, width, height, row bytes, field order, aspect, rate, scale type, 3D}
-    const CASE arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, int32_t, int32_t> arrCases[] = {
         {"PAL by its raster", {{}, {}, 720, 576, 0, {}, 0, 0, 25}, 4, 4},
         {"PAL wide by its aspect", {{}, {}, 720, 576, 0, {}, 16, 9, 25}, 5, 5},
         {"top-down PAL without aspect counts as wide", {{}, {}, 720, -576, 0, {}, 0, 0, 25}, 5, 5},
@@ -63,9 +59,9 @@ TEST(VidProps, DetectsFormats) {
         {"extremes", {{}, eZrFCC_RGB32, INT32_MAX, INT32_MIN, 0, {}, 0, 0, 25}, 0, 0},
         {"extremes the other way", {{}, {}, INT32_MIN, INT32_MAX, 0, {}, 0, 0, 25}, 0, 0},
     };
-    for (const CASE& c : arrCases) {
-        EXPECT_EQ(DetectFormat(&c.props, false), c.nInexact) << c.szName;
-        EXPECT_EQ(DetectFormat(&c.props, true), c.nExact) << c.szName;
+    for (const auto& [szName, props, nInexact, nExact] : arrCases) {
+        EXPECT_EQ(DetectFormat(&props, false), nInexact) << szName;
+        EXPECT_EQ(DetectFormat(&props, true), nExact) << szName;
     }
 }
 
@@ -147,12 +143,7 @@ TEST(VidProps, ComparesRecords) {
 }
 
 TEST(VidProps, ValidAsWishAndAsFrame) {
-    struct CASE {
-        const char* szName;
-        ZR_VID_PROPS props;
-        bool bWish, bFrame;
-    };
-    const CASE arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, bool, bool> arrCases[] = {
         {"nothing", {}, false, false},
         {"a name only", {.eVideoFormat = eZrVF_PAL}, false, true},
         {"disabled", {.eVideoFormat = eZrVF_Disabled, .fccType = eZrFCC_UYVY}, true, false},
@@ -168,9 +159,9 @@ TEST(VidProps, ValidAsWishAndAsFrame) {
         {"a frame without rows", {{}, eZrFCC_UYVY, 8, 8, 0}, true, false},
         {"a frame without width", {{}, eZrFCC_UYVY, 0, 8, 16}, true, false},
     };
-    for (const CASE& c : arrCases) {
-        EXPECT_EQ(PropsValid(&c.props, false), c.bWish) << c.szName;
-        EXPECT_EQ(PropsValid(&c.props, true), c.bFrame) << c.szName;
+    for (const auto& [szName, props, bWish, bFrame] : arrCases) {
+        EXPECT_EQ(PropsValid(&props, false), bWish) << szName;
+        EXPECT_EQ(PropsValid(&props, true), bFrame) << szName;
     }
     EXPECT_FALSE(PropsValid(nullptr, false));
     EXPECT_FALSE(PropsValid(nullptr, true));

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "media/pixel_format.h"
 #include "media/record_support.h"
@@ -14,12 +15,7 @@ namespace zr {
 namespace {
 
 TEST(VidPropsText, Forms) {
-    struct CASE {
-        const char* szName;
-        ZR_VID_PROPS props;
-        const char16_t *szTechnical, *szShort, *szListName;
-    };
-    const CASE arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, const char16_t*, const char16_t*, const char16_t*> arrCases[] = {
         {"full record", PropsFromFormat(eZrVF_HD1080_50i, eZrFCC_Default), u"1920(3840)x1080(HDYC)@25.000iT (16:9)",
          u"HDYC 1920(3840)x1080@25.000iT 16:9", u"HD1080-50i HDYC 1920x1080@25.00iT 16:9"},
         {"top-down, rate with a fraction, scale letter",
@@ -53,11 +49,11 @@ TEST(VidPropsText, Forms) {
         {"disabled", {.eVideoFormat = eZrVF_Disabled, .nWidth = 8}, u"disabled", u"-", u"<No Video>"},
         {"nothing", {}, u"", u"-", u"<Auto/Not Specified>"},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        EXPECT_EQ(VideoTechnicalText(&c.props), c.szTechnical);
-        EXPECT_EQ(VideoListText(&c.props, true), c.szShort);
-        EXPECT_EQ(VideoListText(&c.props, false), c.szListName);
+    for (const auto& [szName, props, szTechnical, szShort, szListName] : arrCases) {
+        SCOPED_TRACE(szName);
+        EXPECT_EQ(VideoTechnicalText(&props), szTechnical);
+        EXPECT_EQ(VideoListText(&props, true), szShort);
+        EXPECT_EQ(VideoListText(&props, false), szListName);
     }
     EXPECT_EQ(VideoTechnicalText(nullptr), u"");
     EXPECT_EQ(VideoListText(nullptr, false), u"<Auto/Not Specified>");
@@ -98,15 +94,10 @@ ZR_VID_PROPS Read(const Attributes& _attributes, ZR_VID_PROPS _props) {
 }
 
 TEST(VidPropsAttributes, Reads) {
-    struct CASE {
-        const char* szName;
-        Attributes attributes;
-        ZR_VID_PROPS in, out;
-    };
     constexpr auto P = eZrI_Progressive;
     const ZR_VID_PROPS pal = PropsFromFormat(eZrVF_PAL, eZrFCC_UYVY);
     const ZR_VID_PROPS tiny = {{}, eZrFCC_UYVY, 64, 36, 128, P, 16, 9, 25};
-    const CASE arrCases[] = {
+    const std::tuple<const char*, Attributes, ZR_VID_PROPS, ZR_VID_PROPS> arrCases[] = {
         {"no attribute changes nothing but row bytes", {}, {{}, eZrFCC_UYVY, 64, 36, 999, P, 16, 9, 25}, tiny},
         {"a code that has no name to read stays",
          {},
@@ -164,9 +155,9 @@ TEST(VidPropsAttributes, Reads) {
          tiny,
          {{}, {}, 64, 36, 0, {}, 16, 9, 25}},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        EXPECT_EQ(Fields(Read(c.attributes, c.in)), Fields(c.out));
+    for (const auto& [szName, attributes, in, out] : arrCases) {
+        SCOPED_TRACE(szName);
+        EXPECT_EQ(Fields(Read(attributes, in)), Fields(out));
     }
 }
 

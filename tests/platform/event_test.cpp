@@ -4,6 +4,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -248,31 +249,23 @@ public:
 
 TEST(PumpedWait, DispatchesAndThenTests) {
     VirtualClock clock;
-    struct Case {
-        const char* szName;
-        int nMessages, nSetAt;
-        int64_t rtTimeout;
-        int32_t nResult;
-        int nDispatched;
-        int64_t rtTaken;
-    };
-    constexpr Case arrCases[] = {
+    constexpr std::tuple<const char*, int, int, int64_t, int32_t, int, int64_t> arrCases[] = {
         {"set_by_a_message", 5, 2, -1, 0, 2, 20 * kMs},
         {"time_of_dispatch_counts", 1000, 0, 25 * kMs, kWaitTimeout, 3, 30 * kMs},
         {"rest_of_the_time", 2, 0, 100 * kMs, kWaitTimeout, 2, 100 * kMs},
         {"poll_dispatches", 2, 0, 0, kWaitTimeout, 1, 10 * kMs},
     };
-    for (const Case& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, nMessages, nSetAt, rtTimeout, nResult, nDispatched, rtTaken] : arrCases) {
+        SCOPED_TRACE(szName);
         CountingPump pump;
-        pump.nMessages = c.nMessages;
-        pump.nSetAt = c.nSetAt;
+        pump.nMessages = nMessages;
+        pump.nSetAt = nSetAt;
         pump.evHas.Set();
         Waitable* const arrSet[] = {&pump.evObject};
         const int64_t rtStart = ClockNow();
-        EXPECT_EQ(WaitAnyPumped(arrSet, c.rtTimeout, pump), c.nResult);
-        EXPECT_EQ(pump.nDispatched, c.nDispatched);
-        EXPECT_EQ(ClockNow() - rtStart, c.rtTaken);
+        EXPECT_EQ(WaitAnyPumped(arrSet, rtTimeout, pump), nResult);
+        EXPECT_EQ(pump.nDispatched, nDispatched);
+        EXPECT_EQ(ClockNow() - rtStart, rtTaken);
     }
 }
 

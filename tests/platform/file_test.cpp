@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/utf.h"
 #include "support/temp_folder.h"
@@ -14,10 +15,7 @@ namespace {
 TEST(File, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
     const TempFolder folder;
     mkfifo((folder.path / "pipe").c_str(), 0600);
-    struct {
-        std::u16string sName;
-        HRESULT hrRead, hrUpdate, hrCreate;
-    } const arrCases[] = {
+    const std::tuple<std::u16string, HRESULT, HRESULT, HRESULT> arrCases[] = {
         {folder.Name("none"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, S_OK},
         {folder.Name("no/such/folder"), ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE, ZR_E_NOT_FOUND_FILE},
         {folder.Name("pipe"), ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
@@ -25,12 +23,12 @@ TEST(File, NamesThatAreNoRegularFileAreRefusedWithoutWaiting) {
         {u"/dev/zero", ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED, ZR_E_NOT_SUPPORTED},
         {u"", E_INVALIDARG, E_INVALIDARG, E_INVALIDARG},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(Utf8FromUtf16(c.sName));
+    for (const auto& [sName, hrRead, hrUpdate, hrCreate] : arrCases) {
+        SCOPED_TRACE(Utf8FromUtf16(sName));
         File file;
-        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Read), c.hrRead);
-        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Update), c.hrUpdate);
-        EXPECT_EQ(file.Open(c.sName.c_str(), File::Access::Create), c.hrCreate);
+        EXPECT_EQ(file.Open(sName.c_str(), File::Access::Read), hrRead);
+        EXPECT_EQ(file.Open(sName.c_str(), File::Access::Update), hrUpdate);
+        EXPECT_EQ(file.Open(sName.c_str(), File::Access::Create), hrCreate);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace zr {
@@ -16,26 +17,20 @@ using Arguments = std::vector<std::u16string>;
 
 Arguments Shell(const char16_t* _szScript) { return {u"/bin/sh", u"-c", _szScript}; }
 
-struct EXIT_CASE {
-    const char* szName;
-    const char16_t* szScript;
-    int32_t nExitCode;
-};
-
 TEST(Process, EndAndExitCodeAreNoticed) {
-    constexpr EXIT_CASE arrCases[] = {
+    constexpr std::tuple<const char*, const char16_t*, int32_t> arrCases[] = {
         {"at_once", u"exit 0", 0},
         {"with_a_code", u"exit 67", 67},
         {"by_a_signal", u"kill -TERM $$", -15},
         {"no_input", u"read line; exit $?", 1},
         {"later", u"sleep 0.05; exit 5", 5},
     };
-    for (const EXIT_CASE& test : arrCases) {
-        SCOPED_TRACE(test.szName);
+    for (const auto& [szName, szScript, nExitCode] : arrCases) {
+        SCOPED_TRACE(szName);
         ChildProcess child;
-        ASSERT_EQ(child.Start(Shell(test.szScript)), S_OK);
+        ASSERT_EQ(child.Start(Shell(szScript)), S_OK);
         EXPECT_EQ(WaitAny({&child.Ended()}, kPatience), 0);
-        EXPECT_EQ(child.ExitCode(), test.nExitCode);
+        EXPECT_EQ(child.ExitCode(), nExitCode);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <iterator>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/temp_folder.h"
@@ -35,13 +36,7 @@ Text Flat(const UserKey& _key) {
     return str;
 }
 
-struct PARSE_CASE {
-    const char* szName;
-    std::string_view svText;
-    std::u16string_view svExpected;
-};
-
-constexpr PARSE_CASE arrParseCases[] = {
+constexpr std::tuple<const char*, std::string_view, std::u16string_view> arrParseCases[] = {
     {"empty", "", u""},
     {"numbers_by_width", "a=2147483647\nb=2147483648\nc=-2147483648\nd=7L\ne=-9223372036854775808\n",
      u"a=2147483647;b=2147483648L;c=-2147483648;d=7L;e=-9223372036854775808L;"},
@@ -63,9 +58,9 @@ constexpr PARSE_CASE arrParseCases[] = {
 };
 
 TEST(UserKey, ReadsWhatIsReadable) {
-    for (const PARSE_CASE& test : arrParseCases) {
-        SCOPED_TRACE(test.szName);
-        EXPECT_EQ(Flat(ParseUserKey(test.svText)), test.svExpected);
+    for (const auto& [szName, svText, svExpected] : arrParseCases) {
+        SCOPED_TRACE(szName);
+        EXPECT_EQ(Flat(ParseUserKey(svText)), svExpected);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include <random>
+#include <tuple>
 
 #include "sources/co_zr_file.h"
 #include "sources/file_support.h"
@@ -606,12 +607,7 @@ TEST(FileControlStress, StandsRandomControlFromThreeThreads) {
 TEST(FileControlStress, StandsItInRealTimeToo) { RunRandomControl(50, 100, 5); }
 
 TEST(FileTimecode, CountsAsTheClockDoes) {
-    constexpr struct {
-        const char* szName;
-        double dblRate;
-        const char16_t* szCode;
-        int64_t nFrame;
-    } arrCases[] = {
+    constexpr std::tuple<const char*, double, const char16_t*, int64_t> arrCases[] = {
         {"pal", 25, u"00:01:00:24", 1524},
         {"film", 24000 / 1001.0, u"01:00:00:00", 86400},
         {"ntsc", 30000 / 1001.0, u"00:01:00:00", 1800},
@@ -622,14 +618,14 @@ TEST(FileTimecode, CountsAsTheClockDoes) {
         {"drop_late", 30000 / 1001.0, u"23:59:59;29", 2589407},
         {"no_drop_at_30", 30, u"00:01:00;00", 1800},
     };
-    for (const auto& test : arrCases) {
-        SCOPED_TRACE(test.szName);
+    for (const auto& [szName, dblRate, szCode, nFrame] : arrCases) {
+        SCOPED_TRACE(szName);
         ZR_TIMECODE tc;
-        ASSERT_TRUE(ParseTimecode(test.szCode, &tc));
+        ASSERT_TRUE(ParseTimecode(szCode, &tc));
         const bool bDrop = (tc.eTCFlags & eZrTCF_DropFrame) != 0;
-        const TimecodeRate rate(test.dblRate, bDrop);
-        EXPECT_EQ(rate.FrameOf(tc), test.nFrame);
-        EXPECT_EQ(TimecodeText(rate.CodeOf(test.nFrame)), test.dblRate == 30 ? u"00:01:00:00" : test.szCode);
+        const TimecodeRate rate(dblRate, bDrop);
+        EXPECT_EQ(rate.FrameOf(tc), nFrame);
+        EXPECT_EQ(TimecodeText(rate.CodeOf(nFrame)), dblRate == 30 ? u"00:01:00:00" : szCode);
     }
     for (const double dblRate : {23.976, 25.0, 29.97, 50.0, 59.94, 60.0, 120.0}) {
         for (const bool bDrop : {false, true}) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "support/scripted_worker.h"
 #include "support/stress.h"
@@ -85,12 +86,7 @@ void CheckAll(const MEDIA_SCRIPT& _script, RATE _out) {
 TEST(FrameRateStep, GivesThePictureOnScreenAndEverySampleOnce) {
     constexpr RATE r2398{24000, 1001}, r24{24, 1}, r25{25, 1}, r2997{30000, 1001}, r30{30, 1}, r50{50, 1},
         r5994{60000, 1001}, r60{60, 1}, r120{120, 1}, r15{15, 1}, r1{1, 1}, r1000{1000, 1};
-    constexpr struct {
-        const char* szName;
-        RATE in, out;
-        int32_t nSampleRate;
-        int64_t nFrames;
-    } arrCases[] = {
+    constexpr std::tuple<const char*, RATE, RATE, int32_t, int64_t> arrCases[] = {
         {"film_to_pal", r2398, r25, 48000, 5000},     {"60_to_25", r60, r25, 48000, 5000},
         {"pal_to_ntsc", r25, r2997, 48000, 5000},     {"ntsc_to_pal", r2997, r25, 48000, 5000},
         {"50_to_25", r50, r25, 48000, 5000},          {"25_to_50", r25, r50, 48000, 2000},
@@ -101,14 +97,14 @@ TEST(FrameRateStep, GivesThePictureOnScreenAndEverySampleOnce) {
         {"120_to_15", r120, r15, 48000, 1000},        {"one_frame", r25, r2997, 48000, 1},
         {"30_to_60", r30, r60, 96000, 500},
     };
-    for (const auto& test : arrCases) {
-        SCOPED_TRACE(test.szName);
+    for (const auto& [szName, in, out, nSampleRate, nFrames] : arrCases) {
+        SCOPED_TRACE(szName);
         MEDIA_SCRIPT script;
-        script.nRateNum = test.in.nNum;
-        script.nRateDen = test.in.nDen;
-        script.nFrames = StressRounds(static_cast<int>(test.nFrames)) + 1;
-        script.nSampleRate = test.nSampleRate;
-        CheckAll(script, test.out);
+        script.nRateNum = in.nNum;
+        script.nRateDen = in.nDen;
+        script.nFrames = StressRounds(static_cast<int>(nFrames)) + 1;
+        script.nSampleRate = nSampleRate;
+        CheckAll(script, out);
         if (HasFatalFailure()) return;
     }
 }

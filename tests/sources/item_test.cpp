@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "sources/co_zr_file.h"
 #include "sources/item_xml.h"
 
@@ -42,17 +44,14 @@ ZrPtr<CCoZrItem> Loaded(const std::u16string& _xml, ITEM_LOAD& _load) {
 }
 
 TEST(Item, BreakLiesWithinItsFile) {
-    constexpr struct {
-        double dblPosition, dblIn, dblOut;
-        int64_t rtTime;
-    } arrCases[] = {
+    constexpr std::tuple<double, double, double, int64_t> arrCases[] = {
         {10, 0, 60, 100'000'000},    {-10, 0, 60, 500'000'000},      {500, 0, 60, 600'000'000},
         {-500, 20, 60, 200'000'000}, {5, 20, 60, 250'000'000},       {-0.00000005, 20, 60, 600'000'000},
         {0, 20, 60, 200'000'000},    {0.00000015, 0, 60, 2},         {1e300, 0, 60, 600'000'000},
         {5, 30, 10, 300'000'000},    {-1e300, 2, 1e300, 20'000'000},
     };
-    for (const auto& test : arrCases)
-        EXPECT_EQ(BreakTime(test.dblPosition, {test.dblIn, test.dblOut}), test.rtTime) << test.dblPosition;
+    for (const auto& [dblPosition, dblIn, dblOut, rtTime] : arrCases)
+        EXPECT_EQ(BreakTime(dblPosition, {dblIn, dblOut}), rtTime) << dblPosition;
 }
 
 TEST(Item, BreaksStaySortedAndFollowThePoints) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include "media/vid_props.h"
 #include "sources/picture_source.h"
@@ -80,28 +81,24 @@ TEST(TestSignals, StandardAndHighBarsHaveTheirRows) {
 }
 
 TEST(TestSignals, NamesHaveTheirSizesAndRates) {
-    constexpr struct {
-        const char16_t* szName;
-        int32_t nWidth, nHeight, nAspectX;
-        double dblRate;
-    } arrCases[] = {
+    constexpr std::tuple<const char16_t*, int32_t, int32_t, int32_t, double> arrCases[] = {
         {u"colorbars", 720, 576, 4, 29.97},           {u"colorbars-pal", 720, 576, 4, 25},
         {u"colorbars-ntsc", 720, 486, 4, 29.97},      {u"colorbars-hd", 1280, 720, 16, 59.94},
         {u"colorbars-hd1080", 1920, 1080, 16, 59.94},
     };
-    for (const auto& test : arrCases) {
+    for (const auto& [szName, nWidth, nHeight, nAspectX, dblRate] : arrCases) {
         BuiltInPicture picture;
-        ASSERT_TRUE(BuiltInPicture::Find(test.szName, &picture));
+        ASSERT_TRUE(BuiltInPicture::Find(szName, &picture));
         const ZR_VID_PROPS props = picture.Format({});
-        EXPECT_EQ(props.nWidth, test.nWidth);
-        EXPECT_EQ(std::abs(props.nHeight), test.nHeight);
-        EXPECT_EQ(props.nAspectX, test.nAspectX);
-        EXPECT_NEAR(props.dblRate, test.dblRate, 0.001);
+        EXPECT_EQ(props.nWidth, nWidth);
+        EXPECT_EQ(std::abs(props.nHeight), nHeight);
+        EXPECT_EQ(props.nAspectX, nAspectX);
+        EXPECT_NEAR(props.dblRate, dblRate, 0.001);
         ZR_VID_PROPS sizeOnly;
-        sizeOnly.nWidth = test.nWidth;
-        sizeOnly.nHeight = test.nHeight;
+        sizeOnly.nWidth = nWidth;
+        sizeOnly.nHeight = nHeight;
         sizeOnly.dblRate = 29.97;
-        EXPECT_EQ(picture.Format(sizeOnly).nAspectX, test.nAspectX);
+        EXPECT_EQ(picture.Format(sizeOnly).nAspectX, nAspectX);
     }
 }
 

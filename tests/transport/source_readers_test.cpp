@@ -3,6 +3,7 @@
 #include <atomic>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "support/stress.h"
@@ -66,14 +67,8 @@ TEST(SourceReaders, TwoReadersAtTheirOwnSpeeds) {
     EXPECT_EQ(rtLongest, 266'667);
 }
 
-struct BREAK_CASE {
-    const char* szName;
-    int32_t nMissed;
-    uint32_t nFlags, nExpected;
-};
-
 TEST(SourceReaders, AFrameAfterAGapIsABreak) {
-    constexpr BREAK_CASE arrCases[] = {
+    constexpr std::tuple<const char*, int32_t, uint32_t, uint32_t> arrCases[] = {
         {"none_missed", 0, 0, 0},
         {"one_missed", 1, 0, eZrFF_Break},
         {"two_missed_live", 2, eZrFF_Live, eZrFF_Live | eZrFF_Break},
@@ -81,23 +76,23 @@ TEST(SourceReaders, AFrameAfterAGapIsABreak) {
         {"held_frame_stays", 1, eZrFF_Pause, eZrFF_Pause},
         {"held_repeat_stays", 3, eZrFF_Pause | eZrFF_Dup, eZrFF_Pause | eZrFF_Dup},
     };
-    for (const BREAK_CASE& c : arrCases) {
+    for (const auto& [szName, nMissed, nFlags, nExpected] : arrCases) {
         VirtualClock clock;
         Door door;
         door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", 0);
         const uint64_t llID = door.NewReader();
-        for (int32_t i = 0; i < c.nMissed; ++i) door.Put(i);
-        ASSERT_EQ(door.Put(c.nMissed, c.nFlags), S_OK);
+        for (int32_t i = 0; i < nMissed; ++i) door.Put(i);
+        ASSERT_EQ(door.Put(nMissed, nFlags), S_OK);
         SleepFor(3 * kMs);
         ZrPtr<IZrFFrame> p;
         ASSERT_EQ(door.Get(llID, 0, &p), S_OK);
-        EXPECT_EQ(TimeOf(*p).eFFlags, c.nExpected) << c.szName;
-        EXPECT_EQ(TimeOf(*p).rtStartTime, c.nMissed * kFrame25) << c.szName;
-        EXPECT_EQ(DataOf(*p, u"AFPT"), 3 * kMs) << c.szName;
-        EXPECT_EQ(DataOf(*p, u"WAIT"), 0) << c.szName;
-        ASSERT_EQ(door.Put(c.nMissed + 1, 0), S_OK);
+        EXPECT_EQ(TimeOf(*p).eFFlags, nExpected) << szName;
+        EXPECT_EQ(TimeOf(*p).rtStartTime, nMissed * kFrame25) << szName;
+        EXPECT_EQ(DataOf(*p, u"AFPT"), 3 * kMs) << szName;
+        EXPECT_EQ(DataOf(*p, u"WAIT"), 0) << szName;
+        ASSERT_EQ(door.Put(nMissed + 1, 0), S_OK);
         ASSERT_EQ(door.Get(llID, 0, &p), S_OK);
-        EXPECT_EQ(TimeOf(*p).eFFlags, 0u) << c.szName;  // the gap is told once
+        EXPECT_EQ(TimeOf(*p).eFFlags, 0u) << szName;  // the gap is told once
     }
 }
 
@@ -147,21 +142,16 @@ TEST(SourceReaders, FlushAndEndCloseTheSourceUntilABreak) {
     EXPECT_EQ(door.Get(llID, -1), S_OK);
 }
 
-struct WAIT_CASE {
-    const char* szName;
-    int64_t rtMaxWait, rtWaited;
-};
-
 TEST(SourceReaders, GetsWaitAsLongAsTheySay) {
-    constexpr WAIT_CASE arrCases[] = {
+    constexpr std::tuple<const char*, int64_t, int64_t> arrCases[] = {
         {"look", 0, 0}, {"one_tick", 1, 1}, {"limit", 1'234'567, 1'234'567}, {"next_frame", -1, 1000 * kMs}};
     VirtualClock clock;
     Door door;
     const uint64_t llID = door.NewReader();
-    for (const WAIT_CASE& c : arrCases) {
+    for (const auto& [szName, rtMaxWait, rtWaited] : arrCases) {
         const int64_t rtBegin = ClockNow();
-        EXPECT_EQ(door.Get(llID, c.rtMaxWait), ZR_E_TIMEOUT) << c.szName;
-        EXPECT_EQ(ClockNow() - rtBegin, c.rtWaited) << c.szName;
+        EXPECT_EQ(door.Get(llID, rtMaxWait), ZR_E_TIMEOUT) << szName;
+        EXPECT_EQ(ClockNow() - rtBegin, rtWaited) << szName;
     }
     door.hrStart = E_ACCESSDENIED;
     EXPECT_EQ(door.Get(llID, -1), E_ACCESSDENIED);
@@ -203,32 +193,25 @@ TEST(SourceReaders, RemovalEndsTheWaitOfItsReader) {
     EXPECT_EQ(rtEnd, rtRemoved);
 }
 
-struct PUT_CASE {
-    const char* szName;
-    uint32_t nFlags;
-    int32_t nPutWait, nCycles, nOutputType;
-    int64_t rtMaxWait, rtWaited;
-};
-
 // A reader that holds a frame and does not fetch: how long the next put is held up.
 TEST(SourceReaders, PutsWaitByTheirKeys) {
     constexpr int64_t kTwoThirds = 266'667, kLong = kTwoThirds + 200 * kMs;
-    constexpr PUT_CASE arrCases[] = {
+    constexpr std::tuple<const char*, uint32_t, int32_t, int32_t, int32_t, int64_t, int64_t> arrCases[] = {
         {"some_of_a_frame", 0, 0, 15, 0, -1, kTwoThirds},      {"no_cycles_no_wait", 0, 0, 0, 0, -1, 0},
         {"longer_for_readers", 0, 1, 15, 0, -1, kLong},        {"capped", 0, 1, 15, 0, 5 * kMs, 5 * kMs},
         {"live_does_not_wait", eZrFF_Live, 1, 15, 0, -1, 0},   {"live_with_its_bit", eZrFF_Live, 2, 15, 0, -1, kLong},
         {"live_output_type", eZrFF_Live, 0, 15, 2, -1, kLong}, {"live_output_type_1", eZrFF_Live, 0, 15, 1, -1, 0},
     };
-    for (const PUT_CASE& c : arrCases) {
+    for (const auto& [szName, nFlags, nPutWait, nCycles, nOutputType, rtMaxWait, rtWaited] : arrCases) {
         VirtualClock clock;
         Door door;
         door.NewReader();
-        door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", c.nCycles);
-        door.pObject->SetAttribute(u"pull_mode.output_type", c.nOutputType);
+        door.pRoot->SetAttribute(u"pull_mode.cycles_before_disconnect", nCycles);
+        door.pObject->SetAttribute(u"pull_mode.output_type", nOutputType);
         ASSERT_EQ(door.Put(0), S_OK);
         const int64_t rtBegin = ClockNow();
-        EXPECT_EQ(door.readers.PutFrame(FrameAt(1, c.nFlags).Get(), c.nPutWait, c.rtMaxWait), S_OK);
-        EXPECT_EQ(ClockNow() - rtBegin, c.rtWaited) << c.szName;
+        EXPECT_EQ(door.readers.PutFrame(FrameAt(1, nFlags).Get(), nPutWait, rtMaxWait), S_OK);
+        EXPECT_EQ(ClockNow() - rtBegin, rtWaited) << szName;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "picture_bytes.h"
 #include "video/color_convert.h"
@@ -36,12 +37,7 @@ int32_t FieldLuma(int32_t _y) { return _y % 2 == 0 ? kUpper : kLower; }
 // Where the lines of an interlaced picture end up. The luma of even and odd lines says which field they are of.
 TEST(ImageFormatBase, FieldsGoWhereTheRouteSays) {
     constexpr eZrInterlace p = eZrI_Progressive, i1 = eZrI_Field1First, i2 = eZrI_Field2First;
-    struct {
-        const char* szName;
-        eZrInterlace eFrom, eTo;
-        int32_t nLines, nQuality;
-        int32_t nEven, nOdd;
-    } const arrCases[] = {
+    const std::tuple<const char*, eZrInterlace, eZrInterlace, int32_t, int32_t, int32_t, int32_t> arrCases[] = {
         {"woven_when_only_the_format_changes", i1, p, 64, 2, kUpper, kLower},
         {"one_field_alone_upper_first", i1, p, 64, 12, kUpper, kUpper},
         {"one_field_alone_lower_first", i2, p, 64, 12, kLower, kLower},
@@ -57,20 +53,20 @@ TEST(ImageFormatBase, FieldsGoWhereTheRouteSays) {
         {"automatic_at_double_rate", i1, p, 64, 0, kUpper, kUpper},
     };
     const CAutoObj<ZrImageFormatBase> pFormat = ZrImageFormatBase::Make();
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
-        const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 64, 64, c.eFrom);
-        ZR_VID_PROPS to = Props(eZrFCC_UYVY, 64, c.nLines, c.eTo);
+    for (const auto& [szName, eFrom, eTo, nLines, nQuality, nEven, nOdd] : arrCases) {
+        SCOPED_TRACE(szName);
+        const ZR_VID_PROPS from = Props(eZrFCC_UYVY, 64, 64, eFrom);
+        ZR_VID_PROPS to = Props(eZrFCC_UYVY, 64, nLines, eTo);
         to.eScaleType = eZrST_IgnoreAR;
-        if (c.nQuality == 0) to.dblRate = 50;
+        if (nQuality == 0) to.dblRate = 50;
         Bytes source = Lines(from, FieldLuma), result(PictureBytes(to), 7);
         DESCRIBED_PICTURE src{{}, from}, dst{{}, to};
         ASSERT_EQ(PictureOf(source.data(), from, src.picture), S_OK);
         ASSERT_EQ(PictureOf(result.data(), to, dst.picture), S_OK);
-        ASSERT_EQ(pFormat->ConvertPicture(src, dst, c.nQuality, -1), S_OK);
+        ASSERT_EQ(pFormat->ConvertPicture(src, dst, nQuality, -1), S_OK);
         // One line at either end repeats its neighbour where the picture has moved.
-        for (int32_t y = 1; y < c.nLines - 1; ++y)
-            ASSERT_NEAR(LumaAt(result, to, 11, y), y % 2 == 0 ? c.nEven : c.nOdd, 1) << "line " << y;
+        for (int32_t y = 1; y < nLines - 1; ++y)
+            ASSERT_NEAR(LumaAt(result, to, 11, y), y % 2 == 0 ? nEven : nOdd, 1) << "line " << y;
     }
 }
 

@@ -3,6 +3,7 @@
 #include "video/masks.h"
 
 #include <cmath>
+#include <tuple>
 
 #include "media/pixel_format.h"
 #include "platform/file.h"
@@ -28,26 +29,23 @@ bool Inside(eMaskShape _eShape, double _x, double _y) {
 }
 
 TEST(DrawMaskShape, CoversWhatTheShapeCovers) {
-    struct {
-        const char16_t* szName;
-        eMaskShape eShape;
-    } const arrShapes[] = {
+    const std::tuple<const char16_t*, eMaskShape> arrShapes[] = {
         {u"Circle", eMaskShape::Circle}, {u"rect", eMaskShape::Rect}, {u"ROUND_rect", eMaskShape::RoundRect}};
     ScratchBuffer scratch;
-    for (const auto& shape : arrShapes)
+    for (const auto& [szName, eShape] : arrShapes)
         for (const auto& [nWidth, nHeight] : {std::pair{256, 256}, {301, 97}, {20, 64}}) {
-            SCOPED_TRACE(testing::Message() << int(shape.eShape) << ' ' << nWidth << 'x' << nHeight);
-            ASSERT_EQ(ReadMaskShape(shape.szName), shape.eShape);
+            SCOPED_TRACE(testing::Message() << int(eShape) << ' ' << nWidth << 'x' << nHeight);
+            ASSERT_EQ(ReadMaskShape(szName), eShape);
             MaskPlane plane;
             ASSERT_EQ(plane.Resize(nWidth, nHeight), S_OK);
             EXPECT_EQ(plane.Stride() % 8, 0);
-            ASSERT_EQ(DrawMaskShape(shape.eShape, plane, scratch), S_OK);
+            ASSERT_EQ(DrawMaskShape(eShape, plane, scratch), S_OK);
             for (int32_t y = 0; y < nHeight; ++y)
                 for (int32_t x = 0; x < nWidth; ++x) {
                     constexpr int kPoints = 16;  // across and down a pixel
                     int nIn = 0;
                     for (int i = 0; i < kPoints * kPoints; ++i)
-                        nIn += Inside(shape.eShape, (x + (i % kPoints + 0.5) / kPoints) * 256 / nWidth,
+                        nIn += Inside(eShape, (x + (i % kPoints + 0.5) / kPoints) * 256 / nWidth,
                                       (y + (i / kPoints + 0.5) / kPoints) * 256 / nHeight);
                     const double dblWant = 255.0 * nIn / (kPoints * kPoints);
                     if (nIn == 0 || nIn == kPoints * kPoints) {

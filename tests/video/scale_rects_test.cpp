@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <tuple>
 
 #include "video/scaling_quality.h"
 
@@ -86,16 +87,8 @@ TEST(ScaleRects, SourceTypeGoesBeforeDestinationType) {
     ExpectRects(got.dst, {240, 0, 1680, 1080}, "source's");
 }
 
-struct CLIP_CASE {
-    const char* szName;
-    tagRECT src, dst;
-    bool bKeepScale;
-    HRESULT hr;
-    RECT_PAIR want;
-};
-
 // Between 100 x 100 pictures of 32 bits unless the name says otherwise.
-constexpr CLIP_CASE arrClips[] = {
+constexpr std::tuple<const char*, tagRECT, tagRECT, bool, HRESULT, RECT_PAIR> arrClips[] = {
     {"inside", {10, 10, 60, 60}, {0, 0, 100, 100}, true, S_OK, {{10, 10, 60, 60}, {0, 0, 100, 100}}},
     {"source_cut_by_scale", {0, -10, 50, 40}, {0, 0, 100, 100}, true, S_OK, {{0, 0, 50, 40}, {0, 20, 100, 100}}},
     {"destination_cut_so", {0, 0, 50, 50}, {-20, 0, 80, 100}, true, S_OK, {{10, 0, 50, 50}, {0, 0, 80, 100}}},
@@ -111,12 +104,12 @@ constexpr CLIP_CASE arrClips[] = {
 
 TEST(ClipRects, KeepsTheScaleOrTheSize) {
     const ZR_VID_PROPS props = Props(100, 100, eZrFCC_RGB32);
-    for (const CLIP_CASE& c : arrClips) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, src, dst, bKeepScale, hr, want] : arrClips) {
+        SCOPED_TRACE(szName);
         RECT_PAIR got;
-        EXPECT_EQ(ClipRects(props, props, got.src, got.dst, c.bKeepScale, &c.src, &c.dst), c.hr);
-        ExpectRects(got.src, c.want.src, "source");
-        ExpectRects(got.dst, c.want.dst, "destination");
+        EXPECT_EQ(ClipRects(props, props, got.src, got.dst, bKeepScale, &src, &dst), hr);
+        ExpectRects(got.src, want.src, "source");
+        ExpectRects(got.dst, want.dst, "destination");
     }
 }
 
