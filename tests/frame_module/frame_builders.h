@@ -14,12 +14,7 @@
 namespace zr {
 
 inline ZR_VID_PROPS VidProps(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0) {
-    ZR_VID_PROPS props;
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = _nRowBytes;
-    props.dblRate = 25;
+    ZR_VID_PROPS props{.fccType = _fcc, .nWidth = _nWidth, .nHeight = _nHeight, .nRowBytes = _nRowBytes, .dblRate = 25};
     return props;
 }
 
@@ -47,12 +42,17 @@ inline ZRF_VID_PTR PlanesOf(IZrFFrame& _frame) {
     return planes;
 }
 
+// A frame of a format, black or of the colour in the list.
+inline ZrPtr<IZrFFrame> OneColour(const ZR_VID_PROPS& _props, const char16_t* _szList = nullptr) {
+    const ZR_AV_PROPS props{_props, {}, {}};
+    ZrPtr<IZrFFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), _szList), S_OK);
+    return pFrame;
+}
+
 // A frame of a format whose bytes count up, 251 to a turn, so that rows and planes differ.
 inline ZrPtr<IZrFFrame> CountingFrame(const ZR_VID_PROPS& _props) {
-    ZR_AV_PROPS props;
-    props.vidProps = _props;
-    ZrPtr<IZrFFrame> pFrame;
-    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), nullptr), S_OK);
+    ZrPtr<IZrFFrame> pFrame = OneColour(_props);
     const std::span<uint8_t> video = VideoOf(*pFrame);
     for (size_t i = 0; i < video.size(); ++i) video[i] = static_cast<uint8_t>(i % 251);
     return pFrame;
@@ -62,6 +62,25 @@ inline ZrPtr<IZrFFrame> CloneOf(IZrFFrame& _frame, eZrFrameClone _eType) {
     ZrPtr<IZrFFrame> pClone;
     EXPECT_EQ(_frame.ZrFClone(pClone.Out(), _eType, eZrFCC_Default), S_OK);
     return pClone;
+}
+
+// A part of a frame: a field (0: all lines) of a rectangle.
+inline ZrPtr<IZrFFrame> CutOf(IZrFFrame& _frame, int32_t _nField, const tagRECT* _pRect = nullptr) {
+    ZrPtr<IZrFFrame> pCut;
+    EXPECT_EQ(_frame.ZrFCut(_nField, _pRect, pCut.Out()), S_OK);
+    return pCut;
+}
+inline ZrPtr<IZrFFrame> CutOf(IZrFFrame& _frame, const tagRECT& _rect, int32_t _nField = 0) {
+    return CutOf(_frame, _nField, &_rect);
+}
+
+// A frame with _cb bytes for a picture, which then gets its format.
+inline ZrPtr<IZrFFrame> SizedFrame(uint32_t _cb, const ZR_VID_PROPS& _props) {
+    ZrPtr<IZrFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().FrameCreateSized(_cb, 0, 0, pFrame.Out()), S_OK);
+    const ZR_AV_PROPS props{_props, {}, {}};
+    EXPECT_EQ(pFrame->FrameAVPropsSet(&props), S_OK);
+    return pFrame.As<IZrFFrame>();
 }
 
 inline ZrPtr<IZrFFrame> EmptyFrame() {

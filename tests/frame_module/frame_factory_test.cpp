@@ -10,7 +10,7 @@
 #include "framework/frame_factory_access.h"
 #include "platform/class_registry.h"
 #include "platform/module_info.h"
-#include "zr/class_ids.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -110,8 +110,7 @@ TEST(FrameFactory, FramesFromMemoryAreCopies) {
     ZrPtr<IZrFrame> pShort;
     const ZR_VID_PROPS none;
     EXPECT_EQ(Factory().FramesCreateFromMem(&none, 0, pShort.Out(), nullptr), E_INVALIDARG);
-    ZR_VID_PROPS named;
-    named.eVideoFormat = eZrVF_PAL;
+    ZR_VID_PROPS named{.eVideoFormat = eZrVF_PAL};
     ASSERT_EQ(Factory().FramesCreateFromMem(&named, 0, pShort.Out(), nullptr), S_OK);
     EXPECT_EQ(VideoOf(*pShort.As<IZrFFrame>()).size(), 720u * 576 * 2);
 }
@@ -120,8 +119,7 @@ TEST(FrameFactory, PlanesComeFromAnywhereInAnyOrder) {
     uint8_t arr[400];
     for (size_t i = 0; i < sizeof(arr); ++i) arr[i] = static_cast<uint8_t>(i % 251);
     const auto At = [&](size_t _nOffset) { return reinterpret_cast<int64_t>(arr + _nOffset); };
-    ZR_AV_PROPS props;
-    props.vidProps = VidProps(eZrFCC_YV12, 4, 4);
+    ZR_AV_PROPS props{VidProps(eZrFCC_YV12, 4, 4), {}, {}};
     ZRF_VID_PTR planes;
     planes.lpVideoPlanes[0] = At(10);
     planes.cbVideoRowBytes[0] = 20;
@@ -163,7 +161,7 @@ TEST(FrameFactory, AWrapperUsesTheOwnersMemoryUntilTheLastWindowGoes) {
     ASSERT_EQ(Factory().ZrFFrameCreateWrapper(&props, 640, lp, pOwner.Get(), pFrame.Out()), S_OK);
     pOwner.Reset();
     EXPECT_EQ(VideoOf(*pFrame).data(), arr.data());
-    ASSERT_EQ(pFrame->ZrFCut(2, nullptr, pCut.Out()), S_OK);
+    pCut = CutOf(*pFrame, 2);
     pFrame.Reset();
     EXPECT_FALSE(bGone);
     EXPECT_EQ(VideoOf(*pCut).data(), arr.data() + 64);
@@ -288,9 +286,7 @@ TEST(FrameFactory, FramesAreMadeLocal) {
     ZrPtr<IUnknown> pGot;
     EXPECT_EQ(pHolder->ZrFObjGet(u"remote", pGot.Out(), 0), S_OK);
     EXPECT_EQ(pGot, pForeign.As<IUnknown>());
-    BSTR bsID = nullptr;
-    EXPECT_EQ(pHolder->ZrFObjGetByIndex(0, &bsID, pGot.Out(), 1), S_OK);
-    SysFreeString(bsID);
+    EXPECT_EQ(pHolder->ZrFObjGetByIndex(0, Text().Out(), pGot.Out(), 1), S_OK);
     EXPECT_NE(pGot, pForeign.As<IUnknown>());
     EXPECT_EQ(InfoOf(*pGot.As<IZrFFrame>()).cbVideo, 128u);
     // A frame of this process that has not the face that is wanted.
@@ -298,28 +294,6 @@ TEST(FrameFactory, FramesAreMadeLocal) {
     auto* pAsShort = reinterpret_cast<IZrFrame*>(static_cast<IUnknown*>(pForeign.Get()));
     EXPECT_EQ(Factory().FramesMakeLocal(pAsShort, pShort.Out(), 0), E_NOINTERFACE);
     EXPECT_FALSE(pShort);
-}
-
-// The look-up is kept for the life of the process, so this can be seen once.
-TEST(FrameFactory, TheProcessFindsItByClassIdAndKeepsIt) {
-    static bool bSeen = false;
-    if (std::exchange(bSeen, true)) GTEST_SKIP() << "the factory is known already";
-    ASSERT_EQ(UnregisterClass(kClsidZrFrameFactory), S_OK);
-    IZrFFactory* pFactory = nullptr;
-    ZrFrameFactory_I* pInternal = &Factory();
-    EXPECT_EQ(FrameFactory(&pFactory), E_UNEXPECTED);
-    EXPECT_EQ(FrameFactory(&pInternal), E_UNEXPECTED);
-    EXPECT_EQ(pInternal, nullptr);
-    const ZrClassFactory pfnFace = [](const GUID* _piid, void** _ppv) {
-        return Factory().QueryInterface(*_piid, _ppv);
-    };
-    ASSERT_EQ(RegisterClass(kClsidZrFrameFactory, pfnFace), S_OK);
-    EXPECT_EQ(FrameFactory(&pInternal), S_OK);
-    EXPECT_EQ(pInternal, static_cast<ZrFrameFactory_I*>(&Factory()));
-    ASSERT_EQ(UnregisterClass(kClsidZrFrameFactory), S_OK);
-    EXPECT_EQ(FrameFactory(&pFactory), S_OK);
-    EXPECT_EQ(pFactory, static_cast<IZrFFactory*>(&Factory()));
-    EXPECT_EQ(RegisterClass(kClsidZrFrameFactory, pfnFace), S_OK);
 }
 
 }  // namespace

@@ -83,10 +83,7 @@ TEST(FrameConvert, TimeAndAudioGoAlongAndWhatIsNotGivenIsTheSources) {
     int16_t arrAudio[8];
     std::iota(std::begin(arrAudio), std::end(arrAudio), int16_t{5});
     ASSERT_EQ(pFrame->ZrFAudioSet(&audProps, sizeof(arrAudio), reinterpret_cast<int64_t>(arrAudio)), S_OK);
-    ZR_TIME time{};
-    time.rtStartTime = 400000;
-    time.rtEndTime = 800000;
-    time.eFFlags = eZrFF_Break;
+    ZR_TIME time{.rtStartTime = 400000, .rtEndTime = 800000, .tcFrame = {}, .eFFlags = eZrFF_Break};
     ASSERT_EQ(pFrame->ZrFTimeSet(&time), S_OK);
     const std::tuple<const char*, ZR_VID_PROPS, eZrFCC, int32_t, int32_t> arrCases[] = {
         {"only_a_format", VidProps(eZrFCC_I420, 0, 0), eZrFCC_I420, 64, 36},
@@ -118,11 +115,9 @@ TEST(FrameConvert, WindowsAndFieldsConvertLikePicturesOfTheirOwn) {
     for (const eZrFCC fcc : {eZrFCC_I420, eZrFCC_NV12, eZrFCC_UYVY, eZrFCC_RGB24}) {
         SCOPED_TRACE(testing::Message() << std::hex << fcc);
         const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(fcc, 64, 48));
-        const tagRECT rect{16, 8, 48, 40};
         for (const int32_t nField : {0, 2}) {
-            ZrPtr<IZrFFrame> pCut, pOwn, pFromCut, pFromOwn;
-            ASSERT_EQ(pFrame->ZrFCut(nField, &rect, pCut.Out()), S_OK);
-            pOwn = CloneOf(*pCut, eZrFC_Video);
+            const auto pCut = CutOf(*pFrame, {16, 8, 48, 40}, nField), pOwn = CloneOf(*pCut, eZrFC_Video);
+            ZrPtr<IZrFFrame> pFromCut, pFromOwn;
             for (const eZrFCC fccTo : {eZrFCC_YUY2, eZrFCC_ARGB32}) {
                 ASSERT_EQ(pCut->ZrFClone(pFromCut.Out(), eZrFC_VideoRef, fccTo), S_OK);
                 ASSERT_EQ(pOwn->ZrFClone(pFromOwn.Out(), eZrFC_VideoRef, fccTo), S_OK);
@@ -163,8 +158,7 @@ TEST(FrameConvert, SaysWhatItCannotDo) {
     EXPECT_EQ(Short(pFrame)->FrameConvert(&unknown, pResult.Out(), nullptr), kTypeNotAccepted);
     EXPECT_EQ(Short(PlaceFrame(16, 16))->FrameConvert(&v210, pResult.Out(), nullptr), E_FAIL);
     EXPECT_FALSE(pResult);
-    ZR_AV_PROPS wanted{};
-    wanted.vidProps = planar;
+    ZR_AV_PROPS wanted{planar, {}, {}};
     ZrPtr<IZrFFrame> pFull;
     int32_t nRest = 7;
     ASSERT_EQ(pFrame->ZrFConvert(&wanted, pFull.Out(), &nRest, nullptr, u"one"), S_OK);

@@ -12,14 +12,6 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-ZrPtr<IZrFFrame> OneColour(const ZR_VID_PROPS& _props, const char16_t* _szColour) {
-    ZR_AV_PROPS props;
-    props.vidProps = _props;
-    ZrPtr<IZrFFrame> pFrame;
-    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), _szColour), S_OK);
-    return pFrame;
-}
-
 Bytes BytesOf(IZrFFrame& _frame) {
     const std::span<uint8_t> video = VideoOf(_frame);
     return {video.begin(), video.end()};
@@ -48,7 +40,7 @@ CHANGED ChangedOf(IZrFFrame& _frame) {
 TEST(FrameOverlay, LiesAtAnEvenColumnIn422) {
     const auto pOver = OneColour(VidProps(eZrFCC_ARGB32, 10, -4), u"color=white");
     for (const auto& [nX, nLeft] : {std::pair{21, 20}, {20, 20}, {-3, -4}}) {
-        const auto pBase = OneColour(VidProps(eZrFCC_UYVY, 64, 16), nullptr);
+        const auto pBase = OneColour(VidProps(eZrFCC_UYVY, 64, 16));
         const int64_t llBefore = InfoOf(*pBase).llVideoID;
         ASSERT_EQ(pBase.As<IZrFrame>()->FrameOverlay(pOver.As<IZrFrame>().Get(), nX, 3, 1.0, nullptr), S_OK);
         EXPECT_NE(InfoOf(*pBase).llVideoID, llBefore);
@@ -70,8 +62,7 @@ TEST(FrameOverlay, MixesByTheMaskOfTheOverlay) {
     for (size_t i = 0; i < mask.size(); ++i) mask[i] = static_cast<uint8_t>(37 * i);
     for (const int nKind : {0, 1, 2}) {
         SCOPED_TRACE(nKind);
-        const auto pMask =
-            OneColour(VidProps(nKind == 2 ? eZrFCC_ARGB32 : eZrFCC_RGB8, 16, nKind == 1 ? 8 : -8), nullptr);
+        const auto pMask = OneColour(VidProps(nKind == 2 ? eZrFCC_ARGB32 : eZrFCC_RGB8, 16, nKind == 1 ? 8 : -8));
         const ZRF_VID_PTR planes = PlanesOf(*pMask);
         auto* pTop = reinterpret_cast<uint8_t*>(planes.lpVideoPlanes[0]);
         for (int32_t y = 0; y < 8; ++y)
@@ -120,7 +111,7 @@ constexpr RECT_CASE arrRects[] = {
 TEST(FrameOverlayRect, FillsTheRectangleAsTheFlagsSay) {
     for (const RECT_CASE& c : arrRects) {
         SCOPED_TRACE(c.szName);
-        const auto pBase = OneColour(VidProps(eZrFCC_RGB24, 320, 180), nullptr);
+        const auto pBase = OneColour(VidProps(eZrFCC_RGB24, 320, 180));
         const auto pOver = OneColour(VidProps(eZrFCC_RGB32, c.nOverWidth, c.nOverHeight), u"color=white");
         ASSERT_EQ(pBase->ZrFOverlayRect(pOver.Get(), nullptr, &c.rect, static_cast<eZrFOverlayFlags>(c.nFlags), 1.0,
                                         nullptr, nullptr),
@@ -139,13 +130,13 @@ TEST(FrameOverlayRect, FillsTheRectangleAsTheFlagsSay) {
 // Each line of the overlay has a value of its own: at its own size a line of the base shows the line that lies on it,
 // whether one field changes or both.
 TEST(FrameOverlayRect, AFieldShowsTheLinesThatLieOnIt) {
-    const auto pOver = OneColour(VidProps(eZrFCC_RGB24, 8, -10), nullptr);
+    const auto pOver = OneColour(VidProps(eZrFCC_RGB24, 8, -10));
     const std::span<uint8_t> over = VideoOf(*pOver);
     for (size_t i = 0; i < over.size(); ++i) over[i] = static_cast<uint8_t>(1 + i / (over.size() / 10));
     for (const int32_t nTop : {4, 5, -3, -4})
         for (const uint32_t nField : {0u, 1u, 2u}) {
             SCOPED_TRACE(testing::Message() << "top " << nTop << " field " << nField);
-            const auto pBase = OneColour(VidProps(eZrFCC_RGB24, 8, 20), nullptr);
+            const auto pBase = OneColour(VidProps(eZrFCC_RGB24, 8, 20));
             const ZRF_RECT rect{0, static_cast<double>(nTop), 8, 10, eZrFRT_Absolute};
             ASSERT_EQ(pBase->ZrFOverlayRect(pOver.Get(), nullptr, &rect, static_cast<eZrFOverlayFlags>(nField << 12), 1,
                                             nullptr, nullptr),
@@ -164,9 +155,9 @@ TEST(FrameOverlayRect, AFieldShowsTheLinesThatLieOnIt) {
 
 // A mask that is stretched with the overlay lets the same part of it through.
 TEST(FrameOverlayRect, ScalesTheMaskWithTheOverlay) {
-    const auto pBase = OneColour(VidProps(eZrFCC_HDYC, 128, 64), nullptr);
+    const auto pBase = OneColour(VidProps(eZrFCC_HDYC, 128, 64));
     const auto pOver = OneColour(VidProps(eZrFCC_RGB32, 64, -64), u"color=white");
-    const auto pMask = OneColour(VidProps(eZrFCC_RGB8, 32, -32), nullptr);
+    const auto pMask = OneColour(VidProps(eZrFCC_RGB8, 32, -32));
     const std::span<uint8_t> mask = VideoOf(*pMask);
     for (size_t i = 0; i < mask.size(); ++i) mask[i] = i % 32 >= 16 ? 255 : 0;  // the right half
     const ZRF_RECT rect{-64, 0, 192, 64, eZrFRT_Absolute};                      // its left half ends at column 32

@@ -128,8 +128,7 @@ TEST(FrameSound, CopiesChannelsInTheBitsOfTheTarget) {
 }
 
 TEST(FrameSound, ConvertsToAnotherFormatAcrossFrames) {
-    ZR_AV_PROPS wanted;
-    wanted.audProps = {1, 44100, -32, 0};
+    ZR_AV_PROPS wanted{{}, {1, 44100, -32, 0}, {}};
     int64_t nOut = 0;
     double dblBefore = 0;
     for (int i = 0; i < 50; ++i) {

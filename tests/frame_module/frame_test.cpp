@@ -11,6 +11,7 @@
 #include "frame_module/frame_builders.h"
 #include "platform/module_info.h"
 #include "support/stress.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -30,10 +31,7 @@ ZrPtr<IZrFFrame> FullFrame(IUnknown* _pObject) {
     if (_pObject) {
         EXPECT_EQ(p->ZrFObjSet(u"thing", _pObject), S_OK);
     }
-    ZR_TIME time;
-    time.rtStartTime = 400000;
-    time.rtEndTime = 800000;
-    time.eFFlags = eZrFF_Break | eZrFF_Live;
+    ZR_TIME time{.rtStartTime = 400000, .rtEndTime = 800000, .tcFrame = {}, .eFFlags = eZrFF_Break | eZrFF_Live};
     EXPECT_EQ(p->ZrFTimeSet(&time), S_OK);
     return p;
 }
@@ -173,16 +171,15 @@ TEST(Frame, AttachmentsReplaceRemoveAndEnumerate) {
     EXPECT_EQ(pShort->FrameDataSet(0x544D5253, 2, reinterpret_cast<int64_t>("xy")), S_OK);
     EXPECT_EQ(pFrame->ZrFDataSet(u"C608", 1, reinterpret_cast<int64_t>("z")), S_OK);
     EXPECT_EQ(pFrame->ZrFDataSet(u"long id", 1, reinterpret_cast<int64_t>("z")), S_OK);
-    BSTR bsID = nullptr;
-    EXPECT_EQ(pFrame->ZrFDataGetByIndex(1, &bsID, &cb, &lp), S_OK);
-    EXPECT_EQ(std::u16string(bsID), u"SRMT");
-    SysFreeString(bsID);
+    Text id, text;
+    EXPECT_EQ(pFrame->ZrFDataGetByIndex(1, id.Out(), &cb, &lp), S_OK);
+    EXPECT_EQ(id.View(), u"SRMT");
     EXPECT_EQ(pShort->FrameDataGetByIndex(1, &nCode, &cb, &lp), S_OK);
     EXPECT_EQ(nCode, 0x544D5253);
     EXPECT_EQ(pShort->FrameDataGetByIndex(2, &nCode, &cb, &lp), S_OK);
     EXPECT_EQ(nCode, 0);
     for (const int32_t nIndex : {3, -1, INT32_MAX})
-        EXPECT_EQ(pFrame->ZrFDataGetByIndex(nIndex, &bsID, &cb, &lp), ZR_E_BAD_INDEX) << nIndex;
+        EXPECT_EQ(pFrame->ZrFDataGetByIndex(nIndex, id.Out(), &cb, &lp), ZR_E_BAD_INDEX) << nIndex;
     EXPECT_EQ(pFrame->ZrFDataSet(u"SRMT", 0, 0), S_OK);
     EXPECT_EQ(pFrame->ZrFDataSet(u"SRMT", 0, 0), S_FALSE);
     EXPECT_EQ(pFrame->ZrFDataGet(u"SRMT", &cb, &lp), ZR_E_NOT_FOUND);
@@ -199,14 +196,10 @@ TEST(Frame, AttachmentsReplaceRemoveAndEnumerate) {
     EXPECT_EQ(pClone->ZrFDataGet(u"C608", &cb, &lp), S_OK);
     EXPECT_EQ(std::string(reinterpret_cast<char*>(lp), static_cast<size_t>(cb)), "abc");
     EXPECT_EQ(pFrame->ZrFStrSet(u"title", u""), S_OK);
-    BSTR bsText = nullptr;
-    EXPECT_EQ(pFrame->ZrFStrGet(u"title", &bsText), S_OK);
-    EXPECT_EQ(SysStringLen(bsText), 0u);
-    SysFreeString(bsText);
-    EXPECT_EQ(pClone->ZrFStrGetByIndex(0, &bsID, &bsText), S_OK);
-    EXPECT_EQ(std::u16string(bsID) + std::u16string(bsText), u"titleNews");
-    SysFreeString(bsID);
-    SysFreeString(bsText);
+    EXPECT_EQ(pFrame->ZrFStrGet(u"title", text.Out()), S_OK);
+    EXPECT_EQ(text.View(), u"");
+    EXPECT_EQ(pClone->ZrFStrGetByIndex(0, id.Out(), text.Out()), S_OK);
+    EXPECT_EQ(id.Utf8() + text.Utf8(), "titleNews");
 }
 
 TEST(Frame, AttachedObjectsGoWithTheLastFrameThatHasThem) {
@@ -234,21 +227,22 @@ TEST(Frame, ARecycledFrameIsAsNew) {
     for (int i = 0; i < 3; ++i) {
         auto pObject = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
         const ZrPtr<IZrFFrame> pUsed = FullFrame(pObject.Get());
-        ZrPtr<IZrFFrame> pCut;
-        EXPECT_EQ(pUsed->ZrFCut(1, nullptr, pCut.Out()), S_OK);
+        CutOf(*pUsed, 1);
         int32_t cb;
         int64_t lp;
         EXPECT_EQ(pUsed->ZrFAudioChannelGetBytes(0, 0, &cb, &lp), S_OK);
     }
     EXPECT_TRUE(bGone);
     std::vector<ZrPtr<IZrFFrame>> arrFrames;
-    const ZRF_FRAME_INFO zero;
     for (int i = 0; i < 8; ++i) {
         arrFrames.push_back(EmptyFrame());
-        ZRF_FRAME_INFO info = InfoOf(*arrFrames.back());
+        const ZRF_FRAME_INFO info = InfoOf(*arrFrames.back());
         EXPECT_EQ(info.dwProcessID, ProcessId());
-        info.dwProcessID = 0;
-        EXPECT_EQ(std::memcmp(&info, &zero, sizeof(info)), 0);
+        EXPECT_EQ(info.cbAudio + info.cbVideo + info.avProps.vidProps.fccType, 0u);
+        EXPECT_EQ(info.llVideoID | info.lpVideo | info.lpAudio | info.mTime.rtStartTime | info.mTime.rtEndTime, 0);
+        EXPECT_EQ(info.mTime.eFFlags, eZrFF_None);
+        EXPECT_EQ(info.lAudioSamples + info.nDataCount + info.nObjCount + info.nStrCount + info.avProps.bLocked, 0);
+        EXPECT_EQ(info.avProps.audProps.nChannels + info.avProps.vidProps.nWidth, 0);
         EXPECT_EQ(arrFrames.back()->ZrFAudioChannelsUpdate(), S_FALSE);
     }
 }
@@ -266,9 +260,7 @@ TEST(Frame, ReleaseDropsTheMemoryAtOnce) {
 
 TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
     const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(eZrFCC_I420, 32, 16));
-    const tagRECT rect{8, 8, 24, 16};
-    ZrPtr<IZrFFrame> pCut;
-    ASSERT_EQ(pFrame->ZrFCut(0, &rect, pCut.Out()), S_OK);
+    ZrPtr<IZrFFrame> pCut = CutOf(*pFrame, {8, 8, 24, 16});
     int32_t cb = 0;
     int64_t lp = 0;
     EXPECT_EQ(pFrame->ZrFDataGet(u"__vptr_", &cb, &lp), ZR_E_NOT_FOUND);
@@ -284,10 +276,9 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
     EXPECT_EQ(CloneOf(*pCut, eZrFC_Full)->ZrFDataGet(u"__vptr_", &cb, &lp), ZR_E_NOT_FOUND);
     EXPECT_EQ(CloneOf(*pCut, eZrFC_Data)->ZrFDataGet(u"__vptr_", &cb, &lp), ZR_E_NOT_FOUND);
     EXPECT_EQ(InfoOf(*pCut).nDataCount, 1);
-    BSTR bsID = nullptr;
-    EXPECT_EQ(pCut->ZrFDataGetByIndex(0, &bsID, &cb, &lp), S_OK);
-    EXPECT_EQ(std::u16string(bsID), u"__vptr_");
-    SysFreeString(bsID);
+    Text id;
+    EXPECT_EQ(pCut->ZrFDataGetByIndex(0, id.Out(), &cb, &lp), S_OK);
+    EXPECT_EQ(id.View(), u"__vptr_");
     EXPECT_EQ(pCut->ZrFDataSet(u"__vptr_", 0, 0), E_INVALIDARG);  // without it the chroma would not be found
 
     // A second view of a packed picture is cut like the first.
@@ -297,8 +288,7 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
     views.lpVideoPlanes[1] = PlanesOf(*pRight).lpVideoPlanes[0];
     views.cbVideoRowBytes[1] = PlanesOf(*pRight).cbVideoRowBytes[0];
     EXPECT_EQ(pLeft->ZrFDataSet(u"__vptr_", sizeof(views), reinterpret_cast<int64_t>(&views)), S_OK);
-    const tagRECT part{4, 2, 8, 6};
-    ASSERT_EQ(pLeft->ZrFCut(0, &part, pCut.Out()), S_OK);
+    pCut = CutOf(*pLeft, {4, 2, 8, 6});
     EXPECT_EQ(PlanesOf(*pCut).lpVideoPlanes[1] - InfoOf(*pRight).lpVideo, 5 * 64 + 16);
     EXPECT_EQ(PlanesOf(*pCut).lpVideoPlanes[0] - InfoOf(*pLeft).lpVideo, 5 * 64 + 16);
     EXPECT_EQ(pLeft->ZrFDataSet(u"__vptr_", 79, reinterpret_cast<int64_t>(&views)), E_INVALIDARG);
@@ -314,12 +304,7 @@ TEST(Frame, TheRecordOfPlanesFollowsThePicture) {
         {"third_view", eZrFCC_RGB32, 2, -64, S_OK},
     };
     for (const auto& [szName, fccType, nPlane, nStride, hr] : arrCases) {
-        ZrPtr<IZrFrame> pSized;
-        ASSERT_EQ(Factory().FrameCreateSized(64 * 24, 0, 0, pSized.Out()), S_OK);
-        ZR_AV_PROPS props;
-        props.vidProps = VidProps(fccType, 16, 8, 64);
-        ASSERT_EQ(pSized->FrameAVPropsSet(&props), S_OK);
-        const auto pSet = pSized.As<IZrFFrame>();
+        const auto pSet = SizedFrame(64 * 24, VidProps(fccType, 16, 8, 64));
         views = PlanesOf(*pSet);
         views.lpVideoPlanes[nPlane] = PlanesOf(*pRight).lpVideoPlanes[0];
         views.cbVideoRowBytes[nPlane] = nStride;

@@ -11,6 +11,7 @@
 #include "frame_module/frame_builders.h"
 #include "frame_module/frame_serial.h"
 #include "zr/memory.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -35,9 +36,7 @@ ZrPtr<IZrFFrame> SmallFrame() {
     EXPECT_EQ(p->ZrFAudioSet(&audProps, sizeof(arr), reinterpret_cast<int64_t>(arr)), S_OK);
     EXPECT_EQ(p->ZrFDataSet(u"C608", 3, reinterpret_cast<int64_t>("abc")), S_OK);
     EXPECT_EQ(p->ZrFStrSet(u"title", u"News"), S_OK);
-    ZR_TIME time;
-    time.rtStartTime = 7;
-    time.eFFlags = eZrFF_Live;
+    ZR_TIME time{.rtStartTime = 7, .tcFrame = {}, .eFFlags = eZrFF_Live};
     EXPECT_EQ(p->ZrFTimeSet(&time), S_OK);
     return p;
 }
@@ -64,12 +63,11 @@ TEST(FrameTransfer, ALoadedFrameIsTheCloneOfThatKind) {
             ExpectSame(*pLoaded, *pWanted);
         }
     }
-    BSTR bsText = nullptr;
+    Text text;
     const ZrPtr<IZrFFrame> pLoaded = EmptyFrame();
     ASSERT_EQ(Load(*pLoaded, SavedBytes(*pFrame, eZrFC_Full)), S_OK);
-    EXPECT_EQ(pLoaded->ZrFStrGet(u"title", &bsText), S_OK);
-    EXPECT_EQ(std::u16string(bsText), u"News");
-    SysFreeString(bsText);
+    EXPECT_EQ(pLoaded->ZrFStrGet(u"title", text.Out()), S_OK);
+    EXPECT_EQ(text.View(), u"News");
     EXPECT_NE(InfoOf(*pLoaded).llVideoID, InfoOf(*pFrame).llVideoID);
 }
 
@@ -80,10 +78,8 @@ TEST(FrameTransfer, PartsOfPicturesTravelAsTheirCopies) {
         for (const int32_t nHeight : {22, -22}) {
             SCOPED_TRACE(testing::Message() << std::hex << fcc << std::dec << " " << nHeight);
             const ZrPtr<IZrFFrame> pFrame = CountingFrame(VidProps(fcc, 48, nHeight));
-            const tagRECT rect{12, 2, 30, 12};
-            ZrPtr<IZrFFrame> pCut;
-            ASSERT_EQ(pFrame->ZrFCut(1, &rect, pCut.Out()), S_OK);
-            const ZrPtr<IZrFFrame> pLoaded = EmptyFrame(), pCopy = CloneOf(*pCut, eZrFC_Full);
+            const auto pCut = CutOf(*pFrame, {12, 2, 30, 12}, 1), pLoaded = EmptyFrame(),
+                       pCopy = CloneOf(*pCut, eZrFC_Full);
             ASSERT_EQ(Load(*pLoaded, SavedBytes(*pCut, eZrFC_Full)), S_OK);
             const ZR_VID_PROPS props = PropsOf(*pCopy).vidProps, loaded = PropsOf(*pLoaded).vidProps;
             ASSERT_EQ(std::memcmp(&props, &loaded, sizeof(props)), 0);
@@ -94,12 +90,7 @@ TEST(FrameTransfer, PartsOfPicturesTravelAsTheirCopies) {
 
 // A picture of two views: side by side in one block of 32 x 8, or the second one in the memory of _pSecond.
 ZrPtr<IZrFFrame> TwoViews(IZrFFrame* _pSecond) {
-    ZrPtr<IZrFrame> pSized;
-    EXPECT_EQ(CZrFrameFactory::Shared().FrameCreateSized(128 * 8, 0, 0, pSized.Out()), S_OK);
-    ZR_AV_PROPS props;
-    props.vidProps = VidProps(eZrFCC_RGB32, 16, 8, 128);
-    EXPECT_EQ(pSized->FrameAVPropsSet(&props), S_OK);
-    ZrPtr<IZrFFrame> p = pSized.As<IZrFFrame>();
+    ZrPtr<IZrFFrame> p = SizedFrame(128 * 8, VidProps(eZrFCC_RGB32, 16, 8, 128));
     for (size_t i = 0; i < 128 * 8; ++i) VideoOf(*p)[i] = static_cast<uint8_t>(i % 253);
     ZRF_VID_PTR views = PlanesOf(*(_pSecond ? _pSecond : p.Get()));
     views.lpVideoPlanes[1] = views.lpVideoPlanes[0] + (_pSecond ? 0 : 64);
@@ -111,10 +102,7 @@ ZrPtr<IZrFFrame> TwoViews(IZrFFrame* _pSecond) {
 
 TEST(FrameTransfer, SecondViewsAreCopiedAndTravel) {
     const ZrPtr<IZrFFrame> pSecond = CountingFrame(VidProps(eZrFCC_RGB32, 16, 8));
-    const tagRECT rect{3, 1, 9, 6};
-    ZrPtr<IZrFFrame> pCut;
-    ASSERT_EQ(TwoViews(nullptr)->ZrFCut(0, &rect, pCut.Out()), S_OK);
-    for (const auto& pFrame : {TwoViews(nullptr), TwoViews(pSecond.Get()), pCut}) {
+    for (const auto& pFrame : {TwoViews(nullptr), TwoViews(pSecond.Get()), CutOf(*TwoViews(nullptr), {3, 1, 9, 6})}) {
         const ZrPtr<IZrFFrame> pLoaded = EmptyFrame(), pCopy = CloneOf(*pFrame, eZrFC_Full);
         const std::vector<uint8_t> arrGood = SavedBytes(*pFrame, eZrFC_Full);
         ASSERT_EQ(Load(*pLoaded, arrGood), S_OK);

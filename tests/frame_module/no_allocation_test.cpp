@@ -13,26 +13,19 @@ namespace {
 
 // What a mixer does with frames in a cycle: makes one, gives it picture, audio and data, clones and cuts it.
 void Cycle(ZrPtr<IZrFFrame> (&_arrKept)[3], int64_t _nCycle) {
-    ZrPtr<IZrFrame> pFrame;
-    ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(1920 * 1080 * 2, 0, 0, pFrame.Out()), S_OK);
-    ZR_AV_PROPS props;
-    props.vidProps = VidProps(eZrFCC_UYVY, 1920, 1080);
-    ASSERT_EQ(pFrame->FrameAVPropsSet(&props), S_OK);
-    const auto pFull = pFrame.As<IZrFFrame>();
+    const auto pFull = SizedFrame(1920 * 1080 * 2, VidProps(eZrFCC_UYVY, 1920, 1080));
     const ZR_AUD_PROPS audProps{8, 48000, 24, 0};
     ASSERT_EQ(pFull->ZrFAudioAlloc(&audProps, 1920), S_OK);
     int32_t cb = 0;
     int64_t lp = 0;
     for (int32_t i = 0; i < 8; ++i) ASSERT_EQ(pFull->ZrFAudioChannelGetBytes(i, 0, &cb, &lp), S_OK);
     ASSERT_EQ(pFull->ZrFAudioChannelsUpdate(), S_OK);
-    ASSERT_EQ(pFrame->FrameDataSet(0x544D5253, sizeof(_nCycle), reinterpret_cast<int64_t>(&_nCycle)), S_OK);
+    ASSERT_EQ(pFull.As<IZrFrame>()->FrameDataSet(0x544D5253, sizeof(_nCycle), reinterpret_cast<int64_t>(&_nCycle)),
+              S_OK);
     ASSERT_EQ(pFull->ZrFStrSet(u"a longer name than a short text holds", u"text"), S_OK);
     ASSERT_EQ(pFull->ZrFObjSet(u"object", static_cast<IZrFFactory*>(&CZrFrameFactory::Shared())), S_OK);
-    ZrPtr<IZrFFrame> pCut, pCopy;
-    const tagRECT rect{100, 100, 500, 400};
-    ASSERT_EQ(pFull->ZrFCut(1, &rect, pCut.Out()), S_OK);
-    ASSERT_EQ(pCut->ZrFClone(pCopy.Out(), eZrFC_Full, eZrFCC_Default), S_OK);
-    ASSERT_EQ(pFull->ZrFClone(_arrKept[_nCycle % 3].Out(), eZrFC_Reference, eZrFCC_Default), S_OK);
+    CloneOf(*CutOf(*pFull, {100, 100, 500, 400}, 1), eZrFC_Full);
+    _arrKept[_nCycle % 3] = CloneOf(*pFull, eZrFC_Reference);
 }
 
 TEST(NoAllocation, FramesOfASteadyShowComeFromThePools) {
@@ -52,9 +45,7 @@ TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
                pBox = CountingFrame(VidProps(eZrFCC_UYVY, 320, 180)),
                pPlanes = CountingFrame(VidProps(eZrFCC_I420, 320, 180)),
                pMask = CountingFrame(VidProps(eZrFCC_RGB8, 320, -180));
-    ZrPtr<IZrFFrame> pCut;
-    const tagRECT part{16, 16, 200, 100};
-    ASSERT_EQ(pPlanes->ZrFCut(0, &part, pCut.Out()), S_OK);
+    const auto pCut = CutOf(*pPlanes, {16, 16, 200, 100});
     const ZRF_RECT arrRects[] = {{0.1, 0.1, 0.3, 0.3, eZrFRT_Relative}, {0.5, 0.1, 0.4, 0.4, eZrFRT_Relative}};
     const auto Frame = [&] {
         ASSERT_EQ(pBase->ZrFOverlay(pLogo.Get(), nullptr, 20, 20, 0.8, nullptr, nullptr), S_OK);
@@ -68,34 +59,6 @@ TEST(NoAllocation, OverlaysKeepTheirTablesAndScratch) {
     const int64_t nBefore = AllocationCount();
     for (int i = 0; i < 20; ++i) Frame();
     EXPECT_EQ(AllocationCount(), nBefore);
-}
-
-// The way of a frame to its receivers: put, taken by the queue's thread, held until it has passed, some refused.
-TEST(NoAllocation, NorDoTheQueueAndTheRateTimerTakeAny) {
-    struct Sender {
-        HRESULT OnActiveDeq(ZrPtr<IZrFFrame>& _pFrame, int32_t) {
-            timer.WaitFrame(_pFrame.Get(), nullptr, 0, -1);
-            ++nSent;
-            return nSent % 7 == 0 ? ZR_E_RETRY : S_OK;
-        }
-        void OnActiveDeqOverflow(ZrPtr<IZrFFrame>&) { ++nRefused; }
-        ZrRateTimer timer;
-        int64_t nSent = 0, nRefused = 0;
-    } sender;
-    VirtualClock clock;
-    CDeqActive<Sender, ZrPtr<IZrFFrame>> deq(sender, "sender");
-    deq.Init(0, 4, false);
-    const ZrPtr<IZrFFrame> pSource = CountingFrame(VidProps(eZrFCC_UYVY, 16, 8));
-    const auto Send = [&](int64_t _nFrames) {
-        for (int64_t i = 0; i < _nFrames; ++i) deq.Put(CloneOf(*pSource, eZrFC_Reference), i % 5 == 0 ? 0 : -1);
-    };
-    Send(50);
-    const int64_t nBefore = AllocationCount();
-    Send(1000);
-    EXPECT_EQ(AllocationCount(), nBefore);
-    EXPECT_GT(sender.nSent, 800);
-    EXPECT_GT(sender.nRefused, 0);
-    deq.Stop();
 }
 
 // Each size and format has a converter with its filters and scratch by then.

@@ -74,13 +74,9 @@ TEST(PictureFileFrame, EveryFormatIsSavedAsRgb) {
          {eZrFCC_UYVY, eZrFCC_HDYC, eZrFCC_YUY2, eZrFCC_YVYU, eZrFCC_v210, eZrFCC_I420, eZrFCC_YV12, eZrFCC_NV12}) {
         SCOPED_TRACE(testing::Message() << std::hex << fcc);
         const TestFile file("bmp");
-        ZR_AV_PROPS props;
-        props.vidProps = VidProps(fcc, 48, 32);
-        ZrPtr<IZrFFrame> pFrame, pCut, pLoaded;
-        ASSERT_EQ(CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), u"color=FF8000"),
-                  S_OK);
-        const tagRECT rect{12, 8, 36, 24};  // planes of a part do not stand one behind the other
-        ASSERT_EQ(pFrame->ZrFCut(0, &rect, pCut.Out()), S_OK);
+        // Planes of a part do not stand one behind the other.
+        const auto pCut = CutOf(*OneColour(VidProps(fcc, 48, 32), u"color=FF8000"), {12, 8, 36, 24});
+        ZrPtr<IZrFFrame> pLoaded;
         ASSERT_EQ(pCut->ZrFVideoSaveToFile(file.Name().c_str()), S_OK);
         ASSERT_EQ(Load(file.Name(), nullptr, &pLoaded), S_OK);
         ASSERT_EQ(PropsOf(*pLoaded).vidProps.nWidth, 24);

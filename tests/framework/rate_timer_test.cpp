@@ -14,22 +14,17 @@ namespace zr {
 namespace {
 
 ZR_AV_PROPS VideoOf(double _dblRate) {
-    ZR_AV_PROPS props;
-    props.vidProps.dblRate = _dblRate;
+    ZR_AV_PROPS props{{.dblRate = _dblRate}, {}, {}};
     return props;
 }
 
 ZR_AV_PROPS AudioOf(int32_t _nChannels, int32_t _nSamplesPerSec, int32_t _nBits) {
-    ZR_AV_PROPS props;
-    props.vidProps.eVideoFormat = eZrVF_Disabled;
-    props.audProps = {_nChannels, _nSamplesPerSec, _nBits, 0};
+    ZR_AV_PROPS props{{.eVideoFormat = eZrVF_Disabled}, {_nChannels, _nSamplesPerSec, _nBits, 0}, {}};
     return props;
 }
 
 ZR_TIME From(int64_t _rtStart, int64_t _rtEnd) {
-    ZR_TIME time;
-    time.rtStartTime = _rtStart;
-    time.rtEndTime = _rtEnd;
+    ZR_TIME time{.rtStartTime = _rtStart, .rtEndTime = _rtEnd, .tcFrame = {}};
     return time;
 }
 

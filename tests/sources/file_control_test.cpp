@@ -436,11 +436,7 @@ TEST_F(FileControlTest, ShowsColoursInTheFormatThatCameWithTheName) {
 TEST_F(FileControlTest, GivesTheSizeThatTheObjectIsAskedFor) {
     FileRig rig;
     rig.BePulled();
-    ZR_VID_PROPS props;
-    props.fccType = eZrFCC_UYVY;
-    props.nWidth = 64;
-    props.nHeight = 32;
-    props.dblRate = 50;
+    ZR_VID_PROPS props{.fccType = eZrFCC_UYVY, .nWidth = 64, .nHeight = 32, .dblRate = 50};
     ASSERT_EQ(rig.format.VideoSet(eZrFT_Convert, &props), S_OK);
     ASSERT_EQ(rig.control.FileNameSet(u"clip", nullptr), S_OK);
     ASSERT_EQ(rig.control.FilePlayStart(), S_OK);

@@ -111,8 +111,7 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
     // As a mixer does before it fetches frames.
     void BePulled(double _dblRate = 0) {
         Set(u"object::rate_control", u"0");
-        ZR_VID_PROPS vidProps;
-        vidProps.dblRate = _dblRate;
+        ZR_VID_PROPS vidProps{.dblRate = _dblRate};
         EXPECT_EQ(format.VideoSet(eZrFT_Convert, &vidProps), S_OK);
     }
     void Play(const char16_t* _szName, const char16_t* _szParam = nullptr, double _dblRate = 0) {

@@ -46,10 +46,7 @@ TEST(BuiltInPicture, KnowsColoursFromFileNames) {
         BuiltInPicture picture;
         ASSERT_EQ(BuiltInPicture::Find(test.szName, &picture), test.bColour);
         if (!test.bColour) continue;
-        ZR_VID_PROPS props;
-        props.fccType = eZrFCC_ARGB32;
-        props.nWidth = 64;
-        props.nHeight = 32;
+        ZR_VID_PROPS props{.fccType = eZrFCC_ARGB32, .nWidth = 64, .nHeight = 32};
         ZrPtr<IZrFFrame> pFrame;
         ASSERT_EQ(picture.Make(picture.Format(props), &pFrame), S_OK);
         ZRF_FRAME_INFO info;
@@ -104,10 +101,7 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
 TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     const TempFolder folder;
     const std::u16string strName = folder.Name("a.bmp");
-    ZR_AV_PROPS props;
-    props.vidProps.fccType = eZrFCC_RGB32;
-    props.vidProps.nWidth = 20;
-    props.vidProps.nHeight = -10;
+    ZR_AV_PROPS props{{.fccType = eZrFCC_RGB32, .nWidth = 20, .nHeight = -10}, {}, {}};
     ZrPtr<IZrFFrame> pFrame;
     CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), u"color=red");
     ASSERT_EQ(pFrame->ZrFVideoSaveToFile(strName.c_str()), S_OK);

@@ -13,10 +13,7 @@ namespace {
 ZrPtr<IZrFFrame> Draw(const char16_t* _szName, eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight) {
     BuiltInPicture picture;
     EXPECT_TRUE(BuiltInPicture::Find(_szName, &picture));
-    ZR_VID_PROPS props;
-    props.fccType = _fccType;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
+    ZR_VID_PROPS props{.fccType = _fccType, .nWidth = _nWidth, .nHeight = _nHeight};
     ZrPtr<IZrFFrame> pFrame;
     EXPECT_EQ(picture.Make(picture.Format(props), &pFrame), S_OK);
     return pFrame;
@@ -94,10 +91,7 @@ TEST(TestSignals, NamesHaveTheirSizesAndRates) {
         EXPECT_EQ(std::abs(props.nHeight), nHeight);
         EXPECT_EQ(props.nAspectX, nAspectX);
         EXPECT_NEAR(props.dblRate, dblRate, 0.001);
-        ZR_VID_PROPS sizeOnly;
-        sizeOnly.nWidth = nWidth;
-        sizeOnly.nHeight = nHeight;
-        sizeOnly.dblRate = 29.97;
+        ZR_VID_PROPS sizeOnly{.nWidth = nWidth, .nHeight = nHeight, .dblRate = 29.97};
         EXPECT_EQ(picture.Format(sizeOnly).nAspectX, nAspectX);
     }
 }

@@ -17,21 +17,19 @@ namespace zr {
 
 inline ZR_VID_PROPS PictureProps(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight,
                                  eZrInterlace _eInterlace = eZrI_Progressive) {
-    ZR_VID_PROPS props;
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = PixelFormatBottomUp(_fcc) ? -_nHeight : _nHeight;
-    props.nRowBytes = MinRowBytes(_fcc, _nWidth);
-    props.eInterlace = _eInterlace;
-    props.dblRate = 25;
+    ZR_VID_PROPS props{.fccType = _fcc,
+                       .nWidth = _nWidth,
+                       .nHeight = PixelFormatBottomUp(_fcc) ? -_nHeight : _nHeight,
+                       .nRowBytes = MinRowBytes(_fcc, _nWidth),
+                       .eInterlace = _eInterlace,
+                       .dblRate = 25};
     return props;
 }
 
 // A new frame of one colour, "AARRGGBB" or a name, as ReadColour takes it; black for null.
 inline ZrPtr<IZrFFrame> ColourFrame(const ZR_VID_PROPS& _props, const char16_t* _szColour = nullptr) {
     ZrPtr<IZrFFrame> pFrame;
-    ZR_AV_PROPS props;
-    props.vidProps = _props;
+    ZR_AV_PROPS props{_props, {}, {}};
     const std::u16string line = _szColour ? std::u16string(u"color='") + _szColour + u"'" : std::u16string();
     CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), line.c_str());
     return pFrame;

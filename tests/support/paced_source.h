@@ -30,8 +30,7 @@ public:
     // Another size, rate or pixel format from the next frame on, which begins a line.
     // _nPictures: that are given in turn.
     void SetFormat(const ZR_VID_PROPS& _vidProps, int32_t _nSamples = 0, size_t _nPictures = 1) {
-        ZR_AV_PROPS props;
-        props.vidProps = _vidProps;
+        ZR_AV_PROPS props{_vidProps, {}, {}};
         if (_nSamples > 0) props.audProps = {2, 48000, 16, 0};
         IZrFFactory* pFactory = nullptr;
         FrameFactory(&pFactory);

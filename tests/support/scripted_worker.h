@@ -46,20 +46,14 @@ struct MEDIA_SCRIPT {
 
     static constexpr int32_t kWidth = 16, kHeight = 2;
     ZR_VID_PROPS VidProps() const {
-        ZR_VID_PROPS props;
-        props.fccType = eZrFCC_ARGB32;
-        props.nWidth = kWidth;
-        props.nHeight = kHeight;
-        props.dblRate = Rate();
+        ZR_VID_PROPS props{.fccType = eZrFCC_ARGB32, .nWidth = kWidth, .nHeight = kHeight, .dblRate = Rate()};
         return props;
     }
     ZR_AUD_PROPS AudProps() const { return nSampleRate > 0 ? ZR_AUD_PROPS{1, nSampleRate, 32, 0} : ZR_AUD_PROPS{}; }
 
     // Frame _n with the flags it has in the middle of the media. Sample _i of the media holds the number _i.
     ZrPtr<IZrFFrame> Make(int64_t _n, eZrFrameFlags _eFlags) const {
-        ZR_AV_PROPS props;
-        props.vidProps = VidProps();
-        props.audProps = AudProps();
+        ZR_AV_PROPS props{VidProps(), AudProps(), {}};
         const int64_t rtStart = StartOf(_n), rtEnd = StartOf(_n + 1);
         const int64_t nFirst = SampleAt(rtStart), nSamples = SampleAt(rtEnd) - nFirst;
         std::vector<int32_t>& arrSamples = Scratch();
@@ -71,10 +65,7 @@ struct MEDIA_SCRIPT {
         CZrFrameFactory::Shared().ZrFFrameCreateFromMem(
             &props, reinterpret_cast<int64_t>(arrPixels), static_cast<int32_t>(nSamples),
             reinterpret_cast<int64_t>(arrSamples.data()), pFrame.Out(), nullptr);
-        ZR_TIME time;
-        time.rtStartTime = rtStart;
-        time.rtEndTime = rtEnd;
-        time.eFFlags = _eFlags;
+        ZR_TIME time{.rtStartTime = rtStart, .rtEndTime = rtEnd, .tcFrame = {}, .eFFlags = _eFlags};
         if (bLive) time.eFFlags |= eZrFF_Live;
         pFrame->ZrFTimeSet(&time);
         pFrame->ZrFDataSet(u"C608", sizeof(_n), reinterpret_cast<int64_t>(&_n));  // captions: for one showing only

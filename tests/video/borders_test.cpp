@@ -67,12 +67,11 @@ TEST(DrawBorders, TakesThePixelsAroundTheRectangle) {
     for (const BORDER_CASE& c : arrBorderCases)
         for (const int nAlpha : {100, 50}) {
             SCOPED_TRACE(testing::Message() << c.szName << ' ' << nAlpha);
-            ZR_VID_PROPS props;
-            props.fccType = c.fcc;
-            props.nWidth = 32;
-            props.nHeight = PixelFormatBottomUp(c.fcc) ? -24 : 24;
-            props.nRowBytes = 132;
-            props.eInterlace = c.bInterlaced ? eZrI_Field1First : eZrI_Progressive;
+            ZR_VID_PROPS props{.fccType = c.fcc,
+                               .nWidth = 32,
+                               .nHeight = PixelFormatBottomUp(c.fcc) ? -24 : 24,
+                               .nRowBytes = 132,
+                               .eInterlace = c.bInterlaced ? eZrI_Field1First : eZrI_Progressive};
             Bytes picture(132 * 24, 77);
             const auto& [l, t, r, b] = c.widths;
             const BORDERS borders = AllSides(l, t, r, b);
@@ -94,10 +93,7 @@ TEST(DrawBorders, TakesThePixelsAroundTheRectangle) {
 }
 
 TEST(DrawBorders, RefusesWhatCannotBeDrawn) {
-    ZR_VID_PROPS props;
-    props.fccType = eZrFCC_v210;
-    props.nWidth = 48;
-    props.nHeight = 4;
+    ZR_VID_PROPS props{.fccType = eZrFCC_v210, .nWidth = 48, .nHeight = 4};
     Bytes picture(128 * 4, 7);
     const tagRECT rect{6, 1, 12, 3}, outside{48, 0, 60, 4};
     EXPECT_EQ(DrawBorders(picture.data(), props, rect, AllSides(0, 1, 0, 1), 0.5), kTypeNotAccepted);

@@ -59,10 +59,7 @@ TEST(DrawMaskShape, CoversWhatTheShapeCovers) {
 }
 
 TEST(ExtractMask, TakesTheAlphaOfARectangle) {
-    ZR_VID_PROPS props;
-    props.fccType = eZrFCC_ARGB32;
-    props.nWidth = 21;
-    props.nRowBytes = 96;
+    ZR_VID_PROPS props{.fccType = eZrFCC_ARGB32, .nWidth = 21, .nRowBytes = 96};
     for (const int32_t nHeight : {-9, 9}) {  // top-down, bottom-up
         props.nHeight = nHeight;
         Bytes picture(96 * 9);

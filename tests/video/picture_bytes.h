@@ -9,13 +9,12 @@ namespace zr::test {
 
 // A progressive picture; rows have _nExtra bytes more than they need.
 inline ZR_VID_PROPS Props(eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nExtra = 0) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fccType;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = MinRowBytes(_fccType, _nWidth) + _nExtra;
-    props.eInterlace = eZrI_Progressive;
-    props.dblRate = 25;
+    ZR_VID_PROPS props{.fccType = _fccType,
+                       .nWidth = _nWidth,
+                       .nHeight = _nHeight,
+                       .nRowBytes = MinRowBytes(_fccType, _nWidth) + _nExtra,
+                       .eInterlace = eZrI_Progressive,
+                       .dblRate = 25};
     return props;
 }
 

@@ -11,12 +11,8 @@ namespace zr {
 namespace {
 
 ZR_VID_PROPS Props(int32_t _nWidth, int32_t _nHeight, eZrFCC _fcc = eZrFCC_UYVY) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fcc;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.eInterlace = eZrI_Progressive;
-    props.dblRate = 25;
+    ZR_VID_PROPS props{
+        .fccType = _fcc, .nWidth = _nWidth, .nHeight = _nHeight, .eInterlace = eZrI_Progressive, .dblRate = 25};
     return props;
 }
 

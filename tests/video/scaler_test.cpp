@@ -179,11 +179,7 @@ TEST(Scaler, SharpensAlongRowsAfterAVerticalPassAndLeavesTheBorder) {
 // ---- Arguments
 
 ZR_VID_PROPS Props(eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0) {
-    ZR_VID_PROPS props{};
-    props.fccType = _fccType;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nRowBytes = _nRowBytes;
+    ZR_VID_PROPS props{.fccType = _fccType, .nWidth = _nWidth, .nHeight = _nHeight, .nRowBytes = _nRowBytes};
     return props;
 }
 
