@@ -205,25 +205,51 @@ void MultiplyByMask(const PICTURE& _picture, const MaskPlane& _mask, bool _bOpaq
     }
 }
 
-// _srcRect becomes a picture of size _made.
-HRESULT MakeCopy(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tagSIZE& _made, const PICTURE_PLAN& _plan,
-                 bool _bMask, PICTURE_MAKER& _maker, BlockPicture& _picture) {
-    ZR_VID_PROPS& props = _picture.props;
-    props = ZR_VID_PROPS();
-    props.fccType = CopyFormat(_source.props.fccType, _plan.output.fccType, _bMask);
+// The record of the copy, and how it is scaled.
+struct COPY_PLAN {
+    ZR_VID_PROPS props;
+    SCALING_QUALITY quality;
+    FIELD_RULE rule;
+};
+
+COPY_PLAN PlanCopy(const ZR_VID_PROPS& _source, const tagSIZE& _made, const PICTURE_PLAN& _plan, bool _bMask) {
+    COPY_PLAN copy;
+    ZR_VID_PROPS& props = copy.props;
+    props.fccType = CopyFormat(_source.fccType, _plan.output.fccType, _bMask);
     props.nWidth = _made.cx;
     const int32_t nLines = _made.cy;
     props.nHeight = PixelFormatBottomUp(props.fccType) ? -nLines : nLines;
     props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
     props.eInterlace = InterlaceClass(&_plan.output) != 0 ? _plan.output.eInterlace : eZrI_Progressive;
-    uint8_t* const pCopy = Scratch(_picture.copy, PictureBytes(props));
+    copy.quality = ScalingQuality(_plan.nQuality, _source, props, -1);
+    copy.rule = FieldRule(_source, _plan.output, copy.quality);
+    return copy;
+}
+
+// _srcRect becomes a picture.
+HRESULT MakeCopy(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, PICTURE_MAKER& _maker,
+                 BlockPicture& _picture) {
+    _picture.props = _copy.props;
+    uint8_t* const pCopy = Scratch(_picture.copy, PictureBytes(_copy.props));
     if (!pCopy) return E_OUTOFMEMORY;
-    const SCALING_QUALITY quality = ScalingQuality(_plan.nQuality, _source.props, props, -1);
-    const FIELD_RULE rule = FieldRule(_source.props, _plan.output, quality);
-    const HRESULT hr = Img_Convert(_maker.engine, _source.pBits, pCopy, _source.props, props, rule.bInterlaced,
-                                   &_srcRect, nullptr, quality.eMode, 0, rule.nFlags);
+    const HRESULT hr =
+        Img_Convert(_maker.engine, _source.pBits, pCopy, _source.props, _copy.props, _copy.rule.bInterlaced, &_srcRect,
+                    nullptr, _copy.quality.eMode, 0, _copy.rule.nFlags);
     if (hr == S_OK) _picture.pBits = pCopy;
     return hr;
+}
+
+// The same as rows that are still to be made. ZR_E_RETRY: it is not by rows that this picture is made.
+HRESULT PrepareRows(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, IZrFFrame& _frame,
+                    BlockPicture& _picture) {
+    ROWS_TO_MAKE& rows = *_picture.pRows;
+    const HRESULT hr = Img_PrepareRows(rows.engine, _source.pBits, _source.props, _copy.props, _copy.rule.bInterlaced,
+                                       _srcRect, _copy.quality.eMode, _copy.rule.nFlags, rows.scaling);
+    if (hr != S_OK) return ZR_E_RETRY;
+    _picture.props = _copy.props;
+    rows.rtMade.store(0, std::memory_order_relaxed);
+    rows.pSource = &_frame;
+    return S_OK;
 }
 
 // The bytes can be laid as they are: nothing to convert, and every line in its field.
@@ -245,13 +271,19 @@ bool PICTURE_PLAN::SamePicture(const PICTURE_PLAN& _other) const {
 }
 
 HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
-                         PICTURE_MAKER& _maker, BlockPicture& _picture) {
+                         eMake _eMake, PICTURE_MAKER& _maker, BlockPicture& _picture) {
     _picture.pBits = nullptr;
     _picture.bMasked = _picture.bPremultiplied = false;
+    if (_eMake == eMake::Rows && !_picture.pRows) _picture.pRows = std::make_unique<ROWS_TO_MAKE>();
+    if (_picture.pRows) _picture.pRows->pSource.Reset();
+    if (_eMake != eMake::Whole && _plan.bHasMask) return ZR_E_RETRY;
     PICTURE_BLOCK source{_info.avProps.vidProps, reinterpret_cast<uint8_t*>(_info.lpVideo)};
     if (!source.pBits || !PropsValid(&source.props, true) || !PropsValid(&_plan.output, true)) return S_FALSE;
     HRESULT hr = S_OK;
-    if (PixelFormatPlanar(source.props.fccType)) hr = PictureBlockOf(_frame, _maker.planes, &source);
+    if (PixelFormatPlanar(source.props.fccType)) {
+        if (_eMake == eMake::Reference) return ZR_E_RETRY;
+        hr = PictureBlockOf(_frame, _eMake == eMake::Rows ? _picture.pRows->planes : _maker.planes, &source);
+    }
     if (Failed(hr)) return hr;
 
     const int32_t nLines = AbsHeight(source.props.nHeight);
@@ -292,7 +324,10 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
         return S_OK;
     }
     _picture.pFrame.Reset();
-    hr = MakeCopy(source, srcRect, made, _plan, bPremultiply, _maker, _picture);
+    if (_eMake == eMake::Reference) return ZR_E_RETRY;
+    const COPY_PLAN copy = PlanCopy(source.props, made, _plan, bPremultiply);
+    if (_eMake == eMake::Rows) return PrepareRows(source, srcRect, copy, _frame, _picture);
+    hr = MakeCopy(source, srcRect, copy, _maker, _picture);
     if (hr != S_OK || !bPremultiply) return hr;
     PICTURE picture;
     hr = PictureOf(_picture.copy.Data(), _picture.props, picture);
@@ -309,6 +344,7 @@ HRESULT TakeApart(const BlockPicture& _picture, const ZR_VID_PROPS& _output, Blo
     if (Failed(hr)) return hr;
     _apart.pBits = nullptr;
     _apart.pFrame.Reset();
+    if (_apart.pRows) _apart.pRows->pSource.Reset();
     ZR_VID_PROPS& props = _apart.props;
     props = _output;
     props.eVideoFormat = eZrVF_Custom;

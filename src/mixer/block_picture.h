@@ -1,21 +1,34 @@
 #pragma once
 // What a block shows of its stream: the frame itself where it fits as it is, else a copy of the block's size.
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "platform/ref_object.h"
 #include "scenes/placing.h"
 #include "video/block_mask.h"
 #include "video/masks.h"
+#include "video/scale_packed.h"
 #include "video/scaling_engine.h"
 #include "zr/frame.h"
 
 namespace zr {
 
+// A picture that is not made before it is laid: its rows are, straight into the output where nothing shows through.
+struct ROWS_TO_MAKE {
+    ZrPtr<IZrFFrame> pSource;  // null: there are none
+    ScratchBuffer planes;      // of a source whose planes do not stand one behind the other
+    ScalingEngine engine;
+    PackedScaling scaling;
+    std::atomic<int64_t> rtMade{0};  // ticks that rows have taken, all threads together
+};
+
 // Ready to be laid over the output. Whoever makes it is alone with it; afterwards any thread may read.
 class BlockPicture final : public AutoObjBase<BlockPicture> {
 public:
-    const uint8_t* pBits = nullptr;  // null: there is nothing to lay
+    const uint8_t* pBits = nullptr;       // null: there is nothing to lay, or only rows to make
+    std::unique_ptr<ROWS_TO_MAKE> pRows;  // may be null
     ZR_VID_PROPS props;
     tagRECT srcRect{};            // the part of the picture that is laid
     tagRECT dstRect{};            // where, in output pixels, of the same size; may reach over the edges of the output
@@ -27,9 +40,11 @@ public:
     ZrPtr<IZrFFrame> pFrame;  // where pBits is, unless it is the copy
     ScratchBuffer copy;
 
+    bool HasRows() const { return pRows && pRows->pSource; }
+    bool IsSeen() const { return pBits || HasRows(); }
     bool HasAlpha() const { return props.fccType == eZrFCC_ARGB32; }
     // It hides what is under it.
-    bool IsOpaque() const { return pBits && !bMasked && !HasAlpha(); }
+    bool IsOpaque() const { return IsSeen() && !bMasked && !HasAlpha(); }
 };
 
 // All that a picture hangs on but the frame.
@@ -53,9 +68,16 @@ struct PICTURE_MAKER {
     ScalingEngine maskEngine;
 };
 
-// Makes _picture of a frame. S_FALSE: nothing of it is to be seen. Codes of Img_Convert and PictureBlockOf.
+enum class eMake {
+    Whole,      // whatever it takes
+    Rows,       // what takes no time: a reference, or rows that are made when they are laid, for a picture that is new
+    Reference,  // the frame itself
+};
+
+// Makes _picture of a frame. S_FALSE: nothing of it is to be seen. ZR_E_RETRY: it has to be made whole. Codes of
+// Img_Convert and PictureBlockOf.
 HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
-                         PICTURE_MAKER& _maker, BlockPicture& _picture);
+                         eMake _eMake, PICTURE_MAKER& _maker, BlockPicture& _picture);
 
 // The same of an ARGB32 picture as colours in _output's format and a mask, which are laid in half the time. Worth it
 // for pictures that stay. S_FALSE: it has no alpha, or _output is not 4:2:2. E_OUTOFMEMORY, codes of ConvertPicture.

@@ -9,12 +9,14 @@
 #include "framework/frame_factory_access.h"
 #include "media/pixel_format.h"
 #include "media/vid_props.h"
+#include "platform/clock.h"
 #include "platform/thread_pool.h"
 #include "video/color_convert.h"
 #include "video/kernels/mix_row.h"
 #include "video/mix_image.h"
 #include "video/overlay_picture.h"
 #include "video/scale_rects.h"
+#include "video/vertical_scaler.h"
 
 namespace zr {
 
@@ -54,6 +56,14 @@ HRESULT NewFrame(const ZR_VID_PROPS& _props, ZrPtr<IZrFFrame>* _ppFrame, uint8_t
     return hr;
 }
 
+// Rows _nTop to _nTop + _nRows of a picture that has to be made, from _p on.
+void MakeRows(const BlockPicture& _picture, int32_t _nTop, int32_t _nRows, uint8_t* _p, ptrdiff_t _nStride,
+              uint8_t* _pScratch) {
+    const int64_t rtBegin = ClockNow();
+    for (int32_t y = 0; y < _nRows; ++y) _picture.pRows->scaling.MakeRow(_nTop + y, _p + y * _nStride, _pScratch);
+    _picture.pRows->rtMade.fetch_add(ClockNow() - rtBegin, std::memory_order_relaxed);
+}
+
 }  // namespace
 
 ZR_VID_PROPS Canvas::LayerProps(const ZR_VID_PROPS& _output) {
@@ -76,7 +86,7 @@ void Canvas::Begin(const ZR_VID_PROPS& _output) {
 }
 
 void Canvas::Add(CAutoObj<BlockPicture> _pPicture, double _dblAlpha) {
-    if (!_pPicture || !_pPicture->pBits) return;
+    if (!_pPicture || !_pPicture->IsSeen()) return;
     LAYER layer;
     layer.rect = Inside(_pPicture->dstRect, work);
     layer.nWeight = MixWeight(_dblAlpha, 256);
@@ -149,14 +159,15 @@ HRESULT Canvas::ReadBase(IZrFFrame* _pFrame, BASE* _pBase) {
 }
 
 // What no opaque layer of these rows hides: the base, or black.
-void Canvas::LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const {
+void Canvas::LayBase(const BASE& _base, const PICTURE& _target, const BAND& _band) const {
+    const int32_t nFirst = _band.nFirst, nEnd = _band.nEnd;
     struct SPAN {
         int32_t nFrom, nTo;
     };
     std::array<SPAN, 64> arrSpans;
     size_t nSpans = 0;
     for (const LAYER& layer : arrLayers)
-        if (layer.bOpaque && layer.rect.top <= _nFirst && layer.rect.bottom >= _nEnd && nSpans < arrSpans.size())
+        if (layer.bOpaque && layer.rect.top <= nFirst && layer.rect.bottom >= nEnd && nSpans < arrSpans.size())
             arrSpans[nSpans++] = {layer.rect.left, layer.rect.right};
     std::sort(arrSpans.begin(), arrSpans.begin() + nSpans,
               [](const SPAN& _a, const SPAN& _b) { return _a.nFrom < _b.nFrom; });
@@ -165,12 +176,12 @@ void Canvas::LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst,
     const auto Lay = [&](int32_t _nFrom, int32_t _nTo) {
         const size_t nAt = BytesOf(_target.fccType, _nFrom), cb = BytesOf(_target.fccType, _nTo - _nFrom);
         if (!_base.bPicture) {
-            FillRows(black, target.Row(_nFirst) + nAt, target.nStride, cb, _nEnd - _nFirst);
+            FillRows(black, target.Row(nFirst) + nAt, target.nStride, cb, nEnd - nFirst);
             return;
         }
         // A base that is smaller than the output stands on black.
         const size_t cbBase = BytesOf(_target.fccType, std::clamp(_base.picture.Width() - _nFrom, 0, _nTo - _nFrom));
-        for (int32_t y = _nFirst; y < _nEnd; ++y) {
+        for (int32_t y = nFirst; y < nEnd; ++y) {
             uint8_t* const p = target.Row(y) + nAt;
             const size_t cbCopy = y < _base.picture.Height() ? cbBase : 0;
             if (cbCopy > 0) std::memcpy(p, _base.picture.Packed().Row(y) + nAt, cbCopy);
@@ -185,10 +196,21 @@ void Canvas::LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst,
     if (nAt < _target.Width()) Lay(nAt, _target.Width());
 }
 
-void Canvas::LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst,
-                      int32_t _nEnd) const {
-    const tagRECT rect{_layer.rect.left, std::max(_layer.rect.top, _nFirst), _layer.rect.right,
-                       std::min(_layer.rect.bottom, _nEnd)};
+// Rows _nTop to _nTop + _nRows of a picture: where they lie, or made in scratch.
+Canvas::PART Canvas::PartOf(const BlockPicture& _picture, int32_t _nTop, int32_t _nRows, const BAND& _band) const {
+    PART part{_picture.pBits, _picture.props, _nTop};
+    if (!_picture.HasRows()) return part;
+    uint8_t* p = _band.pScratch + cbRowsStart;
+    part.pBits = p;
+    part.props.nHeight = _nRows;
+    part.nTop = 0;
+    MakeRows(_picture, _nTop, _nRows, p, part.props.nRowBytes, _band.pScratch);
+    return part;
+}
+
+void Canvas::LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, const BAND& _band) const {
+    const tagRECT rect{_layer.rect.left, std::max(_layer.rect.top, _band.nFirst), _layer.rect.right,
+                       std::min(_layer.rect.bottom, _band.nEnd)};
     if (IsEmptyRect(rect)) return;
     if (!_layer.pPicture) {
         MixColour(CutPicture(_target, rect), _layer.colour, _layer.nWeight);
@@ -196,89 +218,104 @@ void Canvas::LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBi
     }
     const BlockPicture& picture = *_layer.pPicture;
     const int32_t nX = rect.left - picture.dstRect.left, nY = rect.top - picture.dstRect.top;
-    const tagRECT src{picture.srcRect.left + nX, picture.srcRect.top + nY, picture.srcRect.left + nX + RectWidth(rect),
-                      picture.srcRect.top + nY + RectHeight(rect)};
+    const int32_t nLeft = picture.srcRect.left + nX, nTop = picture.srcRect.top + nY;
+    if (_layer.bOpaque && picture.HasRows() && RectWidth(rect) == picture.props.nWidth) {
+        const PLANE& target = _target.Packed();
+        MakeRows(picture, nTop, RectHeight(rect), target.Row(rect.top) + BytesOf(work.fccType, rect.left),
+                 target.nStride, _band.pScratch);
+        return;
+    }
+    const PART part = PartOf(picture, nTop, RectHeight(rect), _band);
+    const tagRECT src{nLeft, part.nTop, nLeft + RectWidth(rect), part.nTop + RectHeight(rect)};
     const MIX_MASK mask = picture.bMasked ? picture.mask.Mask(nX, nY) : MIX_MASK{};
     const MIX_OPTIONS options{_layer.dblAlpha, picture.bPremultiplied, 0};
     if (SameFamily(work.fccType, picture.props.fccType))
-        MixImage_Mask8(_pBits, work, &rect, picture.pBits, picture.props, &src, picture.bMasked ? &mask : nullptr,
-                       options);
+        MixImage_Mask8(_pBits, work, &rect, part.pBits, part.props, &src, picture.bMasked ? &mask : nullptr, options);
     else
-        MixImage_Argb(_pBits, work, &rect, picture.pBits, picture.props, &src, options);
+        MixImage_Argb(_pBits, work, &rect, part.pBits, part.props, &src, options);
 }
 
 // The picture that lies under all rows of a band from edge to edge, its first row; the layers from *_pnNext on are
 // above it. Null: there is no such.
-const uint8_t* Canvas::UnderBand(const BASE& _base, int32_t _nFirst, int32_t _nEnd, size_t* _pnNext,
-                                 ptrdiff_t* _pnStride) const {
+const uint8_t* Canvas::UnderBand(const BASE& _base, const BAND& _band, size_t* _pnNext, ptrdiff_t* _pnStride) const {
     const LAYER& first = arrLayers[0];
     if (first.bOpaque && first.pPicture && first.rect.left == 0 && first.rect.right == work.nWidth &&
-        first.rect.top <= _nFirst && first.rect.bottom >= _nEnd) {
+        first.rect.top <= _band.nFirst && first.rect.bottom >= _band.nEnd) {
         const BlockPicture& picture = *first.pPicture;
         PICTURE under;
-        if (Failed(PictureOf(const_cast<uint8_t*>(picture.pBits), picture.props, under))) return nullptr;
+        if (picture.HasRows() || Failed(PictureOf(const_cast<uint8_t*>(picture.pBits), picture.props, under)))
+            return nullptr;
         *_pnNext = 1;
         *_pnStride = under.Packed().nStride;
-        return under.Packed().Row(picture.srcRect.top + _nFirst - picture.dstRect.top) +
+        return under.Packed().Row(picture.srcRect.top + _band.nFirst - picture.dstRect.top) +
                BytesOf(work.fccType, picture.srcRect.left - picture.dstRect.left);
     }
-    if (!_base.bPicture || _base.picture.Width() < work.nWidth || _base.picture.Height() < _nEnd) return nullptr;
+    if (!_base.bPicture || _base.picture.Width() < work.nWidth || _base.picture.Height() < _band.nEnd) return nullptr;
     *_pnNext = 0;
     *_pnStride = _base.picture.Packed().nStride;
-    return _base.picture.Packed().Row(_nFirst);
+    return _base.picture.Packed().Row(_band.nFirst);
 }
 
 // A picture and a half transparent one over it go into the target in one pass. Returns how many layers that were; 0:
 // the base is not laid yet.
-size_t Canvas::LayTwo(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const {
+size_t Canvas::LayTwo(const BASE& _base, const PICTURE& _target, const BAND& _band) const {
     size_t nNext = 0;
     ptrdiff_t nStride = 0;
-    const uint8_t* pUnder = UnderBand(_base, _nFirst, _nEnd, &nNext, &nStride);
+    const uint8_t* pUnder = UnderBand(_base, _band, &nNext, &nStride);
     if (!pUnder || nNext >= arrLayers.size()) return 0;
     const LAYER& layer = arrLayers[nNext];
-    if (!layer.pPicture || layer.bOpaque || layer.rect.top > _nFirst || layer.rect.bottom < _nEnd) return 0;
+    if (!layer.pPicture || layer.bOpaque || layer.rect.top > _band.nFirst || layer.rect.bottom < _band.nEnd) return 0;
     const BlockPicture& picture = *layer.pPicture;
+    if (picture.bMasked || picture.HasAlpha() || !SameFamily(picture.props.fccType, work.fccType)) return 0;
+    const PART part =
+        PartOf(picture, picture.srcRect.top + _band.nFirst - picture.dstRect.top, _band.nEnd - _band.nFirst, _band);
     PICTURE over;
-    if (picture.bMasked || picture.HasAlpha() || !SameFamily(picture.props.fccType, work.fccType) ||
-        Failed(PictureOf(const_cast<uint8_t*>(picture.pBits), picture.props, over)))
-        return 0;
+    if (Failed(PictureOf(const_cast<uint8_t*>(part.pBits), part.props, over))) return 0;
     const size_t cbLeft = BytesOf(work.fccType, layer.rect.left), cbEnd = BytesOf(work.fccType, layer.rect.right);
     const size_t cbRow = BytesOf(work.fccType, work.nWidth);
     const size_t nOver = BytesOf(work.fccType, picture.srcRect.left + layer.rect.left - picture.dstRect.left);
-    for (int32_t y = _nFirst; y < _nEnd; ++y, pUnder += nStride) {
+    for (int32_t y = _band.nFirst; y < _band.nEnd; ++y, pUnder += nStride) {
         uint8_t* const p = _target.Packed().Row(y);
         std::memcpy(p, pUnder, cbLeft);
-        MixPlainRowTo(over.Packed().Row(picture.srcRect.top + y - picture.dstRect.top) + nOver, pUnder + cbLeft,
-                      p + cbLeft, cbEnd - cbLeft, layer.nWeight);
+        MixPlainRowTo(over.Packed().Row(part.nTop + y - _band.nFirst) + nOver, pUnder + cbLeft, p + cbLeft,
+                      cbEnd - cbLeft, layer.nWeight);
         std::memcpy(p + cbEnd, pUnder + cbEnd, cbRow - cbEnd);
     }
     return nNext + 1;
 }
 
-void Canvas::DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst,
-                      int32_t _nEnd) const {
-    size_t i = LayTwo(_base, _target, _nFirst, _nEnd);
-    if (i == 0) LayBase(_base, _target, _nFirst, _nEnd);
-    for (; i < arrLayers.size(); ++i) LayLayer(arrLayers[i], _target, _pBits, _nFirst, _nEnd);
+void Canvas::DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, const BAND& _band) const {
+    size_t i = LayTwo(_base, _target, _band);
+    if (i == 0) LayBase(_base, _target, _band);
+    for (; i < arrLayers.size(); ++i) LayLayer(arrLayers[i], _target, _pBits, _band);
 }
 
-HRESULT Canvas::Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) const {
+// Pictures that are still to be made are made on all processors, as they are when they are made before.
+HRESULT Canvas::Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) {
     PICTURE target;
     const HRESULT hr = PictureOf(_pBits, work, target);
     if (Failed(hr)) return hr;
-    const auto Rows = [&](int32_t _nFirst, int32_t _nEnd) {
-        for (int32_t y = _nFirst; y < _nEnd; y += kBandRows)
-            DrawBand(_base, target, _pBits, y, std::min(y + kBandRows, _nEnd));
-    };
-    const int32_t nRows = target.Height();
-    const int32_t nWorkers = MixWorkers(_nThreads, nRows);
-    // Bands of an even count, for the sake of fields.
-    if (nWorkers == 1)
-        Rows(0, nRows);
-    else
-        ParallelRows(
-            (nRows + kBandRows - 1) / kBandRows, (nRows / kBandRows + nWorkers - 1) / nWorkers,
-            [&](int32_t _nFirst, int32_t _nEnd) { Rows(_nFirst * kBandRows, std::min(_nEnd * kBandRows, nRows)); });
+    size_t cbBand = 0;
+    bool bMakes = false;
+    cbRowsStart = 0;
+    for (const LAYER& layer : arrLayers) {
+        if (!layer.pPicture || !layer.pPicture->HasRows()) continue;
+        bMakes = true;
+        cbRowsStart = std::max(cbRowsStart, (layer.pPicture->pRows->scaling.ScratchBytes() + 63) & ~size_t{63});
+        cbBand = std::max(cbBand, size_t{kBandRows} * static_cast<size_t>(layer.pPicture->props.nRowBytes));
+    }
+    const int32_t nRows = target.Height(), nBands = (nRows + kBandRows - 1) / kBandRows;
+    const int32_t nWorkers = MixWorkers(bMakes ? RowThreads() : _nThreads, nRows);
+    const int32_t nSlices = nWorkers == 1 ? 1 : std::min(2 * nWorkers, kMaxSlices);
+    const size_t cbSlice = (cbRowsStart + cbBand + 63) & ~size_t{63};
+    uint8_t* const pScratch = Scratch(rows, uint64_t{cbSlice} * static_cast<uint64_t>(nSlices));
+    if (!pScratch && cbSlice > 0) return E_OUTOFMEMORY;
+    RunSlices(nSlices, nBands, [&](int32_t _nSlice, int32_t _nFirst, int32_t _nEnd) {
+        uint8_t* const pMine = pScratch + static_cast<size_t>(_nSlice) * cbSlice;
+        // Of an even count of rows, for the sake of fields.
+        for (int32_t n = _nFirst; n < _nEnd; ++n)
+            DrawBand(_base, target, _pBits, {n * kBandRows, std::min((n + 1) * kBandRows, nRows), pMine});
+    });
     return S_OK;
 }
 

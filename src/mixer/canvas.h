@@ -47,16 +47,28 @@ private:
         bool bPicture = false;  // else black
     };
 
+    // Rows that are composed in one go, and the scratch of the thread that does it.
+    struct BAND {
+        int32_t nFirst, nEnd;
+        uint8_t* pScratch;
+    };
+    // A part of a picture's rows in memory.
+    struct PART {
+        const uint8_t* pBits;
+        ZR_VID_PROPS props;
+        int32_t nTop;  // the first of them
+    };
+
     void DropCovered();
     bool IsWholeFrame(const LAYER& _layer) const;
     HRESULT ReadBase(IZrFFrame* _pBase, BASE* _pBase_I);
-    HRESULT Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) const;
-    const uint8_t* UnderBand(const BASE& _base, int32_t _nFirst, int32_t _nEnd, size_t* _pnNext,
-                             ptrdiff_t* _pnStride) const;
-    size_t LayTwo(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
-    void DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
-    void LayBase(const BASE& _base, const PICTURE& _target, int32_t _nFirst, int32_t _nEnd) const;
-    void LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, int32_t _nFirst, int32_t _nEnd) const;
+    HRESULT Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads);
+    const uint8_t* UnderBand(const BASE& _base, const BAND& _band, size_t* _pnNext, ptrdiff_t* _pnStride) const;
+    size_t LayTwo(const BASE& _base, const PICTURE& _target, const BAND& _band) const;
+    void DrawBand(const BASE& _base, const PICTURE& _target, uint8_t* _pBits, const BAND& _band) const;
+    void LayBase(const BASE& _base, const PICTURE& _target, const BAND& _band) const;
+    void LayLayer(const LAYER& _layer, const PICTURE& _target, uint8_t* _pBits, const BAND& _band) const;
+    PART PartOf(const BlockPicture& _picture, int32_t _nTop, int32_t _nRows, const BAND& _band) const;
 
     ZR_VID_PROPS output;
     ZR_VID_PROPS work;  // LayerProps of it
@@ -64,6 +76,8 @@ private:
     FILL_PATTERN black;
     ScalingEngine engine;
     ScratchBuffer basePlanes, baseConverted, composed;
+    ScratchBuffer rows;      // of each thread: a row in the making, then a band of them
+    size_t cbRowsStart = 0;  // where the band begins
 };
 
 }  // namespace zr

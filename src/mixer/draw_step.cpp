@@ -112,6 +112,10 @@ HRESULT DrawStep::Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame) {
     LayOnCanvas();
     const HRESULT hr = canvas.Compose(_pBase, pObject->AttributeOr(u"mixing.threads", 0), _ppFrame);
     canvas.Clear();
+    for (const DRAWN& drawn : arrDrawn)
+        if (drawn.draw.pPicture && drawn.draw.pPicture->HasRows())
+            drawn.pStream->NotePicture(drawn.draw.pPicture->pRows->rtMade.load(std::memory_order_relaxed));
+    arrDrawn.clear();
     return hr;
 }
 
@@ -225,39 +229,42 @@ void DrawStep::WaitMasks(Waitable& _evStop, int64_t _rtMost) {
     if (std::exchange(bReadsMasks, false)) WaitAny({&_evStop, pMasksRead.get()}, _rtMost);
 }
 
-// Each takes milliseconds where sources are large, and after a change of the scene all come at once.
+// What takes milliseconds where sources are large: after a change of the scene all may come at once.
 void DrawStep::MakePictures() {
     arrToMake.clear();
     for (DRAWN& drawn : arrDrawn)
-        if (drawn.draw.pFrame) arrToMake.push_back(&drawn);
+        if (!MakePicture(drawn, true)) arrToMake.push_back(&drawn);
     if (arrToMake.empty()) return;
     for (size_t i = 1; i < arrToMake.size(); ++i) {
         DRAWN* const pDrawn = arrToMake[i];
-        if (Failed(ThreadPool::Shared().Submit([pDrawn] { MakePicture(*pDrawn); }, &groupMake))) MakePicture(*pDrawn);
+        if (Failed(ThreadPool::Shared().Submit([pDrawn] { MakePicture(*pDrawn, false); }, &groupMake)))
+            MakePicture(*pDrawn, false);
     }
-    MakePicture(*arrToMake[0]);
+    MakePicture(*arrToMake[0], false);
     groupMake.Wait(nullptr, -1);
 }
 
-// Memory that is out leaves the picture before.
-void DrawStep::MakePicture(DRAWN& _drawn) {
+// False: not at once. Memory that is out leaves the picture before.
+bool DrawStep::MakePicture(DRAWN& _drawn, bool _bAtOnce) {
+    if (!_drawn.draw.pFrame) return true;
+    bool bMade = true;
     InterfaceCall([&] {
         const int64_t rtBegin = ClockNow();
-        _drawn.pBlock->MakePicture(_drawn.draw);
-        _drawn.pStream->NotePicture(ClockNow() - rtBegin);
+        bMade = _drawn.pBlock->MakePicture(_drawn.draw, _bAtOnce);
+        if (bMade) _drawn.pStream->NotePicture(ClockNow() - rtBegin);
         return S_OK;
     });
+    return bMade;
 }
 
 void DrawStep::LayOnCanvas() {
-    for (DRAWN& drawn : arrDrawn) {
-        const CAutoObj<BlockPicture> pPicture = std::move(drawn.draw.pPicture);
-        const bool bSeen = pPicture && pPicture->pBits;
-        const tagRECT rect = bSeen ? pPicture->laidRect : RoundRect(drawn.draw.rect);
+    for (const DRAWN& drawn : arrDrawn) {
+        const CAutoObj<BlockPicture>& pPicture = drawn.draw.pPicture;
         canvas.Add(pPicture, drawn.dblAlpha);
-        if (drawn.bBorders) canvas.AddBorders(rect, drawn.borders, drawn.dblAlpha);
+        if (!drawn.bBorders) continue;
+        const bool bSeen = pPicture && pPicture->IsSeen();
+        canvas.AddBorders(bSeen ? pPicture->laidRect : RoundRect(drawn.draw.rect), drawn.borders, drawn.dblAlpha);
     }
-    arrDrawn.clear();
 }
 
 void DrawStep::DropVideo_I(CoElement& _element) {

@@ -42,8 +42,6 @@ public:
     DrawStep(XMLNodePtr _pRoot, XMLNodePtr _pObject, BlockSet& _blocks)
         : pRoot(std::move(_pRoot)), pObject(std::move(_pObject)), blocks(_blocks) {}
 
-    // The scene has changed since it was laid out: whatever is made of it now is made again by the next walk.
-    bool WillLayOut(uint64_t _nChanges) const { return nLaidOut != _nChanges; }
     // Both passes over a scene, with the scenes lock held for reading. Null: there is no scene, or no foreground in it.
     // _nChanges: ScenesShared::Changes. What has changed since it was laid out, and what was never laid out, is before
     // it is drawn. False: the scene has elements that could not draw yet.
@@ -52,7 +50,8 @@ public:
     // Until the files of masks have been read that the walk has met for the first time, by the pool. _rtMost: ticks,
     // below 0 without limit. Before MakePictures, to have them in this frame.
     void WaitMasks(Waitable& _evStop, int64_t _rtMost);
-    // The pictures that the draw pass found to be made, each on a thread. The scenes lock is not needed any more.
+    // The pictures that the draw pass found to be made and kept, each on a thread. The scenes lock is not needed any
+    // more.
     void MakePictures();
     // The picture of the draw pass; see Canvas::Compose.
     HRESULT Compose(IZrFFrame* _pBase, ZrPtr<IZrFFrame>* _ppFrame);
@@ -80,7 +79,7 @@ private:
 
     bool HasOtherStreams();
     void ReadMasks(const BlockPtr& _pBlock, uint32_t _nToRead);
-    static void MakePicture(DRAWN& _drawn);
+    static bool MakePicture(DRAWN& _drawn, bool _bAtOnce);
     void LayOnCanvas();
     void CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context);
     const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;

@@ -168,7 +168,6 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         }
         if (Failed(hr)) return hr;
         pass.pRequest = &request;
-        request.bMakeLater = draw.WillLayOut(parts.scenes.Shared().Changes());
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
         pass.bHasInputs = true;

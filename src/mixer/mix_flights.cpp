@@ -78,6 +78,7 @@ void MixCycle::Compose(FLIGHT& _flight) {
     CountFailure(InterfaceCall([&] { return Sync_DoMixing_I(_flight); }));
 }
 
+// The puts and the frame of a request, on the thread that composes: meanwhile the mix thread asks for the next.
 HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
     ApplyPriority();
     AnnounceFrame();
@@ -88,7 +89,6 @@ HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
     pass.pRequest = &_flight.request;
     pass.bHasInputs = true;
     FramePtr pBase;
-    _flight.request.bMakeLater = draw.WillLayOut(parts.scenes.Shared().Changes());
     HRESULT hr = sync.Sync_Put(_flight.request, &pBase, &pass.bMustCopy);
     if (Succeeded(hr)) hr = MakeFrame(pass, pBase);
     if (hr != S_OK || pass.bSkipped) return hr;

@@ -32,6 +32,7 @@ void ZrMixerStream::NotePut(double _dblMs, bool _bSkipped) {
     statistics.SetValue(counters.nPutFrame, _dblMs);
     const auto rt = static_cast<int64_t>(_dblMs * static_cast<double>(kTicksPerMs));
     rtLastPut.store(_bSkipped ? 0 : rt, std::memory_order_relaxed);
+    rtLastPutAlone.store(rt, std::memory_order_relaxed);
 }
 
 // --- Mix thread

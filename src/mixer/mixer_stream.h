@@ -43,7 +43,7 @@ struct STREAM_PUT {
     bool bForceMaster = false;    // key locked.force_master
     bool bSync = true;            // the mixer pulls, and waits for the end of the put
     bool bSkipped = false;        // the frame comes without the picture that it had
-    bool bMakeLater = false;      // the blocks are about to be laid out again: pictures are made when they are drawn
+    bool bMakeLater = false;      // pictures are made when they are drawn, not by the put
     bool bShowLastFrame = true;   // key elements.show_last_frame: of a stream that has no picture any more
     Waitable* pAbort = nullptr;   // ends the waits of the put
 };
@@ -69,6 +69,8 @@ public:
     HRESULT PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put);
     // How long the last put of a whole frame took, in ticks; 0 after one whose picture was left out.
     int64_t LastPutTime() const { return rtLastPut.load(std::memory_order_relaxed); }
+    // The same without the pictures that were made later.
+    int64_t LastPutAlone() const { return rtLastPutAlone.load(std::memory_order_relaxed); }
     // Publishes how long a put took.
     void NotePut(double _dblMs, bool _bSkipped);
     // A picture of that put was made later, in so many ticks.
@@ -183,6 +185,7 @@ private:
     std::atomic<int32_t> nCaptionLevel{0};  // 0 none, 1 the stream has captions, 2 a block wants them
     std::atomic<int32_t> nBlocks{0};        // that the last frame went through
     std::atomic<int64_t> rtLastPut{0};
+    std::atomic<int64_t> rtLastPutAlone{0};
     std::atomic<double> dblVisibleGain{0};
     std::atomic<double> dblAudioGain{0};
 

@@ -343,7 +343,7 @@ bool SyncMixer::PrepareStep(RequestStep& _step, const SyncRequest& _request) {
     const double dblRate = _request.props.vidProps.dblRate;
     const int64_t rtFrame = dblRate > 0 ? FrameDurationOfRate(dblRate).rtDuration : kDefaultSkipFrame;
     _step.put.bSkipped = _request.bMaySkip && pStream && pStream->LastPutTime() > rtFrame / 2;
-    _step.put.bMakeLater = _request.bMakeLater;
+    _step.put.bMakeLater = true;
     _step.bMustCopy = true;
     const eZrFrameClone eParts = _step.put.bSkipped ? eZrFC_ObjData_Audio : eZrFC_Reference;
     const HRESULT hr = _step.pFetched->ZrFClone(_step.pSourceFrame.Out(), eParts, eZrFCC_Default);
@@ -369,7 +369,7 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
         RequestStep& step = _request[i];
         if (!PrepareStep(step, _request)) continue;
         if (step.IsBackground()) pBackground = &step;
-        if (step.input.pStream && (step.put.bMakeLater || step.input.pStream->LastPutTime() < kQuick)) {
+        if (step.input.pStream && step.input.pStream->LastPutAlone() < kQuick) {
             arrQuick.push_back(&step);
         } else if (!pHere) {
             pHere = &step;

@@ -50,7 +50,8 @@ struct SyncSource {
     std::vector<RequestStep*> arrSteps;  // who wants this cycle's frame
 };
 
-// What Sync_Request found. Kept and used again: nothing is allocated in a steady show.
+// What Sync_Request found, for the puts and the frame of that cycle. Kept and used again: nothing is allocated in a
+// steady show.
 class SyncRequest {
 public:
     SyncRequest() = default;
@@ -58,9 +59,8 @@ public:
     SyncRequest& operator=(const SyncRequest&) = delete;
     ~SyncRequest() { Release(); }
 
-    AV_FORMAT props;          // the output of the cycle
-    bool bMaySkip = false;    // the output is paced: a stream that is late may lose its picture
-    bool bMakeLater = false;  // as in STREAM_PUT
+    AV_FORMAT props;        // the output of the cycle
+    bool bMaySkip = false;  // the output is paced: a stream that is late may lose its picture
     RequestStep& Add() {
         if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());
         return *arrSteps[nSteps++];

@@ -73,12 +73,13 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater) {
         MutexLock lock(mtx);
         nQuality = _nQuality;
         NoteSource_I(info.avProps.vidProps);
-        if (!map.IsVisible() || _bLater || WaitsForMask_I()) {
+        const bool bNeeds = NeedsPicture_I(info.llVideoID, &planNew);
+        if (!map.IsVisible() || (_bLater && bNeeds) || WaitsForMask_I()) {
             pOldLatest = std::exchange(pLatest, ZrPtr<IZrFFrame>(&_frame));
             return map.IsVisible() ? S_OK : S_FALSE;
         }
         pOldLatest = std::move(pLatest);
-        if (!NeedsPicture_I(info.llVideoID, &planNew)) {
+        if (!bNeeds) {
             if (++nRepeats != kStays) return S_OK;
             bStays = true;
         }
@@ -88,7 +89,7 @@ HRESULT ZrVideoBlock::Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater) {
         return S_OK;
     }
     CAutoObj<BlockPicture> pNew;
-    const HRESULT hr = Make_I(_frame, info, planNew, &pNew);
+    const HRESULT hr = Make_I(_frame, info, planNew, eMake::Whole, &pNew);
     if (Failed(hr)) return hr;
     {
         MutexLock lock(mtx);
@@ -124,10 +125,10 @@ CAutoObj<BlockPicture> ZrVideoBlock::FreePicture_I() {
     return arrPictures[0];
 }
 
-HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan,
+HRESULT ZrVideoBlock::Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, eMake _eMake,
                              CAutoObj<BlockPicture>* _ppMade) {
     *_ppMade = FreePicture_I();
-    return *_ppMade ? MakeBlockPicture(_frame, _info, _plan, masks, maker, **_ppMade) : E_OUTOFMEMORY;
+    return *_ppMade ? MakeBlockPicture(_frame, _info, _plan, masks, _eMake, maker, **_ppMade) : E_OUTOFMEMORY;
 }
 
 // _pNew gets the one before.
@@ -141,8 +142,11 @@ void ZrVideoBlock::Show_I(CAutoObj<BlockPicture>& _pNew, const ZRF_FRAME_INFO& _
 
 // The source gets back what nobody shows any more.
 void ZrVideoBlock::GiveFramesBack_I() {
-    for (const CAutoObj<BlockPicture>& p : arrPictures)
-        if (p && IsFree(p)) p->pFrame.Reset();
+    for (const CAutoObj<BlockPicture>& p : arrPictures) {
+        if (!p || !IsFree(p)) continue;
+        p->pFrame.Reset();
+        if (p->pRows) p->pRows->pSource.Reset();
+    }
 }
 
 // What it shows stays: it may cost something once to be laid in less time. Where that fails, it is laid as it is.
@@ -294,43 +298,65 @@ BLOCK_DRAW ZrVideoBlock::ToDraw() {
         draw.rect = rect;
         if (!map.IsVisible()) return draw;
         draw.pPicture = pPicture;
-        draw.pFrame = std::move(pLatest);
+        draw.pFrame = pLatest;
         draw.nPictures = nPictures;
     }
     if (!draw.pFrame) return draw;
     bool bMake = Succeeded(draw.pFrame->ZrFAllGet(&draw.info));
+    ZrPtr<IZrFFrame> pOldLatest;  // goes outside of the lock
     {
         MutexLock lock(mtx);
         bMake = bMake && nPictures == draw.nPictures && NeedsPicture_I(draw.info.llVideoID, &draw.plan);
         draw.pPicture = pPicture;
+        if (bMake) {
+            const int64_t llID = draw.info.llVideoID;
+            draw.bNew = llID == 0 || llID != llDrawnID || !planDrawn.SamePicture(draw.plan);
+            llDrawnID = llID;
+            planDrawn = draw.plan;
+        } else if (pLatest == draw.pFrame) {
+            pOldLatest = std::move(pLatest);
+        }
     }
     if (!bMake) draw.pFrame.Reset();
     return draw;
 }
 
-// A producer may put the next frame meanwhile, by the next layout: that one stays, this one is for one frame only.
-void ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw) {
-    const ZrPtr<IZrFFrame> pFrame = std::move(_draw.pFrame);
-    if (!pFrame) return;
+// A producer may put the next frame meanwhile, by the next layout: that one stays, this one is for one frame only. A
+// frame that is scaled as it is laid stays, too, for it may come again.
+bool ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw, bool _bAtOnce) {
+    if (!_draw.pFrame) return true;
     MutexLock lockMake(mtxMake);
     {
         MutexLock lock(mtx);
         if (WaitsForMask_I()) {
-            if (!pLatest) pLatest = pFrame;
-            return;
+            if (!pLatest) pLatest = _draw.pFrame;
+            _draw.pFrame.Reset();
+            return true;
         }
         _draw.plan.nMasks = nMasks;  // what has come since then
         _draw.plan.bHasMask = HasMask_I();
     }
     CAutoObj<BlockPicture> pNew;
-    if (Failed(Make_I(*pFrame, _draw.info, _draw.plan, &pNew))) return;
-    _draw.pPicture = pNew;
+    const eMake eHow = !_bAtOnce ? eMake::Whole : _draw.bNew ? eMake::Rows : eMake::Reference;
+    const HRESULT hr = Make_I(*_draw.pFrame, _draw.info, _draw.plan, eHow, &pNew);
+    if (hr == ZR_E_RETRY) return false;
+    const ZrPtr<IZrFFrame> pFrame = std::move(_draw.pFrame);
+    ZrPtr<IZrFFrame> pOldLatest;
+    const bool bRows = Succeeded(hr) && pNew->HasRows();
+    if (Succeeded(hr)) _draw.pPicture = pNew;
     {
         MutexLock lock(mtx);
-        if (nPictures == _draw.nPictures) Show_I(pNew, _draw.info, _draw.plan);
+        if (Succeeded(hr) && nPictures == _draw.nPictures) {
+            if (bRows)
+                pNew = std::move(pPicture);  // of an older frame
+            else
+                Show_I(pNew, _draw.info, _draw.plan);
+        }
+        if (!bRows && pLatest == pFrame) pOldLatest = std::move(pLatest);
     }
     pNew.Reset();
     GiveFramesBack_I();
+    return true;
 }
 
 // ---- The set

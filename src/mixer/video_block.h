@@ -45,6 +45,7 @@ struct BLOCK_DRAW {
     ZrPtr<IZrFFrame> pFrame;          // not null: the picture is to be made first, of this and by what follows
     ZRF_FRAME_INFO info;
     PICTURE_PLAN plan;
+    bool bNew = false;  // not the frame that was drawn the last time
     uint32_t nPictures = 0;
 };
 
@@ -68,7 +69,7 @@ public:
 
     // Takes the frame: makes the block's picture of it, unless nobody sees the block or it has that very picture
     // already. The frame is referenced, not copied, and must not be written to afterwards. _nQuality:
-    // scaling_quality.blocks. _bLater: the block is about to be laid out again, its picture is made when it is drawn.
+    // scaling_quality.blocks. _bLater: what shows the frame is made when it is drawn.
     // S_FALSE: nobody sees the block. Else as MakeBlockPicture; the old picture stays then.
     HRESULT Put(IZrFFrame& _frame, int32_t _nQuality, bool _bLater = false);
     // The same later, of a frame that the stream has put already.
@@ -107,8 +108,10 @@ public:
     bool IsStale() const;
     // What to lay, before the block gets its next layout.
     BLOCK_DRAW ToDraw();
-    // Makes the picture where it has to be; any thread. Where that fails the one before stays.
-    void MakePicture(BLOCK_DRAW& _draw);
+    // Makes what _draw lays of its frame; any thread. A new picture that has to be scaled is not worth keeping: it is
+    // scaled as it is laid, and made when it comes again. Where it fails the one before stays. False: with _bAtOnce,
+    // it takes the time of a whole picture, which the caller may want to give it elsewhere.
+    bool MakePicture(BLOCK_DRAW& _draw, bool _bAtOnce);
 
 private:
     // As an attribute names it.
@@ -123,7 +126,7 @@ private:
     bool HasMask_I() const ZR_REQUIRES(mtx) { return arrMasks[0].bStands || arrMasks[1].bStands; }
     bool WaitsForMask_I() const ZR_REQUIRES(mtx) { return !pPicture && (!arrMasks[0].bLooked || !arrMasks[1].bLooked); }
     bool NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) const ZR_REQUIRES(mtx);
-    HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan,
+    HRESULT Make_I(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, eMake _eMake,
                    CAutoObj<BlockPicture>* _ppMade) ZR_REQUIRES(mtxMake);
     void Show_I(CAutoObj<BlockPicture>& _pNew, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan) ZR_REQUIRES(mtx);
     void GiveFramesBack_I() ZR_REQUIRES(mtxMake);
@@ -156,7 +159,9 @@ private:
     int64_t llPictureID ZR_GUARDED_BY(mtx) = 0;   // of the frame that pPicture shows; 0: of none
     uint32_t nPictures ZR_GUARDED_BY(mtx) = 0;    // made, or taken away
     int32_t nRepeats ZR_GUARDED_BY(mtx) = 0;      // how often that frame came again
-    ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // not made yet: made when it is drawn
+    ZrPtr<IZrFFrame> pLatest ZR_GUARDED_BY(mtx);  // no picture is kept of it yet: made when it is drawn
+    int64_t llDrawnID ZR_GUARDED_BY(mtx) = 0;     // of the last frame that was drawn so
+    PICTURE_PLAN planDrawn ZR_GUARDED_BY(mtx);    // and how
 };
 
 using BlockPtr = CAutoObj<ZrVideoBlock>;

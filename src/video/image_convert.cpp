@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "media/pixel_format.h"
+#include "media/vid_props.h"
 #include "video/color_convert.h"
 #include "video/resize_sharpen.h"
 #include "video/sample_rows.h"
@@ -68,6 +69,13 @@ double FilterWidth(eInterpolation _eMode, int32_t _nSharpness) {
     return _nSharpness > 0 ? dblWidth / (1 + _nSharpness / 25.0) : dblWidth * (1 - _nSharpness / 25.0);
 }
 
+void CompleteParams(int32_t _nSrcWidth, int32_t _nDstWidth, bool _bInterlaced, RESIZE_PARAMS& _params) {
+    _params.dblWidth = FilterWidth(_params.eMode, _params.nSharpness);
+    if (_params.eMode == eInterpolation::SuperSampling && _nDstWidth > _nSrcWidth)
+        _params.eMode = eInterpolation::BSpline;
+    if (!_bInterlaced) _params.nFlags |= eScale_Progressive;
+}
+
 // An RGB picture, with its channels as they are.
 HRESULT ScaleRgb(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced,
                  const RESIZE_PARAMS& _params) {
@@ -85,11 +93,18 @@ HRESULT ScaleRgb(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _ds
     return Failed(hr) ? hr : ConvertColours(_engine, scaled, _dst, _bInterlaced);
 }
 
+// By rows that hang on the source alone.
+bool ScalesIntoPacked(const PICTURE& _src, eZrFCC _fccDst, int32_t _nDstWidth, const RESIZE_PARAMS& _params) {
+    if (!IsPacked422(_fccDst) || _params.nSharpness != 0) return false;
+    return _src.IsPlanar() || (IsPacked422(_src.fccType) && _src.Width() != _nDstWidth);
+}
+
 HRESULT ScaleYuv(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, bool _bInterlaced,
                  const RESIZE_PARAMS& _params) {
     if (IsPacked422(_src.fccType) && IsPacked422(_dst.fccType) && _src.Width() == _dst.Width())
         return ScalePackedRows(_engine, _src, _dst, _params);
-    if (IsPacked422(_dst.fccType) && _params.nSharpness == 0) return ScaleIntoPacked(_engine, _src, _dst, _params);
+    if (ScalesIntoPacked(_src, _dst.fccType, _dst.Width(), _params))
+        return ScaleIntoPacked(_engine, _src, _dst, _params);
     return ScaleByPlanes(_engine, _src, _dst, _bInterlaced, _params);
 }
 
@@ -131,15 +146,33 @@ HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PIC
     src = CutPicture(src, _srcRect);
     if (bToSame) return ConvertColours(_engine, src, dst, _bInterlaced);
 
-    _params.dblWidth = FilterWidth(_params.eMode, _params.nSharpness);
-    if (_params.eMode == eInterpolation::SuperSampling && nWidth > RectWidth(_srcRect))
-        _params.eMode = eInterpolation::BSpline;
-    if (!_bInterlaced) _params.nFlags |= eScale_Progressive;
+    CompleteParams(RectWidth(_srcRect), nWidth, _bInterlaced, _params);
     if (dst.fccType == eZrFCC_v210) return ScaleIntoV210(_engine, src, dst, _bInterlaced, _params);
     return Scale(_engine, src, dst, _bInterlaced, _params);
 }
 
 }  // namespace
+
+HRESULT Img_PrepareRows(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+                        const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT& _srcRect,
+                        eInterpolation _eQuality, uint32_t _nFlags, PackedScaling& _rows) {
+    PICTURE src;
+    HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), _srcProps, src);
+    tagRECT srcRect, dstRect;
+    if (Succeeded(hr)) hr = ClipRects(_srcProps, _dstProps, srcRect, dstRect, true, &_srcRect, nullptr);
+    if (hr != S_OK) return hr;
+    const int32_t nWidth = RectWidth(dstRect), nHeight = RectHeight(dstRect);
+    RESIZE_PARAMS params;
+    params.eMode = _eQuality;
+    params.nFlags = _nFlags;
+    const bool bSame = RectWidth(srcRect) == nWidth && RectHeight(srcRect) == nHeight && _nFlags == 0;
+    const bool bWhole = nWidth == _dstProps.nWidth && nHeight == AbsHeight(_dstProps.nHeight);
+    src = CutPicture(src, srcRect);
+    if (bSame || !bWhole || src.fccType == eZrFCC_v210) return S_FALSE;
+    CompleteParams(src.Width(), nWidth, _bInterlaced, params);
+    if (!ScalesIntoPacked(src, _dstProps.fccType, nWidth, params)) return S_FALSE;
+    return _rows.Prepare(_engine, src, _dstProps.fccType, nWidth, nHeight, params);
+}
 
 HRESULT Img_Convert_I(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const ZR_VID_PROPS& _srcProps,
                       const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,

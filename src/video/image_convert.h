@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "video/picture.h"
+#include "video/scale_packed.h"
 #include "video/scaling_engine.h"
 #include "zr/records.h"
 
@@ -25,7 +26,13 @@ HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst
                     const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
                     const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags);
 
-// The same between pictures whose records are _srcProps and _dstProps.
+// Prepares what Img_Convert would do to a whole destination, without sharpening, for rows that are made one by one: see
+// PackedScaling. S_FALSE: it would do something else than scale into packed rows, or nothing. Codes as above.
+HRESULT Img_PrepareRows(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+                        const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT& _srcRect,
+                        eInterpolation _eQuality, uint32_t _nFlags, PackedScaling& _rows);
+
+// The same as Img_Convert between pictures whose records are _srcProps and _dstProps.
 HRESULT Img_Convert_I(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const ZR_VID_PROPS& _srcProps,
                       const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT* _pSrcRect,
                       const tagRECT* _pDstRect, eInterpolation _eQuality, int32_t _nSharpness, uint32_t _nFlags);

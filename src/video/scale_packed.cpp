@@ -19,23 +19,6 @@ int32_t ChromaWidth(const PICTURE& _picture) {
     return _picture.Width() / 2;
 }
 
-// ---- Rows into packed rows
-
-// One conversion; its rows may be made in any order and by several threads, each with scratch of its own.
-struct PACKED_JOB {
-    const PICTURE &src, &dst;
-    VERTICAL_PASS lumaDown, chromaDown;  // packed sources: lumaDown for all bytes
-    const HorizontalFilter &lumaAcross, &chromaAcross;
-    size_t cbIn, cbOut;  // a scratch row of source samples; of destination samples
-
-    size_t ScratchBytes() const { return 5 * cbIn + 3 * cbOut; }
-    SAMPLE_ROWS InRows(uint8_t* _pScratch) const { return {_pScratch, _pScratch + cbIn, _pScratch + 2 * cbIn}; }
-    uint8_t* Middle(uint8_t* _pScratch) const { return _pScratch + 3 * cbIn; }  // two rows: a packed one
-    uint8_t* Out(uint8_t* _pScratch, int32_t _n) const {
-        return _pScratch + 5 * cbIn + static_cast<size_t>(_n) * cbOut;
-    }
-};
-
 // A row of a plane, scaled vertically, in scratch: the resampler reads a little beyond it.
 void PlaneRowInto(const VERTICAL_PASS& _down, const PLANE& _plane, int32_t _y, uint8_t* _pDst) {
     const auto cb = static_cast<size_t>(_plane.nWidth);
@@ -54,58 +37,68 @@ void VerticalPackedRow(const VERTICAL_PASS& _down, const PICTURE& _src, int32_t 
                    {_in.pLuma, bCrFirst ? _in.pCr : _in.pCb, bCrFirst ? _in.pCb : _in.pCr}, nPairs);
 }
 
-void VerticalSamples(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
-    const SAMPLE_ROWS in = _job.InRows(_pScratch);
-    const PLANE* planes = _job.src.arrPlanes;
-    const auto nPairs = static_cast<size_t>(_job.src.Width() / 2);
-    if (_job.src.IsPlanar()) {
-        PlaneRowInto(_job.lumaDown, planes[0], _y, in.pLuma);
-        if (_job.src.nPlanes == 3) {
-            PlaneRowInto(_job.chromaDown, planes[1], _y, in.pCb);
-            PlaneRowInto(_job.chromaDown, planes[2], _y, in.pCr);
-        } else {
-            const uint8_t* pPairs = VerticalRow(_job.chromaDown, planes[1], _y, _job.Middle(_pScratch), 2 * nPairs);
-            SplitPairsRow(pPairs, in.pCb, in.pCr, nPairs);
-        }
-        return;
-    }
-    VerticalPackedRow(_job.lumaDown, _job.src, _y, in);
-}
-
-void MakePackedRow(const PACKED_JOB& _job, int32_t _y, uint8_t* _pScratch) {
-    VerticalSamples(_job, _y, _pScratch);
-    const SAMPLE_ROWS in = _job.InRows(_pScratch);
-    const uint8_t* arrRows[3] = {in.pLuma, in.pCb, in.pCr};
-    for (int32_t n = 0; n < 3; ++n) {
-        const HorizontalFilter& across = n > 0 ? _job.chromaAcross : _job.lumaAcross;
-        if (across.IsCopy()) continue;
-        across.Run(arrRows[n], _job.Out(_pScratch, n));
-        arrRows[n] = _job.Out(_pScratch, n);
-    }
-    JoinPacked(_job.dst.fccType, {arrRows[0], arrRows[1], arrRows[2]}, _job.dst.Packed().Row(_y),
-               static_cast<size_t>(_job.dst.Width() / 2));
-}
-
-// The passes of both kinds of samples. A packed source has both in one pass over its rows.
-HRESULT PreparePasses(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const RESIZE_PARAMS& _params,
-                      PACKED_JOB& _job) {
-    const int32_t nChromaRows = _src.IsPlanar() ? _src.arrPlanes[1].nHeight : _src.Height();
-    HRESULT hr =
-        _engine.arrDown[0].Prepare(_src.Height(), _dst.Height(), _params.dblWidth, _params.nFlags, _job.lumaDown);
-    if (Succeeded(hr))
-        hr = _engine.arrDown[1].Prepare(nChromaRows, _dst.Height(), _params.dblWidth / 2, _params.nFlags,
-                                        _job.chromaDown);
-    if (Failed(hr) || _src.IsPlanar() || _job.lumaDown.bCopy) return hr;
-    hr = _engine.packedDown.Merge(_engine.arrDown[0].Filter(), _engine.arrDown[1].Filter(), !LumaFirst(_src.fccType));
-    _job.lumaDown.pFilter = &_engine.packedDown;
-    return hr;
-}
-
-// ---- Whole planes
-
 bool CanScale(const PICTURE& _picture) { return _picture.IsPlanar() || IsPacked422(_picture.fccType); }
 
 }  // namespace
+
+// ---- Rows into packed rows
+
+// A packed source has both kinds of samples in one pass over its rows.
+HRESULT PackedScaling::Prepare(ScalingEngine& _engine, const PICTURE& _src, eZrFCC _fccType, int32_t _nWidth,
+                               int32_t _nHeight, const RESIZE_PARAMS& _params) {
+    if (!CanScale(_src) || !IsPacked422(_fccType)) return E_INVALIDARG;
+    src = _src;
+    fccType = _fccType;
+    nPairs = _nWidth / 2;
+    cbIn = ScratchRowBytes(static_cast<size_t>(_src.Width()));
+    cbOut = ScratchRowBytes(static_cast<size_t>(_nWidth));
+    pAcross = _engine.arrAcross;
+    const int32_t nChromaRows = _src.IsPlanar() ? _src.arrPlanes[1].nHeight : _src.Height();
+    HRESULT hr = _engine.arrDown[0].Prepare(_src.Height(), _nHeight, _params.dblWidth, _params.nFlags, lumaDown);
+    if (Succeeded(hr))
+        hr = _engine.arrDown[1].Prepare(nChromaRows, _nHeight, _params.dblWidth / 2, _params.nFlags, chromaDown);
+    if (Succeeded(hr) && !_src.IsPlanar() && !lumaDown.bCopy) {
+        hr = _engine.packedDown.Merge(_engine.arrDown[0].Filter(), _engine.arrDown[1].Filter(),
+                                      !LumaFirst(_src.fccType));
+        lumaDown.pFilter = &_engine.packedDown;
+    }
+    if (Succeeded(hr)) hr = _engine.arrAcross[0].Init(_src.Width(), _nWidth, _params.eMode);
+    if (Succeeded(hr)) hr = _engine.arrAcross[1].Init(ChromaWidth(_src), nPairs, _params.eMode);
+    return Failed(hr) ? hr : S_OK;
+}
+
+// In scratch: luma and both chromas of a source row, two rows as its pairs of chroma need them, the three of the
+// result.
+void PackedScaling::MakeSamples(int32_t _y, uint8_t* _pScratch) const {
+    const SAMPLE_ROWS in = InRows(_pScratch);
+    if (!src.IsPlanar()) return VerticalPackedRow(lumaDown, src, _y, in);
+    const PLANE* planes = src.arrPlanes;
+    PlaneRowInto(lumaDown, planes[0], _y, in.pLuma);
+    if (src.nPlanes == 3) {
+        PlaneRowInto(chromaDown, planes[1], _y, in.pCb);
+        PlaneRowInto(chromaDown, planes[2], _y, in.pCr);
+    } else {
+        const auto nSrcPairs = static_cast<size_t>(src.Width() / 2);
+        const uint8_t* pPairs = VerticalRow(chromaDown, planes[1], _y, _pScratch + 3 * cbIn, 2 * nSrcPairs);
+        SplitPairsRow(pPairs, in.pCb, in.pCr, nSrcPairs);
+    }
+}
+
+void PackedScaling::MakeRow(int32_t _y, uint8_t* _pRow, uint8_t* _pScratch) const {
+    MakeSamples(_y, _pScratch);
+    const SAMPLE_ROWS in = InRows(_pScratch);
+    const uint8_t* arrRows[3] = {in.pLuma, in.pCb, in.pCr};
+    for (size_t n = 0; n < 3; ++n) {
+        const HorizontalFilter& across = pAcross[n > 0 ? 1 : 0];
+        if (across.IsCopy()) continue;
+        uint8_t* const pOut = _pScratch + 5 * cbIn + n * cbOut;
+        across.Run(arrRows[n], pOut);
+        arrRows[n] = pOut;
+    }
+    JoinPacked(fccType, {arrRows[0], arrRows[1], arrRows[2]}, _pRow, static_cast<size_t>(nPairs));
+}
+
+// ---- Whole pictures
 
 HRESULT ScalePackedRows(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst,
                         const RESIZE_PARAMS& _params) {
@@ -134,25 +127,15 @@ HRESULT ScalePackedRows(ScalingEngine& _engine, const PICTURE& _src, const PICTU
 
 HRESULT ScaleIntoPacked(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst,
                         const RESIZE_PARAMS& _params) {
-    if (!CanScale(_src)) return E_INVALIDARG;
-    PACKED_JOB job{_src,
-                   _dst,
-                   {},
-                   {},
-                   _engine.arrAcross[0],
-                   _engine.arrAcross[1],
-                   ScratchRowBytes(static_cast<size_t>(_src.Width())),
-                   ScratchRowBytes(static_cast<size_t>(_dst.Width()))};
-    HRESULT hr = PreparePasses(_engine, _src, _dst, _params, job);
-    if (Succeeded(hr)) hr = _engine.arrAcross[0].Init(_src.Width(), _dst.Width(), _params.eMode);
-    if (Succeeded(hr)) hr = _engine.arrAcross[1].Init(ChromaWidth(_src), _dst.Width() / 2, _params.eMode);
+    PackedScaling scaling;
+    const HRESULT hr = scaling.Prepare(_engine, _src, _dst.fccType, _dst.Width(), _dst.Height(), _params);
     if (Failed(hr)) return hr;
     const int32_t nSlices = SliceCount(_engine.bMultiThread);
-    uint8_t* pScratch = Scratch(_engine.rows, uint64_t{job.ScratchBytes()} * static_cast<uint64_t>(nSlices));
+    uint8_t* pScratch = Scratch(_engine.rows, uint64_t{scaling.ScratchBytes()} * static_cast<uint64_t>(nSlices));
     if (!pScratch) return E_OUTOFMEMORY;
     RunSlices(nSlices, _dst.Height(), [&](int32_t _nSlice, int32_t _nFirst, int32_t _nEnd) {
-        uint8_t* pMine = pScratch + static_cast<size_t>(_nSlice) * job.ScratchBytes();
-        for (int32_t y = _nFirst; y < _nEnd; ++y) MakePackedRow(job, y, pMine);
+        uint8_t* pMine = pScratch + static_cast<size_t>(_nSlice) * scaling.ScratchBytes();
+        for (int32_t y = _nFirst; y < _nEnd; ++y) scaling.MakeRow(y, _dst.Packed().Row(y), pMine);
     });
     return S_OK;
 }

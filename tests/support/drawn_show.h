@@ -71,7 +71,7 @@ public:
     ZrPtr<IZrFFrame> Draw(IZrFFrame* _pBase = nullptr) {
         STREAM_PUT put;
         put.output.vidProps = output;
-        put.bMakeLater = bAsCycles && step.WillLayOut(nChanges);
+        put.bMakeLater = bAsCycles;
         put.nScalingQuality = pObject->AttributeOr(u"scaling_quality.blocks", 2);
         arrList.clear();
         for (size_t i = 0; i < arrStreams.size(); ++i) {
