@@ -29,6 +29,7 @@ CCoZrItem::CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view 
       pSourceProps(QueryAs<IZrProps>(_pSource)),
       pObject(QueryAs<IZrObject>(_pSource)),
       pFile(QueryAs<IZrFile>(_pSource)),
+      pScenes(QueryAs<IZrScenes>(_pSource)),
       bOwnsSource(_pOwned != nullptr),
       bCommand(_bCommand),
       pOwned(std::move(_pOwned)) {

@@ -15,6 +15,7 @@
 #include "sources/file_forward.h"
 #include "sources/item_host.h"
 #include "sources/item_start.h"
+#include "sources/scenes_forward.h"
 #include "zr/items.h"
 #include "zr/object.h"
 #include "zr/persist.h"
@@ -46,13 +47,15 @@ enum class ItemPlace {
 class CCoZrItem final : public IZrItem,
                         public IZrBreaks,
                         public IZrFileForward<CCoZrItem>,
+                        public IZrScenesForward<CCoZrItem>,
                         public IZrPersist,
                         public IZrPropsImpl<CCoZrItem>,
                         public IZrAudioImpl<CCoZrItem>,
                         private IPropsHost {
 public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrPersist, IZrProps, IZrAudio>(this, _iid, _ppv);
+        if (_ppv && !pScenes && _iid == IZrScenes::kIid) return *_ppv = nullptr, E_NOINTERFACE;
+        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrScenes, IZrPersist, IZrProps, IZrAudio>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
@@ -146,6 +149,10 @@ public:
     HRESULT FilePlayPause(double _dblSeconds) override;
     HRESULT FilePlayStop(double _dblSeconds) override;
 
+    // --- IZrScenes: the source's, where it has scenes
+
+    IZrScenes* Scenes_I() const { return pScenes.Get(); }
+
 private:
     CCoZrItem(XMLNodePtr _pNode, IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned, bool _bCommand);
     ~CCoZrItem() = default;
@@ -168,6 +175,7 @@ private:
     const ZrPtr<IZrProps> pSourceProps;
     const ZrPtr<IZrObject> pObject;
     const ZrPtr<IZrFile> pFile;
+    const ZrPtr<IZrScenes> pScenes;
     const bool bOwnsSource;
     mutable Mutex mtxHost;
     ZrPtr<IItemHost> pHost ZR_GUARDED_BY(mtxHost);

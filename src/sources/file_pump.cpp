@@ -100,6 +100,7 @@ FilePump::PlayerPtr FilePump::Exchange(PlayerPtr _pPlayer) {
     bBreakNext = true;
     dblPosition.store(pPlayer ? pPlayer->Position() : 0, std::memory_order_relaxed);
     Change_I();
+    if (_pPlayer) parts.readers.Drop();  // nobody gets what the old one had ready
     MutexLock lock(mtxPlayer);
     pInterruptible = pPlayer;
     return _pPlayer;

@@ -7,7 +7,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "attributes/mixer_keys.h"
 #include "mixer_fixture.h"
+#include "platform/user_store.h"
+#include "support/temp_folder.h"
 #include "zr/persist.h"
 #include "zr/scenes.h"
 #include "zr/streams.h"
@@ -166,6 +169,38 @@ TEST_F(PersistTest, SavesWhereChangesGo) {
     EXPECT_NE(TextOf(p).find("<view/>\r\n\t\t\t<video id='a' x='0.5'/>\r\n\t\t\t<group id='c' x='0.4' show='true'/>"),
               string::npos)
         << TextOf(p);
+}
+
+// By keys: the scenes that a mixer closes with are those that the next one begins with.
+TEST_F(PersistTest, SavesAndLoadsTheLastScenes) {
+    const OwnConfig config;
+    const std::u16string strFile = ToUtf16(strFolder + "/last.xml");
+    const struct {
+        int32_t nSave, nLoad;
+        bool bUnicode;
+        const char *szBegin, *szScenes;
+    } arrCases[] = {{0, 1, false, "", "scene_000* "},
+                    {1, 0, false, "<zr_c", "scene_000* "},
+                    {0, 1, false, "<zr_c", "scene_000 news* "},
+                    {1, 1, true, "\xFF\xFE<", "scene_000 news* "},
+                    {0, 1, false, "\xFF\xFE<", "scene_000 news* news_001 "}};
+    for (const auto& c : arrCases) {
+        SCOPED_TRACE(c.szScenes);
+        UserKey key;
+        key.mapValues[u"last_scene.path"] = strFile;
+        key.mapValues[u"last_scene.load"] = c.nLoad;
+        key.mapValues[u"last_scene.save"] = c.nSave;
+        ASSERT_EQ(UserStore::Save(MixerProfile().szStoreKey, std::move(key)), S_OK);
+        NewMixer();
+        EXPECT_EQ(Scenes(), c.szScenes);
+        BSTR bs = SysAllocString(u"news");
+        pMixer.As<IZrScenes>()->ScenesAdd(u"<zr_scene><video id='caf\u00e9'/></zr_scene>", &bs, nullptr);
+        pMixer.As<IZrScenes>()->ScenesActiveSet(u"news", nullptr);
+        SysFreeString(bs);
+        pProps->PropsSet(u"object::last_scene.unicode", c.bUnicode ? u"true" : u"false");
+        pMixer->ObjectClose();
+        EXPECT_EQ(Read("last.xml").substr(0, std::strlen(c.szBegin)), c.szBegin);
+    }
 }
 
 // What a configuration names again plays on where it is; the rest is opened before what was there goes.

@@ -100,6 +100,37 @@ TEST_F(SceneCycleTest, AStreamByItsPlaceIsThatOfTheTable) {
     EXPECT_EQ(Middle(), 16);
 }
 
+// The scenes of a mixer that is a stream of another are reached through the stream.
+TEST_F(SceneCycleTest, AStreamThatHasScenesGoesToThem) {
+    MakeScene(u"stream_id=inner");
+    ZrPtr<IZrObject> pInner;
+    ASSERT_EQ(CreateInstance(kClsidZrMixer, IZrObject::kIid, reinterpret_cast<void**>(pInner.Out())), S_OK);
+    const ZR_VID_PROPS props = SmallPicture(25.0);
+    ASSERT_EQ(pInner.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props), S_OK);
+    ASSERT_EQ(pInner.As<IZrStreams>()->StreamsAdd(u"s", pStream.Get(), nullptr, nullptr, nullptr, 0), S_OK);
+    ASSERT_EQ(pInner.As<IZrElements>()->ElementsAdd(u"v", u"video", u"stream_id=s", nullptr, 0), S_OK);
+    BSTR bs = SysAllocString(u"empty");
+    ASSERT_EQ(pInner.As<IZrScenes>()->ScenesAdd(nullptr, &bs, nullptr), S_OK);
+    SysFreeString(bs);
+    pInner->ObjectStart(nullptr);
+    ZrPtr<IZrItem> pItem, pPlain;
+    ASSERT_EQ(Add(u"inner", pInner.Get(), &pItem), S_OK);
+    ASSERT_EQ(pStreams->StreamsGet(u"s", nullptr, pPlain.Out()), S_OK);
+    EXPECT_FALSE(pPlain.As<IZrScenes>());
+    const auto pScenes = pItem.As<IZrScenes>();
+    ASSERT_TRUE(pScenes);
+    EXPECT_EQ(pScenes.As<IZrItem>(), pItem);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(Middle(), 200);
+    EXPECT_EQ(pScenes->ScenesActiveSet(u"empty", nullptr), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_EQ(Middle(), 16);
+    EXPECT_EQ(pScenes->ScenesActiveSet(u"empty", nullptr), S_FALSE);
+    EXPECT_EQ(pScenes->ScenesActiveSet(u"no", nullptr), ZR_E_NOT_FOUND_FILE);
+    pInner->ObjectClose();
+}
+
 // Four streams of another size than the output, each with a new picture and sound in every frame, one half transparent.
 TEST_F(SceneCycleTest, ASteadyQuadTakesNothingFromTheHeap) {
     for (const char16_t* szSync : {u"true", u"false"}) {
