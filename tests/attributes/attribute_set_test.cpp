@@ -63,29 +63,24 @@ TEST(AttributeSet, ValuesSetInOneKindReadAsAnother) {
     EXPECT_EQ(p->AttributesDoubleSet(u"double", 0.5), S_OK);
     EXPECT_EQ(p->AttributesStringSet(u"text", u"12"), S_OK);
 
-    const struct {
-        const char16_t* szName;
-        const char* szText;
-        int32_t nInt, bBool;
-        double dbl;
-    } arrCases[] = {
+    const std::tuple<const char16_t*, const char*, int32_t, int32_t, double> arrCases[] = {
         {u"word", "true", 1, 1, 1.0},    {u"number", "0x1F", 31, 1, 0.0},   {u"nothing", "abc", 0, 0, 0.0},
         {u"percent", "50%", 50, 1, 0.5}, {u"SUB::Bool", "true", 1, 1, 1.0}, {u"int", "-3", -3, 0, -3.0},
         {u"double", "0.5", 0, 0, 0.5},   {u"text", "12", 12, 1, 12.0},
     };
-    for (const auto& value : arrCases) {
-        SCOPED_TRACE(value.szText);
+    for (const auto& [szName, szText, nIntWanted, bBoolWanted, dblWanted] : arrCases) {
+        SCOPED_TRACE(szText);
         Text text;
         int32_t nInt = 99, bBool = 99;
         double dbl = 99;
-        EXPECT_EQ(p->AttributesStringGet(value.szName, text.Out()), S_OK);
-        EXPECT_EQ(p->AttributesIntGet(value.szName, &nInt), S_OK);
-        EXPECT_EQ(p->AttributesBoolGet(value.szName, &bBool), S_OK);
-        EXPECT_EQ(Shown(text), value.szText);
-        EXPECT_EQ(nInt, value.nInt);
-        EXPECT_EQ(bBool, value.bBool);
-        EXPECT_EQ(p->AttributesDoubleGet(value.szName, &dbl), S_OK);
-        EXPECT_EQ(dbl, value.dbl);
+        EXPECT_EQ(p->AttributesStringGet(szName, text.Out()), S_OK);
+        EXPECT_EQ(p->AttributesIntGet(szName, &nInt), S_OK);
+        EXPECT_EQ(p->AttributesBoolGet(szName, &bBool), S_OK);
+        EXPECT_EQ(Shown(text), szText);
+        EXPECT_EQ(nInt, nIntWanted);
+        EXPECT_EQ(bBool, bBoolWanted);
+        EXPECT_EQ(p->AttributesDoubleGet(szName, &dbl), S_OK);
+        EXPECT_EQ(dbl, dblWanted);
     }
 }
 
@@ -110,22 +105,17 @@ TEST(AttributeSet, WhatIsNotThereReadsAsZero) {
 
 TEST(AttributeSet, HaveGivesTheKnownDefault) {
     const XMLNodePtr p = NodeOf("<a set='1'><attributes_info><known default='7'/><bare/></attributes_info></a>");
-    const struct {
-        const char16_t* szName;
-        HRESULT hr;
-        int32_t bHave;
-        const char* szValue;
-    } arrCases[] = {{u"set", S_OK, 1, "1"},
-                    {u"known", S_FALSE, 0, "7"},
-                    {u"bare", S_FALSE, 0, "<null>"},
-                    {u"unknown", S_FALSE, 0, "<null>"},
-                    {u"", S_FALSE, 0, "<null>"}};
-    for (const auto& have : arrCases) {
+    const std::tuple<const char16_t*, HRESULT, int32_t, const char*> arrCases[] = {{u"set", S_OK, 1, "1"},
+                                                                                   {u"known", S_FALSE, 0, "7"},
+                                                                                   {u"bare", S_FALSE, 0, "<null>"},
+                                                                                   {u"unknown", S_FALSE, 0, "<null>"},
+                                                                                   {u"", S_FALSE, 0, "<null>"}};
+    for (const auto& [szName, hr, bHaveWanted, szValue] : arrCases) {
         int32_t bHave = 99;
         Text value(std::u16string_view(u"old"));
-        EXPECT_EQ(p->AttributesHave(have.szName, &bHave, value.Out()), have.hr) << have.szValue;
-        EXPECT_EQ(bHave, have.bHave);
-        EXPECT_EQ(Shown(value), have.szValue);
+        EXPECT_EQ(p->AttributesHave(szName, &bHave, value.Out()), hr) << szValue;
+        EXPECT_EQ(bHave, bHaveWanted);
+        EXPECT_EQ(Shown(value), szValue);
     }
 }
 

@@ -12,18 +12,6 @@
 namespace zr {
 namespace {
 
-TEST(Props, DefaultsStandInObjectAsTheirTypes) {
-    PropsObject object(MixerProfile());
-    const CoXMLNode& node = *object.Props().Object();
-    EXPECT_EQ(object.Get("object::sync_mode"), "true");
-    EXPECT_EQ(object.Get("object::in_preroll"), "1.0");
-    EXPECT_EQ(object.Get("OBJECT::Pause_Changes"), "1");
-    EXPECT_EQ(object.Get("object::preview.crop"), "0.0%,0.0%,0.0%,0.0%");
-    EXPECT_EQ(object.Get("sync_mode"), "S_FALSE <null>");
-    EXPECT_EQ(node.AttributeCount(), 57u);  // keys without a registered default are not there
-    EXPECT_FALSE(node.AttributeOr(u"background.direct_out", true));
-}
-
 constexpr std::tuple<const char*, const char*, const char*, const char*, HRESULT, const char*> arrStepCases[] = {
     {"attribute", "<props a='1'/>", "A", "2", S_OK, "<props a='2'><object/></props>"},
     {"middle_nodes_are_made", "<props/>", "x::y::z", "1", S_OK, "<props><object/><x><y z='1'/></x></props>"},

@@ -160,14 +160,8 @@ TEST(XmlWriter, BreaksLinesAndQuotes) {
 TEST(AttributeLine, EveryMode) {
     using enum BareNames;
     using enum LineNames;
-    const struct {
-        const char* szLine;
-        eZrUpdateType eUpdate;
-        BareNames eBare;
-        LineNames eNames;
-        bool bAny;
-        const char* szOutline;  // onto <n a='0'/>
-    } arrCases[] = {
+    // szOutline: onto <n a='0'/>
+    const std::tuple<const char*, eZrUpdateType, BareNames, LineNames, bool, const char*> arrCases[] = {
         {"a=1 b='2 3' c=\"x\" d", eZrUT_Update, kDrop, kPaths, true, "n[a=1,b=2 3,c=x]"},
         {"a='1", eZrUT_Update, kDrop, kPlain, true, "n[a=1]"},
         {"a = 1", eZrUT_Update, kDrop, kPlain, true, "n[a=1]"},
@@ -185,10 +179,10 @@ TEST(AttributeLine, EveryMode) {
         {"A=1", eZrUT_Update, kDrop, kPlain, true, "n[a=1]"},
         {"b='x'c='y'", eZrUT_Update, kDrop, kPlain, true, "n[a=0,b=x,c=y]"},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szLine, eUpdate, eBare, eNames, bAny, szOutline] : arrCases) {
         const XMLNodePtr p = NodeOf("<n a='0'/>");
-        EXPECT_EQ(SetAttributeLine(*p, ToUtf16(c.szLine), c.eUpdate, c.eBare, c.eNames), c.bAny) << c.szLine;
-        EXPECT_EQ(Outline(*p), c.szOutline) << c.szLine;
+        EXPECT_EQ(SetAttributeLine(*p, ToUtf16(szLine), eUpdate, eBare, eNames), bAny) << szLine;
+        EXPECT_EQ(Outline(*p), szOutline) << szLine;
     }
 }
 

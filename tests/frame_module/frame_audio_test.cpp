@@ -134,32 +134,29 @@ TEST(FrameAudio, NewChannelsAreSilentAndComeByUpdate) {
 }
 
 TEST(FrameAudio, RemapGivesTheOutputOrder) {
-    struct {
-        const char16_t* szRemap;
-        HRESULT hr;
-        std::vector<int> arrExpected;  // channels of the first sample, 10 20 30 at first
-    } const arrCases[] = {
+    // arrExpected: channels of the first sample, 10 20 30 at first
+    const std::tuple<const char16_t*, HRESULT, std::vector<int>> arrCases[] = {
         {u"2,0,1", S_OK, {30, 10, 20}},
         {u"1", S_OK, {20}},
         {u"0 0 2 2 1", S_OK, {10, 10, 30, 30, 20}},
         {u"", S_OK, {10, 20, 30}},
         {u"3", ZR_E_BAD_INDEX, {10, 20, 30}},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szRemap, hr, arrExpected] : arrCases) {
         const int16_t arr[] = {10, 20, 30, 11, 21, 31};
         const ZR_AUD_PROPS props{3, 48000, 16, 0};
         const ZrPtr<IZrFFrame> p = EmptyFrame();
         ASSERT_EQ(p->ZrFAudioSet(&props, sizeof(arr), reinterpret_cast<int64_t>(arr)), S_OK);
         ZR_AV_PROPS avProps = PropsOf(*p);
         avProps.audProps.nTrackSplitBits = 5;
-        EXPECT_EQ(p->ZrFAVPropsSet(&avProps, c.szRemap), c.hr);
-        EXPECT_EQ(PropsOf(*p).audProps.nTrackSplitBits, c.hr == S_OK ? 5 : 0);
-        ASSERT_EQ(PropsOf(*p).audProps.nChannels, static_cast<int32_t>(c.arrExpected.size()));
+        EXPECT_EQ(p->ZrFAVPropsSet(&avProps, szRemap), hr);
+        EXPECT_EQ(PropsOf(*p).audProps.nTrackSplitBits, hr == S_OK ? 5 : 0);
+        ASSERT_EQ(PropsOf(*p).audProps.nChannels, static_cast<int32_t>(arrExpected.size()));
         EXPECT_EQ(InfoOf(*p).lAudioSamples, 2);
         const auto* pSamples = reinterpret_cast<const int16_t*>(AudioOf(*p).data());
-        for (size_t i = 0; i < c.arrExpected.size(); ++i) {
-            EXPECT_EQ(pSamples[i], c.arrExpected[i]);
-            EXPECT_EQ(pSamples[c.arrExpected.size() + i], c.arrExpected[i] + 1);
+        for (size_t i = 0; i < arrExpected.size(); ++i) {
+            EXPECT_EQ(pSamples[i], arrExpected[i]);
+            EXPECT_EQ(pSamples[arrExpected.size() + i], arrExpected[i] + 1);
         }
     }
 }
@@ -203,14 +200,8 @@ TEST(FrameAudio, FormatsThatCannotBeAreRefusedAndTheOldAudioStays) {
 TEST(FrameAudio, FormatAndRemapAreOneStep) {
     std::u16string sHuge;
     for (int i = 0; i < 128; ++i) sHuge += u"0 ";
-    struct {
-        const char* szName;
-        uint32_t cbRoom;
-        ZR_AUD_PROPS props;
-        const char16_t* szRemap;
-        HRESULT hr;
-        int32_t nChannels, nSamples;  // afterwards
-    } const arrCases[] = {
+    // nChannels, nSamples: afterwards
+    const std::tuple<const char*, uint32_t, ZR_AUD_PROPS, const char16_t*, HRESULT, int32_t, int32_t> arrCases[] = {
         {"format_alone", 400, {2, 48000, 16, 0}, nullptr, S_OK, 2, 100},
         {"part_of_a_byte_pair", 401, {2, 48000, 16, 0}, nullptr, E_INVALIDARG, 0, 0},
         {"part_of_a_block", 402, {2, 48000, 16, 0}, nullptr, E_INVALIDARG, 0, 0},
@@ -223,16 +214,16 @@ TEST(FrameAudio, FormatAndRemapAreOneStep) {
         {"silent_without_format", 0, {0, 0, 0, 0}, u"1,0", S_OK, 0, 0},
         {"silent_index_past_the_count", 0, {2, 48000, 16, 0}, u"2", ZR_E_BAD_INDEX, 0, 0},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, cbRoom, audProps, szRemap, hr, nChannels, nSamples] : arrCases) {
+        SCOPED_TRACE(szName);
         ZrPtr<IZrFrame> pFrame;
-        ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(0, c.cbRoom, 0, pFrame.Out()), S_OK);
+        ASSERT_EQ(CZrFrameFactory::Shared().FrameCreateSized(0, cbRoom, 0, pFrame.Out()), S_OK);
         const auto p = pFrame.As<IZrFFrame>();
         ZR_AV_PROPS props;
-        props.audProps = c.props;
-        EXPECT_EQ(p->ZrFAVPropsSet(&props, c.szRemap), c.hr);
-        EXPECT_EQ(PropsOf(*p).audProps.nChannels, c.nChannels);
-        EXPECT_EQ(InfoOf(*p).lAudioSamples, c.nSamples);
+        props.audProps = audProps;
+        EXPECT_EQ(p->ZrFAVPropsSet(&props, szRemap), hr);
+        EXPECT_EQ(PropsOf(*p).audProps.nChannels, nChannels);
+        EXPECT_EQ(InfoOf(*p).lAudioSamples, nSamples);
         uint32_t cb = 0;
         uint8_t* pBytes = nullptr;
         ASSERT_EQ(p->ZrFSave(&cb, &pBytes, eZrFC_Full), S_OK);

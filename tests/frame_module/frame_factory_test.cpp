@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,13 +25,8 @@ std::vector<uint8_t> FirstBytes(IZrFFrame& _frame, size_t _nFrom, size_t _cb) {
 
 TEST(FrameFactory, ColoursFillEveryByte) {
     using Bytes = std::vector<uint8_t>;
-    struct {
-        eZrFCC fccType;
-        const char16_t* szList;
-        HRESULT hr;
-        size_t nOffset;  // in a picture of 12 x 4
-        Bytes arrExpected;
-    } const arrCases[] = {
+    // nOffset: in a picture of 12 x 4
+    const std::tuple<eZrFCC, const char16_t*, HRESULT, size_t, Bytes> arrCases[] = {
         {eZrFCC_UYVY, nullptr, S_OK, 90, {0x80, 0x10, 0x80, 0x10}},
         {eZrFCC_HDYC, u"color=black", S_OK, 0, {0x80, 0x10, 0x80, 0x10}},
         {eZrFCC_YUY2, nullptr, S_OK, 92, {0x10, 0x80, 0x10, 0x80}},
@@ -65,16 +61,16 @@ TEST(FrameFactory, ColoursFillEveryByte) {
         // Cb 90, Y 81, Cr 240 times four: words 0x3C051168, 0x14416944 (then Cr Y Cb, Y Cr Y).
         {eZrFCC_v210, u"color=red", S_OK, 384, {0x68, 0x11, 0x05, 0x3C, 0x44, 0xA1, 0x45, 0x14}},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.fccType);
-        ZR_VID_PROPS props = VidProps(c.fccType, 12, 4);
-        if (PixelFormatBits(c.fccType) == 0) props.nRowBytes = 24;
+    for (const auto& [fccType, szList, hr, nOffset, arrExpected] : arrCases) {
+        SCOPED_TRACE(testing::Message() << std::hex << fccType);
+        ZR_VID_PROPS props = VidProps(fccType, 12, 4);
+        if (PixelFormatBits(fccType) == 0) props.nRowBytes = 24;
         ZrPtr<IZrFrame> pFrame;
-        ASSERT_EQ(Factory().FramesCreateFromMem(&props, 0, pFrame.Out(), c.szList), c.hr);
-        EXPECT_EQ(static_cast<bool>(pFrame), Succeeded(c.hr));
+        ASSERT_EQ(Factory().FramesCreateFromMem(&props, 0, pFrame.Out(), szList), hr);
+        EXPECT_EQ(static_cast<bool>(pFrame), Succeeded(hr));
         if (!pFrame) continue;
         const auto pFull = pFrame.As<IZrFFrame>();
-        EXPECT_EQ(FirstBytes(*pFull, c.nOffset, c.arrExpected.size()), c.arrExpected);
+        EXPECT_EQ(FirstBytes(*pFull, nOffset, arrExpected.size()), arrExpected);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <tuple>
 #include <vector>
 
 #include "frame_module/frame_builders.h"
@@ -85,15 +86,7 @@ TEST(FrameOverlay, MixesByTheMaskOfTheOverlay) {
     }
 }
 
-struct RECT_CASE {
-    const char* szName;
-    ZRF_RECT rect;
-    uint32_t nFlags;
-    int32_t nOverWidth, nOverHeight;
-    tagRECT changed;
-};
-
-constexpr RECT_CASE arrRects[] = {
+constexpr std::tuple<const char*, ZRF_RECT, uint32_t, int32_t, int32_t, tagRECT> arrRects[] = {
     {"own_size", {30, 20, 100, 50, eZrFRT_Absolute}, eZrFOF_NoScale, 40, 20, {30, 20, 70, 40}},
     {"own_size_cut", {30, 20, 16, 10, eZrFRT_Absolute}, eZrFOF_NoScale, 40, 20, {30, 20, 46, 30}},
     {"stretched", {0.25, 0.5, 0.5, 0.25, eZrFRT_Relative}, eZrFOF_NoAR, 40, 40, {80, 90, 240, 135}},
@@ -109,21 +102,22 @@ constexpr RECT_CASE arrRects[] = {
 };
 
 TEST(FrameOverlayRect, FillsTheRectangleAsTheFlagsSay) {
-    for (const RECT_CASE& c : arrRects) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, rect, nFlags, nOverWidth, nOverHeight, changedWanted] : arrRects) {
+        SCOPED_TRACE(szName);
         const auto pBase = OneColour(VidProps(eZrFCC_RGB24, 320, 180));
-        const auto pOver = OneColour(VidProps(eZrFCC_RGB32, c.nOverWidth, c.nOverHeight), u"color=white");
-        ASSERT_EQ(pBase->ZrFOverlayRect(pOver.Get(), nullptr, &c.rect, static_cast<eZrFOverlayFlags>(c.nFlags), 1.0,
+        const auto pOver = OneColour(VidProps(eZrFCC_RGB32, nOverWidth, nOverHeight), u"color=white");
+        ASSERT_EQ(pBase->ZrFOverlayRect(pOver.Get(), nullptr, &rect, static_cast<eZrFOverlayFlags>(nFlags), 1.0,
                                         nullptr, nullptr),
                   S_OK);
         const CHANGED changed = ChangedOf(*pBase);
-        EXPECT_EQ(changed.rect.left, c.changed.left);
-        EXPECT_EQ(changed.rect.top, c.changed.top);
-        EXPECT_EQ(changed.rect.right, c.changed.right);
-        EXPECT_EQ(changed.rect.bottom, c.changed.bottom);
-        const bool bOneField = (c.nFlags & 0x3000) == eZrFOF_FirstField || (c.nFlags & 0x3000) == eZrFOF_SecondField;
-        const int32_t nLines = c.changed.bottom - c.changed.top;
-        EXPECT_EQ(changed.nPixels, (c.changed.right - c.changed.left) * (bOneField ? (nLines + 1) / 2 : nLines));
+        EXPECT_EQ(changed.rect.left, changedWanted.left);
+        EXPECT_EQ(changed.rect.top, changedWanted.top);
+        EXPECT_EQ(changed.rect.right, changedWanted.right);
+        EXPECT_EQ(changed.rect.bottom, changedWanted.bottom);
+        const bool bOneField = (nFlags & 0x3000) == eZrFOF_FirstField || (nFlags & 0x3000) == eZrFOF_SecondField;
+        const int32_t nLines = changedWanted.bottom - changedWanted.top;
+        EXPECT_EQ(changed.nPixels,
+                  (changedWanted.right - changedWanted.left) * (bOneField ? (nLines + 1) / 2 : nLines));
     }
 }
 

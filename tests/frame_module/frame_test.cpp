@@ -41,11 +41,8 @@ TEST(Frame, ClonesTakeWhatTheirKindNames) {
     const auto pObject = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
     const ZrPtr<IZrFFrame> pFrame = FullFrame(pObject.Get());
     const ZRF_FRAME_INFO from = InfoOf(*pFrame);
-    struct {
-        eZrFrameClone eType;
-        int nVideo;  // 0 none, 1 copy, 2 shared
-        bool bAudio, bData, bObjects;
-    } const arrCases[] = {
+    // nVideo: 0 none, 1 copy, 2 shared
+    const std::tuple<eZrFrameClone, int, bool, bool, bool> arrCases[] = {
         {eZrFC_Props, 0, false, false, false},
         {eZrFC_Video, 1, false, false, false},
         {eZrFC_VideoRef, 2, false, false, false},
@@ -58,28 +55,28 @@ TEST(Frame, ClonesTakeWhatTheirKindNames) {
         {eZrFC_Reference, 2, true, true, true},
         {eZrFC_Full, 1, true, true, true},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.eType);
-        const ZrPtr<IZrFFrame> pClone = CloneOf(*pFrame, c.eType);
+    for (const auto& [eType, nVideo, bAudio, bData, bObjects] : arrCases) {
+        SCOPED_TRACE(testing::Message() << std::hex << eType);
+        const ZrPtr<IZrFFrame> pClone = CloneOf(*pFrame, eType);
         const ZRF_FRAME_INFO to = InfoOf(*pClone);
         EXPECT_EQ(std::memcmp(&to.avProps, &from.avProps, sizeof(to.avProps)), 0);
         EXPECT_EQ(to.mTime.rtEndTime, 800000);
         EXPECT_EQ(to.mTime.eFFlags, eZrFF_Break | eZrFF_Live);
-        EXPECT_EQ(to.cbVideo, c.nVideo > 0 ? from.cbVideo : 0);
-        EXPECT_EQ(to.lpVideo == from.lpVideo, c.nVideo == 2);
-        EXPECT_EQ(to.llVideoID == from.llVideoID, c.nVideo == 2);
-        EXPECT_EQ(to.llVideoID == 0, c.nVideo == 0);
-        if (c.nVideo > 0) {
+        EXPECT_EQ(to.cbVideo, nVideo > 0 ? from.cbVideo : 0);
+        EXPECT_EQ(to.lpVideo == from.lpVideo, nVideo == 2);
+        EXPECT_EQ(to.llVideoID == from.llVideoID, nVideo == 2);
+        EXPECT_EQ(to.llVideoID == 0, nVideo == 0);
+        if (nVideo > 0) {
             EXPECT_TRUE(std::ranges::equal(VideoOf(*pClone), VideoOf(*pFrame)));
         }
-        EXPECT_EQ(to.lAudioSamples, c.bAudio ? 3 : 0);
+        EXPECT_EQ(to.lAudioSamples, bAudio ? 3 : 0);
         EXPECT_NE(to.lpAudio, from.lpAudio);
-        if (c.bAudio) {
+        if (bAudio) {
             EXPECT_TRUE(std::ranges::equal(AudioOf(*pClone), AudioOf(*pFrame)));
         }
-        EXPECT_EQ(to.nDataCount, c.bData);
-        EXPECT_EQ(to.nStrCount, c.bData);
-        EXPECT_EQ(to.nObjCount, c.bObjects);
+        EXPECT_EQ(to.nDataCount, bData);
+        EXPECT_EQ(to.nStrCount, bData);
+        EXPECT_EQ(to.nObjCount, bObjects);
     }
 }
 
@@ -100,12 +97,7 @@ TEST(Frame, CloneToAnotherPixelFormat) {
 
 TEST(Frame, ASizedFrameTakesTheRecordThatFits) {
     constexpr uint32_t cbRoom = 64 * 1024;
-    struct {
-        const char* szName;
-        ZR_VID_PROPS props;
-        HRESULT hr;
-        int32_t nHeight, nRowBytes;
-    } const arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, HRESULT, int32_t, int32_t> arrCases[] = {
         {"row_bytes_filled_in", VidProps(eZrFCC_UYVY, 100, 50), S_OK, 50, 200},
         {"padding_kept", VidProps(eZrFCC_UYVY, 100, 50, 256), S_OK, 50, 256},
         {"top_down_kept", VidProps(eZrFCC_RGB24, 33, -50), S_OK, -50, 100},
@@ -122,16 +114,16 @@ TEST(Frame, ASizedFrameTakesTheRecordThatFits) {
         {"unknown_code_needs_rows", VidProps(FourCC('A', 'B', 'C', 'D'), 8, 8), E_INVALIDARG, 0, 0},
         {"unknown_code_with_rows", VidProps(FourCC('A', 'B', 'C', 'D'), 8, 8, 100), S_OK, 8, 100},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, vidProps, hr, nHeight, nRowBytes] : arrCases) {
+        SCOPED_TRACE(szName);
         ZrPtr<IZrFrame> pFrame;
         ASSERT_EQ(Factory().FrameCreateSized(cbRoom, 0, 0, pFrame.Out()), S_OK);
         ZR_AV_PROPS props;
-        props.vidProps = c.props;
-        EXPECT_EQ(pFrame->FrameAVPropsSet(&props), c.hr);
+        props.vidProps = vidProps;
+        EXPECT_EQ(pFrame->FrameAVPropsSet(&props), hr);
         ASSERT_EQ(pFrame->FrameAVPropsGet(&props), S_OK);
-        EXPECT_EQ(props.vidProps.nHeight, c.nHeight);
-        EXPECT_EQ(props.vidProps.nRowBytes, c.nRowBytes);
+        EXPECT_EQ(props.vidProps.nHeight, nHeight);
+        EXPECT_EQ(props.vidProps.nRowBytes, nRowBytes);
     }
     ZrPtr<IZrFrame> pFrame;
     EXPECT_EQ(Factory().FrameCreateSized(0x80000000u, 0, 0, pFrame.Out()), E_INVALIDARG);

@@ -52,10 +52,7 @@ std::string AudioText(IZrFFrame& _frame) {
 
 TEST_F(WavFileTest, FilesAreWhatOtherReadersExpect) {
     const std::string s = "abcdefghijkl";
-    struct {
-        ZR_AUD_PROPS props;
-        std::string sFile;
-    } const arrCases[] = {
+    const std::tuple<ZR_AUD_PROPS, std::string> arrCases[] = {
         {{2, 48000, 16, 0}, Riff(Chunk("fmt ", Format(1, 2, 16, 2)) + Chunk("data", s))},
         {{1, 48000, 24, 0}, Riff(Chunk("fmt ", Format(1, 1, 24, 3)) + Chunk("data", s))},
         {{2, 48000, 20, 0},
@@ -66,17 +63,17 @@ TEST_F(WavFileTest, FilesAreWhatOtherReadersExpect) {
         {{1, 48000, -32, 0},
          Riff(Chunk("fmt ", Format(3, 1, 32, 4) + U16(0)) + Chunk("fact", U32(3)) + Chunk("data", s))},
     };
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.props.nBitsPerSample);
+    for (const auto& [propsGiven, sFile] : arrCases) {
+        SCOPED_TRACE(propsGiven.nBitsPerSample);
         Put("something longer than any header that stood there before, to be replaced as a whole, with nothing left");
-        const ZrPtr<IZrFFrame> p = AudioFrame(c.props, s);
+        const ZrPtr<IZrFFrame> p = AudioFrame(propsGiven, s);
         ASSERT_EQ(p->ZrFAudioSaveToFile(sName.c_str(), 0), S_OK);
-        EXPECT_EQ(Bytes(), c.sFile);
+        EXPECT_EQ(Bytes(), sFile);
         const ZrPtr<IZrFFrame> pLoaded = EmptyFrame();
         ASSERT_EQ(pLoaded->ZrFAudioLoadFromFile(sName.c_str(), 0, 0), S_OK);
         EXPECT_EQ(AudioText(*pLoaded), s);
         const ZR_AUD_PROPS props = PropsOf(*pLoaded).audProps;
-        EXPECT_EQ(std::memcmp(&props, &c.props, sizeof(props)), 0);
+        EXPECT_EQ(std::memcmp(&props, &propsGiven, sizeof(props)), 0);
     }
 }
 

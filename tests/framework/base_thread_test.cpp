@@ -71,20 +71,6 @@ TEST(BaseThread, WakesOfABusyThreadAreOne) {
     EXPECT_EQ(owner.nWakes, 1);  // the wake of a stop is none
 }
 
-TEST(BaseThread, StartStopsTheOldRun) {
-    Owner first, second;
-    CBaseThread thread("count");
-    ASSERT_EQ(thread.Start(&first, &Owner::CountWakes), S_OK);
-    CBaseThread::Handle pFirst;
-    thread.IsRunning(&pFirst);
-    ASSERT_EQ(thread.Start(&second, &Owner::CountWakes), S_OK);
-    EXPECT_TRUE(pFirst->IsSet());
-    EXPECT_TRUE(thread.Wake());
-    EXPECT_TRUE(WaitOne(second.evWoken, -1));
-    EXPECT_EQ(first.nWakes, 0);
-    EXPECT_EQ(thread.Stop(-1), S_OK);
-}
-
 class Pump final : public MessagePump {
 public:
     explicit Pump(ManualEvent& _evDone) : evDone(_evDone) {}

@@ -123,11 +123,9 @@ TEST(DeqActiveLife, StopAndInitAgainstProducers) {
         std::atomic<int64_t> nPut{0};
         std::vector<Thread> arrThreads(3);
         for (Thread& thread : arrThreads) {
-            ASSERT_EQ(thread.Start("producer",
-                                   [&](ManualEvent&) {
-                                       while (bGoOn) nPut += deq.Put(pItem, -1) > 0;
-                                   }),
-                      S_OK);
+            thread.Start("producer", [&](ManualEvent&) {
+                while (bGoOn) nPut += deq.Put(pItem, -1) > 0;
+            });
         }
         for (int i = 0; i < 200; ++i) {
             SleepFor(2000);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace zr {
@@ -13,15 +14,8 @@ namespace {
 constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
 
-struct LINE_CASE {
-    const char* szName;
-    std::vector<int64_t> arrStarts;
-    double dblDuration;
-    int64_t rtLimit;
-    std::vector<double> arrPositions;  // ticks
-};
-
-const LINE_CASE arrLineCases[] = {
+// arrPositions: ticks
+const std::tuple<const char*, std::vector<int64_t>, double, int64_t, std::vector<double>> arrLineCases[] = {
     {"starts_at_zero_wherever_the_first_frame_is", {7'000'000, 7'400'000}, 400'000, 100'000, {0, 400'000}},
     {"small_late_step_is_followed", {0, 450'000, 850'000}, 400'000, 100'000, {0, 450'000, 850'000}},
     {"small_early_step_is_followed", {0, 350'000, 750'000}, 400'000, 100'000, {0, 350'000, 750'000}},
@@ -48,35 +42,32 @@ const LINE_CASE arrLineCases[] = {
 };
 
 TEST(TimeNormaliser, Lines) {
-    for (const LINE_CASE& c : arrLineCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, arrStarts, dblDuration, rtLimit, arrPositions] : arrLineCases) {
+        SCOPED_TRACE(szName);
         TimeNormaliser line;
-        for (size_t i = 0; i < c.arrStarts.size(); ++i) {
-            const Thirds n = line.Step(c.arrStarts[i], ThirdsFromDuration(c.dblDuration), c.rtLimit);
-            EXPECT_EQ(n, 3 * static_cast<int64_t>(c.arrPositions[i])) << "frame " << i;
+        for (size_t i = 0; i < arrStarts.size(); ++i) {
+            const Thirds n = line.Step(arrStarts[i], ThirdsFromDuration(dblDuration), rtLimit);
+            EXPECT_EQ(n, 3 * static_cast<int64_t>(arrPositions[i])) << "frame " << i;
         }
     }
 }
 
-struct RATE_CASE {
-    const char* szName;
-    int64_t nNumerator, nDenominator;  // frames a second
-};
-constexpr RATE_CASE arrRates[] = {
+// nNumerator, nDenominator: frames a second
+constexpr std::tuple<const char*, int64_t, int64_t> arrRates[] = {
     {"23.976", 24000, 1001}, {"25", 25, 1}, {"29.97", 30000, 1001}, {"59.94", 60000, 1001}, {"60", 60, 1},
 };
 
 // Times cut or rounded to ticks, from any phase: the line is exact to the third after a day of frames.
 TEST(TimeNormaliser, DayOfFramesIsExact) {
-    for (const RATE_CASE& c : arrRates) {
+    for (const auto& [szName, nNumerator, nDenominator] : arrRates) {
         for (const int64_t nPhase : {0, 1, 2}) {
             for (const bool bRound : {false, true}) {
-                SCOPED_TRACE(testing::Message() << c.szName << " phase " << nPhase << " rounded " << bRound);
-                const Thirds nPeriod = 30'000'000 * c.nDenominator / c.nNumerator;
-                ASSERT_EQ(nPeriod * c.nNumerator, 30'000'000 * c.nDenominator);  // a whole number of thirds
-                const double dblPeriod = 1e7 * static_cast<double>(c.nDenominator) / static_cast<double>(c.nNumerator);
+                SCOPED_TRACE(testing::Message() << szName << " phase " << nPhase << " rounded " << bRound);
+                const Thirds nPeriod = 30'000'000 * nDenominator / nNumerator;
+                ASSERT_EQ(nPeriod * nNumerator, 30'000'000 * nDenominator);  // a whole number of thirds
+                const double dblPeriod = 1e7 * static_cast<double>(nDenominator) / static_cast<double>(nNumerator);
                 TimeNormaliser line;
-                const int64_t nFrames = 86400 * c.nNumerator / c.nDenominator;
+                const int64_t nFrames = 86400 * nNumerator / nDenominator;
                 for (int64_t i = 0; i < nFrames; ++i) {
                     const int64_t rtStart = (nPhase + i * nPeriod + (bRound ? 1 : 0)) / 3;
                     const Thirds n = line.Step(rtStart, ThirdsFromDuration(dblPeriod), 100'000);

@@ -12,12 +12,8 @@ namespace {
 std::vector<int32_t> Vector(const ChannelList& _list) { return {_list.begin(), _list.end()}; }
 
 TEST(AudProps, BlockBytesOfUsableRecords) {
-    struct CASE {
-        const char* szName;
-        ZR_AUD_PROPS props;
-        int64_t nBlock;  // 0: not usable
-    };
-    constexpr CASE arrCases[] = {
+    // nBlock: 0: not usable
+    constexpr std::tuple<const char*, ZR_AUD_PROPS, int64_t> arrCases[] = {
         {"8 bits", {3, 8000, 8}, 3},
         {"16 bits", {2, 48000, 16}, 4},
         {"20 bits take three bytes", {2, 48000, 20}, 6},
@@ -31,9 +27,9 @@ TEST(AudProps, BlockBytesOfUsableRecords) {
         {"negative channels", {-2, 48000, 16}, 0},
         {"most channels", {INT32_MAX, 48000, 32}, 8589934588},
     };
-    for (const CASE& c : arrCases) {
-        EXPECT_EQ(AudBlockBytes(c.props), c.nBlock) << c.szName;
-        EXPECT_EQ(AudUsable(c.props), c.nBlock != 0) << c.szName;
+    for (const auto& [szName, props, nBlock] : arrCases) {
+        EXPECT_EQ(AudBlockBytes(props), nBlock) << szName;
+        EXPECT_EQ(AudUsable(props), nBlock != 0) << szName;
     }
 }
 

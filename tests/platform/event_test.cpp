@@ -166,29 +166,24 @@ TEST(Timer, ThreadsThatWaitFollowItsDueTime) {
         rtEnd = ClockNow() - rtStart;
         return nResult;
     };
-    struct Case {
-        const char* szName;
-        int64_t rtFirst, rtThen, rtEnd;
-        const char* szTrace;
-    };
-    constexpr Case arrCases[] = {
+    constexpr std::tuple<const char*, int64_t, int64_t, int64_t, const char*> arrCases[] = {
         {"armed_before", 100 * kMs, 0, 100 * kMs, "w1 "},
         {"armed_later", 500 * kMs, 700 * kMs, 700 * kMs, "w1 "},
         {"armed_earlier", 500 * kMs, 200 * kMs, 200 * kMs, "w1 "},
         {"cancelled", 500 * kMs, kNever, 1000 * kMs, "w-1 "},
         {"at_the_timeout", 1000 * kMs, 0, 1000 * kMs, "w1 "},
     };
-    for (const Case& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, rtFirst, rtThen, rtEndWanted, szTrace] : arrCases) {
+        SCOPED_TRACE(szName);
         const int64_t rtCase = ClockNow() - rtStart;
-        timer.ArmIn(c.rtFirst);
+        timer.ArmIn(rtFirst);
         waiters.Add("w", wait);
         SleepFor(10 * kMs - 1);
-        if (c.rtThen == kNever) timer.Cancel();
-        if (c.rtThen != 0 && c.rtThen != kNever) timer.Arm(rtStart + rtCase + c.rtThen);
+        if (rtThen == kNever) timer.Cancel();
+        if (rtThen != 0 && rtThen != kNever) timer.Arm(rtStart + rtCase + rtThen);
         SleepFor(2000 * kMs);
-        EXPECT_EQ(waiters.Ended(), c.szTrace);
-        EXPECT_EQ(rtEnd - rtCase, c.rtEnd);
+        EXPECT_EQ(waiters.Ended(), szTrace);
+        EXPECT_EQ(rtEnd - rtCase, rtEndWanted);
     }
 }
 

@@ -92,21 +92,5 @@ TEST_F(LockOrder, NamesTheLocksThatAreTakenInTheWrongOrder) {
     for (const LockRank& rank : {kOuterTwin, kOuter, kInner}) NoteLockReleased(rank);
 }
 
-TEST_F(LockOrder, MutexesReport) {
-    if constexpr (!kLockOrderChecked) GTEST_SKIP() << "built without ZR_LOCK_ORDER";
-    Mutex mtxOuter{kOuter}, mtxInner{kInner}, mtxPlain;
-    {
-        MutexLock inner(mtxInner);
-        MutexLock plain(mtxPlain);
-        EXPECT_TRUE(CanTake(mtxOuter));
-        EXPECT_EQ(strFaults, "");
-        MutexLock outer(mtxOuter);
-        EXPECT_EQ(std::exchange(strFaults, {}), "inner>outer ");
-    }
-    MutexLock outer(mtxOuter);
-    MutexLock inner(mtxInner);
-    EXPECT_EQ(strFaults, "");
-}
-
 }  // namespace
 }  // namespace zr

@@ -16,15 +16,14 @@ TEST(Thread, StartsStopsAndStartsAgain) {
         std::atomic<uint32_t> nId{0};
         std::string nameInside;
         ManualEvent evIn;
-        ASSERT_EQ(thread.Start("a name longer than the system keeps",
-                               [&](ManualEvent& _evStop) {
-                                   nId = CurrentThreadId();
-                                   nameInside = ThreadName(nId);
-                                   evIn.Set();
-                                   WaitOne(_evStop, -1);
-                               },
-                               {.nPriority = -15}),
-                  S_OK);
+        thread.Start("a name longer than the system keeps",
+                     [&](ManualEvent& _evStop) {
+                         nId = CurrentThreadId();
+                         nameInside = ThreadName(nId);
+                         evIn.Set();
+                         WaitOne(_evStop, -1);
+                     },
+                     {.nPriority = -15});
         EXPECT_EQ(thread.Start("second", [](ManualEvent&) {}), ZR_E_WRONG_STATE);
         WaitOne(evIn, -1);
         EXPECT_EQ(thread.Id(), nId);

@@ -51,12 +51,6 @@ TEST(Unknown, EachFaceReachesTheSameObjectAndTheLastReferenceEndsIt) {
     EXPECT_FALSE(bAlive);
 }
 
-TEST(Unknown, IdentifierTextFillsFieldsInOrder) {
-    constexpr GUID id = GuidOf("01234567-89ab-CDEF-0123-456789abcdef");
-    const GUID expected{0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
-    EXPECT_EQ(id, expected);
-}
-
 TEST(Text, KeepsZerosInsideAndCountsBytes) {
     const BSTR bs = SysAllocStringLen(u"a\0b", 3);
     EXPECT_EQ(SysStringLen(bs), 3u);

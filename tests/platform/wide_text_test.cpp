@@ -5,18 +5,13 @@
 #include <cfloat>
 #include <cstdio>
 #include <random>
+#include <tuple>
 
 namespace zr {
 namespace {
 
 TEST(WideText, ReadsWholeNumbersForgivingly) {
-    struct CASE {
-        const char16_t* szText;
-        int nBase;
-        int32_t nValue;
-        size_t nUsed;
-    };
-    constexpr CASE arrCases[] = {
+    constexpr std::tuple<const char16_t*, int, int32_t, size_t> arrCases[] = {
         {u"", 10, 0, 0},
         {u"  +12x", 10, 12, 5},
         {u"-", 10, 0, 0},
@@ -34,10 +29,10 @@ TEST(WideText, ReadsWholeNumbersForgivingly) {
         {u"99999999999999999999999999999999", 10, INT32_MAX, 32},
         {u"\t\r\n -7\u00a0", 10, -7, 6},
     };
-    for (const CASE& c : arrCases) {
+    for (const auto& [szText, nBase, nValue, nUsedWanted] : arrCases) {
         size_t nUsed = 99;
-        EXPECT_EQ(ParseInt32(c.szText, c.nBase, &nUsed), c.nValue) << testing::PrintToString(c.szText);
-        EXPECT_EQ(nUsed, c.nUsed) << testing::PrintToString(c.szText);
+        EXPECT_EQ(ParseInt32(szText, nBase, &nUsed), nValue) << testing::PrintToString(szText);
+        EXPECT_EQ(nUsed, nUsedWanted) << testing::PrintToString(szText);
     }
     EXPECT_EQ(ParseInt64(u"-9223372036854775809", 10), INT64_MIN);
     EXPECT_EQ(ParseInt64(u"9223372036854775807", 10), INT64_MAX);
@@ -45,12 +40,7 @@ TEST(WideText, ReadsWholeNumbersForgivingly) {
 }
 
 TEST(WideText, ReadsFractionsForgivingly) {
-    struct CASE {
-        const char16_t* szText;
-        double dbl;
-        size_t nUsed;
-    };
-    const CASE arrCases[] = {
+    const std::tuple<const char16_t*, double, size_t> arrCases[] = {
         {u"", 0, 0},
         {u".", 0, 0},
         {u"-.5%", -0.5, 3},
@@ -69,10 +59,10 @@ TEST(WideText, ReadsFractionsForgivingly) {
         {u"inf", 0, 0},
         {u"nan", 0, 0},
     };
-    for (const CASE& c : arrCases) {
+    for (const auto& [szText, dbl, nUsedWanted] : arrCases) {
         size_t nUsed = 99;
-        EXPECT_EQ(ParseDouble(c.szText, &nUsed), c.dbl) << testing::PrintToString(c.szText);
-        EXPECT_EQ(nUsed, c.nUsed) << testing::PrintToString(c.szText);
+        EXPECT_EQ(ParseDouble(szText, &nUsed), dbl) << testing::PrintToString(szText);
+        EXPECT_EQ(nUsed, nUsedWanted) << testing::PrintToString(szText);
     }
     const std::u16string longDigits(400, u'9');
     EXPECT_EQ(ParseDouble(longDigits), DBL_MAX);

@@ -8,11 +8,13 @@
 #include <vector>
 
 #include "attributes/file_keys.h"
+#include "frame_module/frame_builders.h"
 #include "platform/class_registry.h"
 #include "platform/thread.h"
 #include "sources/file_control.h"
 #include "support/scripted_worker.h"
 #include "support/temp_folder.h"
+#include "zr/utf8.h"
 
 namespace zr {
 
@@ -102,11 +104,9 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
 
     void Set(const char16_t* _szKey, const char16_t* _szValue) { EXPECT_EQ(props.PropsSet_I(_szKey, _szValue), S_OK); }
     std::u16string Key(const char16_t* _szKey) {
-        BSTR bs = nullptr;
-        props.PropsGet_I(_szKey, &bs);
-        std::u16string str = bs ? bs : u"";
-        SysFreeString(bs);
-        return str;
+        Text text;
+        props.PropsGet_I(_szKey, text.Out());
+        return std::u16string(text.View());
     }
     // As a mixer does before it fetches frames.
     void BePulled(double _dblRate = 0) {

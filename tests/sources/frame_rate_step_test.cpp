@@ -213,10 +213,8 @@ TEST(FrameRateStep, ChangesRateAndSpeedWithoutATear) {
     script.nFrames = 2000;
     FrameRateStep step;
     step.SetRate(25, 1.0);
-    const struct {
-        int64_t nAtSlot;
-        double dblRate, dblSpeed;
-    } arrChanges[] = {{100, 30000 / 1001.0, 1.0}, {200, 30000 / 1001.0, 2.0}, {300, 50, 0.5}, {400, 25, 1.0}};
+    const std::tuple<int64_t, double, double> arrChanges[] = {
+        {100, 30000 / 1001.0, 1.0}, {200, 30000 / 1001.0, 2.0}, {300, 50, 0.5}, {400, 25, 1.0}};
     int64_t nSlot = 0, rtLine = 0, nSamples = 0;
     double dblSource = 0;  // ticks
     double dblRate = 25, dblSpeed = 1;
@@ -241,10 +239,10 @@ TEST(FrameRateStep, ChangesRateAndSpeedWithoutATear) {
             rtLine = frame.rtEnd;
             dblSource += 1e7 / dblRate * dblSpeed;
             ++nSlot;
-            for (const auto& change : arrChanges) {
-                if (change.nAtSlot != nSlot) continue;
-                dblRate = change.dblRate;
-                dblSpeed = change.dblSpeed;
+            for (const auto& [nAtSlot, dblNewRate, dblNewSpeed] : arrChanges) {
+                if (nAtSlot != nSlot) continue;
+                dblRate = dblNewRate;
+                dblSpeed = dblNewSpeed;
                 step.SetRate(dblRate, dblSpeed);
             }
         }

@@ -4,15 +4,10 @@
 
 #include "sources/co_zr_file.h"
 #include "sources/item_xml.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
-
-std::u16string Take(BSTR _bs) {
-    std::u16string text = _bs ? _bs : u"";
-    SysFreeString(_bs);
-    return text;
-}
 
 ZrPtr<CCoZrItem> MakePlaying(const char16_t* _szPath, const char16_t* _szLine) {
     LinkFileSource();
@@ -116,21 +111,18 @@ TEST(Item, CommandRunsOnItsTargetOrOnTheSourceGiven) {
 
 TEST(Item, StartTimesGoThroughTheirText) {
     const auto pItem = MakePlaying(u"red", u"img.default_duration=7200");
-    constexpr struct {
-        const char16_t* szText;
-        ZR_DATETIME start, stop;
-    } arrCases[] = {
+    constexpr std::tuple<const char16_t*, ZR_DATETIME, ZR_DATETIME> arrCases[] = {
         {u"2028/02/28 23:30:00", {2028, 2, 28, 23, 30, 0, 0}, {2028, 2, 29, 1, 30, 0, 0}},
         {u"2026/12/31 22:59:59.250", {2026, 12, 31, 22, 59, 59, 250}, {2027, 1, 1, 0, 59, 59, 250}},
     };
-    for (const auto& test : arrCases) {
-        ASSERT_EQ(pItem->ItemStartTimeSet(&test.start, eZrST_Specified), S_OK);
+    for (const auto& [szText, startWanted, stopWanted] : arrCases) {
+        ASSERT_EQ(pItem->ItemStartTimeSet(&startWanted, eZrST_Specified), S_OK);
         ZR_DATETIME start, stop;
         eZrStartType eType = eZrST_Off;
         ASSERT_EQ(pItem->ItemTimesGet(&start, &stop, &eType), S_OK);
-        EXPECT_EQ(DateTimeText(stop), DateTimeText(test.stop));
-        EXPECT_EQ(DateTimeText(start), test.szText);
-        EXPECT_EQ(DateTimeText(ReadDateTimeText(test.szText)), test.szText);
+        EXPECT_EQ(DateTimeText(stop), DateTimeText(stopWanted));
+        EXPECT_EQ(DateTimeText(start), szText);
+        EXPECT_EQ(DateTimeText(ReadDateTimeText(szText)), szText);
     }
     const ZR_DATETIME wrong{2026, 2, 29, 0, 0, 0, 0};
     EXPECT_EQ(pItem->ItemStartTimeSet(&wrong, eZrST_Specified), E_INVALIDARG);
@@ -163,9 +155,9 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
     EXPECT_DOUBLE_EQ(dblIn, 2.5);
     EXPECT_DOUBLE_EQ(dblDuration, 60);
     EXPECT_EQ(pBack->Start().eType, eZrST_Auto);
-    BSTR bs = nullptr;
-    EXPECT_EQ(pBack->BreaksGetByIndex(1, &dblBreak, &bs, nullptr), S_OK);
-    EXPECT_EQ(Take(bs), u"bars");
+    Text text;
+    EXPECT_EQ(pBack->BreaksGetByIndex(1, &dblBreak, text.Out(), nullptr), S_OK);
+    EXPECT_EQ(text.View(), u"bars");
     EXPECT_DOUBLE_EQ(dblBreak, 42.5);  // 10 s before 55
     for (const auto& [szKey, szValue] :
          std::initializer_list<std::pair<const char16_t*, const char16_t*>>{{u"audio", u"false"},
@@ -174,9 +166,8 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
                                                                             {u"transition_in", u" of\n'mine' "},
                                                                             {u"pause_out", u"true"},
                                                                             {u"file::img.tone", u"440"}}) {
-        BSTR bsValue = nullptr;
-        pBack->PropsGet(szKey, &bsValue);
-        EXPECT_EQ(Take(bsValue), szValue);
+        pBack->PropsGet(szKey, text.Out());
+        EXPECT_EQ(text.View(), szValue);
     }
 }
 

@@ -2,20 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include "frame_module/frame_factory.h"
+#include <tuple>
+
+#include "frame_module/frame_builders.h"
 #include "media/vid_props.h"
 #include "support/scripted_worker.h"
 #include "support/temp_folder.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
 
 TEST(BuiltInPicture, KnowsColoursFromFileNames) {
-    constexpr struct {
-        const char16_t* szName;
-        bool bColour;
-        uint32_t nBgra;  // the first pixel as ARGB32
-    } arrCases[] = {
+    // nBgra: the first pixel as ARGB32
+    constexpr std::tuple<const char16_t*, bool, uint32_t> arrCases[] = {
         {u"black", true, 0xFF000000},
         {u"White", true, 0xFFFFFFFF},
         {u"red", true, 0xFFFF0000},
@@ -41,19 +41,18 @@ TEST(BuiltInPicture, KnowsColoursFromFileNames) {
         {u"Default", false, 0},
         {u"#", false, 0},
     };
-    for (const auto& test : arrCases) {
-        SCOPED_TRACE(std::string(test.szName, test.szName + std::u16string(test.szName).size()));
+    for (const auto& [szName, bColour, nBgra] : arrCases) {
+        SCOPED_TRACE(std::string(szName, szName + std::u16string(szName).size()));
         BuiltInPicture picture;
-        ASSERT_EQ(BuiltInPicture::Find(test.szName, &picture), test.bColour);
-        if (!test.bColour) continue;
+        ASSERT_EQ(BuiltInPicture::Find(szName, &picture), bColour);
+        if (!bColour) continue;
         ZR_VID_PROPS props{.fccType = eZrFCC_ARGB32, .nWidth = 64, .nHeight = 32};
         ZrPtr<IZrFFrame> pFrame;
         ASSERT_EQ(picture.Make(picture.Format(props), &pFrame), S_OK);
-        ZRF_FRAME_INFO info;
-        pFrame->ZrFAllGet(&info);
+        const ZRF_FRAME_INFO info = InfoOf(*pFrame);
         ASSERT_EQ(info.cbVideo, 64u * 32 * 4);
-        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[0], test.nBgra);
-        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[64 * 32 - 1], test.nBgra);
+        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[0], nBgra);
+        EXPECT_EQ(reinterpret_cast<const uint32_t*>(info.lpVideo)[64 * 32 - 1], nBgra);
     }
 }
 
@@ -70,8 +69,7 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
     int nFrames = 0;
     for (HRESULT hr = S_OK; (hr = source.WorkerFrameGet(0, pFrame.Out())) != Win32Error(1100); ++nFrames) {
         ASSERT_EQ(hr, S_OK);
-        ZRF_FRAME_INFO info;
-        pFrame->ZrFAllGet(&info);
+        const ZRF_FRAME_INFO info = InfoOf(*pFrame);
         if (nFrames == 0) llVideoID = info.llVideoID;
         EXPECT_EQ(info.llVideoID, llVideoID);
         EXPECT_EQ(info.avProps.vidProps.eVideoFormat, eZrVF_HD1080_2997p);
@@ -87,8 +85,7 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
     wanted.vidProps = PropsFromFormat(eZrVF_PAL, eZrFCC_I420);
     source.FormatSet(wanted);
     ASSERT_EQ(source.WorkerFrameGet(0, pFrame.Out()), S_OK);
-    ZRF_FRAME_INFO info;
-    pFrame->ZrFAllGet(&info);
+    const ZRF_FRAME_INFO info = InfoOf(*pFrame);
     EXPECT_NE(info.llVideoID, llVideoID);
     EXPECT_EQ(info.avProps.vidProps.nWidth, 720);
     EXPECT_EQ(info.mTime.eFFlags, eZrFF_Break);
@@ -101,9 +98,7 @@ TEST(PictureSource, PlaysOnePictureForItsDurationByReference) {
 TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     const TempFolder folder;
     const std::u16string strName = folder.Name("a.bmp");
-    ZR_AV_PROPS props{{.fccType = eZrFCC_RGB32, .nWidth = 20, .nHeight = -10}, {}, {}};
-    ZrPtr<IZrFFrame> pFrame;
-    CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, 0, 0, 0, pFrame.Out(), u"color=red");
+    ZrPtr<IZrFFrame> pFrame = OneColour(VidProps(eZrFCC_RGB32, 20, -10), u"color=red");
     ASSERT_EQ(pFrame->ZrFVideoSaveToFile(strName.c_str()), S_OK);
 
     const auto pSource = ZrPtr<PictureSource>::Attach(new PictureSource);
@@ -113,8 +108,7 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"img.default_duration=1", 0), S_OK);
     int nFrames = 0;
     while (pSource->WorkerFrameGet(0, pFrame.Out()) == S_OK) {
-        ZRF_FRAME_INFO info;
-        pFrame->ZrFAllGet(&info);
+        const ZRF_FRAME_INFO info = InfoOf(*pFrame);
         EXPECT_EQ(info.avProps.vidProps.nWidth, 20);
         EXPECT_EQ(info.avProps.vidProps.dblRate, 50);
         EXPECT_EQ(reinterpret_cast<const uint8_t*>(info.lpVideo)[2], 255);
@@ -128,8 +122,7 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     pSource->FormatSet(wanted);
     ASSERT_EQ(pSource->WorkerOpen(strName.c_str(), u"file::img.scale=true", 0), S_OK);
     ASSERT_EQ(pSource->WorkerFrameGet(0, pFrame.Out()), S_OK);
-    ZRF_FRAME_INFO scaled;
-    pFrame->ZrFAllGet(&scaled);
+    const ZRF_FRAME_INFO scaled = InfoOf(*pFrame);
     EXPECT_EQ(scaled.avProps.vidProps.nWidth, 64);
     EXPECT_EQ(std::abs(scaled.avProps.vidProps.nHeight), 32);
     EXPECT_EQ(scaled.avProps.vidProps.fccType, eZrFCC_RGB32);
@@ -139,10 +132,9 @@ TEST(PictureSource, PlaysAPictureFileOrSaysWhyNot) {
     EXPECT_TRUE(IsPictureName(u"/nowhere/logo.PNG"));
     EXPECT_FALSE(IsPictureName(u"/nowhere/clip.mp4"));
     EXPECT_EQ(pSource->WorkerOpen(strName.c_str(), nullptr, 0), ZR_E_NOT_FOUND_FILE);
-    BSTR bs = nullptr;
-    ASSERT_EQ(pSource->WorkerErrorGet(&bs), S_OK);
-    EXPECT_EQ(std::u16string(bs), u"There is no such file.");
-    SysFreeString(bs);
+    Text text;
+    ASSERT_EQ(pSource->WorkerErrorGet(text.Out()), S_OK);
+    EXPECT_EQ(text.View(), u"There is no such file.");
 }
 
 }  // namespace

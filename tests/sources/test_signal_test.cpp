@@ -4,6 +4,7 @@
 #include <cstring>
 #include <tuple>
 
+#include "frame_module/frame_builders.h"
 #include "media/vid_props.h"
 #include "sources/picture_source.h"
 
@@ -21,8 +22,7 @@ ZrPtr<IZrFFrame> Draw(const char16_t* _szName, eZrFCC _fccType, int32_t _nWidth,
 
 // The four bytes of the pair of pixels (UYVY, HDYC) or of the pixel (ARGB32) at a place.
 uint32_t At(IZrFFrame* _pFrame, int32_t _x, int32_t _y) {
-    ZRF_FRAME_INFO info;
-    _pFrame->ZrFAllGet(&info);
+    const ZRF_FRAME_INFO info = InfoOf(*_pFrame);
     const ZR_VID_PROPS& props = info.avProps.vidProps;
     const int32_t nAt = props.fccType == eZrFCC_ARGB32 ? _x * 4 : _x / 2 * 4;
     const bool bBottomUp = props.fccType == eZrFCC_ARGB32 && props.nHeight > 0;
@@ -55,12 +55,8 @@ TEST(TestSignals, EachBarHasItsCodes) {
 }
 
 TEST(TestSignals, StandardAndHighBarsHaveTheirRows) {
-    constexpr struct {
-        const char16_t* szName;
-        eZrFCC fccType;
-        int32_t x, y;  // of 1680 x 240
-        uint32_t nCode;
-    } arrCases[] = {
+    // x, y: of 1680 x 240
+    constexpr std::tuple<const char16_t*, eZrFCC, int32_t, int32_t, uint32_t> arrCases[] = {
         {u"colorbars-ntsc", eZrFCC_UYVY, 100, 159, 0x80B480},  {u"colorbars-ntsc", eZrFCC_UYVY, 100, 160, 0xD42372},
         {u"colorbars-ntsc", eZrFCC_UYVY, 1600, 170, 0x80B480}, {u"colorbars-ntsc", eZrFCC_UYVY, 298, 180, 0x9E105F},
         {u"colorbars-ntsc", eZrFCC_UYVY, 300, 239, 0x80EB80},  {u"colorbars-ntsc", eZrFCC_UYVY, 700, 200, 0xAE1095},
@@ -72,9 +68,8 @@ TEST(TestSignals, StandardAndHighBarsHaveTheirRows) {
         {u"colorbars-hd", eZrFCC_HDYC, 100, 200, 0x803180},    {u"colorbars-hd", eZrFCC_HDYC, 1020, 200, 0x800C80},
         {u"colorbars-hd", eZrFCC_HDYC, 1140, 200, 0x801480},
     };
-    for (const auto& test : arrCases)
-        EXPECT_EQ(At(Draw(test.szName, test.fccType, 1680, 240).Get(), test.x, test.y), test.nCode)
-            << test.x << ' ' << test.y;
+    for (const auto& [szName, fccType, x, y, nCode] : arrCases)
+        EXPECT_EQ(At(Draw(szName, fccType, 1680, 240).Get(), x, y), nCode) << x << ' ' << y;
 }
 
 TEST(TestSignals, NamesHaveTheirSizesAndRates) {
@@ -123,8 +118,7 @@ TEST(TestSignals, ToneGoesOnOverFrames) {
         for (int nFrame = 0; nFrame < 50; ++nFrame) {
             ZrPtr<IZrFFrame> pFrame;
             ASSERT_EQ(pSource->WorkerFrameGet(0, pFrame.Out()), S_OK);
-            ZRF_FRAME_INFO info;
-            pFrame->ZrFAllGet(&info);
+            const ZRF_FRAME_INFO info = InfoOf(*pFrame);
             nShort += info.lAudioSamples == 1601;
             nLong += info.lAudioSamples == 1602;
             const auto* p = reinterpret_cast<const uint8_t*>(info.lpAudio);

@@ -3,10 +3,12 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/stress.h"
 #include "transport/transport_support.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -94,17 +96,9 @@ struct Booth : Door, ISenderHost {
     Sender sender{pObject, *pSelf, readers, *this};
 };
 
-struct RATE_CASE {
-    const char* szName;
-    int32_t nRateControl;
-    bool bRateChannel;
-    uint32_t nFlags;
-    int32_t nInternal;
-    int64_t nFramesOfTime;  // what 50 frames take
-};
-
 TEST(Sender, RateControl) {
-    constexpr RATE_CASE arrCases[] = {
+    // nFramesOfTime: what 50 frames take
+    constexpr std::tuple<const char*, int32_t, bool, uint32_t, int32_t, int64_t> arrCases[] = {
         {"0_never", 0, false, 0, 0, 0},
         {"1_always", 1, false, 0, 0, 50},
         {"1_always_with_a_channel", 1, true, 0, 0, 50},
@@ -114,17 +108,17 @@ TEST(Sender, RateControl) {
         {"live_frames_have_their_own_pace", 3, false, eZrFF_Live, 0, 0},
         {"internal_receiver", 3, false, 0, 1, 0},
     };
-    for (const RATE_CASE& c : arrCases) {
+    for (const auto& [szName, nRateControl, bRateChannel, nFlags, nInternal, nFramesOfTime] : arrCases) {
         VirtualClock clock;
         Booth booth;
-        booth.pObject->SetAttribute(u"rate_control", c.nRateControl);
+        booth.pObject->SetAttribute(u"rate_control", nRateControl);
         const auto pQuiet = booth.Connect(u"a", u"rate_control=0");
-        if (c.bRateChannel) booth.Connect(u"b");
+        if (bRateChannel) booth.Connect(u"b");
         booth.sender.ResetRate();
         const int64_t rtBegin = ClockNow();
-        for (int64_t i = 0; i < 50; ++i) ASSERT_EQ(booth.Send(i, c.nFlags, kSendAll, c.nInternal), S_OK);
-        EXPECT_EQ(ClockNow() - rtBegin, c.nFramesOfTime * kFrame25) << c.szName;
-        EXPECT_EQ(pQuiet->arrTold.size(), 50u) << c.szName;
+        for (int64_t i = 0; i < 50; ++i) ASSERT_EQ(booth.Send(i, nFlags, kSendAll, nInternal), S_OK);
+        EXPECT_EQ(ClockNow() - rtBegin, nFramesOfTime * kFrame25) << szName;
+        EXPECT_EQ(pQuiet->arrTold.size(), 50u) << szName;
     }
 }
 
@@ -187,37 +181,31 @@ TEST(Sender, ASlowReceiverDelaysTheEndOfTheRoundOnly) {
     }
 }
 
-struct MASK_CASE {
-    const char* szName;
-    const char16_t* szParam;
-    std::vector<HRESULT> arrAnswers;
-    const char* szAudio;  // per frame: 'a' sound alone, 'b' both
-    std::vector<uint32_t> arrFlags;
-};
-
 // The first frame of each kind of media that a receiver has taken is a break.
 TEST(Sender, FirstFramesAreBreaks) {
     constexpr uint32_t B = eZrFF_Break;
-    const MASK_CASE arrCases[] = {
-        {"both_at_once", u"", {0, 0, 0}, "bbb", {B, 0, 0}},
-        {"sound_then_picture", u"", {0, 0, 0, 0}, "aabb", {B, 0, B, 0}},
-        {"refused_frames_do_not_count", u"", {E_FAIL, E_FAIL, 0, 0}, "bbbb", {B, B, B, 0}},
-        {"taken_without_sound", u"", {0x00040258, 0, 0}, "bbb", {B, 0, 0}},
-        {"sound_not_wanted", u"audio=0", {0, 0, 0}, "aab", {0, 0, B}},
-        {"as_xml", u"<c audio='false' video='1'/>", {0, 0}, "ab", {0, B}},
-        {"nothing_wanted", u"audio=0 video=0", {0, 0}, "bb", {0, 0}},
-    };
-    for (const MASK_CASE& c : arrCases) {
+    // szAudio: per frame: 'a' sound alone, 'b' both
+    const std::tuple<const char*, const char16_t*, std::vector<HRESULT>, const char*, std::vector<uint32_t>>
+        arrCases[] = {
+            {"both_at_once", u"", {0, 0, 0}, "bbb", {B, 0, 0}},
+            {"sound_then_picture", u"", {0, 0, 0, 0}, "aabb", {B, 0, B, 0}},
+            {"refused_frames_do_not_count", u"", {E_FAIL, E_FAIL, 0, 0}, "bbbb", {B, B, B, 0}},
+            {"taken_without_sound", u"", {0x00040258, 0, 0}, "bbb", {B, 0, 0}},
+            {"sound_not_wanted", u"audio=0", {0, 0, 0}, "aab", {0, 0, B}},
+            {"as_xml", u"<c audio='false' video='1'/>", {0, 0}, "ab", {0, B}},
+            {"nothing_wanted", u"audio=0 video=0", {0, 0}, "bb", {0, 0}},
+        };
+    for (const auto& [szName, szParam, arrAnswers, szAudio, arrFlags] : arrCases) {
         VirtualClock clock;
         Booth booth;
-        const auto pReceiver = booth.Connect(u"a", c.szParam);
-        for (size_t i = 0; i < c.arrFlags.size(); ++i) {
-            pReceiver->hrAnswer = c.arrAnswers[i];
+        const auto pReceiver = booth.Connect(u"a", szParam);
+        for (size_t i = 0; i < arrFlags.size(); ++i) {
+            pReceiver->hrAnswer = arrAnswers[i];
             auto pFrame = FrameAt(static_cast<int64_t>(i), eZrFF_Pause);
-            if (c.szAudio[i] == 'a') pFrame = CloneOf(*pFrame, eZrFC_Audio);
+            if (szAudio[i] == 'a') pFrame = CloneOf(*pFrame, eZrFC_Audio);
             ASSERT_EQ(booth.sender.Sender_SendMedia(pFrame.Get(), kSendAll, 0), S_OK);
-            const uint32_t nExpected = c.arrFlags[i] == 0 ? uint32_t{eZrFF_Pause} : c.arrFlags[i];
-            EXPECT_EQ(pReceiver->arrTold.back().nFlags, nExpected) << c.szName << " frame " << i;
+            const uint32_t nExpected = arrFlags[i] == 0 ? uint32_t{eZrFF_Pause} : arrFlags[i];
+            EXPECT_EQ(pReceiver->arrTold.back().nFlags, nExpected) << szName << " frame " << i;
             EXPECT_EQ(TimeOf(*pFrame).eFFlags, eZrFF_Pause);  // everyone's own
         }
     }
@@ -389,11 +377,9 @@ TEST(Sender, NamesAreClaimedOnce) {
     VirtualClock clock;
     Booth one, two, three;
     const auto nameOf = [](Booth& _booth, const char16_t* _szWish, bool _bExact, HRESULT _hr = S_OK) {
-        BSTR bs = SysAllocString(_szWish);
-        EXPECT_EQ(_booth.sender.SenderNameSet(&bs, _bExact), _hr);
-        const std::u16string name = bs ? bs : u"";
-        SysFreeString(bs);
-        return name;
+        Text name{std::u16string_view(_szWish)};
+        EXPECT_EQ(_booth.sender.SenderNameSet(name.InOut(), _bExact), _hr);
+        return std::u16string(name.View());
     };
     EXPECT_EQ(nameOf(one, u"Test Cam/1", false), u"Test Cam/1");
     EXPECT_EQ(nameOf(two, u"TEST cam\\1", false), u"TEST cam\\1-001");

@@ -1,7 +1,6 @@
 // The transport as objects carry it: their faces, their end while frames are on their way, other processes.
 
 #include "platform/process.h"
-#include "support/allocation_count.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
 #include "transport/transport_support.h"
@@ -80,29 +79,6 @@ TEST(TransportObject, LastReferenceGoesWhileFramesAreOnTheirWay) {
     EXPECT_EQ(pReceiver->nFrames, 10);
     EXPECT_EQ(pReceiver->nFaces, 10);
     EXPECT_EQ(pReceiver->nEnds, 1);
-}
-
-TEST(TransportObject, FramesOfASteadyShowAllocateNothing) {
-    Door door;
-    struct Host final : UnknownImpl<IZrReceiver_I>, ISenderHost {
-        HRESULT MediaReceive(const char16_t*, IUnknown*, IZrFFrame*) override { return S_OK; }
-        HRESULT MediaEnd(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
-        HRESULT MediaFlush(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
-        HRESULT OnSenderFormat(ZR_VID_PROPS*, ZR_AUD_PROPS*) override { return S_OK; }
-    };
-    const auto pHost = ZrPtr<Host>::Attach(new Host);
-    Sender sender(door.pObject, *pHost, door.readers, *pHost);
-    door.pObject->SetAttribute(u"rate_control", 0);
-    for (const char16_t* szID : {u"a", u"b", u"_preview_"}) sender.SenderConnect(pHost.Get(), szID, nullptr, nullptr);
-    const uint64_t llID = door.NewReader();
-    const auto pFrame = FrameAt(0);
-    int64_t nBefore = 0;
-    for (int i = 0; i < 400; ++i) {
-        if (i == 200) nBefore = AllocationCount();
-        ASSERT_EQ(sender.Sender_SendMedia(pFrame.Get(), kSendAll, 0), S_OK);
-        ASSERT_EQ(door.Get(llID, 0), S_OK);
-    }
-    EXPECT_EQ(AllocationCount(), nBefore);
 }
 
 TEST(TransportObject, OtherProcessesAreLetGoWhenTheyEnd) {

@@ -3,6 +3,7 @@
 #include "video/borders.h"
 
 #include <cstring>
+#include <tuple>
 
 #include "media/pixel_format.h"
 #include "support/row_test.h"
@@ -44,16 +45,9 @@ constexpr BORDERS AllSides(int32_t _l, int32_t _t, int32_t _r, int32_t _b) {
     return {{_l, _t, _r, _b}, {kRed, kRed, kRed, kRed}};
 }
 
-struct BORDER_CASE {
-    const char* szName;
-    eZrFCC fcc;
-    bool bInterlaced;
-    tagRECT rect, widths;
-    tagRECT outer, inner;  // the border lies between the two
-};
-
 constexpr int32_t kMax = INT32_MAX;
-constexpr BORDER_CASE arrBorderCases[] = {
+// outer, inner: the border lies between the two
+constexpr std::tuple<const char*, eZrFCC, bool, tagRECT, tagRECT, tagRECT, tagRECT> arrBorderCases[] = {
     {"rgb_as_asked", eZrFCC_RGB24, false, {9, 7, 21, 15}, {1, 2, 3, 1}, {8, 5, 24, 16}, {9, 7, 21, 15}},
     {"even_columns", eZrFCC_UYVY, false, {9, 7, 21, 15}, {1, 2, 3, 1}, {8, 5, 26, 16}, {10, 7, 22, 15}},
     {"even_rows", eZrFCC_YUY2, true, {9, 7, 21, 15}, {1, 1, 3, 1}, {8, 6, 26, 18}, {10, 8, 22, 16}},
@@ -64,27 +58,27 @@ constexpr BORDER_CASE arrBorderCases[] = {
 };
 
 TEST(DrawBorders, TakesThePixelsAroundTheRectangle) {
-    for (const BORDER_CASE& c : arrBorderCases)
+    for (const auto& [szName, fcc, bInterlaced, rect, widths, outer, inner] : arrBorderCases)
         for (const int nAlpha : {100, 50}) {
-            SCOPED_TRACE(testing::Message() << c.szName << ' ' << nAlpha);
-            ZR_VID_PROPS props{.fccType = c.fcc,
+            SCOPED_TRACE(testing::Message() << szName << ' ' << nAlpha);
+            ZR_VID_PROPS props{.fccType = fcc,
                                .nWidth = 32,
-                               .nHeight = PixelFormatBottomUp(c.fcc) ? -24 : 24,
+                               .nHeight = PixelFormatBottomUp(fcc) ? -24 : 24,
                                .nRowBytes = 132,
-                               .eInterlace = c.bInterlaced ? eZrI_Field1First : eZrI_Progressive};
+                               .eInterlace = bInterlaced ? eZrI_Field1First : eZrI_Progressive};
             Bytes picture(132 * 24, 77);
-            const auto& [l, t, r, b] = c.widths;
+            const auto& [l, t, r, b] = widths;
             const BORDERS borders = AllSides(l, t, r, b);
-            ASSERT_EQ(DrawBorders(picture.data(), props, c.rect, borders, nAlpha / 100.0), S_OK);
-            const FILL_PATTERN pattern = FillPattern(c.fcc, 0, kRed);
+            ASSERT_EQ(DrawBorders(picture.data(), props, rect, borders, nAlpha / 100.0), S_OK);
+            const FILL_PATTERN pattern = FillPattern(fcc, 0, kRed);
             const auto Inside = [](const tagRECT& _rect, int32_t x, int32_t y) {
                 return x >= _rect.left && x < _rect.right && y >= _rect.top && y < _rect.bottom;
             };
-            const int32_t nBytes = PixelFormatBits(c.fcc) / 8;
+            const int32_t nBytes = PixelFormatBits(fcc) / 8;
             for (int32_t y = 0; y < 24; ++y)
                 for (int32_t i = 0; i < 132; ++i) {
                     const int32_t x = i / nBytes;
-                    const bool bBorder = x < 32 && Inside(c.outer, x, y) && !Inside(c.inner, x, y);
+                    const bool bBorder = x < 32 && Inside(outer, x, y) && !Inside(inner, x, y);
                     const int nFill = pattern.arrBytes[static_cast<uint32_t>(i) % pattern.cb];
                     const int nWant = !bBorder ? 77 : nAlpha == 100 ? nFill : (nFill + 77) / 2;
                     ASSERT_EQ(picture[static_cast<size_t>(y * 132 + i)], nWant) << x << ' ' << y << " byte " << i;

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <tuple>
 
-#include "media/pixel_format.h"
+#include "picture_bytes.h"
 #include "plain_scaler.h"
-#include "support/row_test.h"
 #include "video/conversion_matrix.h"
 #include "video/image_convert.h"
 #include "video/resize_sharpen.h"
@@ -16,6 +16,7 @@ namespace {
 
 using test::Bytes;
 using test::PlainPlane;
+using test::Props;
 using enum eInterpolation;
 
 constexpr eInterpolation arrModes[] = {Nearest,    Linear,      Cubic,         BSpline,
@@ -178,26 +179,14 @@ TEST(Scaler, SharpensAlongRowsAfterAVerticalPassAndLeavesTheBorder) {
 
 // ---- Arguments
 
-ZR_VID_PROPS Props(eZrFCC _fccType, int32_t _nWidth, int32_t _nHeight, int32_t _nRowBytes = 0) {
-    ZR_VID_PROPS props{.fccType = _fccType, .nWidth = _nWidth, .nHeight = _nHeight, .nRowBytes = _nRowBytes};
-    return props;
-}
-
-struct ARGUMENT_CASE {
-    const char* szName;
-    ZR_VID_PROPS src, dst;
-    tagRECT srcRect;
-    HRESULT hr;
-};
-
 TEST(ImageConvert, RefusesWhatCannotBeAndWritesNothing) {
     const auto U = eZrFCC_UYVY;
-    const ARGUMENT_CASE arrCases[] = {
+    const std::tuple<const char*, ZR_VID_PROPS, ZR_VID_PROPS, tagRECT, HRESULT> arrCases[] = {
         {"no_width", Props(U, 0, 10), Props(U, 8, 8), {0, 0, 8, 8}, E_INVALIDARG},
         {"no_height", Props(U, 16, 10), Props(U, 8, 0), {0, 0, 8, 8}, E_INVALIDARG},
         {"huge", Props(U, 65536, 65536), Props(U, 8, 8), {0, 0, 8, 8}, E_INVALIDARG},
         {"odd_width", Props(U, 15, 10), Props(U, 8, 8), {0, 0, 8, 8}, E_INVALIDARG},
-        {"negative_stride", Props(U, 16, 10, -32), Props(U, 8, 8), {0, 0, 8, 8}, E_INVALIDARG},
+        {"negative_stride", Props(U, 16, 10, -64), Props(U, 8, 8), {0, 0, 8, 8}, E_INVALIDARG},
         {"rectangle_beyond", Props(U, 16, 10), Props(U, 8, 8), {16, 0, 24, 8}, E_INVALIDARG},
         {"rectangle_above", Props(U, 16, 10), Props(U, 8, 8), {0, -9, 8, -1}, S_FALSE},
         {"rectangle_inside_out", Props(U, 16, 10), Props(U, 8, 8), {8, 8, 0, 0}, S_FALSE},
@@ -205,13 +194,14 @@ TEST(ImageConvert, RefusesWhatCannotBeAndWritesNothing) {
         {"rgb_to_v210", Props(eZrFCC_RGB24, 16, 10), Props(eZrFCC_v210, 8, 8), {0, 0, 8, 8}, E_FAIL},
         {"565_to_smaller", Props(kFCC_RGB565, 16, 10), Props(kFCC_RGB565, 8, 4), {0, 0, 16, 10}, E_INVALIDARG},
     };
-    for (const ARGUMENT_CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, srcProps, dstProps, srcRect, hr] : arrCases) {
+        SCOPED_TRACE(szName);
         ScalingEngine engine;
         const Bytes src(4096, 1);
         Bytes dst(4096, 0xA5);
-        EXPECT_EQ(Img_Convert(engine, src.data(), dst.data(), c.src, c.dst, false, &c.srcRect, nullptr, Linear, 0, 0),
-                  c.hr);
+        EXPECT_EQ(
+            Img_Convert(engine, src.data(), dst.data(), srcProps, dstProps, false, &srcRect, nullptr, Linear, 0, 0),
+            hr);
         EXPECT_EQ(dst, Bytes(4096, 0xA5));
     }
     ScalingEngine engine;

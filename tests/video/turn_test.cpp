@@ -1,5 +1,7 @@
 // Mirrors and 90-degree turns against their plain definitions, pixel by pixel.
 
+#include <tuple>
+
 #include "picture_bytes.h"
 #include "video/crop.h"
 #include "video/mirror.h"
@@ -150,12 +152,7 @@ TEST(RotatePicture, FieldsStayApart) {
     }
 }
 
-struct CROP_CASE {
-    const char16_t* szText;
-    HRESULT hr;
-    tagRECT rect;
-};
-constexpr CROP_CASE arrCrops[] = {
+constexpr std::tuple<const char16_t*, HRESULT, tagRECT> arrCrops[] = {
     {u"10", S_OK, {10, 10, 1910, 1070}},
     {u"20 4", S_OK, {20, 4, 1900, 1076}},
     {u"20,4,6", S_OK, {20, 4, 1900, 1074}},
@@ -171,11 +168,12 @@ constexpr CROP_CASE arrCrops[] = {
 
 TEST(CropRect, CutsWhatTheTextLists) {
     const ZR_VID_PROPS props = Props(eZrFCC_RGB32, 1920, -1080);
-    for (const CROP_CASE& c : arrCrops) {
-        SCOPED_TRACE(testing::PrintToString(std::u16string(c.szText)));
+    for (const auto& [szText, hr, rectWanted] : arrCrops) {
+        SCOPED_TRACE(testing::PrintToString(std::u16string(szText)));
         tagRECT rect{};
-        EXPECT_EQ(CropRect(c.szText, props, &rect), c.hr);
-        EXPECT_EQ(std::memcmp(&rect, &c.rect, sizeof(rect)), 0) << rect.left << ' ' << rect.top << ' ' << rect.right;
+        EXPECT_EQ(CropRect(szText, props, &rect), hr);
+        EXPECT_EQ(std::memcmp(&rect, &rectWanted, sizeof(rect)), 0)
+            << rect.left << ' ' << rect.top << ' ' << rect.right;
     }
 }
 
