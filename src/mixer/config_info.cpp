@@ -114,7 +114,9 @@ std::u16string ConfigInfoXml() {
     AppendElementKinds(text);
     text.append(u"<_values_><color values=\"").append(ColourNamesText()).append(u"\"/><position values=\"");
     text.append(PositionNamesText()).append(u"\"/>");
-    text.append(u"<mask values=\"").append(MaskNames()).append(u"\"/></_values_></zr_config_info>");
+    text.append(u"<mask values=\"").append(MaskNames()).append(u"\"/></_values_><_limits_ depth=\"");
+    AppendInt(text, kMaxDrawDepth);
+    text += u"\"/></zr_config_info>";
     return text;
 }
 

@@ -12,9 +12,6 @@ namespace zr {
 
 namespace {
 
-// A tree that is deeper is not drawn below this: the mix thread's stack has to hold the walk.
-constexpr int32_t kMaxDrawDepth = 512;
-
 constexpr NameKey keyForeground{u"foreground"};
 
 constexpr NameKey keyPos{u"pos"}, keySpos{u"spos"}, keyMaintainAr{u"maintain_ar"}, keyStreamID{u"stream_id"},

@@ -18,6 +18,9 @@ namespace zr {
 // An element answers so when it is to be taken out of its parent.
 inline constexpr HRESULT kRemoveElement = static_cast<HRESULT>(0x8004027Fu);
 
+// A tree that is deeper is not drawn below this: the mix thread's stack has to hold the walk.
+inline constexpr int32_t kMaxDrawDepth = 512;
+
 // The types of elements that the walk knows, joined by ", ".
 std::u16string ElementTypesText();
 

@@ -29,7 +29,8 @@ void CheckShow(const CHECK_OPTIONS& _options) {
     zr::ZrPtr<zr::IZrObject> pMixer;
     Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
     const ConfigKinds kinds(pMixer.Get());
-    const std::vector<SHOW_FAULT> arrFaults = ShowCheck(kinds).Check(_options.file);
+    ShowCheck check(kinds);
+    const std::vector<SHOW_FAULT> arrFaults = check.Check(_options.file);
     if (_options.style.bJson) {
         PrintJson(_options.file, arrFaults);
     } else {
@@ -37,9 +38,11 @@ void CheckShow(const CHECK_OPTIONS& _options) {
             std::printf("%s:%d:%d: %s\n", fault.file.c_str(), fault.place.nLine, fault.place.nColumn,
                         fault.text.c_str());
     }
+    std::fflush(stdout);
     if (!arrFaults.empty())
-        throw RunError(_options.file + ": " + std::to_string(arrFaults.size()) +
-                       (arrFaults.size() == 1 ? " fault" : " faults"));
+        throw RunError(_options.file + ": " + std::to_string(check.Faults()) +
+                       (check.Faults() == 1 ? " fault" : " faults") +
+                       (check.Faults() > arrFaults.size() ? ", the first of which are shown" : ""));
     if (!_options.style.bJson && !_options.style.bQuiet) std::printf("%s: no faults\n", _options.file.c_str());
 }
 

@@ -175,6 +175,11 @@ bool ConfigKinds::IsValue(std::string_view _type, std::string_view _name) const 
     return IsOneOf(_name, Values(_type));
 }
 
+int ConfigKinds::MostDepth() const {
+    const XML_ELEMENT* const p = info.Child(info.Top(), "_limits_");
+    return p ? std::atoi(p->Value("depth").c_str()) : 0;
+}
+
 std::string ConfigKinds::WhyUnreadable(const XML_ELEMENT& _attribute, std::string_view _value) const {
     const std::string type = _attribute.Value("type"), value = Trim(_value);
     if (type == "bool") return IsBool(value) ? "" : "\"" + value + "\" is neither true nor false";

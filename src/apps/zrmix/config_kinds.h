@@ -32,6 +32,8 @@ public:
     // The names that values of a type can have.
     std::vector<std::string> Values(std::string_view _type) const;
     bool IsValue(std::string_view _type, std::string_view _name) const;
+    // How many elements may stand one in the other; what is deeper is not drawn.
+    int MostDepth() const;
 
 private:
     // The nodes of a kind and of those that it inherits from.

@@ -14,6 +14,8 @@
 namespace zrmix {
 namespace {
 
+constexpr size_t kMostFaults = 100;  // that are shown
+
 bool IsForStream(eShowCommand _e) {
     return (_e >= eShowCommand::Gain && _e <= eShowCommand::Rate) || _e == eShowCommand::Source;
 }
@@ -45,8 +47,11 @@ ScriptPlayer::ScriptPlayer(const Show& _show, const std::string& _file)
     std::stable_sort(arrFaults.begin(), arrFaults.end(),
                      [](const auto& _a, const auto& _b) { return _a.nLine < _b.nLine; });
     std::string text;
-    for (const SCRIPT_FAULT& fault : arrFaults)
-        text += (text.empty() ? "" : "\nzrmix: ") + file + ":" + std::to_string(fault.nLine) + ": " + fault.text;
+    for (size_t i = 0; i < std::min(arrFaults.size(), kMostFaults); ++i)
+        text +=
+            (i == 0 ? "" : "\nzrmix: ") + file + ":" + std::to_string(arrFaults[i].nLine) + ": " + arrFaults[i].text;
+    if (arrFaults.size() > kMostFaults)
+        text += "\nzrmix: " + file + ": " + std::to_string(arrFaults.size() - kMostFaults) + " more faults";
     throw RunError(text);
 }
 

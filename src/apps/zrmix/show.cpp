@@ -79,13 +79,20 @@ Show::Show(const SHOW_OPTIONS& _options, bool _bFast) : file(_options.file) {
     Check(zr::ZrCreateInstance(zr::kClsidZrMixer, pMixer), "mixer");
     const auto pProps = As<zr::IZrProps>();
     const zr::HRESULT hr = As<zr::IZrPersist>()->PersistLoad(nullptr, ToText(_options.file).Get(), nullptr);
-    if (zr::Failed(hr)) throw RunError(_options.file + ": it does not load; \"zrmix check\" says where and why", hr);
+    if (zr::Failed(hr)) throw RunError(WhyNotLoaded(hr));
     CheckStreams(_options);
     pProps->PropsSet(u"object::sync_mode", u"true");
     pProps->PropsSet(u"auto_start", u"true");
     SetPace(pProps.Get(), _bFast);
     SetFormat(_options);
     for (const std::string& pair : _options.arrSet) Set(pair);
+}
+
+std::string Show::WhyNotLoaded(zr::HRESULT _hr) const {
+    if (document.arrFaults.empty()) return file + ": it does not load: " + zr::StatusText(_hr);
+    const TEXT_FAULT& first = document.arrFaults[0];
+    return file + ":" + std::to_string(first.place.nLine) + ":" + std::to_string(first.place.nColumn) + ": " +
+           first.text;
 }
 
 // Those that could not be opened have been left out by the loading.
@@ -168,11 +175,17 @@ double Show::Length() const {
 }
 
 std::string ReadTextFile(const std::string& _file) {
+    std::error_code code;
+    const auto type = std::filesystem::status(_file, code).type();
+    if (type == std::filesystem::file_type::not_found) throw RunError(_file + ": there is no such file");
+    if (type == std::filesystem::file_type::directory) throw RunError(_file + ": it is a folder");
+    if (type != std::filesystem::file_type::regular) throw RunError(_file + ": it is a pipe or a device, not a file");
     std::ifstream stream(_file, std::ios::binary);
-    if (!stream) throw RunError(_file + ": there is no such file, or it may not be read");
+    if (!stream) throw RunError(_file + ": it may not be read");
+    if (stream.peek() == std::ifstream::traits_type::eof()) throw RunError(_file + ": it is empty");
     std::ostringstream text;
     text << stream.rdbuf();
-    if (stream.bad() || text.fail()) throw RunError(_file + ": it cannot be read, or is empty");
+    if (stream.bad() || text.fail()) throw RunError(_file + ": it cannot be read");
     return text.str();
 }
 

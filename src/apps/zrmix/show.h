@@ -31,6 +31,7 @@ public:
     double Length() const;
 
 private:
+    std::string WhyNotLoaded(zr::HRESULT _hr) const;
     void CheckStreams(const SHOW_OPTIONS& _options) const;
     void SetFormat(const SHOW_OPTIONS& _options);
     void Set(const std::string& _pair);

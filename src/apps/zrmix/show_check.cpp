@@ -39,7 +39,12 @@ std::string Quoted(const std::string& _text) { return "\"" + _text + "\""; }
 
 }  // namespace
 
+std::string ShowCheck::Hint(const std::string& _name, const std::vector<std::string>& _arrKnown) const {
+    return arrFaults.size() < kMostFaults ? DidYouMean(_name, _arrKnown) : std::string();
+}
+
 void ShowCheck::Fault(const SOURCE& _source, const TEXT_PLACE& _place, std::string _text) {
+    if (++nFaults > kMostFaults) return;
     while (!_text.empty() && (_text.back() == '.' || _text.back() == '\n')) _text.pop_back();
     for (char& ch : _text)
         if (static_cast<unsigned char>(ch) < ' ' || ch == 0x7F) ch = ' ';  // it goes to a terminal
@@ -83,6 +88,7 @@ void ShowCheck::CheckTree(const SOURCE& _source, const XML_ELEMENT& _top, const 
         if (kinds.TakesAnything(kind)) continue;
         CheckAttributes(_source, *pNode, kind);
         const std::vector<std::string> arrKnown = kinds.Nodes(kind);
+        const auto nWaiting = static_cast<ptrdiff_t>(arrWaiting.size());
         for (const size_t n : pNode->arrChildren) {
             const XML_ELEMENT& child = _source.document.arrElements[n];
             const bool bKnown = std::any_of(arrKnown.begin(), arrKnown.end(),
@@ -91,8 +97,9 @@ void ShowCheck::CheckTree(const SOURCE& _source, const XML_ELEMENT& _top, const 
                 arrWaiting.emplace_back(&child, child.name);
             else
                 Fault(_source, child.place,
-                      "<" + child.name + "> is not known in <" + pNode->name + ">" + DidYouMean(child.name, arrKnown));
+                      "<" + child.name + "> is not known in <" + pNode->name + ">" + Hint(child.name, arrKnown));
         }
+        std::reverse(arrWaiting.begin() + nWaiting, arrWaiting.end());
     }
 }
 
@@ -103,7 +110,7 @@ void ShowCheck::CheckAttributes(const SOURCE& _source, const XML_ELEMENT& _node,
         else
             Fault(_source, attribute.place,
                   "the attribute " + attribute.name + " of <" + _node.name + "> is not known" +
-                      DidYouMean(attribute.name, kinds.Attributes(_kind)));
+                      Hint(attribute.name, kinds.Attributes(_kind)));
     }
 }
 
@@ -115,14 +122,14 @@ void ShowCheck::CheckValue(const SOURCE& _source, const XML_ELEMENT& _node, cons
     const std::string& value = _attribute.value;
     if (type == "media" && !value.empty()) why = WhyNotPlayed(_source.file, value);
     if (type == "media" && !why.empty() && value.find('.') == std::string::npos)
-        why += DidYouMean(value, kinds.Values("color"));
+        why += Hint(value, kinds.Values("color"));
     const bool bShape = type == "mask" && kinds.IsValue("mask", value);
     if ((type == "path" && !IsScene(_node)) || (type == "mask" && !bShape)) {
         if (LeavesFolder(value))
             why = value + " leads out of the folder of the file";
         else if (!value.empty() && !Exists(InFolderOf(_source.file, value)))
             why = "there is no file " + InFolderOf(_source.file, value) +
-                  (type == "mask" ? DidYouMean(value, kinds.Values("mask")) : "");
+                  (type == "mask" ? Hint(value, kinds.Values("mask")) : "");
     }
     if (!why.empty()) Fault(_source, _attribute.placeOfValue, what + why);
 }
@@ -163,7 +170,7 @@ void ShowCheck::CheckScenes(const SOURCE& _source, const XML_ELEMENT* _pScenes) 
     if (pActive && std::none_of(arrNames.begin(), arrNames.end(),
                                 [&](const std::string& _name) { return SameName(_name, pActive->value); }))
         Fault(_source, pActive->placeOfValue,
-              "there is no scene " + Quoted(pActive->value) + DidYouMean(pActive->value, arrNames));
+              "there is no scene " + Quoted(pActive->value) + Hint(pActive->value, arrNames));
 }
 
 void ShowCheck::CheckScene(const SOURCE& _source, const XML_ELEMENT& _scene, int _nDepth) {
@@ -204,15 +211,23 @@ void ShowCheck::FollowSrc(const SOURCE& _source, const XML_ELEMENT& _scene, cons
 // Which streams the elements of a scene show, and ids that name two of them.
 void ShowCheck::CheckElements(const SOURCE& _source, const XML_ELEMENT& _scene) {
     std::vector<std::string> arrIds;
-    std::vector<const XML_ELEMENT*> arrWaiting{&_scene};
+    std::vector<std::pair<const XML_ELEMENT*, int>> arrWaiting{{&_scene, 0}};
+    bool bTooDeep = false;
     while (!arrWaiting.empty()) {
-        const XML_ELEMENT& node = *arrWaiting.back();
+        const auto [pNode, nDepth] = arrWaiting.back();
         arrWaiting.pop_back();
+        if (nDepth >= kinds.MostDepth() && !pNode->arrChildren.empty() && !std::exchange(bTooDeep, true))
+            Fault(_source, _source.document.arrElements[pNode->arrChildren[0]].place,
+                  "what stands here is not drawn: it is more than " + std::to_string(kinds.MostDepth()) +
+                      " elements deep");
         std::unordered_set<std::string> setHere;
-        for (const size_t n : node.arrChildren) {
+        const auto nWaiting = static_cast<ptrdiff_t>(arrWaiting.size());
+        for (const size_t n : pNode->arrChildren) {
             const XML_ELEMENT& child = _source.document.arrElements[n];
-            arrWaiting.push_back(&child);
+            arrWaiting.emplace_back(&child, nDepth + 1);
             if (const XML_ATTRIBUTE* const pId = child.Find("id")) {
+                if (pId->value.find("::") != std::string::npos)
+                    Fault(_source, pId->placeOfValue, "id of <" + child.name + ">: a \"::\" stands between ids only");
                 if (!setHere.insert(pId->value).second)
                     Fault(_source, pId->place, "there is an element " + Quoted(pId->value) + " beside it already");
                 arrIds.push_back(pId->value);
@@ -227,13 +242,14 @@ void ShowCheck::CheckElements(const SOURCE& _source, const XML_ELEMENT& _scene) 
             else
                 Fault(_source, child.place, "<video> names no stream: it has neither stream_id nor stream_idx");
         }
+        std::reverse(arrWaiting.begin() + nWaiting, arrWaiting.end());
     }
     for (const XML_ELEMENT* p : {&_scene, _source.document.Child(&_scene, "foreground")}) {
         const XML_ATTRIBUTE* const pHighlight = p ? p->Find("highlight_item") : nullptr;
         if (!pHighlight || pHighlight->value.empty() || pHighlight->value.find("::") != std::string::npos) continue;
         if (std::find(arrIds.begin(), arrIds.end(), pHighlight->value) == arrIds.end())
             Fault(_source, pHighlight->placeOfValue,
-                  "there is no element " + Quoted(pHighlight->value) + DidYouMean(pHighlight->value, arrIds));
+                  "there is no element " + Quoted(pHighlight->value) + Hint(pHighlight->value, arrIds));
     }
 }
 
@@ -259,7 +275,7 @@ void ShowCheck::CheckUses() {
         }
         const auto it = mapStreams.find(use.id);
         if (it == mapStreams.end())
-            Fault(source, use.place, "there is no stream " + Quoted(use.id) + DidYouMean(use.id, arrIds));
+            Fault(source, use.place, "there is no stream " + Quoted(use.id) + Hint(use.id, arrIds));
         else
             arrStreams[it->second].bUsed = true;
     }

@@ -20,8 +20,13 @@ class ShowCheck {
 public:
     explicit ShowCheck(const ConfigKinds& _kinds) : kinds(_kinds) {}
 
-    // The file and those that stand in it for scenes. Throws RunError: it cannot be read.
+    static constexpr size_t kMostFaults = 1000;
+
+    // The file and those that stand in it for scenes; of its faults the first kMostFaults that are found, by place.
+    // Throws RunError: it cannot be read.
     std::vector<SHOW_FAULT> Check(const std::string& _file);
+    // All of them.
+    size_t Faults() const { return nFaults; }
 
 private:
     struct SOURCE;  // one of the files
@@ -50,9 +55,12 @@ private:
     void CheckElements(const SOURCE& _source, const XML_ELEMENT& _scene);
     void CheckUses();
     void Fault(const SOURCE& _source, const TEXT_PLACE& _place, std::string _text);
+    // What a name might have meant, while anybody is told.
+    std::string Hint(const std::string& _name, const std::vector<std::string>& _arrKnown) const;
 
     const ConfigKinds& kinds;
     std::vector<SHOW_FAULT> arrFaults;
+    size_t nFaults = 0;
     std::vector<std::string> arrOpenFiles;  // that name one another, the show first
     bool bStreamsKnown = false;             // the file is a whole configuration
     std::vector<STREAM> arrStreams;

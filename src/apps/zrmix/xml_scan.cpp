@@ -11,7 +11,7 @@
 namespace zrmix {
 namespace {
 
-constexpr size_t kMostFaults = 1000;
+constexpr size_t kMostFaults = 500;    // leaves room for those of what can be read
 constexpr size_t kMostChecked = 1000;  // attributes of one tag that are looked through for doubles
 
 char Lower(char _ch) { return _ch >= 'A' && _ch <= 'Z' ? static_cast<char>(_ch + 32) : _ch; }
