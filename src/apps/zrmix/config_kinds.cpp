@@ -82,6 +82,12 @@ std::string WhyNoOption(const std::string& _text, const std::vector<std::string>
     return "\"" + _text + "\" is none of " + names;
 }
 
+// Of a key that stands with the mixer itself.
+std::string_view NameInObject(std::string_view _key) {
+    constexpr std::string_view kNode = "object::";
+    return _key.substr(_key.starts_with(kNode) ? kNode.size() : 0);
+}
+
 }  // namespace
 
 std::string KeyPath(const std::string& _key) { return _key.find("::") == _key.npos ? "object::" + _key : _key; }
@@ -152,12 +158,15 @@ std::string ConfigKinds::WhyNoAttribute(std::string_view _kind, std::string_view
     return why.empty() ? why : std::string(_name) + ": " + why;
 }
 
+bool ConfigKinds::IsPlayed(std::string_view _key) const {
+    const XML_ELEMENT* const p = Attribute("object", NameInObject(_key));
+    return p && p->Value("type") == "media";
+}
+
 // Nodes other than that of the mixer itself, as of its audio, have keys that it does not list.
 std::string ConfigKinds::WhyNoKey(std::string_view _key, std::string_view _value) const {
-    constexpr std::string_view kNode = "object::";
-    const bool bListed = _key.find("::") == _key.npos || _key.starts_with(kNode);
-    if (!bListed) return {};
-    const std::string_view name = _key.substr(_key.starts_with(kNode) ? kNode.size() : 0);
+    const std::string_view name = NameInObject(_key);
+    if (name.find("::") != name.npos) return {};
     const XML_ELEMENT* const pKnown = Attribute("object", name);
     if (!pKnown)
         return "the mixer has no key " + std::string(name) + DidYouMean(name, Attributes("object")) +

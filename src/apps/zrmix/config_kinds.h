@@ -29,6 +29,8 @@ public:
     // Empty, or why an attribute of an element of that kind, or a key of the mixer, cannot be set to the value.
     std::string WhyNoAttribute(std::string_view _kind, std::string_view _name, std::string_view _value) const;
     std::string WhyNoKey(std::string_view _key, std::string_view _value) const;
+    // The value of a key of the mixer is something that it plays.
+    bool IsPlayed(std::string_view _key) const;
     // The names that values of a type can have.
     std::vector<std::string> Values(std::string_view _type) const;
     bool IsValue(std::string_view _type, std::string_view _name) const;

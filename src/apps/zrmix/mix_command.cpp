@@ -9,6 +9,7 @@
 #include "apps/zrmix/mix_layout.h"
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/run_output.h"
 #include "apps/zrmix/seconds_option.h"
 #include "apps/zrmix/show.h"
 #include "apps/zrmix/sound_options.h"
@@ -64,6 +65,8 @@ public:
         if (options.arrInputs.size() > arrPlaces.size())
             throw UsageError("layout " + options.layout + " has room for " + std::to_string(arrPlaces.size()) +
                              " inputs, " + std::to_string(options.arrInputs.size()) + " are given");
+        CheckOutput(options.writer.output, options.arrInputs);
+        CheckOutput(options.writer.output, {options.logo});
         for (const std::string& file : options.arrInputs) Probe(file);
         if (!options.logo.empty()) Probe(options.logo);
         if (options.dblDuration > 0) dblSeconds = options.dblDuration;

@@ -28,6 +28,7 @@ public:
     explicit PlayRun(const PLAY_OPTIONS& _options) : options(_options) {}
 
     void Run() {
+        CheckOutput(options.run.writer.output, {options.file});
         MakeMixer();
         SetBackground();
         SetFormat();

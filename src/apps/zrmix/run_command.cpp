@@ -24,6 +24,8 @@ struct SHOW_RUN_OPTIONS {
 void RunShow(const SHOW_RUN_OPTIONS& _options) {
     const bool bFast = IsFast(_options.run);
     const Show show(_options.show, bFast);
+    CheckOutput(_options.run.writer.output, show.Files());
+    CheckOutput(_options.run.writer.output, {_options.script});
     std::optional<ScriptPlayer> script;
     if (!_options.script.empty()) script.emplace(show, _options.script);
     const double dblQuit = script ? script->QuitTime() : -1;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 #include "apps/zrmix/frame_watch.h"
 #include "apps/zrmix/interrupt.h"
@@ -41,6 +42,13 @@ void AddRunOptions(CLI::App& _command, RUN_OPTIONS& _options) {
 }
 
 bool IsUrl(const std::string& _text) { return _text.find("://") != std::string::npos; }
+
+void CheckOutput(const std::string& _output, const std::vector<std::string>& _arrInputs) {
+    std::error_code code;
+    for (const std::string& input : _arrInputs)
+        if (std::filesystem::equivalent(_output, input, code))
+            throw UsageError(_output + ": the output would be written over what it is made from");
+}
 
 bool IsFast(const RUN_OPTIONS& _options) {
     const std::string& output = _options.writer.output;

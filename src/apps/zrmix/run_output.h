@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "apps/zrmix/progress.h"
 #include "apps/zrmix/sound_options.h"
@@ -25,6 +26,8 @@ void AddRunOptions(CLI::App& _command, RUN_OPTIONS& _options);
 // As fast as the machine goes, and no frame left out: into files, unless it is said otherwise.
 bool IsFast(const RUN_OPTIONS& _options);
 bool IsUrl(const std::string& _text);
+// Throws UsageError: the output would be written over one of the files that it is made from.
+void CheckOutput(const std::string& _output, const std::vector<std::string>& _arrInputs);
 // Sets the pace of a mixer that has not started.
 void SetPace(zr::IZrProps* _pProps, bool _bFast);
 

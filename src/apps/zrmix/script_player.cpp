@@ -71,7 +71,8 @@ std::vector<SCRIPT_FAULT> ScriptPlayer::Compare() const {
         }
         if (command.eCommand == eShowCommand::Quit && command.dblTime <= 0) Fault("quit at 0 leaves nothing to run");
         if (command.eCommand == eShowCommand::Key) {
-            if (const std::string why = kinds.WhyNoKey(target, command.argument); !why.empty()) Fault(why);
+            if (const std::string why = WhyNoKey(kinds, show.File(), target, command.argument); !why.empty())
+                Fault(why);
             continue;
         }
         if (command.eCommand == eShowCommand::Source) {
@@ -83,7 +84,17 @@ std::vector<SCRIPT_FAULT> ScriptPlayer::Compare() const {
         if (!IsForElement(command.eCommand)) continue;
         std::string kind = command.argument;
         if (command.eCommand == eShowCommand::Add) {
+            const std::vector<std::string> arrTypes = kinds.Nodes("zr_scene");
+            const std::string type = kind.substr(0, kind.find('.'));
+            if (std::none_of(arrTypes.begin(), arrTypes.end(),
+                             [&](const std::string& _known) { return SameName(_known, type); }))
+                Fault("there is no type " + kind + DidYouMean(kind, arrTypes));
+            const size_t nLast = target.rfind("::");
+            const std::string parent = target.substr(0, nLast == target.npos ? 0 : nLast);
+            if (!parent.empty() && !setElements.count(parent) && !FindElement(show.Mixer(), parent))
+                Fault("there is no element " + parent + DidYouMean(parent, ElementIds(show.Mixer())));
             setElements.insert(target);
+            setElements.insert(target.substr(nLast == target.npos ? 0 : nLast + 2));
         } else if (const auto pElement = FindElement(show.Mixer(), target)) {
             zr::GetText([&](zr::BSTR* _pbs) { return pElement->ElementTypeGet(_pbs); }, kind);
         } else if (!setElements.count(target)) {
@@ -92,7 +103,10 @@ std::vector<SCRIPT_FAULT> ScriptPlayer::Compare() const {
         }
         for (const auto& [name, value] : command.arrAttributes) {
             if (name.find("::") != std::string::npos) continue;  // of a node in it
-            if (const std::string why = kinds.WhyNoAttribute(kind, name, value); !why.empty()) Fault(why);
+            std::string why = kinds.WhyNoAttribute(kind, name, value);
+            if (SameName(name, "stream_id") && !value.empty() && !setStreams.count(value))
+                why = "there is no stream " + value + DidYouMean(value, arrStreams);
+            if (!why.empty()) Fault(why);
         }
     }
     return arrFaults;

@@ -136,7 +136,7 @@ void Show::SetFormat(const SHOW_OPTIONS& _options) {
 
 void Show::Set(const std::string& _pair) {
     const size_t nEqual = _pair.find('=');
-    if (nEqual == std::string::npos || nEqual == 0)
+    if (nEqual == std::string::npos || nEqual == 0 || _pair.starts_with("::"))
         throw UsageError("--set " + _pair + ": not of the form key=value or element::attribute=value");
     const std::string key = _pair.substr(0, nEqual), value = _pair.substr(nEqual + 1);
     const ConfigKinds kinds(pMixer.Get());
@@ -148,7 +148,7 @@ void Show::Set(const std::string& _pair) {
                            std::any_of(std::begin(arrPropertyNodes), std::end(arrPropertyNodes),
                                        [&](const char* _sz) { return key.substr(0, key.find("::")) == _sz; });
     if (bProperty) {
-        Refuse(kinds.WhyNoKey(key, value));
+        Refuse(WhyNoKey(kinds, file, key, value));
         Check(As<zr::IZrProps>()->PropsSet(ToText(KeyPath(key)).Get(), ToText(value).Get()), "--set " + _pair);
         return;
     }
@@ -158,6 +158,9 @@ void Show::Set(const std::string& _pair) {
     std::string kind;
     zr::GetText([&](zr::BSTR* _pbs) { return pElement->ElementTypeGet(_pbs); }, kind);
     Refuse(kinds.WhyNoAttribute(kind, name, value));
+    const std::vector<std::string> arrStreams = StreamIds(pMixer.Get());
+    if (SameName(name, "stream_id") && std::find(arrStreams.begin(), arrStreams.end(), value) == arrStreams.end())
+        Refuse("there is no stream " + value + DidYouMean(value, arrStreams));
     Check(pElement->ElementStringSet(ToText(name).Get(), ToText(value).Get(), 0), "--set " + _pair);
 }
 
@@ -172,6 +175,14 @@ double Show::Length() const {
         if (zr::Succeeded(pStreams->StreamsGetByIndex(i, nullptr, pItem.Out())) && pItem)
             dblLength = std::max(dblLength, LengthOf(pItem.Get()));
     return dblLength;
+}
+
+std::vector<std::string> Show::Files() const {
+    std::vector<std::string> arrFiles{file};
+    for (const XML_ELEMENT& element : document.arrElements)
+        for (const char* szName : {"path", "src", "mask", "screen_mask"})
+            if (const XML_ATTRIBUTE* const p = element.Find(szName)) arrFiles.push_back(PathInShow(file, p->value));
+    return arrFiles;
 }
 
 std::string ReadTextFile(const std::string& _file) {
@@ -223,6 +234,19 @@ std::string WhyNotPlayed(const std::string& _show, const std::string& _path) {
     }
     zr::QueryAs<zr::IZrObject>(pFile.Get())->ObjectClose();
     return {};
+}
+
+std::string WhyNoMedia(const ConfigKinds& _kinds, const std::string& _show, const std::string& _value) {
+    std::string why = WhyNotPlayed(_show, _value);
+    if (!why.empty() && _value.find('.') == std::string::npos) why += DidYouMean(_value, _kinds.Values("color"));
+    return why;
+}
+
+std::string WhyNoKey(const ConfigKinds& _kinds, const std::string& _show, const std::string& _key,
+                     const std::string& _value) {
+    std::string why = _kinds.WhyNoKey(_key, _value);
+    if (why.empty() && !_value.empty() && _kinds.IsPlayed(_key)) why = WhyNoMedia(_kinds, _show, _value);
+    return why;
 }
 
 zr::Text ToText(std::string_view _text) { return zr::Text(_text); }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/zrmix/config_kinds.h"
 #include "apps/zrmix/xml_scan.h"
 #include "zr/zr.h"
 
@@ -29,6 +30,8 @@ public:
     double Rate() const { return props.dblRate; }
     // Seconds to the end of the last source that plays once; 0: there is none.
     double Length() const;
+    // The show and the files that it names, one more than once perhaps.
+    std::vector<std::string> Files() const;
 
 private:
     std::string WhyNotLoaded(zr::HRESULT _hr) const;
@@ -51,6 +54,11 @@ std::string PathInShow(const std::string& _show, const std::string& _path);
 bool LeavesFolder(const std::string& _path);
 // Empty, or why a source cannot play what a show names.
 std::string WhyNotPlayed(const std::string& _show, const std::string& _path);
+// The same with the colour that a name without a dot might have meant.
+std::string WhyNoMedia(const ConfigKinds& _kinds, const std::string& _show, const std::string& _value);
+// Empty, or why a key of the mixer cannot be set to the value in that show.
+std::string WhyNoKey(const ConfigKinds& _kinds, const std::string& _show, const std::string& _key,
+                     const std::string& _value);
 
 zr::Text ToText(std::string_view _text);
 

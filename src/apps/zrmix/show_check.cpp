@@ -120,9 +120,7 @@ void ShowCheck::CheckValue(const SOURCE& _source, const XML_ELEMENT& _node, cons
     const std::string what = _attribute.name + " of <" + _node.name + ">: ";
     std::string why = kinds.WhyUnreadable(_known, _attribute.value);
     const std::string& value = _attribute.value;
-    if (type == "media" && !value.empty()) why = WhyNotPlayed(_source.file, value);
-    if (type == "media" && !why.empty() && value.find('.') == std::string::npos)
-        why += Hint(value, kinds.Values("color"));
+    if (type == "media" && !value.empty()) why = WhyNoMedia(kinds, _source.file, value);
     const bool bShape = type == "mask" && kinds.IsValue("mask", value);
     if ((type == "path" && !IsScene(_node)) || (type == "mask" && !bShape)) {
         if (LeavesFolder(value))

@@ -16,30 +16,30 @@ struct FORM {
     eShowCommand eCommand;
     const char* szTarget;    // null: none
     const char* szArgument;  // null: none
-    bool bNumber;            // the argument is one
+    const char* szNumber;    // the argument is one of this kind; null: it is none
     bool bAttributes;
     bool bTime;  // it can take a time
     const char* szExample;
 };
 
 constexpr FORM arrForms[] = {
-    {"scene", eShowCommand::Scene, "a scene", nullptr, false, true, false, "scene interview"},
-    {"set", eShowCommand::Set, "an element", nullptr, false, true, true, "set logo alpha=0 time=0.5"},
-    {"add", eShowCommand::Add, "an element", "its type", false, true, true, "add guest video stream_id=cam2 w=0.4"},
-    {"remove", eShowCommand::Remove, "an element", nullptr, false, false, true, "remove guest time=0.5"},
-    {"order", eShowCommand::Order, "an element", "a number of places", true, false, false, "order logo 1"},
-    {"invoke", eShowCommand::Invoke, "a view or an element", nullptr, false, false, true, "invoke close time=1"},
-    {"gain", eShowCommand::Gain, "a stream", "a gain in dB", true, false, true, "gain cam1 -6 time=1"},
-    {"mute", eShowCommand::Mute, "a stream", nullptr, false, false, true, "mute cam1 time=0.2"},
-    {"unmute", eShowCommand::Unmute, "a stream", nullptr, false, false, true, "unmute cam1 time=0.2"},
-    {"play", eShowCommand::Play, "a stream", nullptr, false, false, false, "play clip"},
-    {"pause", eShowCommand::Pause, "a stream", nullptr, false, false, true, "pause clip"},
-    {"stop", eShowCommand::Stop, "a stream", nullptr, false, false, true, "stop clip"},
-    {"seek", eShowCommand::Seek, "a stream", "a second", true, false, false, "seek clip 12.5"},
-    {"rate", eShowCommand::Rate, "a stream", "a speed", true, false, false, "rate clip 0.5"},
-    {"source", eShowCommand::Source, "a stream", "what it plays", false, true, false, "source cam1 other.mp4"},
-    {"key", eShowCommand::Key, "a key of the mixer", "its value", false, false, false, "key audio_gain -6"},
-    {"quit", eShowCommand::Quit, nullptr, nullptr, false, false, false, "quit"},
+    {"scene", eShowCommand::Scene, "a scene", nullptr, nullptr, true, false, "scene interview"},
+    {"set", eShowCommand::Set, "an element", nullptr, nullptr, true, true, "set logo alpha=0 time=0.5"},
+    {"add", eShowCommand::Add, "an element", "its type", nullptr, true, true, "add guest video stream_id=cam2 w=0.4"},
+    {"remove", eShowCommand::Remove, "an element", nullptr, nullptr, false, true, "remove guest time=0.5"},
+    {"order", eShowCommand::Order, "an element", "a number of places", "whole number", false, false, "order logo 1"},
+    {"invoke", eShowCommand::Invoke, "a view or an element", nullptr, nullptr, false, true, "invoke close time=1"},
+    {"gain", eShowCommand::Gain, "a stream", "a gain in dB", "number", false, true, "gain cam1 -6 time=1"},
+    {"mute", eShowCommand::Mute, "a stream", nullptr, nullptr, false, true, "mute cam1 time=0.2"},
+    {"unmute", eShowCommand::Unmute, "a stream", nullptr, nullptr, false, true, "unmute cam1 time=0.2"},
+    {"play", eShowCommand::Play, "a stream", nullptr, nullptr, false, false, "play clip"},
+    {"pause", eShowCommand::Pause, "a stream", nullptr, nullptr, false, true, "pause clip"},
+    {"stop", eShowCommand::Stop, "a stream", nullptr, nullptr, false, true, "stop clip"},
+    {"seek", eShowCommand::Seek, "a stream", "a second", "number from 0", false, false, "seek clip 12.5"},
+    {"rate", eShowCommand::Rate, "a stream", "a speed", "number above 0", false, false, "rate clip 0.5"},
+    {"source", eShowCommand::Source, "a stream", "what it plays", nullptr, true, false, "source cam1 other.mp4"},
+    {"key", eShowCommand::Key, "a key of the mixer", "its value", nullptr, false, false, "key audio_gain -6"},
+    {"quit", eShowCommand::Quit, nullptr, nullptr, nullptr, false, false, "quit"},
 };
 
 bool IsBlank(char _ch) { return _ch == ' ' || _ch == '\t' || _ch == '\r'; }
@@ -50,6 +50,15 @@ std::optional<double> Number(const std::string& _text) {
     const double dbl = std::strtod(_text.c_str(), &pEnd);
     if (pEnd != _text.c_str() + _text.size() || !std::isfinite(dbl)) return {};
     return dbl;
+}
+
+bool IsInRange(eShowCommand _eCommand, double _dbl) {
+    switch (_eCommand) {
+        case eShowCommand::Order: return _dbl == std::round(_dbl);
+        case eShowCommand::Seek: return _dbl >= 0;
+        case eShowCommand::Rate: return _dbl > 0;
+        default: return true;
+    }
 }
 
 // "2.5", "1:02.5", "1:00:00"
@@ -193,8 +202,8 @@ private:
             if (!word.name.empty()) word.value = word.name + "=" + word.value;
             _command.argument = std::move(word.value);
             const std::optional<double> number = Number(_command.argument);
-            if (_form.bNumber && !number)
-                return Fault("\"" + _command.argument + "\" is no number: " + _form.szName + " needs " +
+            if (_form.szNumber && !(number && IsInRange(_form.eCommand, *number)))
+                return Fault("\"" + _command.argument + "\" is no " + _form.szNumber + ": " + _form.szName + " needs " +
                              _form.szArgument + ", as in \"" + _form.szExample + "\"");
             _command.dblArgument = number.value_or(0);
         }

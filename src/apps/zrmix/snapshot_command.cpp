@@ -9,6 +9,7 @@
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/interrupt.h"
 #include "apps/zrmix/run_error.h"
+#include "apps/zrmix/run_output.h"
 #include "apps/zrmix/script_player.h"
 #include "apps/zrmix/seconds_option.h"
 #include "apps/zrmix/show.h"
@@ -66,8 +67,13 @@ private:
 
 void Snapshot(const SNAPSHOT_OPTIONS& _options) {
     const Show show(_options.show, true);
+    CheckOutput(_options.output, show.Files());
+    CheckOutput(_options.output, {_options.script});
     std::optional<ScriptPlayer> script;
     if (!_options.script.empty()) script.emplace(show, _options.script);
+    const double dblQuit = script ? script->QuitTime() : -1;
+    if (dblQuit >= 0 && std::llround(_options.dblAt * show.Rate()) >= std::llround(dblQuit * show.Rate()))
+        throw UsageError("--at: " + _options.script + " ends the run before that");
     FrameCatcher catcher(std::llround(_options.dblAt * show.Rate()));
     show.As<zr::IZrProps>()->PropsSet(u"object::on_frame.sync", u"true");
     if (script) script->Start();
