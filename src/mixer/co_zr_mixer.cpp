@@ -2,7 +2,6 @@
 
 #include "attributes/interface_call.h"
 #include "attributes/mixer_keys.h"
-#include "framework/object_commands.h"
 #include "mixer/config_info.h"
 #include "platform/class_registry.h"
 #include "platform/wide_text.h"
@@ -83,31 +82,10 @@ void CCoZrMixer::OnReaderCount(size_t _nReaders) {
     }
 }
 
-// --- IZrObject
-
-HRESULT CCoZrMixer::ObjectNameSet(const char16_t* _bsName) {
-    return InterfaceCall([&] {
-        core.state.name.Set(TextArgument(_bsName));
-        return S_OK;
-    });
-}
-
-HRESULT CCoZrMixer::ObjectNameGet(BSTR* _pbsName) {
-    return InterfaceCall([&] { return GiveText(*core.state.name.Get(), _pbsName); });
-}
-
-HRESULT CCoZrMixer::ObjectStart(IUnknown*) {
-    return InterfaceCall([&] { return core.control.ObjectStart(); });
-}
-
-HRESULT CCoZrMixer::ObjectClose() {
-    return InterfaceCall([&] {
-        const HRESULT hr = core.control.ObjectClose();
-        if (Failed(hr)) return hr;
-        SaveLastScene();
-        events.Close();
-        return hr;
-    });
+HRESULT CCoZrMixer::Close_I() {
+    const HRESULT hr = core.control.ObjectClose();
+    if (Succeeded(hr)) SaveLastScene();
+    return hr;
 }
 
 void CCoZrMixer::SaveLastScene() {
@@ -116,39 +94,6 @@ void CCoZrMixer::SaveLastScene() {
     if (pRoot->AttributeOr(u"last_scene.save", int32_t{0}) <= 0 || strPath.empty()) return;
     const bool bUnicode = props.Object()->AttributeOr(u"last_scene.unicode", false);
     PersistSaveToFile(u"scenes", strPath.c_str(), bUnicode ? u"unicode=true" : u"");
-}
-
-HRESULT CCoZrMixer::ObjectStateGet(eZrState* _peState) {
-    if (!_peState) return E_POINTER;
-    *_peState = core.state.Get();
-    return S_OK;
-}
-
-HRESULT CCoZrMixer::ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) {
-    return events.SetCallback(_pCallback, _llCallbackUserData);
-}
-
-HRESULT CCoZrMixer::ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) {
-    return events.SetFunctions(reinterpret_cast<PFOnEvent>(_lpPFOnEvent), reinterpret_cast<PFOnFrame>(_lpPFOnFrame),
-                               _llCallbackUserData);
-}
-
-HRESULT CCoZrMixer::ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown*,
-                                         BSTR* _pbsReturn) {
-    if (_pbsReturn) *_pbsReturn = nullptr;
-    if (TextArgument(_bsCommand).empty()) return E_INVALIDARG;
-    events.RaiseEvent(u"command-execute", _bsCommand, _bsParam, nullptr);
-    return ExecuteObjectCommand(static_cast<IZrObject*>(this), _bsCommand, _bsParam, _pbsReturn);
-}
-
-HRESULT CCoZrMixer::ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) {
-    return core.lastFrame.Get(_ppFrame, _bsParam);
-}
-
-HRESULT CCoZrMixer::ObjectGetInternal(const char16_t*, IUnknown** _ppObject) {
-    if (!_ppObject) return E_POINTER;
-    *_ppObject = nullptr;
-    return E_NOTIMPL;
 }
 
 // --- IZrStreams

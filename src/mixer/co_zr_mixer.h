@@ -6,6 +6,7 @@
 #include "audio/audio_impl.h"
 #include "framework/events.h"
 #include "framework/object_format.h"
+#include "framework/object_impl.h"
 #include "mixer/mixer_core.h"
 #include "mixer/mixer_item_host.h"
 #include "platform/unknown.h"
@@ -13,12 +14,11 @@
 #include "sources/file_forward.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
-#include "zr/object.h"
 #include "zr/streams.h"
 
 namespace zr {
 
-class CCoZrMixer final : public IZrObject,
+class CCoZrMixer final : public IZrObjectImpl<CCoZrMixer>,
                          public IZrFileForward<CCoZrMixer>,
                          public IZrStreams,
                          public IZrScenesImpl<CCoZrMixer>,
@@ -56,20 +56,11 @@ public:
     }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
-    // --- IZrObject
-
-    HRESULT ObjectNameSet(const char16_t* _bsName) override;
-    HRESULT ObjectNameGet(BSTR* _pbsName) override;
-    HRESULT ObjectStart(IUnknown* _pSource) override;
-    HRESULT ObjectClose() override;
-    HRESULT ObjectStateGet(eZrState* _peState) override;
-    HRESULT ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) override;
-    HRESULT ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) override;
-    HRESULT ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown* _pParamUnk,
-                                 BSTR* _pbsReturn) override;
-    HRESULT ObjectVirtualSourceCreate(int32_t, const char16_t*, const char16_t*) override { return E_NOTIMPL; }
-    HRESULT ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) override;
-    HRESULT ObjectGetInternal(const char16_t*, IUnknown** _ppObject) override;
+    ObjectName& Name_I() { return core.state.name; }
+    LastFrame& LastFrame_I() { return core.lastFrame; }
+    eZrState State_I() const { return core.state.Get(); }
+    HRESULT Start_I() { return core.control.ObjectStart(); }
+    HRESULT Close_I();
 
     // --- IZrFile: playing is the mixer's own, the file is the background's
 

@@ -2,7 +2,6 @@
 
 #include "attributes/file_keys.h"
 #include "attributes/interface_call.h"
-#include "framework/object_commands.h"
 #include "platform/class_registry.h"
 #include "zr/class_ids.h"
 
@@ -55,62 +54,6 @@ HRESULT CCoZrFile::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudP
     if (_pVidProps) hr = format.VideoGet(eZrFT_Output, _pVidProps, nullptr, nullptr);
     if (_pAudProps && Succeeded(hr)) hr = format.AudioGet(eZrFT_Output, _pAudProps, nullptr, nullptr);
     return hr;
-}
-
-// --- IZrObject
-
-HRESULT CCoZrFile::ObjectNameSet(const char16_t* _bsName) {
-    return InterfaceCall([&] {
-        name.Set(TextArgument(_bsName));
-        return S_OK;
-    });
-}
-
-HRESULT CCoZrFile::ObjectNameGet(BSTR* _pbsName) { return GiveText(*name.Get(), _pbsName); }
-
-HRESULT CCoZrFile::ObjectStart(IUnknown*) {
-    return InterfaceCall([&] { return control.ObjectStart(); });
-}
-
-HRESULT CCoZrFile::ObjectClose() {
-    return InterfaceCall([&] {
-        const HRESULT hr = control.ObjectClose();
-        events.Close();
-        return hr;
-    });
-}
-
-HRESULT CCoZrFile::ObjectStateGet(eZrState* _peState) {
-    if (!_peState) return E_POINTER;
-    *_peState = control.State();
-    return S_OK;
-}
-
-HRESULT CCoZrFile::ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) {
-    return events.SetCallback(_pCallback, _llCallbackUserData);
-}
-
-HRESULT CCoZrFile::ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) {
-    return events.SetFunctions(reinterpret_cast<PFOnEvent>(_lpPFOnEvent), reinterpret_cast<PFOnFrame>(_lpPFOnFrame),
-                               _llCallbackUserData);
-}
-
-HRESULT CCoZrFile::ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown*,
-                                        BSTR* _pbsReturn) {
-    if (_pbsReturn) *_pbsReturn = nullptr;
-    if (TextArgument(_bsCommand).empty()) return E_INVALIDARG;
-    events.RaiseEvent(u"command-execute", _bsCommand, _bsParam, nullptr);
-    return ExecuteObjectCommand(static_cast<IZrObject*>(this), _bsCommand, _bsParam, _pbsReturn);
-}
-
-HRESULT CCoZrFile::ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) {
-    return lastFrame.Get(_ppFrame, _bsParam);
-}
-
-HRESULT CCoZrFile::ObjectGetInternal(const char16_t*, IUnknown** _ppObject) {
-    if (!_ppObject) return E_POINTER;
-    *_ppObject = nullptr;
-    return E_NOTIMPL;
 }
 
 // --- IZrFile

@@ -5,16 +5,16 @@
 #include "audio/audio_impl.h"
 #include "framework/events.h"
 #include "framework/object_format.h"
+#include "framework/object_impl.h"
 #include "platform/unknown.h"
 #include "sources/file_control.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
 #include "zr/file.h"
-#include "zr/object.h"
 
 namespace zr {
 
-class CCoZrFile final : public IZrObject,
+class CCoZrFile final : public IZrObjectImpl<CCoZrFile>,
                         public IZrFile,
                         public IZrPropsImpl<CCoZrFile>,
                         public IZrAudioImpl<CCoZrFile>,
@@ -41,20 +41,11 @@ public:
     ObjectEvents& Events_I() { return events; }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
-    // --- IZrObject
-
-    HRESULT ObjectNameSet(const char16_t* _bsName) override;
-    HRESULT ObjectNameGet(BSTR* _pbsName) override;
-    HRESULT ObjectStart(IUnknown* _pSource) override;
-    HRESULT ObjectClose() override;
-    HRESULT ObjectStateGet(eZrState* _peState) override;
-    HRESULT ObjectCallbackSet(IZrCallback* _pCallback, int64_t _llCallbackUserData) override;
-    HRESULT ObjectCallbackSetFunc(int64_t _lpPFOnEvent, int64_t _lpPFOnFrame, int64_t _llCallbackUserData) override;
-    HRESULT ObjectCommandExecute(const char16_t* _bsCommand, const char16_t* _bsParam, IUnknown* _pParamUnk,
-                                 BSTR* _pbsReturn) override;
-    HRESULT ObjectVirtualSourceCreate(int32_t, const char16_t*, const char16_t*) override { return E_NOTIMPL; }
-    HRESULT ObjectFrameGet(IZrFrame** _ppFrame, const char16_t* _bsParam) override;
-    HRESULT ObjectGetInternal(const char16_t* _bsType, IUnknown** _ppObject) override;
+    ObjectName& Name_I() { return name; }
+    LastFrame& LastFrame_I() { return lastFrame; }
+    eZrState State_I() const { return control.State(); }
+    HRESULT Start_I() { return control.ObjectStart(); }
+    HRESULT Close_I() { return control.ObjectClose(); }
 
     // --- IZrFile
 
