@@ -147,4 +147,18 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
     FileControl control{{props, format, readers, sender, lastFrame, name, tracks, *this}};
 };
 
+// Two files: a "clip" of 100 frames, and a "film" of another rate than any output.
+class FileControlTest : public testing::Test {
+protected:
+    FileControlTest() {
+        files.mapScripts[u"clip"] = {};
+        files.mapScripts[u"film"] = {};
+        files.mapScripts[u"film"].nRateNum = 24000;
+        files.mapScripts[u"film"].nRateDen = 1001;
+        files.mapScripts[u"film"].nFrames = 500;
+    }
+    VirtualClock clock;
+    ScriptedFiles files;
+};
+
 }  // namespace zr
