@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <tuple>
 
 #include "media/aud_props.h"
 #include "support/stress.h"
@@ -16,10 +17,7 @@ namespace {
 ZR_AUD_PROPS Stereo16(int32_t _nRate) { return {2, _nRate, 16, 0}; }
 
 ZR_TIME FrameTime(int64_t _rtStart, int64_t _rtEnd, eZrFrameFlags _eFlags = eZrFF_None) {
-    ZR_TIME time;
-    time.rtStartTime = _rtStart;
-    time.rtEndTime = _rtEnd;
-    time.eFFlags = _eFlags;
+    ZR_TIME time{.rtStartTime = _rtStart, .rtEndTime = _rtEnd, .tcFrame = {}, .eFFlags = _eFlags};
     return time;
 }
 
@@ -49,14 +47,8 @@ TEST(AudioCalc, ADayHasTheSamplesOfTheRate) {
 
 TEST(AudioCalc, GapsAndStepsBackStartAgain) {
     static constexpr int64_t kMost = std::numeric_limits<int64_t>::max(), kLeast = std::numeric_limits<int64_t>::min();
-    struct CASE {
-        const char* szName;
-        int64_t rtStart, rtEnd;
-        eZrFrameFlags eFrameFlags, eFlags;
-        int64_t rtMaxGap, nSamples;
-    };
     // The frame before ends at 400000; 40 ms are 1920 samples.
-    const CASE arrCases[] = {
+    const std::tuple<const char*, int64_t, int64_t, eZrFrameFlags, eZrFrameFlags, int64_t, int64_t> arrCases[] = {
         {"goes on", 400000, 800000, eZrFF_None, eZrFF_None, 100000, 1920},
         {"a small gap is filled", 450000, 850000, eZrFF_None, eZrFF_None, 100000, 2160},
         {"a gap of the limit is filled", 500000, 900000, eZrFF_None, eZrFF_None, 100000, 2400},
@@ -69,14 +61,13 @@ TEST(AudioCalc, GapsAndStepsBackStartAgain) {
         {"no end", 400000, kLeast, eZrFF_None, eZrFF_None, 100000, 1601},
         {"endless", kLeast, kMost, eZrFF_None, eZrFF_None, 100000, int64_t{86'400} * 48000},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, rtStart, rtEnd, eFrameFlags, eFlags, rtMaxGap, nSamplesWanted] : arrCases) {
+        SCOPED_TRACE(szName);
         ZrAudioCalc calc;
         EXPECT_EQ(calc.SamplesByTime(Stereo16(48000), FrameTime(0, 400000), eZrFF_None, 100'000), 1920 * 4);
         int64_t nSamples = 0;
-        calc.SamplesByTime(Stereo16(48000), FrameTime(c.rtStart, c.rtEnd, c.eFrameFlags), c.eFlags, c.rtMaxGap,
-                           &nSamples);
-        EXPECT_EQ(nSamples, c.nSamples);
+        calc.SamplesByTime(Stereo16(48000), FrameTime(rtStart, rtEnd, eFrameFlags), eFlags, rtMaxGap, &nSamples);
+        EXPECT_EQ(nSamples, nSamplesWanted);
     }
 }
 

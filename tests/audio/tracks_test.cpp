@@ -8,6 +8,7 @@
 #include <numbers>
 #include <random>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "attributes/co_xml_node.h"
@@ -85,14 +86,9 @@ TEST(TrackGain, RampsAsTheFormulasSay) {
         enum { kGain, kMute, kOpen } eWhat;
         double dblDb, dblSeconds;
     };
-    struct CASE {
-        const char* szName;
-        int32_t nSamples;  // of a block
-        std::vector<STEP> arrSteps;
-        std::vector<double> arrGains;  // at the begin of each block
-    };
     const double dblHalf = 20 * std::log10(0.5);
-    const CASE arrCases[] = {
+    // nSamples: of a block; arrGains: at the begin of each block
+    const std::tuple<const char*, int32_t, std::vector<STEP>, std::vector<double>> arrCases[] = {
         {"at_once", 800, {{0, STEP::kGain, -6, 0}}, {0.5011872336272722, 0.5011872336272722}},
         {"minus_60_is_heard", 800, {{0, STEP::kGain, -60, -1}}, {0.001, 0.001}},
         // 4800 samples: the sixth block lands.
@@ -112,28 +108,28 @@ TEST(TrackGain, RampsAsTheFormulasSay) {
          {0, 0, 0, 0, 0.25, 0.5, 0.5}},
         {"less_than_a_sample", 800, {{0, STEP::kGain, dblHalf, 1e-6}}, {0.5, 0.5}},
     };
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, nSamples, arrSteps, arrGains] : arrCases) {
+        SCOPED_TRACE(szName);
         Show show(2);
         show.Wave = [](int64_t, size_t) { return 1.0; };
         show.tracks.AudioTracksSetCount_I(1);
         const TrackPtr pTrack = show.Track(0);
-        for (size_t b = 0; b + 1 < c.arrGains.size(); ++b) {
-            for (const STEP& step : c.arrSteps) {
+        for (size_t b = 0; b + 1 < arrGains.size(); ++b) {
+            for (const STEP& step : arrSteps) {
                 if (step.nBlock != static_cast<int>(b)) continue;
                 const HRESULT hr = step.eWhat == STEP::kGain
                                        ? pTrack->TrackGainSet(0, step.dblDb, step.dblSeconds)
                                        : pTrack->TrackMuteSet(0, step.eWhat == STEP::kMute, step.dblSeconds);
                 EXPECT_EQ(hr, S_OK);
             }
-            const auto arrOut = show.Next(c.nSamples);
+            const auto arrOut = show.Next(nSamples);
             for (size_t i = 0; i < arrOut[0].size(); ++i) {
-                const double dblAt = static_cast<double>(i) / c.nSamples;
-                EXPECT_NEAR(arrOut[0][i], c.arrGains[b] + (c.arrGains[b + 1] - c.arrGains[b]) * dblAt, 1e-7) << b << i;
+                const double dblAt = static_cast<double>(i) / nSamples;
+                EXPECT_NEAR(arrOut[0][i], arrGains[b] + (arrGains[b + 1] - arrGains[b]) * dblAt, 1e-7) << b << i;
                 ASSERT_EQ(arrOut[1][i], 1.0f) << "the other channel";
             }
         }
-        EXPECT_EQ(show.Next(5)[0][0], static_cast<float>(c.arrGains.back())) << "landed exactly";
+        EXPECT_EQ(show.Next(5)[0][0], static_cast<float>(arrGains.back())) << "landed exactly";
     }
 }
 
@@ -182,14 +178,9 @@ std::vector<std::vector<double>> SlowMix(const Show& _show, const std::vector<TR
 }
 
 TEST(TrackModes, WhatGoesOut) {
-    struct CASE {
-        const char* szName;
-        std::vector<TRACK> arrTracks;
-        std::vector<size_t> arrOut;
-        int32_t nSplit;  // of what goes out
-    };
     const std::vector<int> arrA{0, 1}, arrB{2, 3, 4, 5, 6, 7}, arrC{8};
-    const CASE arrCases[] = {
+    // nSplit: of what goes out
+    const std::tuple<const char*, std::vector<TRACK>, std::vector<size_t>, int32_t> arrCases[] = {
         {"all", {{arrA}, {arrB}, {arrC}}, {0, 1, 2}, 0x182},
         {"gains_and_mutes",
          {{arrA, eZrAT_Enabled, -1, 0, -6}, {arrB, eZrAT_Enabled, -1, 0, 12, 3}, {arrC, eZrAT_Enabled, -1, 0, 0, 0}},
@@ -205,13 +196,13 @@ TEST(TrackModes, WhatGoesOut) {
          0x82},
         {"none", {{arrA, eZrAT_Disabled}, {arrB, eZrAT_Disabled}, {arrC, eZrAT_Disabled}}, {}, 0},
     };
-    for (const CASE& c : arrCases) {
+    for (const auto& [szName, arrTracks, arrOut, nSplit] : arrCases) {
         for (const int32_t nBits : {16, -32}) {
-            SCOPED_TRACE(std::string(c.szName) + " " + std::to_string(nBits));
+            SCOPED_TRACE(std::string(szName) + " " + std::to_string(nBits));
             Show show(9, nBits, 0x182);
             show.tracks.AudioTracksSetCount_I(3);
             for (int32_t t = 0; t < 3; ++t) {
-                const TRACK& track = c.arrTracks[static_cast<size_t>(t)];
+                const TRACK& track = arrTracks[static_cast<size_t>(t)];
                 const TrackPtr p = show.Track(t);
                 p->TrackModeSet(track.eMode, track.nAddTo, track.dblAddDb);
                 p->TrackGainSet(-1, track.dblDb, 0);
@@ -220,9 +211,9 @@ TEST(TrackModes, WhatGoesOut) {
             for (const int64_t nSamples : {801, 800}) {
                 const int64_t nFrom = show.nAt;
                 const auto arrGot = show.Next(nSamples);
-                const auto arrWanted = SlowMix(show, c.arrTracks, nFrom, nSamples, c.arrOut);
+                const auto arrWanted = SlowMix(show, arrTracks, nFrom, nSamples, arrOut);
                 ASSERT_EQ(arrGot.size(), arrWanted.size());
-                EXPECT_EQ(show.block.props.nTrackSplitBits, c.nSplit);
+                EXPECT_EQ(show.block.props.nTrackSplitBits, nSplit);
                 for (size_t n = 0; n < arrGot.size(); ++n)
                     for (size_t i = 0; i < arrGot[n].size(); ++i)
                         ASSERT_NEAR(arrGot[n][i], arrWanted[n][i], nBits == 16 ? 0 : 1e-6) << n << " " << i;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "mixer/async_collect.h"
@@ -64,11 +65,8 @@ TEST(AsyncRulesTest, WhomACycleWaitsFor) {
 }
 
 TEST(AsyncRulesTest, ThePaceIsTheMeanOfTheLastCycles) {
-    struct CYCLE {
-        int64_t rtNow, rtFrame, rtInterval;
-    };
     // At 25 frames a second; the last ones after a change to 50.
-    const CYCLE arrCycles[] = {
+    const std::tuple<int64_t, int64_t, int64_t> arrCycles[] = {
         {0, 400'000, -400'000},          // the first one waits a frame
         {100'000, 400'000, -700'000},    // far too early
         {700'000, 400'000, -500'000},    // 0.7 of 1.2 passed
@@ -80,7 +78,8 @@ TEST(AsyncRulesTest, ThePaceIsTheMeanOfTheLastCycles) {
         {2'550'000, 200'000, -350'000},
     };
     PaceHistory pace;
-    for (const CYCLE& c : arrCycles) EXPECT_EQ(pace.Interval(c.rtNow, c.rtFrame, false, 0), c.rtInterval) << c.rtNow;
+    for (const auto& [rtNow, rtFrame, rtInterval] : arrCycles)
+        EXPECT_EQ(pace.Interval(rtNow, rtFrame, false, 0), rtInterval) << rtNow;
 }
 
 TEST(AsyncRulesTest, AReceiverOrAKeyMayGiveThePace) {
@@ -106,57 +105,52 @@ TEST(AsyncRulesTest, AHundredCyclesAreRemembered) {
 }
 
 TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
-    struct CASE {
-        const char* szName;
-        double dblRate, dblOutput;
-        eZrFrameFlags eFlags;
-        std::vector<int64_t> arrStarts;  // ms
-        std::string slots, steps;        // of each frame: how many; a step: y
-    };
     constexpr auto eLive = eZrFF_Live;
-    const CASE arrCases[] = {
-        {"same rate", 25, 25, eZrFF_None, {0, 40, 80, 500}, "1111", "nnnn"},
-        {"25 to 50", 25, 50, eZrFF_None, {0, 40, 80, 120}, "1222", "nnnn"},
-        {"50 to 25", 50, 25, eZrFF_None, {0, 20, 40, 60, 80}, "10101", "nnnnn"},
-        // Slots at 0, 40, 80, ...: 33 is early, 67 fills 40, 100 fills 80, and so on: one of six is left out.
-        {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200, 233}, "10111110", "nnnnnnnn"},
-        // Slots at 0, 40, ...: each frame is later by 1.7, until one is late by a whole slot.
-        {"24 to 25",
-         24,
-         25,
-         eZrFF_None,
-         {0,   42,  83,  125, 167, 208, 250, 292, 333, 375, 417, 458,  500,
-          542, 583, 625, 667, 708, 750, 792, 833, 875, 917, 958, 1000, 1042},
-         "11111111111111111111111121",
-         "nnnnnnnnnnnnnnnnnnnnnnnnnn"},
-        {"live ones jump and are filled up", 25, 25, eLive, {0, 40, 120, 160}, "1121", "nnyn"},
-        {"live ones are early and left out", 25, 25, eLive, {0, 40, 70, 120}, "1102", "nnyy"},
-        {"a clock that stands begins anew",
-         50,
-         25,
-         eZrFF_None,
-         {0, 20, 40, 60, 50, 50, 50, 50, 50},
-         "101001001",
-         "nnnnnnnnn"},
-        {"a jump begins anew", 25, 50, eZrFF_None, {0, 40, 9000, 9040, 10, 50}, "121212", "nnnnnn"},
-    };
+    // arrStarts: ms; slots, steps: of each frame: how many; a step: y
+    const std::tuple<const char*, double, double, eZrFrameFlags, std::vector<int64_t>, std::string, std::string>
+        arrCases[] = {
+            {"same rate", 25, 25, eZrFF_None, {0, 40, 80, 500}, "1111", "nnnn"},
+            {"25 to 50", 25, 50, eZrFF_None, {0, 40, 80, 120}, "1222", "nnnn"},
+            {"50 to 25", 50, 25, eZrFF_None, {0, 20, 40, 60, 80}, "10101", "nnnnn"},
+            // Slots at 0, 40, 80, ...: 33 is early, 67 fills 40, 100 fills 80, and so on: one of six is left out.
+            {"30 to 25", 30, 25, eZrFF_None, {0, 33, 67, 100, 133, 167, 200, 233}, "10111110", "nnnnnnnn"},
+            // Slots at 0, 40, ...: each frame is later by 1.7, until one is late by a whole slot.
+            {"24 to 25",
+             24,
+             25,
+             eZrFF_None,
+             {0,   42,  83,  125, 167, 208, 250, 292, 333, 375, 417, 458,  500,
+              542, 583, 625, 667, 708, 750, 792, 833, 875, 917, 958, 1000, 1042},
+             "11111111111111111111111121",
+             "nnnnnnnnnnnnnnnnnnnnnnnnnn"},
+            {"live ones jump and are filled up", 25, 25, eLive, {0, 40, 120, 160}, "1121", "nnyn"},
+            {"live ones are early and left out", 25, 25, eLive, {0, 40, 70, 120}, "1102", "nnyy"},
+            {"a clock that stands begins anew",
+             50,
+             25,
+             eZrFF_None,
+             {0, 20, 40, 60, 50, 50, 50, 50, 50},
+             "101001001",
+             "nnnnnnnnn"},
+            {"a jump begins anew", 25, 50, eZrFF_None, {0, 40, 9000, 9040, 10, 50}, "121212", "nnnnnn"},
+        };
     std::vector<ZR_TIME> arrSlots;
-    for (const CASE& c : arrCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, dblRate, dblOutput, eFlags, arrStarts, slotsWanted, stepsWanted] : arrCases) {
+        SCOPED_TRACE(szName);
         StreamRate rate;
         std::string slots, steps;
-        for (const int64_t nMs : c.arrStarts) {
+        for (const int64_t nMs : arrStarts) {
             ZR_TIME time;
             time.rtStartTime = nMs * 10'000;
-            time.rtEndTime = time.rtStartTime + static_cast<int64_t>(1e7 / c.dblRate);
-            time.eFFlags = c.eFlags;
-            rate.Put(time, c.dblRate, c.dblOutput, arrSlots);
+            time.rtEndTime = time.rtStartTime + static_cast<int64_t>(1e7 / dblRate);
+            time.eFFlags = eFlags;
+            rate.Put(time, dblRate, dblOutput, arrSlots);
             slots += std::to_string(arrSlots.size());
             steps += rate.HasStepped() ? 'y' : 'n';
             for (size_t i = 1; i < arrSlots.size(); ++i) EXPECT_EQ(arrSlots[i].rtStartTime, arrSlots[i - 1].rtEndTime);
         }
-        EXPECT_EQ(slots, c.slots);
-        EXPECT_EQ(steps, c.steps);
+        EXPECT_EQ(slots, slotsWanted);
+        EXPECT_EQ(steps, stepsWanted);
     }
 }
 

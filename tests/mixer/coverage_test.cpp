@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 #include "mixer/video_block.h"
@@ -13,14 +14,8 @@
 namespace zr {
 namespace {
 
-struct FILL_CASE {
-    const char* szName;
-    RECT_F rect;
-    int32_t nHeight;
-    int32_t nSolid, nEdge;  // cells
-};
-
-constexpr FILL_CASE arrFillCases[] = {
+// nSolid, nEdge: cells
+constexpr std::tuple<const char*, RECT_F, int32_t, int32_t, int32_t> arrFillCases[] = {
     {"whole", {0, 0, 1920, 1080}, 1080, 96, 0},
     {"whole_of_a_bottom_up_picture", {0, 0, 1920, 1080}, -1080, 96, 0},
     {"one_cell", {160, 135, 320, 270}, 1080, 1, 0},
@@ -37,19 +32,19 @@ constexpr FILL_CASE arrFillCases[] = {
 };
 
 TEST(CoverageTest, CellsOfARectangle) {
-    for (const FILL_CASE& c : arrFillCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, rect, nHeight, nSolidWanted, nEdgeWanted] : arrFillCases) {
+        SCOPED_TRACE(szName);
         GLRectAuto map;
-        map.Fill(c.rect, 1920, c.nHeight, 0.8);
+        map.Fill(rect, 1920, nHeight, 0.8);
         int32_t nSolid = 0, nEdge = 0;
         for (int32_t y = 0; y < GLRectAuto::kRows; ++y)
             for (int32_t x = 0; x < GLRectAuto::kColumns; ++x)
                 if (map.At(x, y).bThere) ++(map.At(x, y).bSolid ? nSolid : nEdge);
-        EXPECT_EQ(nSolid, c.nSolid);
-        EXPECT_EQ(nEdge, c.nEdge);
-        EXPECT_EQ(map.Count(), c.nSolid + c.nEdge);
-        EXPECT_NEAR(map.Sum(), 0.8 * c.nSolid + 0.4 * c.nEdge, 1e-9);
-        EXPECT_EQ(map.IsVisible(), c.nSolid + c.nEdge > 0);
+        EXPECT_EQ(nSolid, nSolidWanted);
+        EXPECT_EQ(nEdge, nEdgeWanted);
+        EXPECT_EQ(map.Count(), nSolidWanted + nEdgeWanted);
+        EXPECT_NEAR(map.Sum(), 0.8 * nSolidWanted + 0.4 * nEdgeWanted, 1e-9);
+        EXPECT_EQ(map.IsVisible(), nSolidWanted + nEdgeWanted > 0);
     }
 }
 
@@ -60,14 +55,9 @@ struct LAYER {
     const char16_t* szMask = u"";
 };
 constexpr RECT_F kAll{0, 0, 1920, 1080};
-struct STACK_CASE {
-    const char* szName;
-    std::vector<LAYER> arrLayers;  // the last on top
-    bool bCutOverlapped;
-    std::vector<double> arrShares;  // what is seen of each, of 1; below 0: not visible
-};
 
-const STACK_CASE arrStackCases[] = {
+// arrLayers: the last on top; arrShares: what is seen of each, of 1; below 0: not visible
+const std::tuple<const char*, std::vector<LAYER>, bool, std::vector<double>> arrStackCases[] = {
     {"opaque_hides", {{kAll}, {kAll}}, true, {-1, 1}},
     // 0.99 of 0.01 is left, above a 256th; the one below has 0.0001 of it and is gone
     {"uncut_leaves_a_trace", {{kAll}, {kAll}}, false, {0.01, 1}},
@@ -86,10 +76,10 @@ const STACK_CASE arrStackCases[] = {
 
 TEST(CoverageTest, WhatIsSeenOfBlocksThatOverlap) {
     const ZR_VID_PROPS output = PictureProps(eZrFCC_UYVY, 1920, 1080);
-    for (const STACK_CASE& c : arrStackCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, arrLayers, bCutOverlapped, arrShares] : arrStackCases) {
+        SCOPED_TRACE(szName);
         std::vector<BlockPtr> arrBlocks;
-        for (const LAYER& layer : c.arrLayers) {
+        for (const LAYER& layer : arrLayers) {
             const BlockPtr pBlock = ZrVideoBlock::Make();
             BLOCK_LAYOUT layout;
             layout.output = output;
@@ -100,12 +90,12 @@ TEST(CoverageTest, WhatIsSeenOfBlocksThatOverlap) {
             if (layer.fccType != eZrFCC_Default) pBlock->Put(*ColourFrame(PictureProps(layer.fccType, 64, 36)), 2);
             arrBlocks.push_back(pBlock);
         }
-        UpdateBlocks(output, arrBlocks, c.bCutOverlapped);
+        UpdateBlocks(output, arrBlocks, bCutOverlapped);
         for (size_t i = 0; i < arrBlocks.size(); ++i) {
             SCOPED_TRACE(i);
             const BLOCK_STATE state = arrBlocks[i]->State();
-            EXPECT_EQ(state.bVisible, c.arrShares[i] >= 0);
-            EXPECT_NEAR(state.dblVisibleShare, std::max(c.arrShares[i], 0.0), 1e-6);
+            EXPECT_EQ(state.bVisible, arrShares[i] >= 0);
+            EXPECT_NEAR(state.dblVisibleShare, std::max(arrShares[i], 0.0), 1e-6);
         }
     }
 }

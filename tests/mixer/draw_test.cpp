@@ -5,6 +5,7 @@
 #include <cstring>
 #include <random>
 #include <span>
+#include <tuple>
 #include <utility>
 
 #include "support/allocation_count.h"
@@ -101,12 +102,7 @@ void Scatter(std::minstd_rand& _random, CoElement& _element) {
     _element.SetAttribute(u"cut_offscreen", _random() % 2 == 0);
 }
 
-struct SHOW_CASE {
-    const char* szName;
-    ZR_VID_PROPS output;
-    bool bBase;
-};
-const SHOW_CASE arrShowCases[] = {
+const std::tuple<const char*, ZR_VID_PROPS, bool> arrShowCases[] = {
     {"packed", PictureProps(eZrFCC_UYVY, 320, 180), true},
     {"packed_on_black", PictureProps(eZrFCC_YUY2, 322, 178), false},
     {"fields", PictureProps(eZrFCC_UYVY, 320, 576, eZrI_Field1First), true},
@@ -120,10 +116,10 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
     const ZR_VID_PROPS arrSources[] = {
         PictureProps(eZrFCC_UYVY, 320, 180), PictureProps(eZrFCC_ARGB32, 100, 80), PictureProps(eZrFCC_I420, 64, 48),
         PictureProps(eZrFCC_UYVY, 720, 576, eZrI_Field2First), PictureProps(eZrFCC_RGB32, 33, 21)};
-    for (const SHOW_CASE& c : arrShowCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, output, bBase] : arrShowCases) {
+        SCOPED_TRACE(szName);
         std::minstd_rand random(7);
-        DrawnShow show(c.output);
+        DrawnShow show(output);
         int32_t nLaidByRows = 0;
         show.pObject->SetAttribute(u"mixing.threads", 3);
         std::u16string body;
@@ -134,7 +130,7 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
             body += std::u16string(u"<video id='v") + n + u"' stream_idx='" + n + u"'/>";
         }
         show.Scene(body);
-        const ZrPtr<IZrFFrame> pBase = c.bBase ? NoiseFrame(c.output, 99) : ZrPtr<IZrFFrame>();
+        const ZrPtr<IZrFFrame> pBase = bBase ? NoiseFrame(output, 99) : ZrPtr<IZrFFrame>();
         show.Draw(pBase.Get());
         for (uint32_t nFrame = 0; nFrame < 60; ++nFrame) {
             SCOPED_TRACE(nFrame);
@@ -158,14 +154,14 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
                     show.Element(std::u16string(u"v") + char16_t(u'0' + i))->ObjectAs<BlockPtr>(kVideoBlockKey);
                 nLaidByRows += p && p->ToDraw().pFrame ? 1 : 0;
             }
-            if (!pFrame) pFrame = pBase ? pBase : ColourFrame(c.output);
+            if (!pFrame) pFrame = pBase ? pBase : ColourFrame(output);
             const std::vector<uint8_t> twin = Twin(show, pBase.Get());
             const std::span<const uint8_t> drawn = BytesOf(*pFrame);
             ASSERT_EQ(twin.size(), drawn.size());
             ASSERT_EQ(std::memcmp(twin.data(), drawn.data(), drawn.size()), 0);
 
             if (nFrame % 6 != 0) continue;
-            DrawnShow fresh(c.output);
+            DrawnShow fresh(output);
             std::u16string xml;
             show.pScene->Write(xml);
             fresh.pScene->Parse(xml);
@@ -175,11 +171,11 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
             }
             ZrPtr<IZrFFrame> pAnew;
             for (int i = 0; i < 3; ++i) pAnew = fresh.Draw(pBase.Get());
-            if (!pAnew) pAnew = pBase ? pBase : ColourFrame(c.output);
+            if (!pAnew) pAnew = pBase ? pBase : ColourFrame(output);
             const std::span<const uint8_t> anew = BytesOf(*pAnew);
             ASSERT_EQ(std::memcmp(anew.data(), drawn.data(), drawn.size()), 0);
         }
-        EXPECT_EQ(nLaidByRows > 10, c.output.fccType == eZrFCC_UYVY || c.output.fccType == eZrFCC_YUY2);
+        EXPECT_EQ(nLaidByRows > 10, output.fccType == eZrFCC_UYVY || output.fccType == eZrFCC_YUY2);
     }
 }
 

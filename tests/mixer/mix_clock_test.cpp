@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "media/frame_time.h"
 #include "support/stress.h"
 
@@ -14,26 +16,21 @@ int64_t ExactTicks(int64_t _n, int64_t _nRateNum, int64_t _nRateDen) {
     return static_cast<int64_t>((n2 + _nRateNum) / (_nRateNum * 2));
 }
 
-struct RATE_CASE {
-    const char* szName;
-    int64_t nNum, nDen;
-};
-constexpr RATE_CASE arrRates[] = {
+constexpr std::tuple<const char*, int64_t, int64_t> arrRates[] = {
     {"23.976", 24000, 1001}, {"25", 25, 1},          {"29.97", 30000, 1001},
     {"50", 50, 1},           {"59.94", 60000, 1001}, {"60", 60, 1},
 };
 
 TEST(MixClock, ADayOfFramesIsExactToTheTick) {
-    for (const RATE_CASE& rate : arrRates) {
-        SCOPED_TRACE(rate.szName);
-        const double dblDuration =
-            FrameDurationOfRate(static_cast<double>(rate.nNum) / static_cast<double>(rate.nDen)).dblExact;
+    for (const auto& [szName, nNum, nDen] : arrRates) {
+        SCOPED_TRACE(szName);
+        const double dblDuration = FrameDurationOfRate(static_cast<double>(nNum) / static_cast<double>(nDen)).dblExact;
         MixClock clock;
-        const int64_t nFrames = StressRounds(86'400) * rate.nNum / rate.nDen;  // a day
+        const int64_t nFrames = StressRounds(86'400) * nNum / nDen;  // a day
         for (int64_t n = 0; n < nFrames; ++n) {
             const MIX_STAMP stamp = clock.Stamp(eZrS_Running, 1, dblDuration);
-            ASSERT_EQ(stamp.rtStartTime, ExactTicks(n, rate.nNum, rate.nDen)) << n;
-            ASSERT_EQ(stamp.rtEndTime, ExactTicks(n + 1, rate.nNum, rate.nDen)) << n;
+            ASSERT_EQ(stamp.rtStartTime, ExactTicks(n, nNum, nDen)) << n;
+            ASSERT_EQ(stamp.rtEndTime, ExactTicks(n + 1, nNum, nDen)) << n;
             ASSERT_EQ(stamp.bBreak, n == 0) << n;
         }
     }

@@ -16,13 +16,12 @@
 namespace zr {
 
 inline ZR_VID_PROPS SmallPicture(double _dblRate) {
-    ZR_VID_PROPS props;
-    props.fccType = eZrFCC_UYVY;
-    props.nWidth = 64;
-    props.nHeight = 36;
-    props.nRowBytes = 128;
-    props.eInterlace = eZrI_Progressive;
-    props.dblRate = _dblRate;
+    ZR_VID_PROPS props{.fccType = eZrFCC_UYVY,
+                       .nWidth = 64,
+                       .nHeight = 36,
+                       .nRowBytes = 128,
+                       .eInterlace = eZrI_Progressive,
+                       .dblRate = _dblRate};
     return props;
 }
 

@@ -340,8 +340,7 @@ TEST_F(MixerTest, AMixerInErrorPlaysAtItsRateAllTheSame) {
 
 TEST_F(MixerTest, ABackgroundOfSoundAloneStandsOnBlack) {
     Make(25.0, true);
-    ZR_VID_PROPS none;
-    none.eVideoFormat = eZrVF_Disabled;
+    ZR_VID_PROPS none{.eVideoFormat = eZrVF_Disabled};
     pStreams->StreamsBackgroundSet(ScriptedSource::Make(none, 1920).Get(), u"", u"", nullptr, 0);
     pMixer->ObjectStart(nullptr);
     SleepFor(kTicksPerSecond);

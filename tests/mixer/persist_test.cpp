@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 #include "attributes/mixer_keys.h"
 #include "mixer_fixture.h"
@@ -133,9 +134,7 @@ TEST_F(PersistTest, ComesBackTheSame) {
 // The output format goes along; what asks for one that there is not leaves the present one.
 TEST_F(PersistTest, TheFormatComesBack) {
     auto p = NewMixer();
-    ZR_VID_PROPS video;
-    video.eVideoFormat = eZrVF_HD720_50p;
-    video.fccType = eZrFCC_ARGB32;
+    ZR_VID_PROPS video{.eVideoFormat = eZrVF_HD720_50p, .fccType = eZrFCC_ARGB32};
     const ZR_AUD_PROPS audio{6, 48000, 24, 0};
     EXPECT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &video), S_OK);
     EXPECT_EQ(pMixer.As<IZrFormat>()->FormatAudioSet(eZrFT_Convert, &audio), S_OK);
@@ -175,31 +174,28 @@ TEST_F(PersistTest, SavesWhereChangesGo) {
 TEST_F(PersistTest, SavesAndLoadsTheLastScenes) {
     const OwnConfig config;
     const std::u16string strFile = ToUtf16(strFolder + "/last.xml");
-    const struct {
-        int32_t nSave, nLoad;
-        bool bUnicode;
-        const char *szBegin, *szScenes;
-    } arrCases[] = {{0, 1, false, "", "scene_000* "},
-                    {1, 0, false, "<zr_c", "scene_000* "},
-                    {0, 1, false, "<zr_c", "scene_000 news* "},
-                    {1, 1, true, "\xFF\xFE<", "scene_000 news* "},
-                    {0, 1, false, "\xFF\xFE<", "scene_000 news* news_001 "}};
-    for (const auto& c : arrCases) {
-        SCOPED_TRACE(c.szScenes);
+    const std::tuple<int32_t, int32_t, bool, const char*, const char*> arrCases[] = {
+        {0, 1, false, "", "scene_000* "},
+        {1, 0, false, "<zr_c", "scene_000* "},
+        {0, 1, false, "<zr_c", "scene_000 news* "},
+        {1, 1, true, "\xFF\xFE<", "scene_000 news* "},
+        {0, 1, false, "\xFF\xFE<", "scene_000 news* news_001 "}};
+    for (const auto& [nSave, nLoad, bUnicode, szBegin, szScenes] : arrCases) {
+        SCOPED_TRACE(szScenes);
         UserKey key;
         key.mapValues[u"last_scene.path"] = strFile;
-        key.mapValues[u"last_scene.load"] = c.nLoad;
-        key.mapValues[u"last_scene.save"] = c.nSave;
+        key.mapValues[u"last_scene.load"] = nLoad;
+        key.mapValues[u"last_scene.save"] = nSave;
         ASSERT_EQ(UserStore::Save(MixerProfile().szStoreKey, std::move(key)), S_OK);
         NewMixer();
-        EXPECT_EQ(Scenes(), c.szScenes);
+        EXPECT_EQ(Scenes(), szScenes);
         BSTR bs = SysAllocString(u"news");
         pMixer.As<IZrScenes>()->ScenesAdd(u"<zr_scene><video id='caf\u00e9'/></zr_scene>", &bs, nullptr);
         pMixer.As<IZrScenes>()->ScenesActiveSet(u"news", nullptr);
         SysFreeString(bs);
-        pProps->PropsSet(u"object::last_scene.unicode", c.bUnicode ? u"true" : u"false");
+        pProps->PropsSet(u"object::last_scene.unicode", bUnicode ? u"true" : u"false");
         pMixer->ObjectClose();
-        EXPECT_EQ(Read("last.xml").substr(0, std::strlen(c.szBegin)), c.szBegin);
+        EXPECT_EQ(Read("last.xml").substr(0, std::strlen(szBegin)), szBegin);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <string>
+#include <tuple>
 
 #include "scenes/element_select.h"
 #include "scenes/element_support.h"
@@ -120,16 +121,14 @@ TEST_F(Elements, AreFoundMovedAndTakenOut) {
     EXPECT_EQ(pG->ElementsGetByIndex(4, pFound.Out()), ZR_E_BAD_INDEX);
     EXPECT_EQ(pG->ElementsGetByIndex(-1, pFound.Out()), ZR_E_BAD_INDEX);
 
-    const struct {
-        int32_t nAdd;
-        const char* szOrder;
-    } arrMoves[] = {{1, "bac"}, {1, "bca"}, {5, "bca"}, {-1, "bac"}, {INT32_MIN, "abc"}, {INT32_MAX, "bca"}};
-    for (const auto& move : arrMoves) {
-        EXPECT_EQ(pA->ElementReorder(move.nAdd), S_OK);
+    const std::tuple<int32_t, const char*> arrMoves[] = {{1, "bac"},  {1, "bca"},         {5, "bca"},
+                                                         {-1, "bac"}, {INT32_MIN, "abc"}, {INT32_MAX, "bca"}};
+    for (const auto& [nAdd, szOrder] : arrMoves) {
+        EXPECT_EQ(pA->ElementReorder(nAdd), S_OK);
         std::string strOrder;
         for (size_t i = 0; i < pG->ChildCount(); ++i)
             if (pG->ChildAt(i)->HasTag(u"video")) strOrder += ToUtf8(pG->ChildAt(i)->Name());
-        EXPECT_EQ(strOrder, move.szOrder);
+        EXPECT_EQ(strOrder, szOrder);
     }
     EXPECT_EQ(pScene->ElementReorder(1), S_FALSE);
 

@@ -7,17 +7,14 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <tuple>
 
 namespace zr {
 namespace {
 
 ZR_VID_PROPS Props(int32_t _nWidth, int32_t _nHeight, int16_t _nAspectX = 0, int16_t _nAspectY = 0) {
-    ZR_VID_PROPS props;
-    props.fccType = eZrFCC_UYVY;
-    props.nWidth = _nWidth;
-    props.nHeight = _nHeight;
-    props.nAspectX = _nAspectX;
-    props.nAspectY = _nAspectY;
+    ZR_VID_PROPS props{
+        .fccType = eZrFCC_UYVY, .nWidth = _nWidth, .nHeight = _nHeight, .nAspectX = _nAspectX, .nAspectY = _nAspectY};
     return props;
 }
 
@@ -28,15 +25,8 @@ void ExpectRect(const RECT_F& _rect, const RECT_F& _expected) {
     EXPECT_NEAR(_rect.bottom, _expected.bottom, 0.01);
 }
 
-struct PLACE_CASE {
-    const char* szName;
-    const char16_t* szPos;
-    double dblX, dblY, dblW, dblH;
-    RECT_F expected;
-};
-
 // A parent of 1000 x 500 with its corner at (100, 200); the sibling before stands at (300, 250) to (500, 350).
-constexpr PLACE_CASE arrPlaceCases[] = {
+constexpr std::tuple<const char*, const char16_t*, double, double, double, double, RECT_F> arrPlaceCases[] = {
     {"default_fills", u"", 0, 0, 1, 1, {100, 200, 1100, 700}},
     {"center_up_and_right", u"center", 0.1, 0.2, 0.5, 0.4, {450, 250, 950, 450}},
     {"unknown_is_center", u"somewhere", 0, 0, 0.5, 0.5, {350, 325, 850, 575}},
@@ -61,13 +51,13 @@ constexpr PLACE_CASE arrPlaceCases[] = {
 };
 
 TEST(PlacingTest, EveryPositionName) {
-    for (const PLACE_CASE& c : arrPlaceCases) {
-        SCOPED_TRACE(c.szName);
+    for (const auto& [szName, szPos, dblX, dblY, dblW, dblH, expected] : arrPlaceCases) {
+        SCOPED_TRACE(szName);
         PLACE_INPUT input;
-        input.dblX = c.dblX, input.dblY = c.dblY, input.dblW = c.dblW, input.dblH = c.dblH;
-        input.position = ReadPosition(c.szPos);
+        input.dblX = dblX, input.dblY = dblY, input.dblW = dblW, input.dblH = dblH;
+        input.position = ReadPosition(szPos);
         ExpectRect(PlaceElement(input, nullptr, Props(1920, 1080), {100, 200, 1100, 700}, {300, 250, 500, 350}),
-                   c.expected);
+                   expected);
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -230,20 +231,17 @@ TEST_F(SceneDraw, PlacesByTheSiblingBefore) {
         u"<zr_scene><group id='g' pos='top-left' x='0.1' y='0.2' w='0.5' h='0.5'><video id='a' w='0.2' h='0.2' "
         u"pos='next-h'/><video id='b' w='0.2' h='0.4' x='0.1' pos='next-h'/><video id='c' w='0.2' h='0.2' "
         u"pos='next-row'/></group><video id='d' w='0.1' h='0.1' pos='next-v'/></zr_scene>");
-    const struct {
-        const char16_t* szPath;
+    const std::tuple<const char16_t*, double, double, double, double> arrCases[] = {{u"g::a", 0.1, 0.2, 0.1, 0.1},
+                                                                                    {u"g::b", 0.25, 0.2, 0.1, 0.2},
+                                                                                    {u"g::c", 0.1, 0.4, 0.1, 0.1},
+                                                                                    {u"d", 0.1, 0.7, 0.1, 0.1}};
+    for (const auto& [szPath, xWanted, yWanted, wWanted, hWanted] : arrCases) {
         double x, y, w, h;
-    } arrCases[] = {{u"g::a", 0.1, 0.2, 0.1, 0.1},
-                    {u"g::b", 0.25, 0.2, 0.1, 0.2},
-                    {u"g::c", 0.1, 0.4, 0.1, 0.1},
-                    {u"d", 0.1, 0.7, 0.1, 0.1}};
-    for (const auto& c : arrCases) {
-        double x, y, w, h;
-        EXPECT_EQ(At_(c.szPath)->ElementAbsolutePosGet(&x, &y, &w, &h), S_OK);
-        EXPECT_NEAR(x, c.x, 1e-6) << ToUtf8(c.szPath);
-        EXPECT_NEAR(y, c.y, 1e-6) << ToUtf8(c.szPath);
-        EXPECT_NEAR(w, c.w, 1e-6) << ToUtf8(c.szPath);
-        EXPECT_NEAR(h, c.h, 1e-6) << ToUtf8(c.szPath);
+        EXPECT_EQ(At_(szPath)->ElementAbsolutePosGet(&x, &y, &w, &h), S_OK);
+        EXPECT_NEAR(x, xWanted, 1e-6) << ToUtf8(szPath);
+        EXPECT_NEAR(y, yWanted, 1e-6) << ToUtf8(szPath);
+        EXPECT_NEAR(w, wWanted, 1e-6) << ToUtf8(szPath);
+        EXPECT_NEAR(h, hWanted, 1e-6) << ToUtf8(szPath);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "scenes/element_support.h"
@@ -137,16 +138,13 @@ TEST_F(Scenes, AreHitFromTheTop) {
     stand(u"g::mid", {0.25f, 0.25f, 0.75f, 0.75f}, true);
     stand(u"top", {0.25f, 0.25f, 0.5f, 0.5f}, false);  // no stream
     stand(u"hid", {0.5f, 0.5f, 1, 1}, true);
-    const struct {
-        double x, y;
-        int32_t bHidden;
-        const char* szHit;
-    } arrCases[] = {{0.1, 0.1, 0, "low"},   {0.3, 0.3, 0, "mid"}, {0.75, 0.75, 0, "mid"},
-                    {0.75, 0.75, 1, "hid"}, {0, 1, 0, "low"},     {1.01, 0.5, 1, "-"}};
-    for (const auto& c : arrCases) {
+    const std::tuple<double, double, int32_t, const char*> arrCases[] = {{0.1, 0.1, 0, "low"},   {0.3, 0.3, 0, "mid"},
+                                                                         {0.75, 0.75, 0, "mid"}, {0.75, 0.75, 1, "hid"},
+                                                                         {0, 1, 0, "low"},       {1.01, 0.5, 1, "-"}};
+    for (const auto& [x, y, bHidden, szHit] : arrCases) {
         ZrPtr<IZrElement> pHit;
-        EXPECT_EQ(set.ElementGetByPos(c.x, c.y, c.bHidden, pHit.Out()), *c.szHit == '-' ? S_FALSE : S_OK);
-        EXPECT_EQ(pHit ? ToUtf8(pHit.As<CoElement>()->Name()) : "-", c.szHit) << c.x << ", " << c.y;
+        EXPECT_EQ(set.ElementGetByPos(x, y, bHidden, pHit.Out()), *szHit == '-' ? S_FALSE : S_OK);
+        EXPECT_EQ(pHit ? ToUtf8(pHit.As<CoElement>()->Name()) : "-", szHit) << x << ", " << y;
     }
 }
 

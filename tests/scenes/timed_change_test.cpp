@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "scenes/element_support.h"
 #include "support/allocation_count.h"
@@ -72,24 +73,21 @@ TEST(TimedChange, VariesAndMovesByItself) {
 
 // A change at any moment of another, of the same or another attribute, begins where the element is.
 TEST(TimedChange, ChainsWithoutAJump) {
-    const struct {
-        const char* szName;
-        std::u16string_view first, second;
-    } arrCases[] = {
+    const std::tuple<const char*, std::u16string_view, std::u16string_view> arrCases[] = {
         {"move_back", u"x=0.9 w=0.2", u"x=-0.4"},
         {"hide_while_moving", u"x=0.9 w=0.2", u"show=false"},
         {"show_while_hiding", u"show=false", u"show=true"},
         {"show_by_its_way_while_hiding_by_it", u"show=false", u"show=true x=0.3"},
         {"fade_while_hiding", u"show=false", u"alpha=0.3"},
     };
-    for (const auto& c : arrCases) {
+    for (const auto& [szName, first, second] : arrCases) {
         for (const double dblAfter : {0.0, 0.3, 0.71, 0.99}) {
-            SCOPED_TRACE(testing::Message() << c.szName << " after " << dblAfter);
+            SCOPED_TRACE(testing::Message() << szName << " after " << dblAfter);
             const ElementPtr p = ElementOf(u"<video x='0.1' alpha='0.8'><on_hide x='-1'/><on_show x='2'/></video>");
-            ElementChange(*p, {}, c.first, 1);
+            ElementChange(*p, {}, first, 1);
             At(p, 5);
             const ElementValues before = At(p, 5 + dblAfter);
-            ElementChange(*p, {}, c.second, 1);
+            ElementChange(*p, {}, second, 1);
             const ElementValues after = At(p, 5 + dblAfter);
             for (const eTimed e : {eTimed::X, eTimed::W, eTimed::Alpha})
                 EXPECT_NEAR(after[e], before[e], kEps) << ToUtf8(TimedName(e).key.text);
