@@ -31,7 +31,9 @@ BENCHMARK(BM_Audio_Convert)
     ->Unit(benchmark::kMillisecond)
     ->Args({44100, 48000, -32})
     ->Args({44100, 48000, 16})
+    ->Args({48000, 44100, -32})
     ->Args({96000, 48000, -32})
+    ->Args({48000, 16000, -32})
     ->Args({48000, 48005, -32});
 
 }  // namespace

@@ -16,7 +16,7 @@ namespace {
 // move in every frame; with range(1) each stream's tracks are in use and one of its channels has a gain of its own.
 void BM_Mixer_SixteenStreams(benchmark::State& _state) {
     constexpr ZR_AUD_PROPS kProps{2, 48000, 16, 0};
-    constexpr int64_t kFrame = 400'000, kSamples = 1920;
+    constexpr int64_t kSamples = 1920;
     StatisticsNode statistics(CoXMLNode::Create(u"stat"));
     const XMLNodePtr pKeys = CoXMLNode::Create(u"object");
     BlockSet blocks;
@@ -53,7 +53,7 @@ void BM_Mixer_SixteenStreams(benchmark::State& _state) {
         ZrPtr<IZrFFrame> pFrame;
         pFactory->ZrFFrameCreatePlain(0, pFrame.Out());
         const auto tStart = std::chrono::steady_clock::now();
-        mixer.DoMixing_I(*pFrame, kProps, kSamples, kFrame, false, arrMix, *pKeys);
+        mixer.DoMixing_I(*pFrame, kProps, kSamples, false, arrMix, *pKeys);
         _state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - tStart).count());
     }
     _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations()) * 16 * kSamples * 4);

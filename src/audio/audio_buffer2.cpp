@@ -30,17 +30,21 @@ ZR_AUD_PROPS ZrAudioBuffer2::Format() const {
     return props;
 }
 
-// What cannot be converted is dropped; the new format holds in any case.
+// What cannot be converted is dropped; the new format holds in any case. What was heard before goes along in the edge;
+// of other channels it is but what is held, as nobody here knows which of them goes where.
 HRESULT ZrAudioBuffer2::Reformat_I(const ZR_AUD_PROPS& _props) try {
     int64_t nHeld = 0;
-    if (AudUsable(props) && !bConverts) EnterConverter_I();
     if (AudUsable(props) && ring.Count() > 0) {
         if (Failed(ConvertAlone(props, ring.Data(), ring.Count(), _props, arrConverted, &nHeld))) nHeld = 0;
     }
+    const bool bOtherChannels = props.nChannels != _props.nChannels;
     props = _props;
+    propsClosed = {};
+    bConverts = bPadded = false;
     ring.Restart(props);
-    edge.Reset();
     ring.Append(arrConverted.data(), nHeld);
+    if (!bOtherChannels) return S_OK;
+    edge.Reset();
     edge.Remember(props, arrConverted.data(), nHeld);
     return S_OK;
 } catch (const std::bad_alloc&) {
@@ -55,9 +59,14 @@ HRESULT ZrAudioBuffer2::PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, 
     if (!AudUsable(_props) || _cb < 0 || _cb > kMostBytes || (!_p && !_bAddSilence)) return E_INVALIDARG;
     MutexLock lock(mtx);
     if (!AudUsable(props) || (!AudSameFormat(props, _props) && !_bCorrect)) Reformat_I(_props);
+    if (AudSameFormat(propsClosed, _props)) return ZR_E_NOT_SUPPORTED;
     const int64_t nSamples = _cb / AudBlockBytes(_props);
     if (nSamples == 0) return S_OK;
-    if (_p) return Append_I(_props, _p, nSamples, _dblScale);
+    if (_p) {
+        const HRESULT hr = Append_I(_props, _p, nSamples, _dblScale);
+        if (hr == VFW_E_UNSUPPORTED_AUDIO) propsClosed = _props;
+        return hr;
+    }
     AppendSilence_I(_props, nSamples);
     return S_OK;
 } catch (const std::bad_alloc&) {
@@ -84,7 +93,7 @@ void ZrAudioBuffer2::AppendSilence_I(const ZR_AUD_PROPS& _props, int64_t _nSampl
 // Gives the converter what went past it, as if it had been there from the begin.
 HRESULT ZrAudioBuffer2::EnterConverter_I() {
     converter.Reset();
-    if (edge.PastSamples() == 0) return S_FALSE;
+    if (edge.PastSamples() == 0 || !AudSameFormat(edge.Format(), props)) return S_FALSE;
     HRESULT hr = converter.Init(props, props, 0, 1.0);
     int64_t nDropped = 0;
     if (Succeeded(hr)) hr = Convert_I(edge.Past(), edge.PastSamples() * AudBlockBytes(props), 1.0, &nDropped);
@@ -106,40 +115,48 @@ HRESULT ZrAudioBuffer2::Convert_I(const uint8_t* _p, int64_t _cb, double _dblSca
 }
 
 HRESULT ZrAudioBuffer2::Append_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
-    const bool bPlain = !bConverts && AudSameFormat(props, _props) && _dblScale == 1.0;
-    if (!bPlain && !bConverts) EnterConverter_I();
-    SoundEdge& last = bPlain ? edge : edgeIn;
+    // Another format than the block before had, or than the ring had then, begins anew.
+    const bool bAnew = AudUsable(propsLast) && !AudSameFormat(propsLast, _props);
+    const bool bJoins = (bAnew || !AudSameFormat(edge.Format(), props)) && edge.PastSamples() > 0;
+    if (bConverts && !converter.GoesOn(_props, props)) bConverts = bPadded = false;
+    propsLast = _props;
+    const bool bSame = AudSameFormat(props, _props);
+    if (bSame && !bConverts && _dblScale != 1.0) EnterConverter_I();
+    const bool bPlain = bSame && !bConverts && _dblScale == 1.0;
     const bool bLedIn = std::exchange(bPadded, false);
-    if (bLedIn) {
-        arrLed.assign(_p, _p + _nSamples * AudBlockBytes(_props));
-        last.Smooth(_props, arrLed.data(), _nSamples, _nSamples, true);
-        _p = arrLed.data();
-    }
-    HRESULT hr = S_OK;
-    if (bPlain) {
+    if (!bLedIn && bPlain && !bJoins && !edge.IsBlending()) {
         ring.Append(_p, _nSamples);
-    } else {
-        hr = Resample_I(_props, _p, _nSamples, _dblScale);
+        edge.Remember(props, _p, _nSamples);
+        return S_OK;
     }
-    if (!bLedIn && Succeeded(hr)) last.Remember(_props, _p, _nSamples);
+    arrLed.assign(_p, _p + _nSamples * AudBlockBytes(_props));
+    if (bPlain) {
+        edge.Smooth(props, arrLed.data(), _nSamples, _nSamples, bLedIn || bJoins);
+        ring.Append(arrLed.data(), _nSamples);
+        return S_OK;
+    }
+    if (!bConverts) edgeIn.Reset();
+    if (bLedIn) edgeIn.Smooth(_props, arrLed.data(), _nSamples, _nSamples, true);
+    const HRESULT hr = Resample_I(_props, arrLed.data(), _nSamples, _dblScale);
+    if (!bLedIn && Succeeded(hr)) edgeIn.Remember(_props, arrLed.data(), _nSamples);
     return hr;
 }
 
 HRESULT ZrAudioBuffer2::Resample_I(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples, double _dblScale) {
-    const bool bGoesOn = bConverts && converter.GoesOn(_props, props);
+    const bool bGoesOn = bConverts;
     HRESULT hr = converter.Init(_props, props, static_cast<int32_t>(_nSamples), _dblScale);
     int64_t nEarly = 0, nConverted = 0;
     if (Succeeded(hr) && !bGoesOn) hr = converter.Prime(_p, _nSamples, &nEarly);
     if (Succeeded(hr)) hr = Convert_I(_p, _nSamples * AudBlockBytes(_props), _dblScale, &nConverted);
     if (Failed(hr)) return hr;
     bConverts = true;
-    if (bGoesOn || edge.PastSamples() == 0) {
-        // Nothing was heard before it, so its lag is silence.
+    if (edge.PastSamples() > 0 && (!bGoesOn || edge.IsBlending())) {
+        edge.Smooth(props, arrConverted.data(), nConverted, nConverted, !bGoesOn);
+    } else {
+        // Where nothing was heard before it, its lag is silence.
         const int64_t nSilent = std::min(nEarly, nConverted);
         FillSilence(props.nBitsPerSample, arrConverted.data(), static_cast<size_t>(nSilent * AudBlockBytes(props)));
         edge.Remember(props, arrConverted.data(), nConverted);
-    } else {
-        edge.Smooth(props, arrConverted.data(), nConverted, nConverted, true);
     }
     ring.Append(arrConverted.data(), nConverted);
     return S_OK;
@@ -167,6 +184,7 @@ int64_t ZrAudioBuffer2::Clear(bool _bResetFormat) {
     ring.Restart(props);
     converter.Reset();
     bConverts = bPadded = false;
+    propsLast = propsClosed = {};
     edge.Reset();
     edgeIn.Reset();
     if (_bResetFormat) props = {};

@@ -27,7 +27,8 @@ public:
     // A ring without a format takes that of the block, and so does one of another format unless _bCorrect says that
     // what it holds is right. _dblScale, 0.1 to 10: the sound comes out that much longer, which makes good for a clock
     // that is fast or slow; samples that need no conversion at 1 are kept bit for bit. E_INVALIDARG: not usable, or
-    // nothing to put. VFW_E_UNSUPPORTED_AUDIO: a format that cannot be converted. On failure nothing was put.
+    // nothing to put. VFW_E_UNSUPPORTED_AUDIO: a format that cannot be converted; until the format of the ring is
+    // another one, or Clear, the ring is closed for it: ZR_E_NOT_SUPPORTED. On failure nothing was put.
     HRESULT PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence, bool _bCorrect,
                      double _dblScale = 1.0);
     // Takes up to _nSamples of each channel, the oldest ones, to _p (null: drops them). Returns how many.
@@ -51,6 +52,8 @@ private:
 
     mutable Mutex mtx{lock_order::kAudioBuffer};
     ZR_AUD_PROPS props ZR_GUARDED_BY(mtx);
+    ZR_AUD_PROPS propsLast ZR_GUARDED_BY(mtx);    // of the last block
+    ZR_AUD_PROPS propsClosed ZR_GUARDED_BY(mtx);  // that cannot be converted
     SampleQueue ring ZR_GUARDED_BY(mtx);
     ZrAudioConverter converter ZR_GUARDED_BY(mtx);
     bool bConverts ZR_GUARDED_BY(mtx) = false;  // the converter has sound in it, behind which all else must come

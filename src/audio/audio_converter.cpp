@@ -13,6 +13,7 @@
 namespace zr {
 namespace {
 
+constexpr size_t kLeastMirror = 64;               // samples
 constexpr int64_t kMostBytes = int64_t{1} << 28;  // of one block; a rate that is nonsense asks for more
 
 bool IsSupported(const ZR_AUD_PROPS& _props) {
@@ -93,9 +94,9 @@ HRESULT ZrAudioConverter::Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _ds
                                double _dblScale) try {
     if (!(_dblScale >= 0.1 && _dblScale <= 10.0) || _nSamples < 0) return E_INVALIDARG;
     if (!IsSupported(_src) || !IsSupported(_dst)) return VFW_E_UNSUPPORTED_AUDIO;
-    const bool bSame = AudSameFormat(src, _src) && AudSameFormat(dst, _dst);
-    if (bSame && dblScale == _dblScale) return S_FALSE;
-    if (!GoesOn(_src, _dst)) {
+    const bool bGoesOn = GoesOn(_src, _dst);
+    if (bGoesOn && dblScale == _dblScale) return S_FALSE;
+    if (!bGoesOn) {
         arr16s.clear();
         arr32f.clear();
     }
@@ -123,8 +124,12 @@ HRESULT ZrAudioConverter::Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _ds
 }
 
 bool ZrAudioConverter::GoesOn(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst) const {
-    return src.nChannels == _src.nChannels && src.nBitsPerSample == _src.nBitsPerSample &&
-           dst.nChannels == _dst.nChannels && dst.nBitsPerSample == _dst.nBitsPerSample;
+    return AudSameFormat(src, _src) && AudSameFormat(dst, _dst);
+}
+
+size_t ZrAudioConverter::Taps() const {
+    if (!arr16s.empty()) return arr16s[0].Taps();
+    return arr32f.empty() ? 0 : arr32f[0].Taps();
 }
 
 void ZrAudioConverter::Prepare(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst, double _dblScale) {
@@ -134,13 +139,13 @@ void ZrAudioConverter::Prepare(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _ds
 HRESULT ZrAudioConverter::Prime(const uint8_t* _pSrc, int64_t _nSamples, int64_t* _pnEarly) try {
     *_pnEarly = 0;
     if (!IsSupported(src)) return VFW_E_UNSUPPORTED_AUDIO;
-    constexpr int64_t kBefore = kResampleTaps;
+    const auto nBefore = static_cast<int64_t>(std::max(Taps(), kLeastMirror));
     const auto cbBlock = static_cast<size_t>(AudBlockBytes(src));
-    std::vector<uint8_t> arrMirror(kBefore * cbBlock), arrDropped;
+    std::vector<uint8_t> arrMirror(static_cast<size_t>(nBefore) * cbBlock), arrDropped;
     FillSilence(src.nBitsPerSample, arrMirror.data(), arrMirror.size());
-    for (int64_t i = 0; i < std::min(_nSamples, kBefore); ++i)
-        std::memcpy(arrMirror.data() + static_cast<size_t>(kBefore - 1 - i) * cbBlock,
-                    _pSrc + static_cast<size_t>(i) * cbBlock, cbBlock);
+    for (int64_t i = 0; i < nBefore && _nSamples > 0; ++i)  // beyond a short block its end stands still
+        std::memcpy(arrMirror.data() + static_cast<size_t>(nBefore - 1 - i) * cbBlock,
+                    _pSrc + static_cast<size_t>(std::min(i, _nSamples - 1)) * cbBlock, cbBlock);
     const auto cb = static_cast<int32_t>(arrMirror.size());
     int32_t cbDropped = 0;
     HRESULT hr = Convert(arrMirror.data(), cb, nullptr, &cbDropped, dblScale);
@@ -148,8 +153,8 @@ HRESULT ZrAudioConverter::Prime(const uint8_t* _pSrc, int64_t _nSamples, int64_t
     arrDropped.resize(static_cast<size_t>(cbDropped));
     hr = Convert(arrMirror.data(), cb, arrDropped.data(), &cbDropped, dblScale);
     if (Failed(hr)) return hr;
-    const int64_t nBefore = arr16s.empty() ? arr32f[0].ResultsBefore(kBefore) : arr16s[0].ResultsBefore(kBefore);
-    *_pnEarly = std::max<int64_t>(nBefore - cbDropped / AudBlockBytes(dst), 0);
+    const int64_t nResults = arr16s.empty() ? arr32f[0].ResultsBefore(nBefore) : arr16s[0].ResultsBefore(nBefore);
+    *_pnEarly = std::max<int64_t>(nResults - cbDropped / AudBlockBytes(dst), 0);
     return S_OK;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
@@ -169,8 +174,8 @@ int32_t ZrAudioConverter::RoomFor(int64_t _nSamples, double _dblScale) const {
 
 HRESULT ZrAudioConverter::Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t* _pDst, int32_t* _pcbDst,
                                   double _dblScale) try {
-    if (!_pcbDst) return E_POINTER;
-    if (!(_dblScale >= 0.1 && _dblScale <= 10.0) || _cbSrc < 0 || (_cbSrc > 0 && !_pSrc)) return E_INVALIDARG;
+    if (!_pcbDst || !(_dblScale >= 0.1 && _dblScale <= 10.0) || _cbSrc < 0 || (_cbSrc > 0 && !_pSrc))
+        return E_INVALIDARG;
     if (!IsSupported(src)) return VFW_E_UNSUPPORTED_AUDIO;
     const int64_t nSamples = _cbSrc / AudBlockBytes(src);
     const int64_t nRoom = RoomFor(nSamples, _dblScale);
@@ -263,10 +268,10 @@ HRESULT ConvertAlone(const ZR_AUD_PROPS& _src, const uint8_t* _pSrc, int64_t _nS
     if (Failed(hr) || _nSrc == 0) return hr;
     // Behind its end, too, it is taken to be mirrored.
     const auto cbSrc = static_cast<size_t>(AudBlockBytes(_src)), cbDst = static_cast<size_t>(AudBlockBytes(_dst));
-    const auto nSrc = static_cast<size_t>(_nSrc);
-    std::vector<uint8_t> arrLong((nSrc + kResampleTaps) * cbSrc);
+    const size_t nSrc = static_cast<size_t>(_nSrc), nBehind = converter.Taps();
+    std::vector<uint8_t> arrLong((nSrc + nBehind) * cbSrc);
     std::memcpy(arrLong.data(), _pSrc, nSrc * cbSrc);
-    for (size_t i = 0; i < kResampleTaps; ++i)
+    for (size_t i = 0; i < nBehind; ++i)
         std::memcpy(arrLong.data() + (nSrc + i) * cbSrc, _pSrc + (nSrc - 1 - std::min(i, nSrc - 1)) * cbSrc, cbSrc);
     const auto cbLong = static_cast<int32_t>(arrLong.size());
     int32_t cb = 0;

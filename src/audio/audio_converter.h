@@ -17,13 +17,13 @@ inline constexpr int32_t kMaxConvertedChannels = 32;
 class ZrAudioConverter {
 public:
     // _nSamples: of each channel that a block is expected to have, for which the room is made at once. _dblScale: the
-    // output comes out that much longer, 0.1 to 10.0; it makes good for a clock that is fast or slow. A new channel
-    // count or format forgets the sound before it, a new rate or scale does not. S_OK: rebuilt. S_FALSE: nothing has
-    // changed. E_INVALIDARG: the scale. VFW_E_UNSUPPORTED_AUDIO: a format.
+    // output comes out that much longer, 0.1 to 10.0; it makes good for a clock that is fast or slow. Another
+    // format on either side forgets the sound before it, another scale does not. S_OK: rebuilt. S_FALSE: nothing has
+    // changed. E_INVALIDARG: the scale. VFW_E_UNSUPPORTED_AUDIO: a format. E_FAIL: rates too far apart.
     HRESULT Init(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst, int32_t _nSamples, double _dblScale);
     // _cbSrc bytes of the source format, of which a started sample is ignored. *_pcbDst: in the room at _pDst, out what
     // was written, or, with _pDst null, the room that the block needs. E_INVALIDARG: less room than that, and nothing
-    // is done; or the scale.
+    // is done; the scale; or no size.
     HRESULT Convert(const uint8_t* _pSrc, int32_t _cbSrc, uint8_t* _pDst, int32_t* _pcbDst, double _dblScale);
     // Before the first block after Reset, or after Init when the sound before was forgotten: what comes before the
     // block is taken to be its mirror image, so that the sound starts at once and not out of a silence that it never
@@ -32,6 +32,8 @@ public:
     // Whether Init with these formats will not forget the sound before.
     bool GoesOn(const ZR_AUD_PROPS& _src, const ZR_AUD_PROPS& _dst) const;
     const ZR_AUD_PROPS& Source() const { return src; }
+    // Samples of the source that a result needs, of which half come behind it; 0 where rates are the same.
+    size_t Taps() const;
     // Forgets the sound before.
     void Reset();
 

@@ -75,6 +75,7 @@ void AudioTracks::Plan_I(int64_t _nSamples) {
             step.pTrack->sound.LevelsOut().LoudnessSet(bLoudness);
         }
         step.pTrack->sound.Begin(step.pTrack->NextBlock(_nSamples, step.nAddTo, dblGain), bMeasure);
+        step.nEffects = TrackSound::Effects(step.pTrack->Node());
     }
 }
 
@@ -89,8 +90,7 @@ bool AudioTracks::IsInPlace(const SOUND_BLOCK& _block) const {
         nChannels += pStep->look.nInputs;
     }
     const auto IsApart = [](const STEP& _step) {
-        return _step.look.bValid &&
-               (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || TrackSound::HasEffects(_step.pTrack->Node()));
+        return _step.look.bValid && (!_step.bOut || _step.pTrack->sound.Now().nAddTo >= 0 || _step.nEffects != 0);
     };
     return nChannels == _block.props.nChannels && std::none_of(arrSteps.begin(), arrSteps.end(), IsApart);
 }
@@ -108,6 +108,21 @@ PerChannel<int32_t> AudioTracks::ChannelsOf_I(const STEP& _step) const {
         if (nOf < nSource) arrFrom[i] = _step.nFirst + nOf;
     }
     return arrFrom;
+}
+
+bool AudioTracks::IsRerouted_I(bool _bInPlace) {
+    arrWay.swap(arrWayBefore);
+    arrWay.clear();
+    if (_bInPlace) return !arrWayBefore.empty();
+    for (const STEP* const pStep : arrOut) {
+        const TRACK_BLOCK& block = pStep->pTrack->sound.Now();
+        arrWay.insert(arrWay.end(), {pStep->look.nInputs, block.nOutputs, pStep->nEffects});
+        const PerChannel<int32_t> arrFrom = ChannelsOf_I(*pStep);
+        for (int32_t c = 0; c < pStep->look.nInputs; ++c)
+            arrWay.push_back(arrFrom[static_cast<size_t>(block.arrInput[static_cast<size_t>(c)])]);
+        arrWay.insert(arrWay.end(), block.arrOutput.begin(), block.arrOutput.begin() + block.nOutputs);
+    }
+    return arrWay != arrWayBefore;
 }
 
 void AudioTracks::ProcessApart_I(SOUND_BLOCK* _pBlock) {
@@ -152,7 +167,7 @@ void AudioTracks::Compose(SOUND_BLOCK* _pBlock) {
     *_pBlock = result;
 }
 
-bool AudioTracks::Process(SOUND_BLOCK* _pBlock) {
+bool AudioTracks::Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted) {
     const ZR_AUD_PROPS& input = _pBlock->props;
     if (_pBlock->nSamples < kLeastSamples || !_pBlock->p || !AudUsable(input) || input.nBitsPerSample == 8 ||
         input.nChannels > kMaxAudioChannels) {
@@ -170,7 +185,9 @@ bool AudioTracks::Process(SOUND_BLOCK* _pBlock) {
     const CRWReadScope scope(lock);
     Plan_I(_pBlock->nSamples);
     for (const STEP& step : arrSteps) step.pTrack->FirstOutputSet(-1);
-    if (!IsInPlace(*_pBlock)) {
+    const bool bInPlace = IsInPlace(*_pBlock), bRerouted = IsRerouted_I(bInPlace);
+    if (_pbRerouted) *_pbRerouted = bRerouted;
+    if (!bInPlace) {
         ProcessApart_I(_pBlock);
         return true;
     }
@@ -188,8 +205,17 @@ HRESULT AudioTracks::Audio_Process(IZrFFrame& _frame) try {
     SOUND_BLOCK block{info.avProps.audProps, reinterpret_cast<uint8_t*>(info.lpAudio), info.lAudioSamples};
     const uint8_t* const pBefore = block.p;
     const int32_t nBitsBefore = block.props.nTrackSplitBits;
-    if (!Process(&block)) return S_FALSE;
-    if (!block.p) return _frame.ZrFAudioAlloc(&info.avProps.audProps, 0);
+    bool bRerouted = false;
+    if (!Process(&block, &bRerouted)) return S_FALSE;
+    if (!block.p) {
+        edge.Reset();
+        return _frame.ZrFAudioAlloc(&info.avProps.audProps, 0);
+    }
+    if (edge.PastSamples() > 0 && (bRerouted || edge.IsBlending())) {
+        edge.Smooth(block.props, block.p, block.nSamples, block.nSamples, bRerouted);
+    } else {
+        edge.Remember(block.props, block.p, block.nSamples);
+    }
     if (block.p != pBefore) {
         const auto cb = static_cast<int32_t>(AudBlockBytes(block.props) * block.nSamples);
         return _frame.ZrFAudioSet(&block.props, cb, reinterpret_cast<int64_t>(block.p));

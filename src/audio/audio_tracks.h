@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "audio/co_zr_track.h"
+#include "audio/sound_edge.h"
 #include "framework/lock_order.h"
 #include "media/aud_props.h"
 #include "platform/rw_lock.h"
@@ -37,8 +38,9 @@ public:
     // out. S_FALSE: there was nothing to do.
     HRESULT Audio_Process(IZrFFrame& _frame);
     // The same for a block, which is changed where it is or becomes one in memory that lasts until the next call. Its
-    // p is null when no track goes out. False: nothing was done. May throw std::bad_alloc.
-    bool Process(SOUND_BLOCK* _pBlock);
+    // p is null when no track goes out. *_pbRerouted: its channels come another way than in the block before, by modes,
+    // orders or effects, so that what is heard may step. False: nothing was done. May throw std::bad_alloc.
+    bool Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted = nullptr);
     // What came in with the last block, before the gains, channel by channel.
     void AppendLevelsIn(ZR_AUDIO_LOUDNESS* _pAll);
     // No host has touched the tracks: sound would go through as it is, and need not.
@@ -76,6 +78,7 @@ private:
         int32_t nFirst = 0;  // of its channels in the input, of the track that it is made from
         int32_t nAddTo = -1;
         bool bOut = false;
+        int32_t nEffects = 0;  // that are switched on, a bit each
     };
 
     // The tracks for a format of the input, which counts from now on.
@@ -91,6 +94,7 @@ private:
     void Plan_I(int64_t _nSamples) ZR_REQUIRES_SHARED(lock);
     void ChooseOut();
     bool IsInPlace(const SOUND_BLOCK& _block) const;
+    bool IsRerouted_I(bool _bInPlace) ZR_REQUIRES_SHARED(lock);
     PerChannel<int32_t> ChannelsOf_I(const STEP& _step) const ZR_REQUIRES_SHARED(lock);
     void ProcessApart_I(SOUND_BLOCK* _pBlock) ZR_REQUIRES_SHARED(lock);
     void Compose(SOUND_BLOCK* _pBlock);
@@ -114,6 +118,9 @@ private:
     std::vector<STEP> arrSteps;       // in the order of the list
     std::vector<const STEP*> arrOut;  // those that go out, in their order
     std::vector<uint8_t> arrResult;
+    // Where each channel of each track that goes out comes from, and through what; empty: all stay where they are.
+    std::vector<int32_t> arrWay, arrWayBefore;
+    SoundEdge edge;  // behind the tracks of frames
     bool bLoudness = false;
 };
 

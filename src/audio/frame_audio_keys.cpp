@@ -30,7 +30,12 @@ bool FrameAudioKeys::IsDue(const XMLNodeBase& _keys) {
 }
 
 void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
-    if (!Text(_keys, kChannels).empty()) _frame.ZrFAVPropsSet(nullptr, text.c_str());
+    if (!Text(_keys, kChannels).empty() && Succeeded(_frame.ZrFAVPropsSet(nullptr, text.c_str()))) {
+        ZR_AV_PROPS props;
+        _frame.ZrFAVPropsGet(&props, nullptr);
+        props.audProps.nTrackSplitBits = 0;  // channels of a choice are no tracks any more
+        _frame.ZrFAVPropsSet(&props, nullptr);
+    }
     if (Text(_keys, kGain) != gainText) {
         gainText = text;
         ReadGains(text, &arrGains);

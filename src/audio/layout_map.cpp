@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "audio/sample_convert.h"
+
 namespace zr {
 HRESULT FitChannels(ZrAudioConverter& _converter, const SOUND_BLOCK& _from, std::vector<uint8_t>& _arrMemory,
                     SOUND_BLOCK* _pTo) {
@@ -27,23 +29,25 @@ void LayoutMap::Prepare(const ZR_AUD_PROPS& _from, const ZR_AUD_PROPS& _to) {
     arrConverters.resize(std::min(tracksFrom.size(), tracksTo.size()));
 }
 
-void LayoutMap::Map(const ZR_AUD_PROPS& _to, SOUND_BLOCK* _pBlock) {
+bool LayoutMap::Map(const ZR_AUD_PROPS& _to, SOUND_BLOCK* _pBlock) {
     Prepare(_pBlock->props, _to);
-    if (bSame) return;
+    if (bSame) return true;
     SOUND_BLOCK result = *_pBlock;
     result.props = _to;
     MakeRoom(arrResult, &result);
-    std::fill_n(result.p, AudBlockBytes(_to) * result.nSamples, uint8_t{0});
+    FillSilence(_to.nBitsPerSample, result.p, static_cast<size_t>(AudBlockBytes(_to) * result.nSamples));
     int32_t nFrom = 0, nTo = 0;
+    bool bAll = true;
     for (size_t i = 0; i < arrConverters.size(); ++i) {
-        MapTrack(i, nFrom, *_pBlock, nTo, result);
+        bAll &= MapTrack(i, nFrom, *_pBlock, nTo, result);
         nFrom += tracksFrom[i];
         nTo += tracksTo[i];
     }
     *_pBlock = result;
+    return bAll;
 }
 
-void LayoutMap::MapTrack(size_t _nTrack, int32_t _nFrom, const SOUND_BLOCK& _from, int32_t _nTo,
+bool LayoutMap::MapTrack(size_t _nTrack, int32_t _nFrom, const SOUND_BLOCK& _from, int32_t _nTo,
                          const SOUND_BLOCK& _to) {
     SOUND_BLOCK track = _from;
     track.props.nChannels = tracksFrom[_nTrack];
@@ -54,10 +58,11 @@ void LayoutMap::MapTrack(size_t _nTrack, int32_t _nFrom, const SOUND_BLOCK& _fro
     if (tracksFrom[_nTrack] != tracksTo[_nTrack]) {
         SOUND_BLOCK fitted = track;
         fitted.props.nChannels = tracksTo[_nTrack];
-        if (Failed(FitChannels(arrConverters[_nTrack], track, arrConverted, &fitted))) return;
+        if (Failed(FitChannels(arrConverters[_nTrack], track, arrConverted, &fitted))) return false;
         track = fitted;
     }
     for (int32_t c = 0; c < track.props.nChannels; ++c) CopyChannel(track, c, _to, _nTo + c);
+    return true;
 }
 
 }  // namespace zr

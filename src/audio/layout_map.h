@@ -22,12 +22,13 @@ HRESULT FitChannels(ZrAudioConverter& _converter, const SOUND_BLOCK& _from, std:
 class LayoutMap {
 public:
     // The block, whose rate and bits are those of _to, gets its channels and tracks. Where it has them already it stays
-    // where it is, else it is in memory that lasts until the next call.
-    void Map(const ZR_AUD_PROPS& _to, SOUND_BLOCK* _pBlock);
+    // where it is, else it is in memory that lasts until the next call. False: a track has too many channels to be
+    // brought into others, and is silent.
+    bool Map(const ZR_AUD_PROPS& _to, SOUND_BLOCK* _pBlock);
 
 private:
     void Prepare(const ZR_AUD_PROPS& _from, const ZR_AUD_PROPS& _to);
-    void MapTrack(size_t _nTrack, int32_t _nFrom, const SOUND_BLOCK& _from, int32_t _nTo, const SOUND_BLOCK& _to);
+    bool MapTrack(size_t _nTrack, int32_t _nFrom, const SOUND_BLOCK& _from, int32_t _nTo, const SOUND_BLOCK& _to);
 
     ZR_AUD_PROPS from, to;
     ChannelList tracksFrom, tracksTo;  // channels of each track

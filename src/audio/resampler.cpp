@@ -10,15 +10,15 @@
 namespace zr {
 namespace {
 
-constexpr size_t kLead = kResampleTaps - 1;  // samples before the newest one that a result needs
-constexpr uint32_t kMostExactPhases = 1024;  // above, the weights are taken between places of a table of as many
-constexpr double kNoOffset = 1e-9;           // phases
+constexpr double kNoOffset = 1e-9;  // phases
 
 }  // namespace
 
 HRESULT IPPResampler32f::Init(int32_t _nInRate, int32_t _nOutRate, int32_t _nTaps, int32_t _nBufferSamples) try {
     if (_nInRate <= 0 || _nOutRate <= 0 || _nTaps != kTaps || _nBufferSamples < 0) return E_FAIL;
-    const size_t nRoom = 2 * kResampleTaps + static_cast<size_t>(_nBufferSamples);
+    const size_t nNewTaps = ResampleTaps(static_cast<double>(_nOutRate) / _nInRate);
+    if (nNewTaps == 0) return E_FAIL;
+    const size_t nRoom = 2 * std::max(nTaps, nNewTaps) + kSpare + static_cast<size_t>(_nBufferSamples);
     if (arrHeld.size() < nRoom) arrHeld.resize(nRoom);
     if (_nInRate == nInRate && _nOutRate == nOutRate) return S_FALSE;
     const bool bFirst = nInRate == 0;
@@ -35,18 +35,35 @@ HRESULT IPPResampler32f::Init(int32_t _nInRate, int32_t _nOutRate, int32_t _nTap
     // for which the filter must know those behind it first.
     double dblPosition = 0;
     if (!bFirst && !bCopied) dblPosition = (static_cast<double>(position.nPhase) + plan.dblOffset) / nPhases;
-    if (bCopied) position = {static_cast<size_t>(kTaps), 0};
+    if (bCopied) position = {nHeld - (nTaps / 2 - 1), 0};
     nInRate = _nInRate;
     nOutRate = _nOutRate;
     nPhases = nNewPhases;
     nStep = nNewStep;
-    if (bFirst) Reset();
+    if (bFirst) {
+        Reset();
+    } else if (nNewTaps > nTaps) {
+        Lengthen(nNewTaps);
+    }
     if (nPhases == nStep && !bFiltering) return S_OK;
     Plan(nPhases, nStep, dblPosition);
     bFiltering = true;
     return S_OK;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+}
+
+// The next result stays where it is in the sound; more samples on both sides of it go into it. Where there are no
+// older ones, the oldest stands for them.
+void IPPResampler32f::Lengthen(size_t _nTaps) {
+    const size_t nMore = (_nTaps - nTaps) / 2;
+    nTaps = _nTaps;
+    const size_t nMissing = nMore - std::min(nMore, position.nSample);
+    if (arrHeld.size() < nHeld + nMissing) arrHeld.resize(nHeld + nMissing);
+    std::memmove(arrHeld.data() + nMissing, arrHeld.data(), nHeld * sizeof(float));
+    std::fill_n(arrHeld.begin(), nMissing, arrHeld[nMissing]);
+    nHeld += nMissing;
+    position.nSample = position.nSample + nMissing - nMore;
 }
 
 // _dblPosition: of the next result behind its sample, 0 to 1.
@@ -58,10 +75,12 @@ void IPPResampler32f::Plan(uint32_t _nPhases, uint32_t _nStep, double _dblPositi
         nPhase -= _nPhases;
         ++position.nSample;
     }
-    const bool bExact = _nPhases <= kMostExactPhases && dblOffset == 0;
-    const uint32_t nPlaces = bExact ? _nPhases : kMostExactPhases;
-    pFilter = FilterFor(nPlaces, static_cast<double>(_nPhases) / _nStep);
-    plan = {pFilter->arrWeights[0].arr, nPlaces, _nPhases, _nStep / _nPhases, _nStep % _nPhases, bExact, dblOffset};
+    const uint32_t nMostPlaces = MostResamplePlaces(nTaps);
+    const bool bExact = _nPhases <= nMostPlaces && dblOffset == 0;
+    const uint32_t nPlaces = bExact ? _nPhases : nMostPlaces;
+    pFilter = FilterFor(nPlaces, static_cast<double>(_nPhases) / _nStep, nTaps);
+    plan = {pFilter->arrWeights[0].arr, nTaps,  nPlaces,  _nPhases, _nStep / _nPhases,
+            _nStep % _nPhases,          bExact, dblOffset};
     position.nPhase = nPhase;
 }
 
@@ -69,32 +88,34 @@ void IPPResampler32f::Prepare(int32_t _nInRate, int32_t _nOutRate) {
     if (_nInRate <= 0 || _nOutRate <= 0 || _nInRate == _nOutRate) return;
     const auto nPhases = static_cast<uint32_t>(_nOutRate / std::gcd(_nInRate, _nOutRate));
     const double dblRatio = static_cast<double>(_nOutRate) / _nInRate;
-    FilterFor(std::min(nPhases, kMostExactPhases), dblRatio);
-    if (nPhases < kMostExactPhases) FilterFor(kMostExactPhases, dblRatio);  // after a change while it runs
+    const size_t nTaps = ResampleTaps(dblRatio);
+    if (nTaps == 0) return;
+    const uint32_t nMostPlaces = MostResamplePlaces(nTaps);
+    FilterFor(std::min(nPhases, nMostPlaces), dblRatio, nTaps);
+    if (nPhases < nMostPlaces) FilterFor(nMostPlaces, dblRatio, nTaps);  // after a change while it runs
 }
 
 int64_t IPPResampler32f::ResultsBefore(int64_t _nSample) const {
-    return Copies() ? _nSample : ((_nSample + kTaps) * nPhases + nStep - 1) / nStep;
+    return Copies() ? _nSample : ((_nSample + static_cast<int64_t>(nTaps / 2)) * nPhases + nStep - 1) / nStep;
 }
 
 void IPPResampler32f::Reset() {
-    if (arrHeld.size() < kLead) arrHeld.resize(2 * kResampleTaps);
-    std::fill_n(arrHeld.begin(), kLead, 0.0f);
-    nHeld = kLead;
-    position = {};
+    if (nInRate > 0) nTaps = ResampleTaps(static_cast<double>(nOutRate) / nInRate);
+    nHeld = Kept();
+    if (arrHeld.size() < nHeld) arrHeld.resize(nHeld);
+    std::fill_n(arrHeld.begin(), nHeld, 0.0f);
+    position = {kSpare, 0};
     bFiltering = nPhases != nStep;
     if (bFiltering && pFilter) Plan(nPhases, nStep, 0);
 }
 
-size_t IPPResampler32f::MostFor(size_t _nSamples) const {
-    return Copies() ? _nSamples : ((_nSamples + kResampleTaps) * nPhases + nStep - 1) / nStep + 1;
-}
+size_t IPPResampler32f::MostFor(size_t _nSamples) const { return Copies() ? _nSamples : ResultsFor(nHeld + _nSamples); }
 
 // How many results lie so that their last sample is among the _nHeld ones.
 size_t IPPResampler32f::ResultsFor(size_t _nHeld) const {
-    if (position.nSample + kResampleTaps > _nHeld) return 0;
+    if (position.nSample + nTaps > _nHeld) return 0;
     // The last possible first sample; results lie nStep phases apart.
-    const uint64_t nPhasesLeft = uint64_t{_nHeld - kResampleTaps - position.nSample + 1} * nPhases - position.nPhase;
+    const uint64_t nPhasesLeft = uint64_t{_nHeld - nTaps - position.nSample + 1} * nPhases - position.nPhase;
     return static_cast<size_t>((nPhasesLeft + nStep - 1) / nStep);
 }
 
@@ -103,9 +124,9 @@ size_t IPPResampler32f::Put(const float* _pSrc, size_t _nSamples, float* _pDst) 
     if (Copies()) {
         std::memmove(_pDst, _pSrc, _nSamples * sizeof(float));
         // The filter that may come is to know what was before.
-        const size_t nKept = std::min(_nSamples, kLead);
-        std::memmove(arrHeld.data(), arrHeld.data() + nKept, (kLead - nKept) * sizeof(float));
-        std::memcpy(arrHeld.data() + kLead - nKept, _pSrc + _nSamples - nKept, nKept * sizeof(float));
+        const size_t nNew = std::min(_nSamples, nHeld);
+        std::memmove(arrHeld.data(), arrHeld.data() + nNew, (nHeld - nNew) * sizeof(float));
+        std::memcpy(arrHeld.data() + nHeld - nNew, _pSrc + _nSamples - nNew, nNew * sizeof(float));
         return _nSamples;
     }
     if (arrHeld.size() < nHeld + _nSamples) arrHeld.resize(nHeld + _nSamples);
@@ -113,7 +134,7 @@ size_t IPPResampler32f::Put(const float* _pSrc, size_t _nSamples, float* _pDst) 
     nHeld += _nSamples;
     const size_t nResults = ResultsFor(nHeld);
     ResampleRow(arrHeld.data(), _pDst, nResults, plan, position);
-    const size_t nDone = std::min(position.nSample, nHeld);
+    const size_t nDone = std::min(position.nSample - std::min(position.nSample, kSpare), nHeld);
     std::memmove(arrHeld.data(), arrHeld.data() + nDone, (nHeld - nDone) * sizeof(float));
     nHeld -= nDone;
     position.nSample -= nDone;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "audio/sample_convert.h"
 #include "media/aud_props.h"
 
 namespace zr {
@@ -26,7 +27,7 @@ void CopyChannel(size_t _cbSample, const uint8_t* _pFrom, size_t _cbStepFrom, ui
 }
 
 void CopyChannel(const SOUND_BLOCK& _from, int32_t _nFrom, const SOUND_BLOCK& _to, int32_t _nTo) {
-    static constexpr uint8_t arrSilence[4] = {};
+    const uint8_t n = SilenceByte(_to.props.nBitsPerSample), arrSilence[4] = {n, n, n, n};
     const auto cb = static_cast<size_t>(AudBytesPerSample(_to.props.nBitsPerSample));
     const bool bThere = _nFrom >= 0 && _nFrom < _from.props.nChannels;
     const uint8_t* const pFrom = bThere ? _from.p + static_cast<size_t>(_nFrom) * cb : arrSilence;

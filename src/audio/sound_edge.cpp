@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "audio/audio_converter.h"
 #include "audio/sample_convert.h"
+#include "audio/sound_block.h"
 #include "media/aud_props.h"
 
 namespace zr {
@@ -30,13 +32,33 @@ void SoundEdge::Reset() {
     nPast = 0;
 }
 
-void SoundEdge::Restart(const ZR_AUD_PROPS& _props) {
-    if (!AudSameFormat(_props, props)) {
-        props = _props;
-        nRamp = std::clamp<int64_t>(props.nSamplesPerSec / kRampsPerSecond, 1, kMostRamp);
-        GrowTo(arrPast, static_cast<size_t>(nRamp * AudBlockBytes(props)));
-        Reset();
-    }
+// True: the format is another one.
+bool SoundEdge::Restart(const ZR_AUD_PROPS& _props) {
+    if (AudSameFormat(_props, props)) return false;
+    const ZR_AUD_PROPS before = props;
+    const bool bGoesAlong = eSounding == eHeard && nPast > 0;
+    props = _props;
+    nRamp = std::clamp<int64_t>(props.nSamplesPerSec / kRampsPerSecond, 1, kMostRamp);
+    if (bGoesAlong) ConvertPast(before);
+    GrowTo(arrPast, static_cast<size_t>(nRamp * AudBlockBytes(props)));
+    nRisen = nReleased = nRamp;
+    eSounding = nPast > 0 && bGoesAlong ? eHeard : eSilent;
+    if (eSounding == eSilent) nPast = 0;
+    return true;
+}
+
+// What was heard, in the present format; what cannot be converted was not heard.
+void SoundEdge::ConvertPast(const ZR_AUD_PROPS& _from) {
+    ZR_AUD_PROPS converted = props;
+    converted.nChannels = _from.nChannels;
+    int64_t nConverted = 0;
+    if (Failed(ConvertAlone(_from, arrPast.data(), nPast, converted, arrConverted, &nConverted))) nConverted = 0;
+    nPast = std::min(nConverted, nRamp);
+    const int64_t nSkipped = nConverted - nPast;
+    const SOUND_BLOCK from{converted, arrConverted.data() + nSkipped * AudBlockBytes(converted), nPast};
+    SOUND_BLOCK to{props, nullptr, nPast};
+    MakeRoom(arrPast, &to);
+    for (int32_t c = 0; c < props.nChannels; ++c) CopyChannel(from, c, to, c);
 }
 
 void SoundEdge::Remember(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _nSamples) {
@@ -59,9 +81,14 @@ void SoundEdge::Keep(const uint8_t* _p, int64_t _nSamples) {
 }
 
 float SoundEdge::MirrorAt(int64_t _nSample, size_t _nChannel) const {
-    const auto nChannels = static_cast<size_t>(props.nChannels);
-    return _nSample < nEnd ? arrEnd[static_cast<size_t>(nEnd - 1 - _nSample) * nChannels + _nChannel] : 0.0f;
+    if (nEnd == 0) return 0;
+    const int64_t nAt = _nSample % (2 * nEnd);  // a short one is mirrored on
+    const int64_t nFrom = nAt < nEnd ? nEnd - 1 - nAt : nAt - nEnd;
+    return arrEnd[static_cast<size_t>(nFrom) * static_cast<size_t>(props.nChannels) + _nChannel];
 }
+
+// The last sample that was heard.
+const uint8_t* SoundEdge::Last() const { return arrPast.data() + (nPast - 1) * AudBlockBytes(props); }
 
 // Whether a sample beside silence is a step.
 bool SoundEdge::IsLoud(const uint8_t* _pFrame) {
@@ -77,7 +104,7 @@ bool SoundEdge::Steps(const uint8_t* _pFrame) {
     const auto nChannels = static_cast<size_t>(props.nChannels);
     GrowTo(arrFloat, 2 * nChannels);
     ToFloat(props, _pFrame, arrFloat.data(), nChannels);
-    ToFloat(props, arrPast.data() + (nPast - 1) * AudBlockBytes(props), arrFloat.data() + nChannels, nChannels);
+    ToFloat(props, Last(), arrFloat.data() + nChannels, nChannels);
     for (size_t c = 0; c < nChannels; ++c)
         if (std::fabs(arrFloat[c] - arrFloat[nChannels + c]) * static_cast<float>(nRamp) > 1) return true;
     return false;
@@ -87,8 +114,7 @@ void SoundEdge::End() {
     eSounding = eSilent;
     nRisen = 0;
     nReleased = nRamp;
-    const auto cbBlock = static_cast<size_t>(AudBlockBytes(props));
-    if (nPast == 0 || !IsLoud(arrPast.data() + static_cast<size_t>(nPast - 1) * cbBlock)) {
+    if (nPast == 0 || !IsLoud(Last())) {
         nPast = 0;
         return;
     }
@@ -134,9 +160,9 @@ void SoundEdge::Blend(uint8_t* _p, int64_t _nSamples) {
 }
 
 int64_t SoundEdge::Smooth(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, int64_t _nRoom, bool _bBroken) {
-    Restart(_props);
+    const bool bOther = Restart(_props);
     if (_nSamples > 0) {
-        if (_bBroken && eSounding == eHeard && Steps(_p)) End();
+        if ((_bBroken || bOther) && eSounding == eHeard && Steps(_p)) End();
         if (eSounding != eHeard) Begin(_p, _nSamples);
         if (eSounding == eHeard || nReleased < nRamp) {
             Blend(_p, _nSamples);

@@ -82,7 +82,7 @@ void SoundGain::Apply(int32_t _nBits, uint8_t* _p, size_t _cbStep, std::span<con
                       size_t _nSamples) {
     const auto cb = static_cast<size_t>(AudBytesPerSample(_nBits));
     const auto IsUnity = [](const CHANNEL_RAMP& _ramp) { return _ramp.IsUnity(); };
-    if (cb < 2 || _nSamples == 0 || std::all_of(_arrRamps.begin(), _arrRamps.end(), IsUnity)) return;
+    if (cb == 0 || _nSamples == 0 || std::all_of(_arrRamps.begin(), _arrRamps.end(), IsUnity)) return;
     // A gain of 1 is exact on 16 bits, so that these go in one row whatever the gains are.
     const bool bRow =
         _cbStep == cb * _arrRamps.size() && (_nBits == 16 || std::none_of(_arrRamps.begin(), _arrRamps.end(), IsUnity));

@@ -33,7 +33,7 @@ public:
     void Apply(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, const GAIN_RAMP& _ramp,
                int32_t _nChannel = -1);
     // A gain for each of some channels that lie side by side among others: _p is the first sample of the first one, the
-    // next sample of the same channel is _cbStep bytes on. _nBits: nBitsPerSample of ZR_AUD_PROPS, not 8.
+    // next sample of the same channel is _cbStep bytes on. _nBits: nBitsPerSample of ZR_AUD_PROPS.
     void Apply(int32_t _nBits, uint8_t* _p, size_t _cbStep, std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamples);
 
 private:

@@ -79,8 +79,8 @@ void TrackSound::Add(const TrackSound& _other) {
     sum.End();
 }
 
-bool TrackSound::HasEffects(XMLNodeBase& _node) {
-    return EnabledEffect(&_node, kCompressor) || EnabledEffect(&_node, kAmplify);
+int32_t TrackSound::Effects(XMLNodeBase& _node) {
+    return (EnabledEffect(&_node, kCompressor) ? 1 : 0) | (EnabledEffect(&_node, kAmplify) ? 2 : 0);
 }
 
 template <class EFFECT>

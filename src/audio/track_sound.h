@@ -49,7 +49,7 @@ public:
     void Take(const SOUND_BLOCK& _input, const PerChannel<int32_t>& _arrFrom, int32_t _nInputs);
     // Adds the sound of another track, channel to channel as far as both have it, by its gain.
     void Add(const TrackSound& _other);
-    static bool HasEffects(XMLNodeBase& _node);  // that are switched on
+    static int32_t Effects(XMLNodeBase& _node);  // that are switched on, a bit each
     // The effects that _node asks for; null: none.
     void RunEffects(XMLNodeBase* _pNode);
     // Puts what goes out in its order, and measures it.

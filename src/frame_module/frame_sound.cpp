@@ -33,7 +33,6 @@ struct SCRATCH {
     SoundGain gain;
     SoundSum sum;
     SoundEdge edge;
-    ZrAudioConverter converter;
     std::vector<uint8_t> arrBlock, arrConverted;
 };
 SCRATCH& Scratch() {
@@ -73,17 +72,7 @@ HRESULT CopyBlock(const SOUND& _from, int64_t _nFirst, int64_t _nCount, const ZR
         *_pnCount = _nCount;
         return S_OK;
     }
-    ZrAudioConverter& converter = Scratch().converter;
-    HRESULT hr = converter.Init(_from.props, _to, static_cast<int32_t>(_nCount), 1.0);
-    if (Failed(hr)) return hr;
-    converter.Reset();
-    int32_t cbTo = 0;
-    hr = converter.Convert(p, cb, nullptr, &cbTo, 1.0);
-    if (Failed(hr)) return hr;
-    if (_arrBlock.size() < static_cast<size_t>(cbTo)) _arrBlock.resize(static_cast<size_t>(cbTo));
-    hr = converter.Convert(p, cb, _arrBlock.data(), &cbTo, 1.0);
-    *_pnCount = cbTo / AudBlockBytes(_to);
-    return hr;
+    return ConvertAlone(_from.props, p, _nCount, _to, _arrBlock, _pnCount);
 }
 
 // Adds a block, which is changed, to a sound; symmetric: what is there gets the complement of the gain.
@@ -181,7 +170,7 @@ HRESULT CZrFrame::ZrFAudioMix(IZrFFrame* _pFrameMixFrom, double _dblGainStartDb,
         HRESULT hr = SoundOf(*_pFrameMixFrom, &from);
         if (Failed(hr)) return hr;
         if (!AudUsable(props)) return ZR_E_EMPTY;
-        if (!AudUsable(props) || (from.nSamples > 0 && !AudUsable(from.props))) return ZR_E_NOT_SUPPORTED;
+        if (from.nSamples > 0 && !AudUsable(from.props)) return ZR_E_NOT_SUPPORTED;
         SCRATCH& scratch = Scratch();
         int64_t nMix = 0;
         if (_bsAudioBufferID && *_bsAudioBufferID) {

@@ -23,11 +23,20 @@ void AudioMixer::Reset() {
     background.Clear(true);
     backgroundEdge.Reset();
     bBackgroundBroken = false;
-    for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
-        pBefore->Audio().Forget();
-        pBefore->mix.GainTo(0);
-    }
+    for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) pBefore->mix.Forget();
     arrBefore.clear();
+}
+
+bool AudioMixer::EndsLoud() {
+    return backgroundEdge.EndsLoud() || std::any_of(arrBefore.begin(), arrBefore.end(),
+                                                    [](const auto& _pBefore) { return _pBefore->mix.EndsLoud(); });
+}
+
+void AudioMixer::Skip(const ZR_AUD_PROPS& _output, int64_t _nClock, const std::vector<MIX_SOUND>& _arrStreams) {
+    if (!AudUsable(_output)) return;
+    if (_arrStreams.empty()) Reset();
+    DropBackground();
+    for (const MIX_SOUND& sound : _arrStreams) sound.pStream->Audio().Skip(_output, _nClock);
 }
 
 void AudioMixer::DropBackground() {
@@ -49,8 +58,8 @@ bool AudioMixer::TakeBackground(IZrFFrame& _frame) {
         background.PutAudio(props, reinterpret_cast<const uint8_t*>(info.lpAudio), info.cbAudio, true, true));
 }
 
-HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame,
-                               bool _bBreak, const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
+HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, bool _bBreak,
+                               const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
     if (!AudUsable(_output)) {
         Reset();
         return S_FALSE;
@@ -82,13 +91,12 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     for (const MIX_SOUND& sound : _arrStreams) {
         ZrMixerStream& stream = *sound.pStream;
         stream.mix.ReadKeys(stream.Id(), *sound.pItem, _mixer, nKeysSet.load(std::memory_order_acquire));
-        AddStream(stream, _output, nSamples, _rtFrame, stream.VisibleGain() + stream.AudioGain());
+        AddStream(stream, _output, nSamples, stream.VisibleGain() + stream.AudioGain());
     }
     // One that was there before and is not now goes in the course of this frame.
     for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
         const auto IsIt = [&](const MIX_SOUND& _sound) { return _sound.pStream == pBefore.Get(); };
-        if (std::none_of(_arrStreams.begin(), _arrStreams.end(), IsIt))
-            AddStream(*pBefore, _output, nSamples, _rtFrame, 0);
+        if (std::none_of(_arrStreams.begin(), _arrStreams.end(), IsIt)) AddStream(*pBefore, _output, nSamples, 0);
     }
     arrBefore.clear();
     for (const MIX_SOUND& sound : _arrStreams) arrBefore.emplace_back(sound.pStream);
@@ -97,13 +105,12 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
 }
 
 // A block on its way to silence is taken all the same: the stream's sound goes on with its picture.
-void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                           double _dblGain) {
-    SOUND_BLOCK block = _stream.Audio().Take(_output, _nSamples, _rtFrame, arrBlock);
+void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain) {
+    bool bBroken = false;
+    SOUND_BLOCK block = _stream.Audio().Take(_output, _nSamples, arrBlock, &bBroken);
     const GAIN_RAMP ramp = _stream.mix.GainTo(_dblGain);
-    if (block.nSamples == 0) return;
-    _stream.mix.Process(_output, &block);
-    if (block.p) sum.Add(block.p, block.nSamples, ramp);
+    if (!_stream.mix.Process(_output, _nSamples, bBroken, &block)) _stream.Audio().CountSilence();
+    if (block.nSamples > 0) sum.Add(block.p, block.nSamples, ramp);
 }
 
 }  // namespace zr

@@ -27,10 +27,14 @@ public:
     explicit AudioMixer(IStatisticsSink& _statistics);
 
     // Mixes into the frame, whose own sound is the background's. _nClock: samples of each channel that the output is
-    // due, which it gets when the background has no sound of its own. _rtFrame: duration of an output frame in ticks.
-    // _bBreak: the background does not go on from the frame before. _mixer: the keys of the mixer.
-    HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, int64_t _rtFrame, bool _bBreak,
+    // due, which it gets when the background has no sound of its own. _bBreak: the background does not go on from the
+    // frame before. _mixer: the keys of the mixer.
+    HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, bool _bBreak,
                        const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
+    // Of an output frame that is left out: its sound is, too.
+    void Skip(const ZR_AUD_PROPS& _output, int64_t _nClock, const std::vector<MIX_SOUND>& _arrStreams);
+    // Whether it would be a step if no other frame came: what was heard then ends in one more.
+    bool EndsLoud();
     // A key of the mixer has been set: those of the streams are read again. Any thread.
     void OnKeys() { nKeysSet.fetch_add(1, std::memory_order_release); }
     // Nothing was heard before: what is held of the background is let go, and so are the streams of the pass before,
@@ -40,8 +44,7 @@ public:
 private:
     bool TakeBackground(IZrFFrame& _frame);
     void DropBackground();
-    void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                   double _dblGain);
+    void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;

@@ -161,16 +161,17 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         const bool bHold = parts.state.Get() == eZrS_Paused;
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
         if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener of what the sources did, perhaps
-        if (hr == S_FALSE) {
+        if (hr == S_FALSE && !audioMixer.EndsLoud()) {
             audioMixer.Reset();
             WaitOne(evStop, kNoSourcesPause);
             return S_OK;
         }
         if (Failed(hr)) return hr;
+        if (hr == S_FALSE) request.props = formatOnAir;
         pass.pRequest = &request;
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
         if (Failed(hr)) return hr;
-        pass.bHasInputs = true;
+        pass.bHasInputs = request.Count() > 0;
     } else if (const HRESULT hr = TakePushed(pass, pBase); Failed(hr)) {
         return hr;
     }
@@ -273,7 +274,7 @@ HRESULT MixCycle::TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn) {
     }
     _pass.bBaseBreak = (_pass.time.eFFlags & eZrFF_Break) != 0;
     // Its sound becomes that of the output, in which the streams are kept.
-    if (!AudUsable(_pass.props.audProps)) _pass.props.audProps = propsFrame.audProps;
+    CompleteAudioByFrame(propsFrame.audProps, _pass.props.audProps);
     return S_OK;
 }
 
@@ -310,10 +311,11 @@ void MixCycle::PrepareFrame(PASS& _pass) {
     MarkFirst(_pass);
 }
 
-// From collection to the end of the audio step, under the cycle lock.
+// From collection to the end of the audio step, under the cycle lock. When the last input has gone, what was heard ends
+// in one more frame.
 HRESULT MixCycle::Compose(PASS& _pass) {
     MutexLock lock(mtxCycle);
-    if (parts.state.Get() < eZrS_Paused || !_pass.bHasInputs) {
+    if (parts.state.Get() < eZrS_Paused || (!_pass.bHasInputs && !audioMixer.EndsLoud())) {
         MarkFirst(_pass);
         if (!bOffLine) _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
         bOffLine = true;
@@ -325,13 +327,12 @@ HRESULT MixCycle::Compose(PASS& _pass) {
     if (evStop.IsSet()) return ZR_E_NOT_RUNNING;
     CollectStreams(_pass);
     Stamp(_pass);
+    formatOnAir = _pass.props;
     if (HasVideo(_pass.props)) DrawScene(_pass);
     MarkConsumed(_pass);
-    if (!_pass.bSkipped) {
-        Elapsed elapsed;
-        MixAudio(_pass);
-        parts.statistics.SetValue(nMixAudio, elapsed.Ms());
-    }
+    Elapsed elapsed;
+    MixAudio(_pass);
+    parts.statistics.SetValue(nMixAudio, elapsed.Ms());
     return S_OK;
 }
 
@@ -433,9 +434,10 @@ HRESULT MixCycle::TakeBlack(PASS& _pass) {
     return TakePicture(_pass, pBlack.Get());
 }
 
-// As many samples as the line of time says, but for a background that brings its own sound.
+// As many samples as the line of time says, but for a background that brings its own sound. They are left out with a
+// frame that is left out.
 void MixCycle::MixAudio(PASS& _pass) {
-    const ZR_AUD_PROPS& audProps = _pass.props.audProps;
+    const ZR_AUD_PROPS& audProps = formatOnAir.audProps;
     int64_t nClock = 0;
     audioCalc.SamplesByTime(audProps, _pass.time, eZrFF_None, kAudioGapLimit, &nClock);
     arrSound.clear();
@@ -443,8 +445,11 @@ void MixCycle::MixAudio(PASS& _pass) {
         const MIX_INPUT& input = (*_pass.pRequest)[i].input;
         if (input.pStream) arrSound.push_back({input.pStream.Get(), input.pItem.Get()});
     }
-    const int64_t rtFrame = _pass.time.rtEndTime - _pass.time.rtStartTime;
-    audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, rtFrame, _pass.bBaseBreak, arrSound, *parts.props.Object());
+    if (_pass.bSkipped) {
+        audioMixer.Skip(audProps, nClock, arrSound);
+    } else {
+        audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, _pass.bBaseBreak, arrSound, *parts.props.Object());
+    }
 }
 
 HRESULT MixCycle::FinishFrame(PASS& _pass) {

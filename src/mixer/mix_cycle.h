@@ -145,6 +145,7 @@ private:
     DrawStep draw;
     std::vector<DRAW_STREAM> arrDraw;  // of the pass
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing
+    AV_FORMAT formatOnAir;             // of the last pass with inputs
     ZrAudioCalc audioCalc;
     AudioMixer audioMixer;
     FrameAudioKeys audioKeys;

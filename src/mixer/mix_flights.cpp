@@ -33,7 +33,8 @@ HRESULT MixCycle::RunFlights(int64_t _nCycle) {
     while (flights.Count() > nKeep) {
         if (!SendFlight()) return ZR_E_NOT_RUNNING;
     }
-    if (bAsks && hr == S_FALSE) audioMixer.Reset();  // the thread that composes has nothing to do
+    // The thread that composes has nothing to do.
+    if (bAsks && hr == S_FALSE && !audioMixer.EndsLoud()) audioMixer.Reset();
     PublishFlights(nMost);
     return bSends ? S_OK : hr;
 }
@@ -42,7 +43,11 @@ HRESULT MixCycle::AskForFlight(int64_t _nCycle) {
     FLIGHT& flight = flights.Next();
     flight.nCycle = _nCycle;
     flight.bFirst = bFirstFrame.load(std::memory_order_relaxed);
-    const HRESULT hr = sync.Sync_Request(evStop, parts.state.Get() == eZrS_Paused, flight.request);
+    HRESULT hr = sync.Sync_Request(evStop, parts.state.Get() == eZrS_Paused, flight.request);
+    if (hr == S_FALSE && flights.Count() == 0 && audioMixer.EndsLoud()) {
+        flight.request.props = formatOnAir;
+        hr = S_OK;
+    }
     if (hr == S_OK && !evStop.IsSet()) flights.Push();
     return hr;
 }
@@ -87,7 +92,7 @@ HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
     pass.bFirst = _flight.bFirst;
     pass.nCycle = _flight.nCycle;
     pass.pRequest = &_flight.request;
-    pass.bHasInputs = true;
+    pass.bHasInputs = _flight.request.Count() > 0;
     FramePtr pBase;
     HRESULT hr = sync.Sync_Put(_flight.request, &pBase, &pass.bMustCopy);
     if (Succeeded(hr)) hr = MakeFrame(pass, pBase);

@@ -122,7 +122,6 @@ bool ZrMixerStream::Admit(INCOMING& _in, IZrFFrame* _pFrame) {
         MutexLock lock(mtxFrame);
         if (bWaitBreak && !_in.IsBreak()) {
             evReady.Set();
-            audio.WantedEvent().Set();
             return false;
         }
         bWaitBreak = false;

@@ -18,7 +18,13 @@ bool IsWhole(const AV_FORMAT& _format) { return (IsOff(_format) || HasVideo(_for
 
 void CompleteByFrame(const AV_FORMAT& _frame, AV_FORMAT& _format) {
     if (!IsOff(_format) && !HasVideo(_format) && PropsValid(&_frame.vidProps, true)) _format.vidProps = _frame.vidProps;
-    if (!AudUsable(_format.audProps) && AudUsable(_frame.audProps)) _format.audProps = _frame.audProps;
+    CompleteAudioByFrame(_frame.audProps, _format.audProps);
+}
+
+void CompleteAudioByFrame(const ZR_AUD_PROPS& _frame, ZR_AUD_PROPS& _props) {
+    if (AudUsable(_props) || !AudUsable(_frame)) return;
+    _props = _frame;
+    if (_props.nBitsPerSample == 8) _props.nBitsPerSample = 16;
 }
 
 void CompleteByDefault(AV_FORMAT& _format) {

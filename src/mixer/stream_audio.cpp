@@ -15,8 +15,7 @@ namespace {
 constexpr int32_t kLeastBytes = 5;
 constexpr int64_t kSlackSamples = 100'000;  // of a source that is pulled
 constexpr int64_t kWrongSizeSamples = 32;   // that a block may differ from a frame's
-constexpr int64_t kSlackTicks = 10'000;     // that a frame's sound may be short of
-constexpr int64_t kMostHeld = 2'000'000;    // ticks, before the producer is to wait
+constexpr int64_t kSlackTicks = 10'000;     // that a frame's sound may be late
 constexpr double kSameRate = 0.01;
 constexpr int64_t kPadSamples = 256;
 constexpr ZR_AUD_PROPS kDefaultAudio{2, 48000, 16, 0};
@@ -59,7 +58,6 @@ void StreamAudio::Put(const STREAM_SOUND& _sound) {
     MutexLock lock(mtx);
     if (IsUsable(_sound)) {
         PutSamples(_sound, rtFrame);
-        UpdateEvents(rtFrame);
         return;
     }
     // A block that is too short says nothing; a frame without sound, or for an output without, ends what is held.
@@ -67,8 +65,6 @@ void StreamAudio::Put(const STREAM_SOUND& _sound) {
     if ((bHasSound && (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause) || buffer.Fill() == 0) return;
     Drop();
     statistics.AddCount(counters.nReset, 1);
-    evWanted.Set();
-    evRoom.Set();
 }
 
 // Filters are computed here, where neither the mix nor anybody else waits. Without memory the conversion will say so.
@@ -87,12 +83,10 @@ void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
     ZR_AUD_PROPS output = AudUsable(_sound.audOutput) ? _sound.audOutput : kDefaultAudio;
     output.nChannels = _sound.props.nChannels;
     output.nTrackSplitBits = _sound.props.nTrackSplitBits;
-    buffer.FormatSet(output);
+    Format(output);
     if (IsPureBreak(_sound.eFlags)) {
         if (const int64_t nHeld = buffer.Fill(); nHeld > 0) statistics.AddCount(counters.nDropOnBreak, nHeld);
         Drop();
-        evWanted.Reset();
-        evRoom.Set();
     }
     const int64_t nSamples = _sound.cbAudio / AudBlockBytes(_sound.props);
     if (std::abs(nSamples - SamplesOf(_rtFrame, _sound.props)) >= kWrongSizeSamples)
@@ -147,22 +141,38 @@ ZR_AUD_PROPS StreamAudio::FormatFor(const ZR_AUD_PROPS& _output) const {
     return format;
 }
 
-int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
-    MutexLock lock(mtx);
-    return Succeeded(buffer.FormatSet(FormatFor(_output))) ? buffer.Fill() : 0;
+// Sound of other channels takes another way through the mix, so that it does not go on from what was taken.
+void StreamAudio::Format(const ZR_AUD_PROPS& _props) {
+    const ZR_AUD_PROPS before = buffer.Format();
+    bBroken |=
+        AudUsable(before) && (before.nChannels != _props.nChannels || before.nTrackSplitBits != _props.nTrackSplitBits);
+    buffer.FormatSet(_props);
 }
 
-SOUND_BLOCK StreamAudio::Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                              std::vector<uint8_t>& _arrMemory) {
+int64_t StreamAudio::Held(const ZR_AUD_PROPS& _output) {
+    MutexLock lock(mtx);
+    Format(FormatFor(_output));
+    return buffer.Fill();
+}
+
+SOUND_BLOCK StreamAudio::Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, std::vector<uint8_t>& _arrMemory,
+                              bool* _pbBroken) {
     SOUND_BLOCK block;
     MutexLock lock(mtx);
     block = {FormatFor(_output), nullptr, _nSamples};
+    Format(block.props);
     MakeRoom(_arrMemory, &block);
-    const int64_t nTaken = Succeeded(buffer.FormatSet(block.props)) ? buffer.GetAudio(block.p, _nSamples) : 0;
-    UpdateEvents(_rtFrame);
-    if (nTaken < _nSamples) statistics.AddCount(nTaken == 0 ? counters.nSilence : counters.nNotEnough, 1);
-    block.nSamples = edge.Smooth(block.props, block.p, nTaken, _nSamples, std::exchange(bBroken, false));
+    block.nSamples = buffer.GetAudio(block.p, _nSamples);
+    if (block.nSamples < _nSamples)
+        statistics.AddCount(block.nSamples == 0 ? counters.nSilence : counters.nNotEnough, 1);
+    *_pbBroken = std::exchange(bBroken, false);
     return block;
+}
+
+void StreamAudio::Skip(const ZR_AUD_PROPS& _output, int64_t _nSamples) {
+    MutexLock lock(mtx);
+    Format(FormatFor(_output));
+    bBroken |= buffer.GetAudio(nullptr, _nSamples) > 0;
 }
 
 // Silence that leads in the sound of a stream of another rate, which is otherwise short of some whenever the rate
@@ -178,23 +188,9 @@ int64_t StreamAudio::Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const
     return bResumed ? nHalfFrame : kPadSamples;
 }
 
-int64_t StreamAudio::HeldTime_I() const {
+int64_t StreamAudio::HeldTime() {
+    MutexLock lock(mtx);
     return buffer.Duration() - nReserve * kTicksPerSecond / std::max(buffer.Format().nSamplesPerSec, 1);
-}
-
-void StreamAudio::UpdateEvents(int64_t _rtFrame) {
-    const int64_t rtHeld = HeldTime_I();
-    if (rtHeld + kSlackTicks < _rtFrame) {
-        evWanted.Reset();
-        evRoom.Set();
-        return;
-    }
-    evWanted.Set();
-    if (rtHeld > std::max(2 * _rtFrame, kMostHeld)) {
-        evRoom.Reset();
-    } else {
-        evRoom.Set();
-    }
 }
 
 void StreamAudio::MarkResumed() {
@@ -205,8 +201,6 @@ void StreamAudio::MarkResumed() {
 void StreamAudio::Clear() {
     MutexLock lock(mtx);
     Drop();
-    evWanted.Set();
-    evRoom.Set();
 }
 
 }  // namespace zr

@@ -8,10 +8,8 @@
 #include "audio/audio_buffer2.h"
 #include "audio/drift_control.h"
 #include "audio/sound_block.h"
-#include "audio/sound_edge.h"
 #include "framework/lock_order.h"
 #include "framework/statistics_sink.h"
-#include "platform/event.h"
 #include "platform/lock.h"
 #include "zr/records.h"
 
@@ -41,33 +39,24 @@ public:
     void Put(const STREAM_SOUND& _sound);
     // The stream goes on after a pause: its next frame is led in by silence, where sound and picture may drift.
     void MarkResumed();
-    // Drops what is held and sets both events: nobody is to wait for a stream that has ended.
+    // Drops what is held.
     void Clear();
 
-    // Mix thread. Up to _nSamples of each channel at the rate and bits of _output go to _arrMemory, and the events
-    // follow what is left. Channels and tracks are the stream's own. Counts a block that has not enough of them. What
-    // is to be heard may be more than the stream had, as its sound fades where it ends. _rtFrame: duration of an output
-    // frame.
-    SOUND_BLOCK Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, int64_t _rtFrame,
-                     std::vector<uint8_t>& _arrMemory);
-    // Mix thread. What was taken before is past: the next block begins anew.
-    void Forget() {
-        MutexLock lock(mtx);
-        edge.Reset();
-    }
+    // Mix thread. Up to _nSamples of each channel at the rate and bits of _output go to _arrMemory. Channels and tracks
+    // are the stream's own. Counts a block that has not enough of them. *_pbBroken: they do not go on from those that
+    // were taken before.
+    SOUND_BLOCK Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, std::vector<uint8_t>& _arrMemory, bool* _pbBroken);
+    // Mix thread. Drops as much, of a frame that is left out.
+    void Skip(const ZR_AUD_PROPS& _output, int64_t _nSamples);
+    // Counts a block of which nothing is heard, as it cannot be brought into the output's channels.
+    void CountSilence() { statistics.AddCount(counters.nSilence, 1); }
     // Samples of each channel that such a take would find.
     int64_t Held(const ZR_AUD_PROPS& _output);
 
     // How much sound is held above the silence that led it in, in ticks. Any thread.
-    int64_t HeldTime() {
-        MutexLock lock(mtx);
-        return HeldTime_I();
-    }
+    int64_t HeldTime();
     // Whether a put of such sound goes into the ring.
     static bool IsUsable(const STREAM_SOUND& _sound);
-
-    ManualEvent& WantedEvent() { return evWanted; }  // about a frame of sound is held
-    ManualEvent& RoomEvent() { return evRoom; }      // clear while too much is held
 
 private:
     struct COUNTERS {
@@ -76,24 +65,20 @@ private:
 
     void PrepareConverter(const STREAM_SOUND& _sound) ZR_EXCLUDES(mtx);
     void PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) ZR_REQUIRES(mtx);
-    int64_t HeldTime_I() const ZR_REQUIRES(mtx);
+    void Format(const ZR_AUD_PROPS& _props) ZR_REQUIRES(mtx);
     void Drop() ZR_REQUIRES(mtx);
     ZR_AUD_PROPS FormatFor(const ZR_AUD_PROPS& _output) const ZR_REQUIRES(mtx);
     void FollowClock(const STREAM_SOUND& _sound, int64_t _rtFrame, int64_t _nLimit) ZR_REQUIRES(mtx);
     int64_t Padding(const STREAM_SOUND& _sound, int64_t _rtFrame) const ZR_REQUIRES(mtx);
-    void UpdateEvents(int64_t _rtFrame) ZR_REQUIRES(mtx);
 
     Mutex mtx{lock_order::kStreamAudio};
     ZrAudioBuffer2 buffer ZR_GUARDED_BY(mtx);  // of the output's rate and bits, with the channels of the stream
 
     IStatisticsSink& statistics;
     const COUNTERS counters;
-    ManualEvent evWanted;
-    ManualEvent evRoom{true};
     bool bResumed ZR_GUARDED_BY(mtx) = false;
-    int64_t nReserve ZR_GUARDED_BY(mtx) = 0;  // samples of silence that leads in; the events do not count them
+    int64_t nReserve ZR_GUARDED_BY(mtx) = 0;  // samples of silence that leads in; they do not count as held
     bool bBroken ZR_GUARDED_BY(mtx) = false;  // what is held does not go on from what was taken
-    SoundEdge edge ZR_GUARDED_BY(mtx);
     DriftControl drift ZR_GUARDED_BY(mtx);
     double dblScale ZR_GUARDED_BY(mtx) = 1;  // of the next block, against the drift of its clock
 };

@@ -1,7 +1,10 @@
 #include "mixer/stream_mix.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <utility>
 
 #include "audio/gain_text.h"
 #include "platform/wide_text.h"
@@ -32,9 +35,12 @@ void StreamMix::ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const 
         nGainsSet = 0;
     }
     pTracks = _item.SharedTracks();
+    bRerouted |= !bSame;
     nItemRead = nItemKeys;
     nMixerRead = _nMixerKeys;
-    channels = ParseChannelList(StreamKey(_streamId, kChannels, *_item.Node(), _mixer));
+    const ChannelList chosen = ParseChannelList(StreamKey(_streamId, kChannels, *_item.Node(), _mixer));
+    bRerouted |= !std::equal(chosen.begin(), chosen.end(), channels.begin(), channels.end());
+    channels = chosen;
     ReadGains_I(_streamId, _item, _mixer);
 }
 
@@ -78,10 +84,31 @@ void StreamMix::Choose(SOUND_BLOCK* _pBlock) {
     *_pBlock = chosen;
 }
 
-void StreamMix::Process(const ZR_AUD_PROPS& _output, SOUND_BLOCK* _pBlock) {
-    if (!channels.empty()) Choose(_pBlock);
-    if (pTracks && !pTracks->IsUntouched()) pTracks->Process(_pBlock);
-    if (_pBlock->p) layout.Map(_output, _pBlock);
+bool StreamMix::Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bBroken, SOUND_BLOCK* _pBlock) {
+    bool bWhole = true, bTracks = false;
+    if (_pBlock->nSamples > 0) {
+        if (!channels.empty()) Choose(_pBlock);
+        if (pTracks && !pTracks->IsUntouched()) pTracks->Process(_pBlock, &bTracks);
+        if (_pBlock->p) {
+            bWhole = layout.Map(_output, _pBlock);
+        } else {
+            _pBlock->nSamples = 0;
+        }
+    }
+    if (_pBlock->nSamples < _nSamples) End(_output, _nSamples, _pBlock);
+    _pBlock->nSamples = edge.Smooth(_output, _pBlock->p, _pBlock->nSamples, _nSamples,
+                                    _bBroken || bTracks || std::exchange(bRerouted, false));
+    return bWhole;
+}
+
+// Room for what still is to be heard behind the sound.
+void StreamMix::End(const ZR_AUD_PROPS& _output, int64_t _nSamples, SOUND_BLOCK* _pBlock) {
+    SOUND_BLOCK longer{_output, nullptr, _nSamples};
+    MakeRoom(arrEnd, &longer);
+    if (_pBlock->nSamples > 0)
+        std::memcpy(longer.p, _pBlock->p, static_cast<size_t>(_pBlock->nSamples * AudBlockBytes(_output)));
+    longer.nSamples = _pBlock->nSamples;
+    *_pBlock = longer;
 }
 
 }  // namespace zr

@@ -8,6 +8,7 @@
 #include <random>
 
 #include "audio/drift_control.h"
+#include "audio/layout_map.h"
 #include "audio/sound_sum.h"
 #include "platform/clock.h"
 
@@ -57,36 +58,69 @@ void ExpectSmooth(const Sound& _sound, size_t _nFrom, double _dblHz, int32_t _nR
     }
 }
 
-// Blocks in the ring's own format come between others; nothing overtakes, nothing is lost.
-TEST(AudioBuffer, RatesThatComeAndGoKeepTheSoundInOrder) {
-    constexpr double kHz = 500;
-    ZrAudioBuffer2 buffer;
-    ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
-    Tone tone(kHz);
-    constexpr int32_t arrRates[] = {48000, 44100, 48000, 32000, 44100, 48000};
-    for (const int32_t nRate : arrRates) {
-        ASSERT_EQ(Put(buffer, tone.Block(nRate, static_cast<size_t>(nRate / 50)), nRate), S_OK);
-        ASSERT_EQ(Put(buffer, tone.Block(nRate, static_cast<size_t>(nRate / 50)), nRate), S_OK);
-    }
-    EXPECT_NEAR(static_cast<double>(buffer.Fill()), 12 * 960, 60);
-    // The filter reads a few samples of one rate at the step of the next, so the tone may bend, but it does not jump.
-    const Sound sound = TakeAll(buffer);
-    for (size_t i = 1; i < sound.size(); ++i)
-        ASSERT_LT(std::fabs(sound[i] - sound[i - 1]), 0.5 * kTurn * kHz / 32000 * 1.1) << i;
+// A tone that is smoothed rises no steeper than itself and a ramp together.
+void ExpectNoStep(const Sound& _sound, double _dblHz, int32_t _nRate) {
+    for (size_t i = 1; i < _sound.size(); ++i)
+        ASSERT_LT(std::fabs(_sound[i] - _sound[i - 1]), 0.5 * kTurn * _dblHz / _nRate + 1.0 / 220) << i;
 }
 
+// Formats follow each other, of bits and of rates near and far; nothing is lost, nothing is missing where they meet,
+// and what needs no conversion any more is kept bit for bit.
+TEST(AudioBuffer, FormatsThatComeAndGoLeaveNoHole) {
+    constexpr double kHz = 500;
+    constexpr int32_t kFrame = 960;
+    for (const int32_t nOther : {44100, 32000, 8000, 96000, 192000}) {
+        SCOPED_TRACE(nOther);
+        ZrAudioBuffer2 buffer;
+        ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
+        Tone tone(kHz);
+        Sound sound, last;
+        for (const int32_t nRate : {48000, nOther, 48000, 44100, nOther, 48000}) {
+            for (int i = 0; i < 2; ++i) {
+                last = tone.Block(nRate, static_cast<size_t>(nRate / 50));
+                ASSERT_EQ(Put(buffer, last, nRate), S_OK);
+                EXPECT_NEAR(static_cast<double>(buffer.Fill()), kFrame, 2) << nRate;
+                const Sound block = TakeAll(buffer);
+                sound.insert(sound.end(), block.begin(), block.end());
+            }
+        }
+        ExpectNoStep(sound, kHz, 48000);
+        EXPECT_TRUE(std::equal(last.rbegin(), last.rend(), sound.rbegin()));
+    }
+}
+
+// The ring itself gets another format, with sound in it and without.
 TEST(AudioBuffer, WhatIsHeldGoesAlongIntoAnotherFormat) {
     constexpr double kHz = 500;
+    for (const bool bHolds : {true, false}) {
+        ZrAudioBuffer2 buffer;
+        ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
+        Tone tone(kHz);
+        Put(buffer, tone.Block(48000, 960), 48000);
+        Sound sound;
+        if (!bHolds) sound = TakeAll(buffer);
+        ASSERT_EQ(buffer.FormatSet({1, 44100, -32, 0}), S_OK);
+        EXPECT_EQ(buffer.Fill(), bHolds ? 882 : 0);
+        Put(buffer, tone.Block(48000, 960), 48000);
+        const Sound rest = TakeAll(buffer);
+        sound.insert(sound.end(), rest.begin(), rest.end());
+        EXPECT_NEAR(static_cast<double>(sound.size()), bHolds ? 2 * 882 : 960 + 882, 1);
+        ExpectNoStep(sound, kHz, 44100);
+    }
+}
+
+TEST(AudioBuffer, IsClosedForWhatItCannotConvert) {
     ZrAudioBuffer2 buffer;
-    ASSERT_EQ(buffer.FormatSet(kFloat48), S_OK);
-    Tone tone(kHz);
-    Put(buffer, tone.Block(48000, 960), 48000);
-    ASSERT_EQ(buffer.FormatSet({1, 44100, -32, 0}), S_OK);
-    EXPECT_EQ(buffer.Fill(), 882);
-    Put(buffer, tone.Block(48000, 960), 48000);
-    const Sound sound = TakeAll(buffer);
-    EXPECT_NEAR(static_cast<double>(sound.size()), 2 * 882, 32);
-    ExpectSmooth(sound, 0, kHz, 44000);
+    buffer.FormatSet(kFloat48);
+    const ZR_AUD_PROPS many{64, 44100, 16, 0};
+    const std::vector<uint8_t> arrMany(128 * 10);
+    const auto PutMany = [&] { return buffer.PutAudio(many, arrMany.data(), 1280, false, true); };
+    EXPECT_EQ(PutMany(), VFW_E_UNSUPPORTED_AUDIO);
+    EXPECT_EQ(PutMany(), ZR_E_NOT_SUPPORTED);
+    EXPECT_EQ(Put(buffer, Sound(10), 48000), S_OK);
+    EXPECT_EQ(buffer.Fill(), 10);
+    buffer.FormatSet(many);
+    EXPECT_EQ(PutMany(), S_OK);
 }
 
 // The first samples are those of the sound, not a rise out of a silence before it, and all of them are there.
@@ -153,6 +187,14 @@ TEST(AudioBuffer, EightBitsAreNotSilent) {
     sum.End();
     constexpr uint8_t kExpected[6] = {128, 129, 200, 100, 255, 0};
     EXPECT_EQ(std::memcmp(arrSum, kExpected, 6), 0);
+    SoundGain gain;
+    gain.Apply(kProps, arrSum, 6, {0.5, 0.5});
+    constexpr uint8_t kHalf[6] = {128, 128, 164, 114, 192, 64};
+    EXPECT_EQ(std::memcmp(arrSum, kHalf, 6), 0);
+    SOUND_BLOCK block{kProps, arrSum, 6};
+    LayoutMap map;
+    ASSERT_TRUE(map.Map({2, 8000, 8, 1}, &block));  // the second track has nothing
+    for (size_t i = 0; i < 6; ++i) EXPECT_EQ(block.p[2 * i] * 1000 + block.p[2 * i + 1], kHalf[i] * 1000 + 128) << i;
 }
 
 // --- Where sound begins and ends

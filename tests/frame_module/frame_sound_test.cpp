@@ -154,5 +154,18 @@ TEST(FrameSound, ConvertsToAnotherFormatAcrossFrames) {
     EXPECT_NEAR(static_cast<double>(nOut), 50 * 1764.0, 64);
 }
 
+// Without a name there is no frame before and none behind: the sound is all there, from its first sample to its last.
+TEST(FrameSound, ConvertsAFrameThatStandsAlone) {
+    ZR_AV_PROPS wanted;
+    wanted.audProps = {1, 44100, -32, 0};
+    ZrPtr<IZrFFrame> pResult;
+    ASSERT_EQ(SoundFrame(Samples(1920, 8192), 1)->ZrFConvert(&wanted, pResult.Out(), nullptr, nullptr, nullptr), S_OK);
+    int32_t cb = 0;
+    int64_t lp = 0;
+    pResult->ZrFAudioGetBytes(&cb, &lp);
+    ASSERT_EQ(cb, 1764 * 4);
+    for (int32_t x = 0; x < 1764; ++x) ASSERT_NEAR(reinterpret_cast<const float*>(lp)[x], 0.25f, 1e-4f) << x;
+}
+
 }  // namespace
 }  // namespace zr

@@ -308,6 +308,103 @@ TEST_P(SoundShowTest, AStallDoesNotClick) {
     EXPECT_GT(steps.nHeard, kRate);
 }
 
+// The formats of a stream and of the output, the way through the tracks, and the end of all streams, with the sound at
+// full strength and without a sample that is missing.
+TEST_P(SoundShowTest, NothingThatChangesOnAirClicks) {
+    MakeShow(25);
+    STEPS steps;
+    Watch(steps);
+    const auto pFormat = std::make_shared<std::atomic<int32_t>>(kChannels * 100'000 + kRate);
+    const auto p = PacedSource::Make(SmallPicture(25), false);
+    p->Furnish = [pFormat](int64_t, IZrFFrame& _frame) {
+        const int32_t n = pFormat->load();
+        const ZR_AUD_PROPS props{n / 100'000, n % 100'000, 16, 0};
+        std::vector<int16_t> sound(static_cast<size_t>(props.nSamplesPerSec / 25 * props.nChannels));
+        for (size_t i = 0; i < sound.size(); i += static_cast<size_t>(props.nChannels)) sound[i] = kLevel;
+        _frame.ZrFAudioSet(&props, static_cast<int32_t>(2 * sound.size()), reinterpret_cast<int64_t>(sound.data()));
+    };
+    ZrPtr<IZrItem> pItem;
+    ZrPtr<IZrAudioTrack> pTrack, pOut;
+    ASSERT_EQ(Add(u"a", p.Get(), &pItem), S_OK);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond / 2);
+    const auto Change = [&](const char* _szWhat, int _nLevel, const std::function<void()>& _do) {
+        SCOPED_TRACE(_szWhat);
+        const int64_t nMissing = Counter(u"audio.a.not_enough") + Counter(u"audio.a.silence");
+        steps.nLargest = 0;
+        _do();
+        SleepFor(kTicksPerSecond / 2);
+        // What waits of other channels is smoothed on both sides, so that ramps add up.
+        EXPECT_LE(steps.nLargest, kLargestStep * 3 / 2);
+        EXPECT_NEAR(steps.arrLast[0], _nLevel, _nLevel / 20);
+        EXPECT_LE(Counter(u"audio.a.not_enough") + Counter(u"audio.a.silence"), nMissing + (_nLevel == 0));
+    };
+    const auto Source = [&](int32_t _nChannels, int32_t _nRate) { pFormat->store(_nChannels * 100'000 + _nRate); };
+    const auto Output = [&](int32_t _nRate) {
+        const ZR_AUD_PROPS audio{kChannels, _nRate, 16, 0};
+        pMixer.As<IZrFormat>()->FormatAudioSet(eZrFT_Convert, &audio);
+    };
+    Change("one channel", kLevel, [&] { Source(1, 48000); });
+    Change("six channels", kLevel, [&] { Source(6, 48000); });
+    Change("two channels of another rate", kLevel, [&] { Source(2, 44100); });
+    Change("a lower rate", kLevel, [&] { Source(2, 8000); });
+    Change("a higher rate", kLevel, [&] { Source(2, 96000); });
+    Change("the rate of the output", kLevel, [&] { Source(2, 48000); });
+    Change("an output of another rate", kLevel, [&] { Output(44100); });
+    Change("and back", kLevel, [&] { Output(48000); });
+    Change("other channels", 0, [&] { pProps->PropsSet(u"object::a.audio_channels", u"1,1"); });
+    Change("all channels", kLevel, [&] { pProps->PropsSet(u"object::a.audio_channels", u""); });
+    ASSERT_EQ(pItem.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pTrack.Out()), S_OK);
+    Change("a track switched off", 0, [&] { pTrack->TrackModeSet(eZrAT_Disabled, 0, 0); });
+    Change("on", kLevel, [&] { pTrack->TrackModeSet(eZrAT_Enabled, 0, 0); });
+    ASSERT_EQ(pMixer.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pOut.Out()), S_OK);
+    Change("another order", 0, [&] { pOut->TrackChannelOrderSet(1, 0, 1); });
+    Change("its own", kLevel, [&] { pOut->TrackChannelOrderSet(1, 0, 0); });
+    const auto pKeys = pOut.As<IZrProps>();
+    pKeys->PropsSet(u"compressor::threshold_db", u"-40");
+    pKeys->PropsSet(u"compressor::ratio", u"20");
+    Change("compressed", 277, [&] { pKeys->PropsSet(u"compressor::enabled", u"true"); });
+    Change("not compressed", kLevel, [&] { pKeys->PropsSet(u"compressor::enabled", u"false"); });
+    const int64_t nFrames = steps.nFrames;
+    Change("the last stream goes", 0, [&] { Remove(u"a"); });
+    EXPECT_LE(steps.nFrames, nFrames + (GetParam() ? 3 : 100));
+    pMixer->ObjectClose();
+}
+
+// Frames that are left out, as something in them appears that is not ready, take their sound along.
+TEST_P(SoundShowTest, SkippedFramesLeaveSoundAndPictureTogether) {
+    MakeShow(25);
+    pProps->PropsSet(u"object::output.skip_if_not_ready", u"true");
+    ASSERT_EQ(Add(u"a", Source(25, 48000, 0, false, Count).Get()), S_OK);
+    ASSERT_EQ(Add(u"b", Source(25, 48000, 1, false, Level(0)).Get()), S_OK);
+    int64_t nPicture = 0, nBreaks = 0;
+    int nLuma = 0;
+    std::vector<int64_t> arrOffsets;
+    pChecker->Check = [&](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO& _info) {
+        const int nNow = *(reinterpret_cast<const uint8_t*>(_info.lpVideo) + 18 * 128 + 2 * 20 + 1);
+        nPicture += (nNow - nLuma + 200) % 200;
+        nLuma = nNow;
+        nBreaks += (_info.mTime.eFFlags & eZrFF_Break) != 0;
+        if (_n > 0)
+            arrOffsets.push_back((_p[(_n - 1) * kChannels] - nPicture * 1920 % kPeriod + 2 * kPeriod) % kPeriod);
+    };
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    const int64_t nOffset = arrOffsets.back(), nBreaksBefore = nBreaks;
+    ZrPtr<IZrElements> pScene;
+    ZrPtr<IZrElement> pForeground, pVideo;
+    ASSERT_EQ(pMixer.As<IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), S_OK);
+    ASSERT_EQ(pScene->ElementsGetByID(u"foreground", pForeground.Out()), S_OK);
+    ASSERT_EQ(pForeground.As<IZrElements>()->ElementsGetByID(u"b", pVideo.Out()), S_OK);
+    for (int i = 0; i < 10; ++i) {
+        pVideo->ElementDoubleSet(u"show", i % 2, 0.1);
+        SleepFor(kTicksPerSecond / 2);
+    }
+    pMixer->ObjectClose();
+    EXPECT_GE(nBreaks - nBreaksBefore, 5);
+    EXPECT_EQ(arrOffsets.back(), nOffset);
+}
+
 INSTANTIATE_TEST_SUITE_P(BothWays, SoundShowTest, ::testing::Bool(),
                          [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
 

@@ -131,6 +131,12 @@ TEST_P(SoundTest, OutputTracksAreCommandedSavedAndLoaded) {
     EXPECT_EQ(props.ancData.audOutput.nValidChannels, 2);
     EXPECT_NEAR(props.ancData.audOriginal.arrRMS[1], 20 * std::log10(2200.0 / 32767) + 3.01, 0.01);
     EXPECT_NEAR(props.ancData.audOutput.arrRMS[1], 20 * std::log10(250.0 / 32767) + 3.01, 0.01);
+    // Channels of a choice are no tracks.
+    pProps->PropsSet(u"object::audio_channels", u"1,0,1");
+    EXPECT_EQ(Heard(), (Levels{arrKept[1], arrKept[0], arrKept[1]}));
+    pCollector->Frames().back().pFrame->ZrFAVPropsGet(&props, nullptr);
+    EXPECT_EQ(props.audProps.nTrackSplitBits, 0);
+    pProps->PropsRemove(u"object::audio_channels");
     // Without the engine the mix goes out as it is.
     pProps->PropsSet(u"object::izraudio.enabled", u"false");
     pProps->PropsSet(u"object::audio_gain", u"-20");

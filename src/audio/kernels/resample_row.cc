@@ -11,6 +11,9 @@ namespace {
 
 namespace vec = hwy::HWY_NAMESPACE;
 
+// How long most filters are: known when compiled, their loops cost less.
+constexpr size_t kUsualTaps = 64;
+
 // Which weights a position has.
 struct WEIGHTS {
     const float* p = nullptr;
@@ -20,12 +23,12 @@ struct WEIGHTS {
 template <bool kExact>
 HWY_INLINE WEIGHTS WeightsAt(const RESAMPLE_PLAN& plan, uint32_t nPhase) {
     if constexpr (kExact) {
-        return {plan.pWeights + size_t{nPhase} * kResampleTaps, 0.0f};
+        return {plan.pWeights + size_t{nPhase} * plan.nTaps, 0.0f};
     } else {
         const double dblPlace =
             (static_cast<double>(nPhase) + plan.dblOffset) / static_cast<double>(plan.nPhases) * plan.nPlaces;
         const auto nPlace = static_cast<size_t>(dblPlace);
-        return {plan.pWeights + nPlace * kResampleTaps, static_cast<float>(dblPlace - static_cast<double>(nPlace))};
+        return {plan.pWeights + nPlace * plan.nTaps, static_cast<float>(dblPlace - static_cast<double>(nPlace))};
     }
 }
 
@@ -51,21 +54,21 @@ struct PLACE {
     WEIGHTS weights;
 };
 
-// One result's sums, folded to one vector.
-template <bool kExact>
-HWY_INLINE V Sums(const PLACE& place) {
+// One result's sums, folded to one vector. kTaps: 0 takes nTaps.
+template <bool kExact, size_t kTaps>
+HWY_INLINE V Sums(const PLACE& place, size_t nTaps) {
     const D d;
-    constexpr size_t kSums = 16 / kLanes;
+    const size_t n = kTaps ? kTaps : nTaps;
+    constexpr size_t kSums = kResampleLanes / kLanes;
     V arrSums[kSums];
     const auto part = vec::Set(d, place.weights.fPart);
     const auto Product = [&](size_t i) HWY_ATTR {
         auto w = vec::LoadU(d, place.weights.p + i);
-        if constexpr (!kExact)
-            w = vec::Add(w, vec::Mul(vec::Sub(vec::LoadU(d, place.weights.p + kResampleTaps + i), w), part));
+        if constexpr (!kExact) w = vec::Add(w, vec::Mul(vec::Sub(vec::LoadU(d, place.weights.p + n + i), w), part));
         return vec::Mul(vec::LoadU(d, place.x + i), w);
     };
     for (size_t k = 0; k < kSums; ++k) arrSums[k] = Product(k * kLanes);
-    for (size_t nRow = 16; nRow < kResampleTaps; nRow += 16)
+    for (size_t nRow = kResampleLanes; nRow < n; nRow += kResampleLanes)
         for (size_t k = 0; k < kSums; ++k) arrSums[k] = vec::Add(arrSums[k], Product(nRow + k * kLanes));
     if constexpr (kSums == 4) {
         return vec::Add(vec::Add(arrSums[0], arrSums[2]), vec::Add(arrSums[1], arrSums[3]));
@@ -89,19 +92,19 @@ HWY_INLINE V Sums(const PLACE& place) {
 }
 
 // Four sums each of every fourth result of a group from place on, a block for each.
-template <bool kExact>
-HWY_INLINE V EveryFourth(const PLACE* place) {
+template <bool kExact, size_t kTaps>
+HWY_INLINE V EveryFourth(const PLACE* place, size_t nTaps) {
     if constexpr (kLanes == 16) {
         const D d;
         const auto Pair = [&](const PLACE& lower, const PLACE& upper) HWY_ATTR {
-            const auto a = Sums<kExact>(lower), b = Sums<kExact>(upper);
+            const auto a = Sums<kExact, kTaps>(lower, nTaps), b = Sums<kExact, kTaps>(upper, nTaps);
             return vec::Add(vec::ConcatLowerLower(d, b, a), vec::ConcatUpperUpper(d, b, a));
         };
         return FoldBlocks(Pair(place[0], place[8]), Pair(place[4], place[12]));
     } else if constexpr (kLanes == 8) {
-        return FoldBlocks(Sums<kExact>(place[0]), Sums<kExact>(place[4]));
+        return FoldBlocks(Sums<kExact, kTaps>(place[0], nTaps), Sums<kExact, kTaps>(place[4], nTaps));
     } else {
-        return Sums<kExact>(place[0]);
+        return Sums<kExact, kTaps>(place[0], nTaps);
     }
 }
 
@@ -111,20 +114,22 @@ HWY_INLINE V FoldPair(V a, V b) {
     return vec::Add(vec::InterleaveLower(d, a, b), vec::InterleaveUpper(d, a, b));
 }
 
-template <bool kExact>
-HWY_INLINE V Group(const PLACE* place) {
+template <bool kExact, size_t kTaps>
+HWY_INLINE V Group(const PLACE* place, size_t nTaps) {
     const vec::Repartition<double, D> d64;
     const D d;
-    const auto ab = vec::BitCast(d64, FoldPair(EveryFourth<kExact>(place), EveryFourth<kExact>(place + 1)));
-    const auto cd = vec::BitCast(d64, FoldPair(EveryFourth<kExact>(place + 2), EveryFourth<kExact>(place + 3)));
+    const auto Fourth = [&](size_t k) HWY_ATTR { return EveryFourth<kExact, kTaps>(place + k, nTaps); };
+    const auto ab = vec::BitCast(d64, FoldPair(Fourth(0), Fourth(1)));
+    const auto cd = vec::BitCast(d64, FoldPair(Fourth(2), Fourth(3)));
     return vec::Add(vec::BitCast(d, vec::InterleaveLower(d64, ab, cd)),
                     vec::BitCast(d, vec::InterleaveUpper(d64, ab, cd)));
 }
 
-template <bool kExact>
+template <bool kExact, size_t kTaps>
 HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_PLAN& plan,
                          RESAMPLE_POSITION& position) {
     const D d;
+    const size_t nTaps = plan.nTaps;
     RESAMPLE_POSITION at = position;
     PLACE arrPlaces[kLanes];
     for (size_t x = 0; x < n; x += kLanes) {
@@ -134,11 +139,11 @@ HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_
             Advance(plan, at);
         }
         if (nNow == kLanes) {
-            vec::StoreU(Group<kExact>(arrPlaces), d, dst + x);
+            vec::StoreU(Group<kExact, kTaps>(arrPlaces, nTaps), d, dst + x);
         } else {
             for (size_t k = nNow; k < kLanes; ++k) arrPlaces[k] = arrPlaces[0];
             HWY_ALIGN float arrLast[kLanes];
-            vec::Store(Group<kExact>(arrPlaces), d, arrLast);
+            vec::Store(Group<kExact, kTaps>(arrPlaces, nTaps), d, arrLast);
             for (size_t k = 0; k < nNow; ++k) dst[x + k] = arrLast[k];
         }
     }
@@ -147,17 +152,18 @@ HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_
 
 #else
 
-template <bool kExact>
+template <bool kExact, size_t kTaps>
 HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_PLAN& plan,
                          RESAMPLE_POSITION& position) {
+    const size_t nTaps = kTaps ? kTaps : plan.nTaps;
     for (size_t r = 0; r < n; ++r, Advance(plan, position)) {
         const float* const x = src + position.nSample;
         const WEIGHTS weights = WeightsAt<kExact>(plan, position.nPhase);
-        float s[16] = {};
-        for (size_t i = 0; i < kResampleTaps; ++i) {
+        float s[kResampleLanes] = {};
+        for (size_t i = 0; i < nTaps; ++i) {
             float w = weights.p[i];
-            if constexpr (!kExact) w = w + (weights.p[kResampleTaps + i] - w) * weights.fPart;
-            s[i % 16] = i < 16 ? x[i] * w : s[i % 16] + x[i] * w;
+            if constexpr (!kExact) w = w + (weights.p[nTaps + i] - w) * weights.fPart;
+            s[i % kResampleLanes] = i < kResampleLanes ? x[i] * w : s[i % kResampleLanes] + x[i] * w;
         }
         for (size_t i = 0; i < 8; ++i) s[i] += s[i + 8];
         for (size_t i = 0; i < 4; ++i) s[i] += s[i + 4];
@@ -168,7 +174,12 @@ HWY_INLINE void Resample(const float* src, float* dst, size_t n, const RESAMPLE_
 #endif  // HWY_TARGET != HWY_SCALAR
 
 void ResampleRowImpl(const float* src, float* dst, size_t n, const RESAMPLE_PLAN& plan, RESAMPLE_POSITION& position) {
-    plan.bExact ? Resample<true>(src, dst, n, plan, position) : Resample<false>(src, dst, n, plan, position);
+    if (plan.nTaps == kUsualTaps) {
+        plan.bExact ? Resample<true, kUsualTaps>(src, dst, n, plan, position)
+                    : Resample<false, kUsualTaps>(src, dst, n, plan, position);
+    } else {
+        plan.bExact ? Resample<true, 0>(src, dst, n, plan, position) : Resample<false, 0>(src, dst, n, plan, position);
+    }
 }
 
 }  // namespace
