@@ -9,7 +9,7 @@
 
 #include "frame_module/frame.h"
 #include "frame_module/frame_factory.h"
-#include "media/pixel_format.h"
+#include "media/record_support.h"
 
 namespace zr {
 
@@ -87,6 +87,12 @@ inline ZrPtr<IZrFFrame> EmptyFrame() {
     ZrPtr<IZrFFrame> pFrame;
     EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreatePlain(0, pFrame.Out()), S_OK);
     return pFrame;
+}
+
+// Equal in every field; the bytes between the fields are nobody's.
+inline bool SameRecords(const ZR_AV_PROPS& _a, const ZR_AV_PROPS& _b) {
+    return Fields(_a.vidProps) == Fields(_b.vidProps) && _a.bLocked == _b.bLocked &&
+           std::memcmp(&_a.audProps, &_b.audProps, sizeof(_a.audProps)) == 0;
 }
 
 // The same samples, wherever they lie. The record of _b says how many.

@@ -59,7 +59,7 @@ TEST(Frame, ClonesTakeWhatTheirKindNames) {
         SCOPED_TRACE(testing::Message() << std::hex << eType);
         const ZrPtr<IZrFFrame> pClone = CloneOf(*pFrame, eType);
         const ZRF_FRAME_INFO to = InfoOf(*pClone);
-        EXPECT_EQ(std::memcmp(&to.avProps, &from.avProps, sizeof(to.avProps)), 0);
+        EXPECT_TRUE(SameRecords(to.avProps, from.avProps));
         EXPECT_EQ(to.mTime.rtEndTime, 800000);
         EXPECT_EQ(to.mTime.eFFlags, eZrFF_Break | eZrFF_Live);
         EXPECT_EQ(to.cbVideo, nVideo > 0 ? from.cbVideo : 0);
