@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "audio/kernels/channel_row.h"
 #include "audio/sample_convert.h"
 #include "media/aud_props.h"
 
@@ -17,6 +18,7 @@ void Copy(const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbSt
 
 void CopyChannel(size_t _cbSample, const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbStepTo,
                  size_t _nSamples) {
+    if (_cbStepTo == _cbSample) return TakeChannelRow(_cbSample, _pFrom, _cbStepFrom, _pTo, _nSamples);
     switch (_cbSample) {
         case 1: return Copy<1>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);
         case 2: return Copy<2>(_pFrom, _cbStepFrom, _pTo, _cbStepTo, _nSamples);

@@ -31,10 +31,13 @@ void FillRamp(const CHANNEL_RAMP& _ramp, float* _pGains, size_t _nSamples) {
 void SoundGain::FillGains(std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamples) {
     const size_t nChannels = _arrRamps.size();
     const size_t n = _nSamples * nChannels;
-    const bool bOne = std::all_of(_arrRamps.begin(), _arrRamps.end(), [&](const CHANNEL_RAMP& _ramp) {
-        return _ramp.dblStep == 0 && _ramp.dblStart == _arrRamps[0].dblStart;
-    });
-    if (bOne && nFilled >= n && dblFilled == _arrRamps[0].dblStart) return;
+    const bool bSteady =
+        std::all_of(_arrRamps.begin(), _arrRamps.end(), [](const CHANNEL_RAMP& _ramp) { return _ramp.dblStep == 0; });
+    if (bSteady && nFilled >= n && std::equal(_arrRamps.begin(), _arrRamps.end(), arrFilled.begin(), arrFilled.end()))
+        return;
+    const bool bOne = bSteady && std::all_of(_arrRamps.begin(), _arrRamps.end(), [&](const CHANNEL_RAMP& _ramp) {
+                          return _ramp.dblStart == _arrRamps[0].dblStart;
+                      });
     GrowTo(arrGains, n);
     if (bOne) {
         std::fill_n(arrGains.begin(), n, static_cast<float>(_arrRamps[0].dblStart));
@@ -50,8 +53,8 @@ void SoundGain::FillGains(std::span<const CHANNEL_RAMP> _arrRamps, size_t _nSamp
             }
         }
     }
-    dblFilled = _arrRamps[0].dblStart;
-    nFilled = bOne ? n : 0;
+    arrFilled.assign(_arrRamps.begin(), _arrRamps.end());
+    nFilled = bSteady ? n : 0;
 }
 
 void SoundGain::ApplyToRow(int32_t _nBits, uint8_t* _p, size_t _n) {

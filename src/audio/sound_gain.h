@@ -44,8 +44,8 @@ private:
     std::vector<float> arrGains;   // interleaved as the samples are
     std::vector<float> arrFloats;  // the row as floats
     std::vector<uint8_t> arrRow;   // one channel
-    // What arrGains holds, when it is one gain throughout.
-    double dblFilled = 0;
+    // What arrGains holds, when no gain moves.
+    std::vector<CHANNEL_RAMP> arrFilled;
     size_t nFilled = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "audio/kernels/channel_row.h"
 #include "support/row_test.h"
 
 namespace zr {
@@ -44,6 +45,29 @@ TEST(GainRow, AStereoRampIsGainAndSumOnEveryTarget) {
             const double dblGain = dblStep * static_cast<double>(i / 2) + dblStart;
             const int32_t nWanted = At(to.data(), i) + Gained(At(from.data(), i), static_cast<float>(dblGain));
             ASSERT_EQ(At(result.data(), i), std::clamp(nWanted, -32768, 32767)) << i << " of " << dblStart;
+        }
+    });
+}
+
+TEST(ChannelRow, TakesASampleOfEachStepOnEveryTarget) {
+    test::OnEveryTarget(140, [](std::mt19937& _rng, size_t _n, size_t _nSkew) {
+        for (const auto& [cb, cbStep] : {std::pair<size_t, size_t>{1, 2},
+                                         {2, 2},
+                                         {2, 4},
+                                         {2, 8},
+                                         {2, 12},
+                                         {3, 6},
+                                         {4, 4},
+                                         {4, 8},
+                                         {4, 24},
+                                         {2, 0}}) {
+            const Bytes from = test::HarshBytes(_rng, _n == 0 ? 0 : (_n - 1) * cbStep + cb);
+            const test::SourceRow source(from, _nSkew);
+            test::GuardedRow row(_n * cb, _nSkew);
+            TakeChannelRow(cb, source.Get(), cbStep, row.Get(), _n);
+            const Bytes result = row.Take();
+            for (size_t i = 0; i < _n * cb; ++i)
+                ASSERT_EQ(result[i], from[i / cb * cbStep + i % cb]) << i << " of " << cb << " each " << cbStep;
         }
     });
 }

@@ -91,21 +91,47 @@ double WorstAbove(const Points& _points, double _dblKhz) {
     return dblWorst;
 }
 
-bool PlotResponse(const std::string& _folder) {
-    const Points down = Response(48000, 44100, 100, 23990, 61), up = Response(44100, 48000, 100, 22040, 61);
-    for (const double dblPart : {0.5, 0.8, 0.9, 0.95, 1.0}) {
-        const double f = dblPart * 22050;
-        const Points at = Response(48000, 44100, f, f, 1);
-        std::printf("48 to 44.1 kHz at %.2f of half the rate: %.3f dB\n", dblPart, at[0].second);
+// For each pair of rates the same places, as parts of half the lower rate.
+void TellResponse(int32_t _nFrom, int32_t _nTo) {
+    const double dblEdge = std::min(_nFrom, _nTo) / 2.0;
+    std::printf("%6d to %6d:", _nFrom, _nTo);
+    for (const double dblPart : {0.5, 0.8, 0.85, 0.9, 0.95}) {
+        const Points at = Response(_nFrom, _nTo, dblPart * dblEdge, dblPart * dblEdge, 1);
+        std::printf(" %.2f: %.3f", dblPart, at[0].second);
     }
-    std::printf("worst above 1.05 of half the lower rate: %.1f dB\n", WorstAbove(down, 22.05 * 1.05));
+    if (_nFrom > _nTo) {
+        const double dblLast = std::min(3 * dblEdge, _nFrom / 2.0 - 10);
+        std::printf(" worst above 1.05: %.1f, above 1.06: %.1f",
+                    WorstAbove(Response(_nFrom, _nTo, 1.05 * dblEdge, dblLast, dblEdge / 500), 0),
+                    WorstAbove(Response(_nFrom, _nTo, 1.06 * dblEdge, dblLast, dblEdge / 500), 0));
+    }
+    std::printf(" dB\n");
+}
+
+bool PlotResponse(const std::string& _folder) {
+    constexpr std::pair<int32_t, int32_t> arrRates[] = {{44100, 48000}, {48000, 44100},  {96000, 48000},
+                                                        {48000, 16000}, {192000, 48000}, {48000, 8000}};
+    for (const auto& [nFrom, nTo] : arrRates) TellResponse(nFrom, nTo);
+    const Points down = Response(48000, 44100, 100, 23990, 61), up = Response(44100, 48000, 100, 22040, 61);
     PLOT plot{"What comes out for a tone", "kHz", "dB", 0, 24, -120, 0, 2, 20, {}};
     plot.arrCurves = {{"44.1 to 48 kHz", "#1668b0", up}, {"48 to 44.1 kHz", "#c2410c", down}};
     if (!WritePlot(_folder + "/resampler-response.svg", plot)) return false;
     plot.strTitle = "The same, near the edge";
     plot.dblLeft = 16, plot.dblRight = 22, plot.dblBottom = -3, plot.dblTop = 0.5;
     plot.dblStepAcross = plot.dblStepUp = 0.5;
-    return WritePlot(_folder + "/resampler-passband.svg", plot);
+    if (!WritePlot(_folder + "/resampler-passband.svg", plot)) return false;
+    // Rates far apart, side by side on the scale of the output.
+    PLOT far{"Rates far apart", "of half the output's rate", "dB", 0, 2, -120, 0, 0.2, 20, {}};
+    const std::pair<std::pair<int32_t, int32_t>, const char*> arrFar[] = {{{96000, 48000}, "#1668b0"},
+                                                                          {{48000, 16000}, "#c2410c"}};
+    for (const auto& [rates, szColour] : arrFar) {
+        const double dblEdge = rates.second / 2.0;
+        Points points = Response(rates.first, rates.second, dblEdge / 100, 1.99 * dblEdge, dblEdge / 200);
+        for (auto& [x, y] : points) x *= 1000 / dblEdge;
+        const auto Khz = [](int32_t _n) { return std::to_string(_n / 1000); };
+        far.arrCurves.push_back({Khz(rates.first) + " to " + Khz(rates.second) + " kHz", szColour, points});
+    }
+    return WritePlot(_folder + "/resampler-far.svg", far);
 }
 
 bool PlotNoise(const std::string& _folder) {
