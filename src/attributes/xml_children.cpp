@@ -29,9 +29,14 @@ XMLNodeRef XMLNodeBase::FindChildNode(const NameKey& _key, size_t _nOccurrence) 
     return i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];
 }
 
-bool XMLNodeBase::FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const {
+bool XMLNodeBase::FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound, size_t* _pnChildren) const {
     CRWReadScope lock(lockChildren);
+    if (_pnChildren) *_pnChildren = arrChildren.Size();
     bool bAny = false;
+    if (arrChildren.Empty()) {
+        std::fill_n(_pFound, _arrKeys.size(), XMLNodeRef());
+        return false;
+    }
     for (const NameKey& key : _arrKeys) {
         const size_t i = arrChildren.Find(key.nHash);
         *_pFound++ = i == arrChildren.kNone ? XMLNodeRef() : arrChildren[i];

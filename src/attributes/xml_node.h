@@ -118,8 +118,15 @@ public:
     // many at the cost of one.
     template <class F>
     void VisitOwnAttributes(F&& _f) const {
+        VisitOwnAttributes([](std::u16string_view) { return true; }, _f);
+    }
+    // _begin(Tag()) comes first and says whether to go on; the result is what it said.
+    template <class B, class F>
+    bool VisitOwnAttributes(B&& _begin, F&& _f) const {
         CRWReadScope lock(lockAttributes);
+        if (!_begin(Tag_I())) return false;
         for (auto& entry : arrAttributes) _f(entry.nHash, entry.value);
+        return true;
     }
     // False: it is there and _bOverwrite is not set.
     bool SetOwnAttribute(const NameKey& _key, std::u16string_view _text, bool _bOverwrite = true);
@@ -140,8 +147,8 @@ public:
     XMLNodeRef FindSettingNode(const NameKey& _key) const;
     std::vector<XMLNodeRef> ChildNodes() const;
     // Puts the first child of each name into _pFound, as many as there are keys, empty where there is none. Returns
-    // whether there is any.
-    bool FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound) const;
+    // whether there is any. _pnChildren (may be null): how many children there are of all names.
+    bool FindChildNodes(std::span<const NameKey> _arrKeys, XMLNodeRef* _pFound, size_t* _pnChildren = nullptr) const;
     // Children that are neither texts nor hidden; an id hides nobody.
     size_t ElementCount() const;
     XMLNodeRef ElementNodeAt(size_t _i) const;

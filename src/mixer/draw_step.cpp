@@ -18,14 +18,14 @@ namespace {
 
 constexpr NameKey keyForeground{u"foreground"};
 
-// Keeps a record with an element; the object changes only when the record does.
-void KeepProps(CoElement& _element, const NameKey& _key, const ZR_VID_PROPS& _props) {
-    const ZR_VID_PROPS kept = _element.ObjectAs<ZR_VID_PROPS>(_key);
-    if (kept.fccType == _props.fccType && kept.nWidth == _props.nWidth && kept.nHeight == _props.nHeight &&
-        kept.nRowBytes == _props.nRowBytes && kept.eInterlace == _props.eInterlace &&
-        kept.eVideoFormat == _props.eVideoFormat && kept.nAspectX == _props.nAspectX &&
-        kept.nAspectY == _props.nAspectY && kept.dblRate == _props.dblRate)
+// Keeps a record with an element; the object changes only when the record does. _kept: the one that it has.
+void KeepProps(CoElement& _element, const NameKey& _key, const ZR_VID_PROPS& _props, ZR_VID_PROPS& _kept) {
+    if (_kept.fccType == _props.fccType && _kept.nWidth == _props.nWidth && _kept.nHeight == _props.nHeight &&
+        _kept.nRowBytes == _props.nRowBytes && _kept.eInterlace == _props.eInterlace &&
+        _kept.eVideoFormat == _props.eVideoFormat && _kept.nAspectX == _props.nAspectX &&
+        _kept.nAspectY == _props.nAspectY && _kept.dblRate == _props.dblRate)
         return;
+    _kept = _props;
     _element.SetObject(_key, ObjectVal<ZR_VID_PROPS>::Make(_props));
 }
 
@@ -134,10 +134,19 @@ void DrawStep::AddGains() const {
     }
 }
 
-const DRAW_STREAM* DrawStep::FindStream(const VIDEO_TEXTS& _texts) const {
-    if (!_texts.streamID.empty())
-        for (const DRAW_STREAM& stream : streams)
-            if (stream.id == _texts.streamID) return &stream;
+// _pBlock (may be null): of the element; it was found there last.
+const DRAW_STREAM* DrawStep::FindStream(const VIDEO_TEXTS& _texts, ZrVideoBlock* _pBlock) const {
+    if (!_texts.streamID.empty()) {
+        if (_pBlock && _pBlock->walked.nStream < streams.size()) {
+            const DRAW_STREAM& last = streams[_pBlock->walked.nStream];
+            if (last.id == _texts.streamID) return &last;
+        }
+        for (size_t i = 0; i < streams.size(); ++i) {
+            if (streams[i].id != _texts.streamID) continue;
+            if (_pBlock) _pBlock->walked.nStream = i;
+            return &streams[i];
+        }
+    }
     if (_texts.streamIdx.empty() || _texts.streamIdx[0] < u'0' || _texts.streamIdx[0] > u'9') return nullptr;
     const auto n = static_cast<int32_t>(ReadInteger(_texts.streamIdx, 10, INT32_MAX).nValue);
     const auto it = std::find_if(streams.begin(), streams.end(), [n](const DRAW_STREAM& _s) { return _s.nIndex == n; });
@@ -146,26 +155,25 @@ const DRAW_STREAM* DrawStep::FindStream(const VIDEO_TEXTS& _texts) const {
 
 bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context, RECT_F* _pRect) {
     CoElement& element = _video.element;
-    const DRAW_STREAM* const pFound = FindStream(_video.texts);
+    BlockPtr pBlock = element.ObjectAs<BlockPtr>(kVideoBlockKey);
+    const DRAW_STREAM* const pFound = FindStream(_video.texts, pBlock.Get());
     if (!pFound || !pFound->pStream->IsOpen()) {
         DropVideo_I(element);
         return false;
     }
-    const MixerStreamPtr pStream(pFound->pStream);
-    if (element.ObjectAs<MixerStreamPtr>(kMixerStreamKey) != pStream)
-        element.SetObject(kMixerStreamKey, ObjectVal<MixerStreamPtr>::Make(pStream));
-    BlockPtr pBlock = element.ObjectAs<BlockPtr>(kVideoBlockKey);
+    const bool bOther = !pBlock || !pBlock->Shows(pFound->pStream);
+    if (bOther) element.SetObject(kMixerStreamKey, ObjectVal<MixerStreamPtr>::Make(MixerStreamPtr(pFound->pStream)));
     if (!pBlock) {
         pBlock = ZrVideoBlock::Make();
         if (!pBlock) return false;
         element.SetObject(kVideoBlockKey, ObjectVal<BlockPtr>::Make(pBlock));
     }
-    pBlock->Bind(pFound->pStream, pFound->id);
+    if (bOther) pBlock->Bind(pFound->pStream, pFound->id);
     // Drawn in this very frame, and the frames of the streams have been put already.
     if (bLayingOutAgain)
         if (const CAutoObj<IZrFFrame> pLast = pFound->pStream->LastFrame()) pBlock->Offer(*pLast);
-    KeepProps(element, kSrcPropsKey, pFound->pStream->LastVideoProps());
-    KeepProps(element, kMixPropsKey, _context.target_props);
+    KeepProps(element, kSrcPropsKey, pFound->pStream->LastVideoProps(), pBlock->walked.source);
+    KeepProps(element, kMixPropsKey, _context.target_props, pBlock->walked.output);
 
     BLOCK_LAYOUT layout;
     layout.place = _video.place;
@@ -177,8 +185,10 @@ bool DrawStep::CollectVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context
     layout.dblAudioGain = _video.dblAudioGain;
     layout.bCutOffscreen = _video.bHasCut ? _video.bCutOffscreen : bCutOffscreen;
     layout.bForceCaptions = _video.bForceCaptions;
-    if (const uint32_t nToRead = pBlock->SetMasks(_video.texts.mask, _video.texts.screenMask))
-        ReadMasks(pBlock, nToRead);
+    const bool bMasks = !_video.texts.mask.empty() || !_video.texts.screenMask.empty();
+    if (std::exchange(pBlock->walked.bMasks, bMasks) || bMasks)
+        if (const uint32_t nToRead = pBlock->SetMasks(_video.texts.mask, _video.texts.screenMask))
+            ReadMasks(pBlock, nToRead);
     *_pRect = pBlock->Layout(layout);
     arrBlocks.push_back(std::move(pBlock));
     ++_context.blocks_done;
@@ -189,17 +199,17 @@ void DrawStep::DrawVideo_I(const VIDEO_ELEMENT& _video, DrawContext& _context) {
     CoElement& element = _video.element;
     const BlockPtr pBlock = element.ObjectAs<BlockPtr>(kVideoBlockKey);
     if (!pBlock) return;
-    const DRAW_STREAM* const pFound = FindStream(_video.texts);
+    const DRAW_STREAM* const pFound = FindStream(_video.texts, pBlock.Get());
     if (!pFound || !pFound->pStream->IsOpen()) {
         DropVideo_I(element);
         return;
     }
     ++_context.blocks_done;
     // A stream that stands still gives no frame that would bring the picture to its new place.
-    if (pBlock->IsStale())
+    const ZrVideoBlock::eSource eSource = pBlock->Source();
+    if (eSource == ZrVideoBlock::eSource::None) return;
+    if (eSource == ZrVideoBlock::eSource::Stale)
         if (const CAutoObj<IZrFFrame> pLast = pFound->pStream->LastFrame()) pBlock->Offer(*pLast);
-    const ZR_VID_PROPS source = pBlock->SourceProps();
-    if (!PropsValid(&source, true)) return;
     DRAWN& drawn = arrDrawn.emplace_back();
     drawn.pBlock = pBlock;
     drawn.pStream = pFound->pStream;

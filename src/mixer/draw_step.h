@@ -82,7 +82,7 @@ private:
     static bool MakePicture(DRAWN& _drawn, bool _bAtOnce);
     void LayOnCanvas();
     void CollectBlocks(CoElement& _scene, CoElement& _foreground, DrawContext& _context);
-    const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts) const;
+    const DRAW_STREAM* FindStream(const VIDEO_TEXTS& _texts, ZrVideoBlock* _pBlock) const;
     void AddGains() const;
 
     const XMLNodePtr pRoot, pObject;

@@ -193,11 +193,6 @@ BLOCK_STATE ZrVideoBlock::State() const {
     return {map.IsVisible(), layout.bForceCaptions, layout.dblAudioGain, map.IsVisible() ? dblShare : 0};
 }
 
-ZR_VID_PROPS ZrVideoBlock::SourceProps() const {
-    MutexLock lock(mtx);
-    return sourceProps;
-}
-
 // ---- The collect pass
 
 void ZrVideoBlock::LayOut_I() {
@@ -285,10 +280,12 @@ void UpdateBlocks(const ZR_VID_PROPS& _output, const std::vector<BlockPtr>& _arr
 
 // ---- The draw pass
 
-bool ZrVideoBlock::IsStale() const {
+ZrVideoBlock::eSource ZrVideoBlock::Source() const {
     MutexLock lock(mtx);
+    if (!PropsValid(&sourceProps, true)) return eSource::None;
     PICTURE_PLAN planNow;
-    return map.IsVisible() && !pLatest && pPicture && NeedsPicture_I(llPictureID, &planNow) && llPictureID != 0;
+    const bool bMade = map.IsVisible() && !pLatest && pPicture && llPictureID != 0;
+    return bMade && NeedsPicture_I(llPictureID, &planNow) ? eSource::Stale : eSource::Good;
 }
 
 BLOCK_DRAW ZrVideoBlock::ToDraw() {
@@ -302,22 +299,25 @@ BLOCK_DRAW ZrVideoBlock::ToDraw() {
         draw.nPictures = nPictures;
     }
     if (!draw.pFrame) return draw;
-    bool bMake = Succeeded(draw.pFrame->ZrFAllGet(&draw.info));
+    BLOCK_DRAW::MAKING& making = draw.making.emplace();
+    bool bMake = Succeeded(draw.pFrame->ZrFAllGet(&making.info));
     ZrPtr<IZrFFrame> pOldLatest;  // goes outside of the lock
     {
         MutexLock lock(mtx);
-        bMake = bMake && nPictures == draw.nPictures && NeedsPicture_I(draw.info.llVideoID, &draw.plan);
+        bMake = bMake && nPictures == draw.nPictures && NeedsPicture_I(making.info.llVideoID, &making.plan);
         draw.pPicture = pPicture;
         if (bMake) {
-            const int64_t llID = draw.info.llVideoID;
-            draw.bNew = llID == 0 || llID != llDrawnID || !planDrawn.SamePicture(draw.plan);
+            const int64_t llID = making.info.llVideoID;
+            draw.bNew = llID == 0 || llID != llDrawnID || !planDrawn.SamePicture(making.plan);
             llDrawnID = llID;
-            planDrawn = draw.plan;
+            planDrawn = making.plan;
         } else if (pLatest == draw.pFrame) {
             pOldLatest = std::move(pLatest);
         }
     }
-    if (!bMake) draw.pFrame.Reset();
+    if (bMake) return draw;
+    draw.pFrame.Reset();
+    draw.making.reset();
     return draw;
 }
 
@@ -333,12 +333,12 @@ bool ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw, bool _bAtOnce) {
             _draw.pFrame.Reset();
             return true;
         }
-        _draw.plan.nMasks = nMasks;  // what has come since then
-        _draw.plan.bHasMask = HasMask_I();
+        _draw.making->plan.nMasks = nMasks;  // what has come since then
+        _draw.making->plan.bHasMask = HasMask_I();
     }
     CAutoObj<BlockPicture> pNew;
     const eMake eHow = !_bAtOnce ? eMake::Whole : _draw.bNew ? eMake::Rows : eMake::Reference;
-    const HRESULT hr = Make_I(*_draw.pFrame, _draw.info, _draw.plan, eHow, &pNew);
+    const HRESULT hr = Make_I(*_draw.pFrame, _draw.making->info, _draw.making->plan, eHow, &pNew);
     if (hr == ZR_E_RETRY) return false;
     const ZrPtr<IZrFFrame> pFrame = std::move(_draw.pFrame);
     ZrPtr<IZrFFrame> pOldLatest;
@@ -350,7 +350,7 @@ bool ZrVideoBlock::MakePicture(BLOCK_DRAW& _draw, bool _bAtOnce) {
             if (bRows)
                 pNew = std::move(pPicture);  // of an older frame
             else
-                Show_I(pNew, _draw.info, _draw.plan);
+                Show_I(pNew, _draw.making->info, _draw.making->plan);
         }
         if (!bRows && pLatest == pFrame) pOldLatest = std::move(pLatest);
     }

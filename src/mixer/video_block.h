@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,10 +43,13 @@ struct BLOCK_STATE {
 struct BLOCK_DRAW {
     RECT_F rect;                      // of the whole block, in output pixels
     CAutoObj<BlockPicture> pPicture;  // empty: there is none, or nobody sees it
-    ZrPtr<IZrFFrame> pFrame;          // not null: the picture is to be made first, of this and by what follows
-    ZRF_FRAME_INFO info;
-    PICTURE_PLAN plan;
-    bool bNew = false;  // not the frame that was drawn the last time
+    ZrPtr<IZrFFrame> pFrame;          // not null: the picture is to be made first, of this
+    struct MAKING {
+        ZRF_FRAME_INFO info;
+        PICTURE_PLAN plan;
+    };
+    std::optional<MAKING> making;  // by what; there while there is a frame
+    bool bNew = false;             // not the frame that was drawn the last time
     uint32_t nPictures = 0;
 };
 
@@ -83,8 +87,6 @@ public:
     // handed back ends after it.
     [[nodiscard]] BLOCK_DROPPED DropPicture();
     BLOCK_STATE State() const;
-    // The record of the last frame; all zero before the first.
-    ZR_VID_PROPS SourceProps() const;
 
     // --- The collect pass
 
@@ -97,6 +99,13 @@ public:
     // Reads the file of a name that SetMasks has returned. Until then a block that has shown nothing yet shows nothing.
     void ReadMask(bool _bScreen);
 
+    // What the walk remembers with the block; mix thread only.
+    struct {
+        bool bMasks = false;              // names of masks were set
+        size_t nStream = 0;               // where the stream of its element stood last
+        ZR_VID_PROPS source{}, output{};  // that its element keeps
+    } walked;
+
     // --- What is seen; see UpdateBlocks
 
     // _bFirst: it is the top-most. _bCutOverlapped: an opaque block hides what is under it all the way.
@@ -104,8 +113,9 @@ public:
 
     // --- The draw pass
 
-    // Its picture is of another place or crop than the block has now.
-    bool IsStale() const;
+    // None: no picture has come. Stale: that of the block is of another place or crop than it has now.
+    enum class eSource : uint8_t { None, Good, Stale };
+    eSource Source() const;
     // What to lay, before the block gets its next layout.
     BLOCK_DRAW ToDraw();
     // Makes what _draw lays of its frame; any thread. A new picture that has to be scaled is not worth keeping: it is

@@ -70,9 +70,10 @@ struct PARTS {
     XMLNodeRef pTarget;
     XMLNodeRef pFromAdd;
     double dblProgress = 0;
+    size_t nChildren = 0;
 
     PARTS(CoElement& _element, double _dblNow) : pTarget(&_element) {
-        if (!_element.FindChildNodes(arrParts, arr)) return;
+        if (!_element.FindChildNodes(arrParts, arr, &nChildren)) return;
         for (size_t i = 0; i < kParts; ++i)
             if (arr[i] && !arr[i]->HasTag(arrParts[i])) arr[i] = XMLNodeRef(_element.Setting(arrParts[i]).Get());
         dblProgress = Progress(arr[kFrom].Get(), _dblNow);
@@ -230,7 +231,7 @@ bool ElementValues::SIDE::Take(uint64_t _nHash, AttrValue& _value) {
     const std::optional<eTimed> e = TimedByHash(_nHash);
     if (!e) return false;
     const size_t i = static_cast<size_t>(*e);
-    if (i == kGain && !SaysNumber(_value)) return true;
+    if (i == kGain && !SaysNumber(_value)) return bNoGain = true;
     arr[i] = i == kShow ? (_value.As<bool>() ? 1.0 : 0.0) : _value.As<double>();
     if (std::isfinite(arr[i])) nPresent |= 1u << i;
     return true;
@@ -242,7 +243,9 @@ void ElementValues::SIDE::Read(const XMLNodeBase& _node) {
 
 void ElementValues::Resolve(CoElement& _element, SIDE& _own, double _dblNow, const MOTION& _motion) {
     nPresent = _own.nPresent;
+    bNoGain = _own.bNoGain;
     const PARTS parts(_element, _dblNow);
+    bHasChildren = parts.nChildren > 0;
     if (parts.arr[kHide]) _own.Read(*parts.arr[kHide]);
     if (!parts.arr[kFrom] && !parts.arr[kAdd] && !parts.arr[kVary]) {
         for (size_t i = 0; i < kTimedNames; ++i) arrValues[i] = _own.Get(i).value_or(arrNames[i].dblFallback);

@@ -43,31 +43,36 @@ public:
     // _dblNow: stream time in seconds; below 0 the last time that was seen, without the oscillation of "vary". Keeps
     // the time in the element's change. Any thread.
     ElementValues(CoElement& _element, double _dblNow, const MOTION& _motion)
-        : ElementValues(_element, _dblNow, _motion, [](uint64_t, AttrValue&) {}) {}
-    // _other(hash of the name, AttrValue&): receives the own attributes that are none of these, with the attribute lock
-    // of the element held.
-    template <class F>
-    ElementValues(CoElement& _element, double _dblNow, const MOTION& _motion, F&& _other) {
+        : ElementValues(
+              _element, _dblNow, _motion, [](std::u16string_view) { return true; }, [](uint64_t, AttrValue&) {}) {}
+    // _begin(tag): false, and nothing else is read. _other(hash of the name, AttrValue&): receives the own attributes
+    // that are none of these. Both are called with the attribute lock of the element held.
+    template <class B, class F>
+    ElementValues(CoElement& _element, double _dblNow, const MOTION& _motion, B&& _begin, F&& _other) {
         SIDE own;
-        _element.VisitOwnAttributes([&](uint64_t _nHash, AttrValue& _value) {
+        const bool bWanted = _element.VisitOwnAttributes(_begin, [&](uint64_t _nHash, AttrValue& _value) {
             if (!own.Take(_nHash, _value)) _other(_nHash, _value);
         });
-        Resolve(_element, own, _dblNow, _motion);
+        if (bWanted) Resolve(_element, own, _dblNow, _motion);
     }
 
     double operator[](eTimed _e) const { return arrValues[static_cast<size_t>(_e)]; }
-    // The element says so itself, or the node that stands for it. Of "audio_gain": and it is a number.
+    // The element says so itself. Of "audio_gain": and it is a number.
     bool Has(eTimed _e) const { return (nPresent >> static_cast<unsigned>(_e) & 1) != 0; }
+    // Its "audio_gain" is no number.
+    bool HasNoGain() const { return bNoGain; }
     bool Shown() const { return (*this)[eTimed::Show] != 0; }
     // The place of the change that is under way, 0 to 1; above 1 it is over and EndChange is due. Without one 0.
     double Progress() const { return dblProgress; }
     bool IsChanging() const { return bChanging; }
+    bool HasChildren() const { return bHasChildren; }
 
 private:
     // What one node says: of the names that it has.
     struct SIDE {
         double arr[kTimedNames];
         uint32_t nPresent = 0;
+        bool bNoGain = false;
 
         bool Take(uint64_t _nHash, AttrValue& _value);
         void Read(const XMLNodeBase& _node);
@@ -81,6 +86,8 @@ private:
     double dblProgress = 0;
     uint32_t nPresent = 0;
     bool bChanging = false;
+    bool bHasChildren = false;
+    bool bNoGain = false;
 };
 
 // --- The parts that this is made of

@@ -119,14 +119,22 @@ void SceneWalk::WalkChildren(CoElement& _element, const RECT_F& _parent, double 
 // What an element says besides its numbers.
 struct SceneWalk::TEXTS {
     SceneWalk& walk;
-    bool bVideo;
+    const int32_t nTypeOfClone;
     PLACE_INPUT& place;
-    POSITION& spos;
     bool& bHasCut;
     bool& bCut;
     bool& bForceCaptions;
-    bool& bRemove;
+    int32_t nType = kUnknown;
+    bool bVideo = false;
+    bool bRemove = false;
+    POSITION spos{};
 
+    bool Begin(std::u16string_view _tag) {
+        nType = TypeOf(TypeHashOf(_tag));
+        if (nTypeOfClone != kUnknown && nType < 0) nType = nTypeOfClone;
+        bVideo = nType == kVideo;
+        return nType != kSetting;
+    }
     void operator()(uint64_t _nHash, AttrValue& _value) {
         if (_nHash == keyPos.nHash)
             place.position = ReadPosition(_value.Text());
@@ -153,27 +161,23 @@ struct SceneWalk::TEXTS {
 };
 
 HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t _nTypeOfClone) {
-    int32_t nType = TypeOf(_element.TypeHash());
-    if (_nTypeOfClone != kUnknown && nType < 0) nType = _nTypeOfClone;
-    if (nType == kSetting) return S_OK;
     DrawContext& context = *pContext;
-    const bool bVideo = nType == kVideo;
-    if (bVideo)
-        for (std::u16string* p :
-             {&texts.streamID, &texts.streamIdx, &texts.mask, &texts.screenMask, &texts.borders, &texts.bordersColour})
-            p->clear();
+    for (std::u16string* p :
+         {&texts.streamID, &texts.streamIdx, &texts.mask, &texts.screenMask, &texts.borders, &texts.bordersColour})
+        p->clear();
     VIDEO_ELEMENT item{_element, texts, {}, *_visit.pParent, *_visit.pCursor, {0, 0, 1, 1}};
-    POSITION crop;
-    bool bRemove = false;
-    TEXTS other{*this, bVideo, item.place, crop, item.bHasCut, item.bCutOffscreen, item.bForceCaptions, bRemove};
-    const ElementValues values(_element, context.now, context.motion, other);
+    TEXTS other{*this, _nTypeOfClone, item.place, item.bHasCut, item.bCutOffscreen, item.bForceCaptions};
+    const ElementValues values(
+        _element, context.now, context.motion, [&](std::u16string_view _tag) { return other.Begin(_tag); }, other);
+    const int32_t nType = other.nType;
+    if (nType == kSetting) return S_OK;
 
     if (values.Progress() > 1) {
-        const bool bGone = EndOfChange(_element, bRemove, !_visit.bOutgoing) == kRemoveElement;
+        const bool bGone = EndOfChange(_element, other.bRemove, !_visit.bOutgoing) == kRemoveElement;
         if (bGone) return kRemoveElement;
     }
     if (!values.Shown()) {
-        const bool bGone = bRemove && !(values.IsChanging() && values.Progress() <= 1);
+        const bool bGone = other.bRemove && !(values.IsChanging() && values.Progress() <= 1);
         if (bGone) {
             DropBelow(_element, _visit.nDepth, true);
             return kRemoveElement;
@@ -197,13 +201,13 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
     item.place.bHasHeight = values.Has(eTimed::H);
     RECT_F rect;
     bool bPlaced = false;
-    if (bVideo) {
+    if (other.bVideo) {
         item.place.dblSw = values[eTimed::Sw];
         item.place.dblSh = values[eTimed::Sh];
-        item.crop = PlaceCrop(values[eTimed::Sx], values[eTimed::Sy], values[eTimed::Sw], values[eTimed::Sh], crop);
+        item.crop =
+            PlaceCrop(values[eTimed::Sx], values[eTimed::Sy], values[eTimed::Sw], values[eTimed::Sh], other.spos);
         // A gain that is no number says nothing; none at all is 0 dB.
-        if (values.Has(eTimed::AudioGain) || !_element.HasOwnAttribute(TimedName(eTimed::AudioGain).key))
-            item.dblAudioGain = LinearOfDb(values[eTimed::AudioGain]);
+        if (!values.HasNoGain()) item.dblAudioGain = LinearOfDb(values[eTimed::AudioGain]);
         if (context.bDraw)
             video.DrawVideo(item, context);
         else
@@ -213,8 +217,7 @@ HRESULT SceneWalk::DrawElement(CoElement& _element, const VISIT& _visit, int32_t
     if (!context.bDraw) Note(_element, rect, item.crop);
     RECT_F cursorOfClone = *_visit.pCursor;
     *_visit.pCursor = rect;
-    const size_t nChildren = _element.ChildCount();
-    if (nChildren > 0) {
+    if (values.HasChildren()) {
         WalkChildren(_element, rect, item.dblAlpha, _visit.nDepth + 1, _visit.bOutgoing);
         VISIT visitClone = _visit;
         visitClone.pCursor = &cursorOfClone;
