@@ -172,6 +172,11 @@ int64_t ZrAudioBuffer2::Fill() const {
     return AudUsable(props) ? ring.Count() : 0;
 }
 
+int64_t ZrAudioBuffer2::Size() const {
+    MutexLock lock(mtx);
+    return AudUsable(props) ? ring.Room() : 0;
+}
+
 int64_t ZrAudioBuffer2::Duration() const {
     MutexLock lock(mtx);
     return AudUsable(props) ? ring.Count() * kTicksPerSecond / props.nSamplesPerSec : 0;

@@ -34,8 +34,9 @@ public:
     // Takes up to _nSamples of each channel, the oldest ones, to _p (null: drops them). Returns how many.
     int64_t GetAudio(uint8_t* _p, int64_t _nSamples);
 
-    // What it holds, in samples of each channel and in ticks.
+    // What it holds, in samples of each channel and in ticks, and what there is room for.
     int64_t Fill() const;
+    int64_t Size() const;
     int64_t Duration() const;
     // Empties it; with _bResetFormat it has no format either. Returns how many samples it held.
     int64_t Clear(bool _bResetFormat);

@@ -21,6 +21,7 @@ public:
         nHead = nTail = 0;
     }
     int64_t Count() const { return static_cast<int64_t>((nTail - nHead) / cbSample); }
+    int64_t Room() const { return static_cast<int64_t>(arrBytes.size() / cbSample); }  // in all
 
     // Null appends silence.
     void Append(const uint8_t* _p, int64_t _nSamples) {

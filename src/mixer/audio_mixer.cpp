@@ -76,7 +76,7 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     }
     nSamples = std::min<int64_t>(nSamples, std::numeric_limits<int32_t>::max());
     if (nSamples <= 0) {
-        DropBackground();
+        _arrStreams.empty() ? Reset() : DropBackground();
         return S_FALSE;
     }
     if (const HRESULT hr = _frame.ZrFAudioAlloc(&_output, static_cast<int32_t>(nSamples)); Failed(hr)) return hr;

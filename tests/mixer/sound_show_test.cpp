@@ -357,8 +357,10 @@ TEST_P(SoundShowTest, NothingThatChangesOnAirClicks) {
     ASSERT_EQ(pItem.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pTrack.Out()), S_OK);
     Change("a track switched off", 0, [&] { pTrack->TrackModeSet(eZrAT_Disabled, 0, 0); });
     Change("on", kLevel, [&] { pTrack->TrackModeSet(eZrAT_Enabled, 0, 0); });
+    Change("another order of the stream", 0, [&] { pTrack->TrackChannelOrderSet(1, 0, 1); });
+    Change("its own order", kLevel, [&] { pTrack->TrackChannelOrderSet(1, 0, 0); });
     ASSERT_EQ(pMixer.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pOut.Out()), S_OK);
-    Change("another order", 0, [&] { pOut->TrackChannelOrderSet(1, 0, 1); });
+    Change("another order of the output", 0, [&] { pOut->TrackChannelOrderSet(1, 0, 1); });
     Change("its own", kLevel, [&] { pOut->TrackChannelOrderSet(1, 0, 0); });
     const auto pKeys = pOut.As<IZrProps>();
     pKeys->PropsSet(u"compressor::threshold_db", u"-40");
