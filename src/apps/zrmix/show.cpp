@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/config_kinds.h"
@@ -44,16 +45,23 @@ std::vector<std::string> IdsOf(int32_t _nCount, const GetId& _getId) {
     return arrIds;
 }
 
-// By its id, at any depth.
-zr::ZrPtr<zr::IZrElement> FindBelow(zr::IZrElements* _pParent, const std::string& _id, int _nDepth) {
-    zr::ZrPtr<zr::IZrElement> pFound;
-    if (zr::Succeeded(_pParent->ElementsGetByID(ToText(_id).Get(), pFound.Out()))) return pFound;
-    int32_t nCount = 0;
-    if (_nDepth >= kMostDepth || zr::Failed(_pParent->ElementsGetCount(&nCount))) return {};
-    for (int32_t i = 0; i < nCount; ++i) {
-        zr::ZrPtr<zr::IZrElement> pChild;
-        if (zr::Failed(_pParent->ElementsGetByIndex(i, pChild.Out()))) continue;
-        if (auto p = FindBelow(pChild.As<zr::IZrElements>().Get(), _id, _nDepth + 1)) return p;
+// By its id, at any depth: of two that have it the one further up.
+zr::ZrPtr<zr::IZrElement> FindBelow(const zr::ZrPtr<zr::IZrElements>& _pTop, const std::string& _id) {
+    const zr::Text id = ToText(_id);
+    std::vector<zr::ZrPtr<zr::IZrElements>> arrLevel{_pTop}, arrNext;
+    for (int nDepth = 0; nDepth < kMostDepth && !arrLevel.empty(); ++nDepth) {
+        zr::ZrPtr<zr::IZrElement> pFound;
+        for (const auto& pParent : arrLevel)
+            if (zr::Succeeded(pParent->ElementsGetByID(id.Get(), pFound.Out()))) return pFound;
+        arrNext.clear();
+        for (const auto& pParent : arrLevel) {
+            int32_t nCount = 0;
+            pParent->ElementsGetCount(&nCount);
+            for (int32_t i = 0; i < nCount; ++i)
+                if (zr::Succeeded(pParent->ElementsGetByIndex(i, pFound.Out())))
+                    arrNext.push_back(pFound.As<zr::IZrElements>());
+        }
+        std::swap(arrLevel, arrNext);
     }
     return {};
 }
@@ -263,12 +271,12 @@ zr::ZrPtr<zr::IZrElement> FindElement(zr::IUnknown* _pMixer, const std::string& 
     const auto pScenes = zr::QueryAs<zr::IZrScenes>(_pMixer);
     zr::ZrPtr<zr::IZrElements> pScene;
     if (zr::Succeeded(pScenes->ScenesActiveGet(nullptr, nullptr, pScene.Out())) && pScene)
-        if (auto p = FindBelow(pScene.Get(), _id, 0)) return p;
+        if (auto p = FindBelow(pScene, _id)) return p;
     int32_t nCount = 0;
     pScenes->ScenesGetCount(&nCount);
     for (int32_t i = 0; i < nCount; ++i) {
         if (zr::Failed(pScenes->ScenesGetByIndex(i, nullptr, pScene.Out()))) continue;
-        if (auto p = FindBelow(pScene.Get(), _id, 0)) return p;
+        if (auto p = FindBelow(pScene, _id)) return p;
     }
     return {};
 }
