@@ -10,6 +10,8 @@
 namespace zr {
 namespace {
 
+constexpr size_t kBytesOf16 = 2;
+
 void Hold(float _fValue, bool* _pbHeld, float* _pfPeak) {
     *_pfPeak = *_pbHeld ? std::max(*_pfPeak, _fValue) : _fValue;
     *_pbHeld = true;
@@ -50,13 +52,36 @@ const void* ChannelMeters::Gather(int32_t _nBits, const uint8_t* _pFirst, size_t
     return _nBits == 16 || _nBits == -32 ? static_cast<const void*>(_pFirst) : arrFloats.data();
 }
 
+// Two channels that lie side by side, and are wanted for their levels alone.
+bool ChannelMeters::IsPair(int32_t _nBits, std::span<const uint8_t* const> _arrChannels) const {
+    return _nBits == 16 && !pLoudness && _arrChannels.size() > 1 && _arrChannels[0] &&
+           _arrChannels[1] == _arrChannels[0] + kBytesOf16;
+}
+
+void ChannelMeters::MeasurePair(int32_t _nRate, size_t _nFirst, const uint8_t* _pFirst, size_t _cbStep,
+                                size_t _nSamples) {
+    constexpr size_t cbPair = 2 * kBytesOf16;
+    if (_cbStep != cbPair || reinterpret_cast<uintptr_t>(_pFirst) % kBytesOf16 != 0) {
+        CopyChannel(cbPair, _pFirst, _cbStep, arrPacked.data(), cbPair, _nSamples);
+        _pFirst = arrPacked.data();
+    }
+    auto* const pFirst = static_cast<IPPMeter16s*>(arrMeters[_nFirst].get());
+    auto* const pSecond = static_cast<IPPMeter16s*>(arrMeters[_nFirst + 1].get());
+    IPPMeter16s::ProcessPair(_pFirst, _nSamples, _nRate, pFirst, pSecond);
+    arrLevels[_nFirst] = {pFirst->RMS(), pFirst->VU()};
+    arrLevels[_nFirst + 1] = {pSecond->RMS(), pSecond->VU()};
+}
+
 HRESULT ChannelMeters::Measure_I(const ZR_AUD_PROPS& _props, std::span<const uint8_t* const> _arrChannels,
                                  size_t _cbStep, size_t _nSamples) {
     const size_t nChannels = _arrChannels.size();
     const HRESULT hr = Prepare(_props.nBitsPerSample, nChannels, _nSamples);
     if (Failed(hr)) return hr;
     for (size_t c = 0; c < nChannels; ++c) {
-        if (_arrChannels[c]) {
+        if (IsPair(_props.nBitsPerSample, _arrChannels.subspan(c))) {
+            MeasurePair(_props.nSamplesPerSec, c, _arrChannels[c], _cbStep, _nSamples);
+            ++c;
+        } else if (_arrChannels[c]) {
             const void* p = Gather(_props.nBitsPerSample, _arrChannels[c], _cbStep, _nSamples);
             arrMeters[c]->Process(p, _nSamples, _props.nSamplesPerSec, &arrLevels[c].fRMS, nullptr, &arrLevels[c].fVU);
             if (!pLoudness) continue;

@@ -43,6 +43,8 @@ public:
 private:
     // Brings one channel's samples into arrPacked or, as floats, arrFloats; returns them as the meter wants them.
     const void* Gather(int32_t _nBits, const uint8_t* _pFirst, size_t _cbStep, size_t _nSamples);
+    bool IsPair(int32_t _nBits, std::span<const uint8_t* const> _arrChannels) const;
+    void MeasurePair(int32_t _nRate, size_t _nFirst, const uint8_t* _pFirst, size_t _cbStep, size_t _nSamples);
     HRESULT Prepare(int32_t _nBits, size_t _nChannels, size_t _nSamples);
     HRESULT Measure_I(const ZR_AUD_PROPS& _props, std::span<const uint8_t* const> _arrChannels, size_t _cbStep,
                       size_t _nSamples);
@@ -56,7 +58,7 @@ private:
     bool b16Bit = false;  // which kind those are
     std::array<LEVELS, kMaxChannels> arrLevels{};
     std::unique_ptr<LoudnessMeter> pLoudness;  // null: off
-    std::vector<uint8_t> arrPacked;            // the block of one channel
+    std::vector<uint8_t> arrPacked;            // the block of one channel, or of two of 16 bits
     std::vector<float> arrFloats;              // the same
     std::vector<float> arrInterleaved;         // the block of all channels, for the loudness
 

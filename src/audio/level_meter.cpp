@@ -4,8 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "audio/kernels/level_row.h"
-
 namespace zr {
 namespace {
 
@@ -69,6 +67,8 @@ float IPPMeterBase::RMS() const {
 
 float IPPMeterBase::Peak() const { return Decibels(dblPeak); }
 
+float IPPMeterBase::VU() const { return Decibels(needle.Level()); }
+
 void IPPMeterBase::Start(int32_t _nRate, size_t _nSamples) {
     needle.SetRate(_nRate);
     if (_nSamples == 0) return;
@@ -87,23 +87,43 @@ void IPPMeterBase::Add(size_t _nSamples, double _dblSquares, double _dblPeak, do
 void IPPMeterBase::Finish(float* _pfRMS, float* _pfPeak, float* _pfVU) const {
     if (_pfRMS) *_pfRMS = RMS();
     if (_pfPeak) *_pfPeak = Peak();
-    if (_pfVU) *_pfVU = Decibels(needle.Level());
+    if (_pfVU) *_pfVU = VU();
+}
+
+void IPPMeter16s::AddRow(size_t _nSamples, const LEVEL_SUMS_16& _sums) {
+    constexpr double kFull = 32767;
+    Add(_nSamples, static_cast<double>(_sums.nSquares) / (kFull * kFull), _sums.nPeak / kFull, _sums.fFirst / kFull,
+        _sums.fSecond / kFull);
 }
 
 void IPPMeter16s::Process(const void* _pSamples, size_t _nSamples, int32_t _nRate, float* _pfRMS, float* _pfPeak,
                           float* _pfVU) {
-    constexpr double kFull = 32767;
     const auto* pSamples = static_cast<const int16_t*>(_pSamples);
     Start(_nRate, _nSamples);
     for (size_t x = 0; x < _nSamples;) {
         const size_t n = std::min(_nSamples - x, VuNeedle::kMost);
         LEVEL_SUMS_16 sums;
         LevelRow16s(pSamples + x, needle.LevelWeights(n), needle.SpeedWeights(n), n, &sums);
-        Add(n, static_cast<double>(sums.nSquares) / (kFull * kFull), sums.nPeak / kFull, sums.fFirst / kFull,
-            sums.fSecond / kFull);
+        AddRow(n, sums);
         x += n;
     }
     Finish(_pfRMS, _pfPeak, _pfVU);
+}
+
+void IPPMeter16s::ProcessPair(const void* _pSamples, size_t _nSamples, int32_t _nRate, IPPMeter16s* _pFirst,
+                              IPPMeter16s* _pSecond) {
+    const auto* pSamples = static_cast<const int16_t*>(_pSamples);
+    _pFirst->Start(_nRate, _nSamples);
+    _pSecond->Start(_nRate, _nSamples);
+    const VuNeedle& needle = _pFirst->needle;  // both have the weights of the rate
+    for (size_t x = 0; x < _nSamples;) {
+        const size_t n = std::min(_nSamples - x, VuNeedle::kMost);
+        LEVEL_SUMS_16 arrSums[2];
+        LevelRowStereo16s(pSamples + 2 * x, needle.LevelWeights(n), needle.SpeedWeights(n), n, arrSums);
+        _pFirst->AddRow(n, arrSums[0]);
+        _pSecond->AddRow(n, arrSums[1]);
+        x += n;
+    }
 }
 
 void IPPMeter32f::Process(const void* _pSamples, size_t _nSamples, int32_t _nRate, float* _pfRMS, float* _pfPeak,

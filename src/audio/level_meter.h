@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "audio/kernels/level_row.h"
+
 namespace zr {
 
 // The needle of a VU meter: a low-pass of second order over the rectified samples that reaches 99 % of a steady level
@@ -49,6 +51,7 @@ public:
     // Of the last block.
     virtual float RMS() const;
     virtual float Peak() const;
+    float VU() const;  // behind it
 
 protected:
     void Start(int32_t _nRate, size_t _nSamples);
@@ -68,6 +71,13 @@ class IPPMeter16s final : public IPPMeterBase {
 public:
     void Process(const void* _pSamples, size_t _nSamples, int32_t _nRate, float* _pfRMS, float* _pfPeak,
                  float* _pfVU) override;
+    // The same for two channels side by side, in less time than one after the other; levels by RMS(), Peak() and VU().
+    // Any alignment.
+    static void ProcessPair(const void* _pSamples, size_t _nSamples, int32_t _nRate, IPPMeter16s* _pFirst,
+                            IPPMeter16s* _pSecond);
+
+private:
+    void AddRow(size_t _nSamples, const LEVEL_SUMS_16& _sums);
 };
 
 // Samples are float, full scale 1.

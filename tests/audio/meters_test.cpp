@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -79,6 +80,17 @@ TEST(LevelRow, IsTheSameSumsOnEveryTarget) {
         EXPECT_EQ(sums.fPeak, fPeak);
         EXPECT_EQ(sums16.nPeak, nPeak);
         EXPECT_EQ(sums16.nSquares, nSquares);
+        std::vector<int16_t> arrStereo(2 * _n);
+        for (size_t i = 0; i < _n; ++i) {
+            arrStereo[2 * i] = p16[i];
+            arrStereo[2 * i + 1] = p16[_n - 1 - i];
+        }
+        std::vector<int16_t> arrBackward(p16, p16 + _n);
+        std::reverse(arrBackward.begin(), arrBackward.end());
+        LEVEL_SUMS_16 arrBoth[2], arrWanted[2] = {sums16, {}};
+        LevelRow16s(arrBackward.data(), pFirst, pSecond, _n, &arrWanted[1]);
+        LevelRowStereo16s(arrStereo.data(), pFirst, pSecond, _n, arrBoth);
+        for (const int c : {0, 1}) EXPECT_EQ(arrBoth[c], arrWanted[c]) << c;
     });
 }
 

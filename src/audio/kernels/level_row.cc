@@ -25,42 +25,72 @@ HWY_INLINE float Fold(float* p) {
 
 #if HWY_TARGET != HWY_SCALAR
 
-using D = vec::CappedTag<float, 4>;  // two of these make the eight sums, whatever the machine has
-constexpr D d4;
+// The eight sums are one vector of these, or two on machines of 128 bits, which go over the row once for each.
+using D = vec::CappedTag<float, kSums>;
+constexpr D d;
 constexpr vec::Rebind<int32_t, D> di;
 using V = vec::Vec<D>;
+using VI = vec::Vec<decltype(di)>;
 
 HWY_INLINE void AddProducts(V a, V b, V& sum) { sum = vec::Add(sum, vec::Mul(a, b)); }
 
-HWY_INLINE void StorePair(V lower, V upper, float* p) {
-    vec::StoreU(lower, d4, p);
-    vec::StoreU(upper, d4, p + 4);
+// The squares are summed by their lower 16 and upper 15 bits, for 64 steps.
+HWY_INLINE void AddMagnitudes(VI magnitude, V w1, V w2, V& first, V& second, VI& peak, VI& lower, VI& upper) {
+    const VI square = vec::Mul(magnitude, magnitude);
+    lower = vec::Add(lower, vec::And(square, vec::Set(di, 0xFFFF)));
+    upper = vec::Add(upper, vec::ShiftRight<16>(square));
+    peak = vec::Max(peak, magnitude);
+    const V f = vec::ConvertTo(d, magnitude);
+    AddProducts(f, w1, first);
+    AddProducts(f, w2, second);
 }
 
 #endif
+
+// A channel of 16 bits: what vectors have summed up, and the rest of the samples.
+struct CHANNEL_16 {
+    float arrFirst[kSums] = {}, arrSecond[kSums] = {};
+    uint64_t nSquares = 0;
+    int32_t nPeak = 0;
+#if HWY_TARGET != HWY_SCALAR
+    HWY_INLINE void Store(size_t part, V first, V second, VI peak, VI lower, VI upper) {
+        vec::StoreU(first, d, arrFirst + part);
+        vec::StoreU(second, d, arrSecond + part);
+        nPeak = std::max(nPeak, vec::GetLane(vec::MaxOfLanes(di, peak)));
+        nSquares += static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, lower))) +
+                    (uint64_t{static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, upper)))} << 16);
+    }
+#endif
+    HWY_INLINE void Add(int16_t sample, float w1, float w2, size_t x) {
+        const int32_t nMagnitude = std::abs(int32_t{sample});
+        const auto f = static_cast<float>(nMagnitude);
+        nSquares += static_cast<uint32_t>(nMagnitude * nMagnitude);
+        arrFirst[x % kSums] += f * w1;
+        arrSecond[x % kSums] += f * w2;
+        nPeak = std::max(nPeak, nMagnitude);
+    }
+    LEVEL_SUMS_16 Sums() { return {nSquares, nPeak, Fold(arrFirst), Fold(arrSecond)}; }
+};
 
 void LevelRow32fImpl(const float* src, const float* w1, const float* w2, size_t n, LEVEL_SUMS* sums) {
     float arrSquares[kSums] = {}, arrFirst[kSums] = {}, arrSecond[kSums] = {};
     float fPeak = 0;
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    if (n >= kSums) {
-        V sqLo = vec::Zero(d4), sqHi = sqLo, firstLo = sqLo, firstHi = sqLo, secondLo = sqLo, secondHi = sqLo;
-        V peak = sqLo;
-        for (; n - x >= kSums; x += kSums) {
-            const V lo = vec::Abs(vec::LoadU(d4, src + x)), hi = vec::Abs(vec::LoadU(d4, src + x + 4));
-            AddProducts(lo, lo, sqLo);
-            AddProducts(hi, hi, sqHi);
-            AddProducts(lo, vec::LoadU(d4, w1 + x), firstLo);
-            AddProducts(hi, vec::LoadU(d4, w1 + x + 4), firstHi);
-            AddProducts(lo, vec::LoadU(d4, w2 + x), secondLo);
-            AddProducts(hi, vec::LoadU(d4, w2 + x + 4), secondHi);
-            peak = vec::Max(vec::Max(lo, hi), peak);
+    x = n - n % kSums;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
+        V squares = vec::Zero(d), first = squares, second = squares, peak = squares;
+        for (size_t i = part; i < x; i += kSums) {
+            const V f = vec::Abs(vec::LoadU(d, src + i));
+            AddProducts(f, f, squares);
+            AddProducts(f, vec::LoadU(d, w1 + i), first);
+            AddProducts(f, vec::LoadU(d, w2 + i), second);
+            peak = vec::Max(f, peak);
         }
-        StorePair(sqLo, sqHi, arrSquares);
-        StorePair(firstLo, firstHi, arrFirst);
-        StorePair(secondLo, secondHi, arrSecond);
-        fPeak = vec::GetLane(vec::MaxOfLanes(d4, peak));
+        vec::StoreU(squares, d, arrSquares + part);
+        vec::StoreU(first, d, arrFirst + part);
+        vec::StoreU(second, d, arrSecond + part);
+        fPeak = std::max(fPeak, vec::GetLane(vec::MaxOfLanes(d, peak)));
     }
 #endif
     for (; x < n; ++x) {
@@ -74,45 +104,51 @@ void LevelRow32fImpl(const float* src, const float* w1, const float* w2, size_t 
 }
 
 void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_t n, LEVEL_SUMS_16* sums) {
-    float arrFirst[kSums] = {}, arrSecond[kSums] = {};
-    uint64_t nSquares = 0;
-    int32_t nPeak = 0;
+    CHANNEL_16 channel;
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    if (n >= kSums) {
-        const vec::Rebind<int16_t, D> d16;
-        const auto low16 = vec::Set(di, 0xFFFF);
-        V firstLo = vec::Zero(d4), firstHi = firstLo, secondLo = firstLo, secondHi = firstLo;
-        auto peak = vec::Zero(di), lower = peak, upper = peak;  // of the squares: 16 and 15 bits, for 64 steps
-        for (; n - x >= kSums; x += kSums) {
-            const auto lo = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + x)));
-            const auto hi = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + x + 4)));
-            const auto sqLo = vec::Mul(lo, lo), sqHi = vec::Mul(hi, hi);
-            lower = vec::Add(lower, vec::Add(vec::And(sqLo, low16), vec::And(sqHi, low16)));
-            upper = vec::Add(upper, vec::Add(vec::ShiftRight<16>(sqLo), vec::ShiftRight<16>(sqHi)));
-            peak = vec::Max(peak, vec::Max(lo, hi));
-            const V fLo = vec::ConvertTo(d4, lo), fHi = vec::ConvertTo(d4, hi);
-            AddProducts(fLo, vec::LoadU(d4, w1 + x), firstLo);
-            AddProducts(fHi, vec::LoadU(d4, w1 + x + 4), firstHi);
-            AddProducts(fLo, vec::LoadU(d4, w2 + x), secondLo);
-            AddProducts(fHi, vec::LoadU(d4, w2 + x + 4), secondHi);
+    const vec::Rebind<int16_t, D> d16;
+    x = n - n % kSums;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
+        V first = vec::Zero(d), second = first;
+        VI peak = vec::Zero(di), lower = peak, upper = peak;
+        for (size_t i = part; i < x; i += kSums) {
+            const VI magnitude = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + i)));
+            AddMagnitudes(magnitude, vec::LoadU(d, w1 + i), vec::LoadU(d, w2 + i), first, second, peak, lower, upper);
         }
-        StorePair(firstLo, firstHi, arrFirst);
-        StorePair(secondLo, secondHi, arrSecond);
-        nPeak = vec::GetLane(vec::MaxOfLanes(di, peak));
-        nSquares = static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, lower))) +
-                   (uint64_t{static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, upper)))} << 16);
+        channel.Store(part, first, second, peak, lower, upper);
+    }
+#endif
+    for (; x < n; ++x) channel.Add(src[x], w1[x], w2[x], x);
+    *sums = channel.Sums();
+}
+
+void LevelRowStereo16sImpl(const int16_t* src, const float* w1, const float* w2, size_t n, LEVEL_SUMS_16* sums) {
+    CHANNEL_16 left, right;
+    size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const vec::Repartition<int16_t, decltype(di)> d16;
+    x = n - n % kSums;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
+        V first1 = vec::Zero(d), first2 = first1, second1 = first1, second2 = first1;
+        VI peak1 = vec::Zero(di), peak2 = peak1, lower1 = peak1, lower2 = peak1, upper1 = peak1, upper2 = peak1;
+        for (size_t i = part; i < x; i += kSums) {
+            const VI both = vec::BitCast(di, vec::LoadU(d16, src + 2 * i));  // little endian: left is below
+            const V a = vec::LoadU(d, w1 + i), b = vec::LoadU(d, w2 + i);
+            const VI l = vec::ShiftRight<16>(vec::ShiftLeft<16>(both)), r = vec::ShiftRight<16>(both);
+            AddMagnitudes(vec::Abs(l), a, b, first1, second1, peak1, lower1, upper1);
+            AddMagnitudes(vec::Abs(r), a, b, first2, second2, peak2, lower2, upper2);
+        }
+        left.Store(part, first1, second1, peak1, lower1, upper1);
+        right.Store(part, first2, second2, peak2, lower2, upper2);
     }
 #endif
     for (; x < n; ++x) {
-        const int32_t nMagnitude = std::abs(int32_t{src[x]});
-        const auto f = static_cast<float>(nMagnitude);
-        nSquares += static_cast<uint32_t>(nMagnitude * nMagnitude);
-        arrFirst[x % kSums] += f * w1[x];
-        arrSecond[x % kSums] += f * w2[x];
-        nPeak = std::max(nPeak, nMagnitude);
+        left.Add(src[2 * x], w1[x], w2[x], x);
+        right.Add(src[2 * x + 1], w1[x], w2[x], x);
     }
-    *sums = {nSquares, nPeak, Fold(arrFirst), Fold(arrSecond)};
+    sums[0] = left.Sums();
+    sums[1] = right.Sums();
 }
 
 template <class DT>
@@ -159,6 +195,12 @@ HWY_EXPORT(LevelRow16sImpl);
 void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
                  LEVEL_SUMS_16* _pSums) {
     HWY_DYNAMIC_DISPATCH(LevelRow16sImpl)(_pSrc, _pFirst, _pSecond, _nSamples, _pSums);
+}
+
+HWY_EXPORT(LevelRowStereo16sImpl);
+void LevelRowStereo16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
+                       LEVEL_SUMS_16* _pSums) {
+    HWY_DYNAMIC_DISPATCH(LevelRowStereo16sImpl)(_pSrc, _pFirst, _pSecond, _nSamples, _pSums);
 }
 
 HWY_EXPORT(TruePeakRowImpl);

@@ -18,11 +18,15 @@ struct LEVEL_SUMS_16 {
     uint64_t nSquares = 0;          // exact
     int32_t nPeak = 0;              // up to 32768
     float fFirst = 0, fSecond = 0;  // of float(magnitude) times weight
+    bool operator==(const LEVEL_SUMS_16&) const = default;
 };
 
 void LevelRow32f(const float* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples, LEVEL_SUMS* _pSums);
 void LevelRow16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
                  LEVEL_SUMS_16* _pSums);
+// The same for two channels side by side, _nSamples each; _pSums: two records.
+void LevelRowStereo16s(const int16_t* _pSrc, const float* _pFirst, const float* _pSecond, size_t _nSamples,
+                       LEVEL_SUMS_16* _pSums);
 
 // Taps of one interpolated place between two samples.
 inline constexpr size_t kTruePeakTaps = 16;
