@@ -7,6 +7,8 @@ namespace {
 
 constexpr PROP_KEY arrFileKeys[] = {
     BoolKey(u"izraudio.enabled", true, "Run the audio engine: tracks, gains and processors work on every frame."),
+    BoolKey(u"izraudio.loudness", false,
+            "Measure loudness, quasi-peak and true peak of each audio track that goes out; its levels have them."),
     BoolKey(u"external_access", true, "Other processes can find this object and take its output."),
     IntKey(
         u"active_frc", 1,

@@ -8,8 +8,10 @@ namespace {
 constexpr PROP_KEY arrMixerKeys[] = {
     BoolKey(u"izraudio.enabled", true,
             "Run the audio engine: tracks, gains and processors work on every output frame."),
-    BoolKey(u"izraudio.loudness", false,
-            "Measure loudness, quasi-peak and true peak of the output audio; the levels are in each frame."),
+    BoolKey(
+        u"izraudio.loudness", false,
+        "Measure loudness, quasi-peak and true peak of the output audio and of each track that goes out; the levels "
+        "are in each frame."),
     StringKey(u"statistics.extended", u"stat", "Name of the node that the statistics are published under."),
     BoolKey(u"elements.show_last_frame", true,
             "An element keeps the last picture of a stream that has no new one, or that was removed."),

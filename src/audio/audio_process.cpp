@@ -70,7 +70,7 @@ void AudioTracks::Plan_I(int64_t _nSamples) {
     for (STEP& step : arrSteps) {
         if (!step.look.bValid) continue;
         const double dblGain = step.look.eMode == eZrAT_Mix_Exclusive ? 1 : step.look.dblAddGain;
-        const bool bMeasure = eLevels == Levels::kAlways || step.pTrack->IsSeen();
+        const bool bMeasure = eLevels == Levels::kAlways || bLoudness || step.pTrack->IsSeen();
         if (bMeasure) {
             step.pTrack->sound.LevelsOut().LoudnessSet(bLoudness);
         }
@@ -176,7 +176,7 @@ bool AudioTracks::Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted) {
     bool bNew = false;
     {
         const CRWReadScope scope(lock);
-        bNew = bChanged || !AudSame(props, input);
+        bNew = !AudSame(props, input);
     }
     if (bNew) {
         const CRWWriteScope scope(lock, "Audio_Process(UpdateTracks_I)");

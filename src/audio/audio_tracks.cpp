@@ -25,6 +25,13 @@ void AudioTracks::SetUp(XMLNodeBase& _audio, int32_t _nTracks, int32_t _nChannel
     Inputs_I();
 }
 
+void AudioTracks::OnKey(std::u16string_view _name, const XMLNodeBase& _keys) {
+    constexpr std::u16string_view kTracks = u"default_tracks", kChannels = u"channels_per_track";
+    const std::u16string_view own = _name.substr(_name.rfind(u':') + 1);  // all of it when there is no path
+    if (EqualNoCase(own, kTracks)) AudioTracksSetCount_I(_keys.AttributeOr(kTracks, int32_t{0}));
+    if (EqualNoCase(own, kChannels)) AudioChannelsPerTrackSet_I(_keys.AttributeOr(kChannels, int32_t{0}));
+}
+
 void AudioTracks::Reset() {
     const CRWWriteScope scope(lock, "AudioTracks(Reset)");
     props = {};
@@ -77,7 +84,6 @@ void AudioTracks::MakeTracks_I(int32_t _nCount) {
 
 void AudioTracks::UpdateTracks_I(const ZR_AUD_PROPS& _props) {
     props = _props;
-    bChanged = false;
     sizes = Sizes_I(_props);
     MakeTracks_I(static_cast<int32_t>(sizes.size()));
     Inputs_I();
@@ -126,19 +132,23 @@ HRESULT AudioTracks::AudioSplitStringSet_I(const char16_t* _bsSplitString) {
     const ChannelList wanted = ParseTrackSplit(TextArgument(_bsSplitString));
     if (wanted.empty() && !TextArgument(_bsSplitString).empty()) return E_INVALIDARG;
     bTouched.store(true, std::memory_order_relaxed);
-    const CRWWriteScope scope(lock, "AudioSplitStringSet");
-    split = TrackSplitText(wanted);
-    bChanged = true;
-    return S_OK;
+    return InterfaceCall([&] {
+        const CRWWriteScope scope(lock, "AudioSplitStringSet");
+        split = TrackSplitText(wanted);
+        UpdateTracks_I(ZR_AUD_PROPS(props));
+        return S_OK;
+    });
 }
 
 HRESULT AudioTracks::AudioTracksSetCount_I(int32_t _nTracks) {
     if (_nTracks < 0 || _nTracks > kMostTracks) return E_INVALIDARG;
-    const CRWWriteScope scope(lock, "AudioTracksSetCount");
-    nDefaultTracks = _nTracks;
-    MakeTracks_I(_nTracks);
-    Inputs_I();
-    return S_OK;
+    return InterfaceCall([&] {
+        const CRWWriteScope scope(lock, "AudioTracksSetCount");
+        MakeTracks_I(_nTracks);
+        nDefaultTracks = _nTracks;
+        Inputs_I();
+        return S_OK;
+    });
 }
 
 HRESULT AudioTracks::AudioTracksGetCount_I(int32_t* _pnTracks) {

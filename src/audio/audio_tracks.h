@@ -29,7 +29,9 @@ public:
 
     // The node that the tracks' own nodes are to stand in. Once, before any other call.
     void SetUp(XMLNodeBase& _audio, int32_t _nTracks, int32_t _nChannelsPerTrack);
-    // Whether loudness is measured with the levels. Audio thread.
+    // Takes "default_tracks" and "channels_per_track" over when _name is one of them; _keys: of the object. Any thread.
+    void OnKey(std::u16string_view _name, const XMLNodeBase& _keys);
+    // Whether loudness is measured of all that goes out, from now on. Audio thread.
     void LoudnessSet(bool _bOn) { bLoudness = _bOn; }
 
     // --- Audio thread
@@ -43,13 +45,15 @@ public:
     bool Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted = nullptr);
     // What came in with the last block, before the gains, channel by channel.
     void AppendLevelsIn(ZR_AUDIO_LOUDNESS* _pAll);
-    // No host has touched the tracks: sound would go through as it is, and need not.
-    bool IsUntouched() const { return !bTouched.load(std::memory_order_relaxed); }
+    // Sound would go through as it is and nobody wants to know its levels: it need not go through.
+    bool IsIdle() const { return IsUntouched() && !bLoudness; }
     // The format is forgotten; settings stay.
     void Reset();
 
     // --- Any thread
 
+    // No host has touched the tracks.
+    bool IsUntouched() const { return !bTouched.load(std::memory_order_relaxed); }
     // Gains in dB, each for all channels of a track, the first one first; at once. What is no number leaves its track.
     void GainsSet(std::span<const double> _arrDb);
     // The settings as "track_split", "channels_per_track" and a node "track" for each track that has any.
@@ -104,8 +108,7 @@ private:
 
     // Read through a whole block; written for what the list itself is.
     mutable CRWSynchroLiteRW lock{lock_order::kAudioTracks};
-    ZR_AUD_PROPS props ZR_GUARDED_BY(lock);     // of the input
-    bool bChanged ZR_GUARDED_BY(lock) = false;  // the tracks are to be made anew for it
+    ZR_AUD_PROPS props ZR_GUARDED_BY(lock);  // of the input
     std::vector<TrackPtr> arrReal ZR_GUARDED_BY(lock);
     std::vector<TrackPtr> arrVirtual ZR_GUARDED_BY(lock);
     ChannelList sizes ZR_GUARDED_BY(lock);           // channels of the tracks that the input has

@@ -23,10 +23,10 @@ void AppendNumber(std::u16string& _text, double _dbl) {
 
 // A number for each channel: one when all are the same, else as many as differ from what a new track has.
 template <class VALUE, class IS_NEW>
-void SaveList(XMLNodeBase& _node, std::u16string_view _key, const VALUE& _value, const IS_NEW& _isNew) {
+void SaveList(XMLNodeBase& _node, std::u16string_view _key, size_t _nMost, const VALUE& _value, const IS_NEW& _isNew) {
     size_t nCount = 0;
     bool bAll = true;
-    for (size_t c = 0; c < kMaxTrackChannels; ++c) {
+    for (size_t c = 0; c < _nMost; ++c) {
         if (!_isNew(c)) nCount = c + 1;
         bAll &= _value(c) == _value(0);
     }
@@ -42,18 +42,18 @@ void SaveList(XMLNodeBase& _node, std::u16string_view _key, const VALUE& _value,
 
 // Calls _take(channel, number) for a list, of which a single number counts for all channels.
 template <class TAKE>
-void LoadList(const XMLNodeBase& _node, std::u16string_view _key, const TAKE& _take) {
+void LoadList(const XMLNodeBase& _node, std::u16string_view _key, size_t _nMost, const TAKE& _take) {
     std::u16string text;
     std::vector<double> arrNumbers;
     if (!_node.GetAttribute(_key, text)) return;
     ReadGains(text, &arrNumbers);
-    if (arrNumbers.size() == 1) arrNumbers.resize(kMaxTrackChannels, arrNumbers[0]);
-    for (size_t c = 0; c < std::min<size_t>(arrNumbers.size(), kMaxTrackChannels); ++c) _take(c, arrNumbers[c]);
+    if (arrNumbers.size() == 1) arrNumbers.resize(_nMost, arrNumbers[0]);
+    for (size_t c = 0; c < std::min(arrNumbers.size(), _nMost); ++c) _take(c, arrNumbers[c]);
 }
 
 // The places of channels.
 void LoadOrder(const XMLNodeBase& _node, std::u16string_view _key, PerChannel<int32_t>* _parr) {
-    LoadList(_node, _key, [&](size_t _c, double _dbl) {
+    LoadList(_node, _key, kMaxTrackChannels, [&](size_t _c, double _dbl) {
         if (_dbl >= 0 && _dbl < kMaxTrackChannels) (*_parr)[_c] = static_cast<int32_t>(_dbl);
     });
 }
@@ -77,17 +77,17 @@ void CCoZrTrack::Save(XMLNodeBase& _node) const {
     if (nOutputsSet > 0) _node.SetAttribute(u"channels", nOutputsSet);
     const auto SaveOrder = [&](std::u16string_view _key, const PerChannel<int32_t>& _arr) {
         SaveList(
-            _node, _key, [&](size_t _c) { return _arr[_c]; },
+            _node, _key, kMaxTrackChannels, [&](size_t _c) { return _arr[_c]; },
             [&](size_t _c) { return _arr[_c] == static_cast<int32_t>(_c); });
     };
     SaveOrder(u"input_channels", arrInput);
     SaveOrder(u"output_channels", arrOutput);
     const auto* const pGains = &arrGains;  // under the lock all through
     SaveList(
-        _node, u"gain", [&](size_t _c) { return DbOfLinear((*pGains)[_c].Gain()); },
+        _node, u"gain", pGains->size(), [&](size_t _c) { return DbOfLinear((*pGains)[_c].Gain()); },
         [&](size_t _c) { return (*pGains)[_c].Gain() == 1; });
     SaveList(
-        _node, u"mute", [&](size_t _c) { return (*pGains)[_c].IsMuted(); },
+        _node, u"mute", pGains->size(), [&](size_t _c) { return (*pGains)[_c].IsMuted(); },
         [&](size_t _c) { return !(*pGains)[_c].IsMuted(); });
     for (const std::u16string_view name : arrEffects) {
         if (const XMLNodeRef pEffect = props.Root()->FindChildNode(NameKey(name)))
@@ -111,8 +111,9 @@ void CCoZrTrack::Load(const XMLNodeBase& _node) {
     LoadOrder(_node, u"input_channels", &arrInput);
     LoadOrder(_node, u"output_channels", &arrOutput);
     auto* const pGains = &arrGains;  // under the lock all through
-    LoadList(_node, u"gain", [&](size_t _c, double _dbl) { (*pGains)[_c].Set(LinearOfDb(_dbl), 0, 0); });
-    LoadList(_node, u"mute", [&](size_t _c, double _dbl) { (*pGains)[_c].MuteSet(_dbl != 0, 0, 0); });
+    LoadList(_node, u"gain", pGains->size(),
+             [&](size_t _c, double _dbl) { (*pGains)[_c].Set(LinearOfDb(_dbl), 0, 0); });
+    LoadList(_node, u"mute", pGains->size(), [&](size_t _c, double _dbl) { (*pGains)[_c].MuteSet(_dbl != 0, 0, 0); });
     bNatural = IsNatural_I();
 }
 
@@ -173,8 +174,7 @@ void AudioTracks::Load(const XMLNodeBase& _audio) {
         MakeTracks_I(nIndex + 1);
         arrReal[static_cast<size_t>(nIndex)]->Load(*pNode);
     }
-    bChanged = true;
-    Inputs_I();
+    UpdateTracks_I(ZR_AUD_PROPS(props));
 }
 
 }  // namespace zr

@@ -37,7 +37,7 @@ uint32_t CCoZrTrack::Release() {
 }
 
 void CCoZrTrack::ResetChannel_I(size_t _nChannel) {
-    arrGains[_nChannel] = {};
+    arrGains[_nChannel] = arrGains[kToCome];
     arrInput[_nChannel] = arrOutput[_nChannel] = static_cast<int32_t>(_nChannel);
 }
 
@@ -86,6 +86,7 @@ TRACK_BLOCK CCoZrTrack::NextBlock(int64_t _nSamples, int32_t _nAddTo, double _db
     TRACK_BLOCK block;
     MutexLock lock(mtx);
     for (size_t c = 0; c < kMaxTrackChannels; ++c) block.arrRamps[c] = arrGains[c].NextBlock(_nSamples);
+    arrGains[kToCome].NextBlock(_nSamples);
     block.arrInput = arrInput;
     block.arrOutput = arrOutput;
     block.bNatural = bNatural;

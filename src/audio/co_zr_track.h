@@ -114,7 +114,9 @@ private:
     std::atomic<int32_t> nFirstOutput{-1};
 
     mutable Mutex mtx{lock_order::kAudioTrack};
-    PerChannel<ChannelGain> arrGains ZR_GUARDED_BY(mtx);
+    // Of each channel, and behind them of those that are still to come: what was last set for all.
+    static constexpr size_t kToCome = kMaxTrackChannels;
+    std::array<ChannelGain, kMaxTrackChannels + 1> arrGains ZR_GUARDED_BY(mtx);
     PerChannel<int32_t> arrInput ZR_GUARDED_BY(mtx);
     PerChannel<int32_t> arrOutput ZR_GUARDED_BY(mtx);
     bool bNatural ZR_GUARDED_BY(mtx) = true;

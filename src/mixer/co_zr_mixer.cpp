@@ -59,12 +59,8 @@ void CCoZrMixer::OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nCha
 }
 
 void CCoZrMixer::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
-    const XMLNodePtr& pObject = props.Object();
-    if (EqualNoCase(_name, u"object::default_tracks"))
-        core.tracks.AudioTracksSetCount_I(pObject->AttributeOr(u"default_tracks", 0));
-    if (EqualNoCase(_name, u"object::channels_per_track"))
-        core.tracks.AudioChannelsPerTrackSet_I(pObject->AttributeOr(u"channels_per_track", 0));
-    core.cycle.OnKeys();
+    core.tracks.OnKey(_name, *props.Object());
+    if (StreamMix::IsKey(_name)) core.cycle.OnKeys();
 }
 
 HRESULT CCoZrMixer::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "attributes/item_keys.h"
 #include "mixer/format_xml.h"
 #include "platform/trace.h"
 #include "platform/wide_text.h"
@@ -60,11 +61,9 @@ void ForgetKeys(CCoZrItem& _item, XMLNodeBase& _node) {
     std::u16string strName;
     for (size_t i = 0; _item.Node()->AttributeAt(i, &strName, nullptr); ++i) arrNames.push_back(strName);
     for (const std::u16string& name : arrNames) {
-        const bool bOn = EqualNoCase(name, u"video") || EqualNoCase(name, u"audio");
-        const bool bOff = EqualNoCase(name, u"master") || EqualNoCase(name, u"drop_frames");
         if (EqualNoCase(name, kStreamId) || (pKeys && pKeys->HasAttribute(name))) continue;
-        if (bOn || bOff)
-            _item.PropsSet(name.c_str(), bOn ? u"true" : u"false");
+        if (const PROP_KEY* const pKey = MadeItemKey(name))
+            _item.PropsSet(name.c_str(), pKey->nDefault ? u"true" : u"false");
         else
             _item.Node()->RemoveAttribute(name);
     }

@@ -41,7 +41,18 @@ void StreamMix::ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const 
     const ChannelList chosen = ParseChannelList(StreamKey(_streamId, kChannels, *_item.Node(), _mixer));
     bRerouted |= !std::equal(chosen.begin(), chosen.end(), channels.begin(), channels.end());
     channels = chosen;
+    const bool bRuns = _item.Node()->AttributeOr(u"izraudio.enabled", true);
+    bRerouted |= bRuns != std::exchange(bEnabled, bRuns);
+    pTracks->LoudnessSet(bEnabled && _item.Node()->AttributeOr(u"izraudio.loudness", false));
     ReadGains_I(_streamId, _item, _mixer);
+}
+
+bool StreamMix::IsKey(std::u16string_view _name) {
+    constexpr std::u16string_view kCommon = u"audio_";
+    static_assert(kGain.starts_with(kCommon) && kChannels.starts_with(kCommon));
+    for (size_t n = 0; n + kCommon.size() <= _name.size(); ++n)
+        if (EqualNoCase(_name.substr(n, kCommon.size()), kCommon)) return true;
+    return _name.empty();
 }
 
 // Only what is new: gains that a host has set on the tracks themselves stay.
@@ -88,7 +99,7 @@ bool StreamMix::Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bB
     bool bWhole = true, bTracks = false;
     if (_pBlock->nSamples > 0) {
         if (!channels.empty()) Choose(_pBlock);
-        if (pTracks && !pTracks->IsUntouched()) pTracks->Process(_pBlock, &bTracks);
+        if (pTracks && bEnabled && !pTracks->IsIdle()) pTracks->Process(_pBlock, &bTracks);
         if (_pBlock->p) {
             bWhole = layout.Map(_output, _pBlock);
         } else {

@@ -18,10 +18,12 @@ namespace zr {
 class StreamMix {
 public:
     // Reads the stream's keys "audio_channels" and "audio_gain" when something has been set on the item or the mixer
-    // since the last call. "<stream>.audio_gain" of the mixer comes before the item's own; "audio_gain.1" is that of
-    // the second track; a text that is no number names another key of the item. _nMixerKeys: counts what has been set
-    // on the mixer; _mixer: its keys.
+    // since the last call; also "izraudio.enabled" and "izraudio.loudness" of the item. "<stream>.audio_gain" of the
+    // mixer comes before the item's own; "audio_gain.1" is that of the second track; a text that is no number names
+    // another key of the item. _nMixerKeys: counts what has been set on the mixer; _mixer: its keys.
     void ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer, uint32_t _nMixerKeys);
+    // Whether a key of the mixer, by its name with its path, is one of those; an empty name may be.
+    static bool IsKey(std::u16string_view _name);
     // Chooses the channels, runs the tracks of the item that was last here, brings it into the layout of the output,
     // and smooths it where it begins, ends, or does not go on from the block before (_bBroken). What is to be heard may
     // then be more than the stream had, up to _nSamples; it may be in memory that lasts until the next call. False: a
@@ -47,6 +49,7 @@ private:
     void End(const ZR_AUD_PROPS& _output, int64_t _nSamples, SOUND_BLOCK* _pBlock);
 
     std::shared_ptr<AudioTracks> pTracks;  // of the item whose keys have been read; they outlive it here
+    bool bEnabled = true;
     uint32_t nItemRead = 0, nMixerRead = 0;
     std::u16string gainText;  // that the tracks have been set to
     size_t nGainsSet = 0;     // tracks that it spoke of

@@ -45,7 +45,8 @@ void CCoZrFile::OnThreadPriority(std::u16string_view _priority) {
     control.Pump().SetPriority(ThreadPriorityFromText(_priority));
 }
 
-void CCoZrFile::OnKeyChanged(std::u16string_view, std::u16string_view, const std::u16string*) {
+void CCoZrFile::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
+    tracks.OnKey(_name, *props.Object());
     control.Pump().OnKeys();
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "attributes/interface_call.h"
+#include "attributes/item_keys.h"
 #include "platform/class_registry.h"
 #include "zr/class_ids.h"
 
@@ -40,10 +41,8 @@ ZrPtr<CCoZrItem> CCoZrItem::Make(IUnknown* _pSource, std::u16string_view _path, 
                                  ItemPlace _ePlace) try {
     XMLNodePtr pNode = CoXMLNode::Create(u"item");
     if (_ePlace == ItemPlace::kMixer) {
-        pNode->SetAttribute(u"video", true);
-        pNode->SetAttribute(u"audio", true);
-        pNode->SetAttribute(u"drop_frames", false);
-        pNode->SetAttribute(u"master", false);
+        for (const PROP_KEY& key : ItemKeys())
+            if (key.bRegistered) pNode->SetAttribute(key.szName, key.nDefault != 0);
     }
     for (const char16_t* szNode : {u"file", u"device", u"object"}) pNode->AddNode(szNode);
     const std::u16string_view path = _path.empty() ? u"External" : _path;

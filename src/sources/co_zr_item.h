@@ -162,7 +162,8 @@ private:
     // Keys of the source are its own: "object::..." goes there.
     HRESULT OnHostedSet(std::u16string_view _name, std::u16string_view _value) override;
     HRESULT OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) override;
-    void OnKeyChanged(std::u16string_view, std::u16string_view, const std::u16string*) override {
+    void OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) override {
+        pTracks->OnKey(_name, *props.Root());
         nKeysSet.fetch_add(1, std::memory_order_release);
     }
     HRESULT AddBreak(double _dblTime, ZrPtr<CCoZrItem> _pItem, IZrItem** _ppBreakItem);

@@ -430,7 +430,9 @@ bool FilePump::WaitForPull() {
 // What goes out, through the tracks and by the keys; the frame that is held keeps the sound that it came with.
 ZrPtr<IZrFFrame> FilePump::ShapeSound(const ZrPtr<IZrFFrame>& _pFrame) {
     const XMLNodePtr& pObject = parts.props.Object();
-    const bool bTracks = !parts.tracks.IsUntouched() && pObject->AttributeOr(u"izraudio.enabled", true);
+    const bool bEnabled = pObject->AttributeOr(u"izraudio.enabled", true);
+    parts.tracks.LoudnessSet(bEnabled && pObject->AttributeOr(u"izraudio.loudness", false));
+    const bool bTracks = bEnabled && !parts.tracks.IsIdle();
     const bool bKeys = audioKeys.IsDue(*pObject);
     ZrPtr<IZrFFrame> pOut;
     if (!bTracks && !bKeys) return _pFrame;

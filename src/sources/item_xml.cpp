@@ -7,6 +7,7 @@
 #include "attributes/attribute_line.h"
 #include "attributes/file_keys.h"
 #include "attributes/interface_call.h"
+#include "attributes/item_keys.h"
 #include "attributes/name_path.h"
 #include "attributes/xml_file.h"
 #include "platform/class_registry.h"
@@ -42,9 +43,8 @@ struct OwnText {
 
 // The keys with which a mixer makes its items, as they are when nobody sets them.
 bool IsMade(std::u16string_view _name, std::u16string_view _value) {
-    if (EqualNoCase(_name, u"video") || EqualNoCase(_name, u"audio")) return ReadBool(_value);
-    if (EqualNoCase(_name, u"master") || EqualNoCase(_name, u"drop_frames")) return !ReadBool(_value);
-    return false;
+    const PROP_KEY* const pKey = MadeItemKey(_name);
+    return pKey && ReadBool(_value) == (pKey->nDefault != 0);
 }
 
 // What else may stand in a text, or would not come back from one as the same, is no key: a quote in a name, once

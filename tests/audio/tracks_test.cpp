@@ -14,6 +14,7 @@
 #include "attributes/co_xml_node.h"
 #include "audio/audio_tracks.h"
 #include "support/allocation_count.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -268,6 +269,10 @@ TEST(Tracks, OrdersAddedTracksAndChannelCounts) {
     EXPECT_EQ(show.tracks.AudioSplitStringSet_I(u"1,1"), S_OK);
     EXPECT_EQ(show.tracks.AudioTrackRemove_I(pAdded.Get()), S_OK);
     pFirst->TrackChannelsSet(0);
+    BSTR bsSplit = nullptr;
+    EXPECT_EQ(show.tracks.AudioSplitStringGet_I(&bsSplit, nullptr), S_OK);
+    EXPECT_STREQ(ToUtf8(bsSplit).c_str(), "1,1,4") << "at once";
+    SysFreeString(bsSplit);
     EXPECT_EQ(Row(), (Values{200, 0, 300, 400, 500, 600}));
 
     int32_t nOrder = 0;
@@ -276,6 +281,36 @@ TEST(Tracks, OrdersAddedTracksAndChannelCounts) {
     EXPECT_EQ(pFirst->TrackChannelOrderSet(0, 0, 32), ZR_E_BAD_INDEX);
     EXPECT_EQ(pFirst->TrackChannelOrderGet(1, 32, &nOrder), ZR_E_BAD_INDEX);
     EXPECT_EQ(show.tracks.AudioTrackGetByIndex_I(3, nullptr, pAdded.Out()), ZR_E_BAD_INDEX);
+}
+
+// A gain or a mute of all channels counts for those that come later too, also of tracks that were saved; one of a
+// single channel does not.
+TEST(Tracks, WhatIsSetForAllCountsForChannelsToCome) {
+    for (const bool bSaved : {false, true}) {
+        Show show(1, 16), again(1, 16);
+        Show& heard = bSaved ? again : show;
+        show.Wave = again.Wave = [](int64_t, size_t) { return 1000.; };
+        show.Next(10);
+        const TrackPtr pTrack = show.Track(0);
+        const auto Level = [&](int32_t _nChannels) {
+            heard.props.nChannels = _nChannels;
+            return heard.Next(10).back()[9];
+        };
+        const auto Save = [&] {
+            const XMLNodePtr pNode = CoXMLNode::Create(u"audio");
+            show.tracks.Save(*pNode);
+            again.tracks.Load(*pNode);
+        };
+        pTrack->TrackGainSet(-1, -20, 0);
+        pTrack->TrackGainSet(0, 0, 0);
+        if (bSaved) Save();
+        EXPECT_EQ(Level(1), 1000);
+        EXPECT_EQ(Level(6), 100);
+        heard.Track(0)->TrackMuteSet(-1, 1, 0);
+        EXPECT_EQ(Level(8), 0);
+        heard.Track(0)->TrackMuteSet(-1, 0, 0);
+        EXPECT_EQ(Level(9), 100);
+    }
 }
 
 // A sine through changes of everything that has a ramp never steps further than sine and ramp do.
@@ -369,6 +404,19 @@ TEST(Tracks, LevelsAroundTheGains) {
     ASSERT_EQ(pTrack->TrackLoudnessGet(&in, &out), S_OK);
     EXPECT_NEAR(in.arrRMS[0], 0, 0.01);
     EXPECT_NEAR(out.arrRMS[1], -20, 0.01);
+    EXPECT_EQ(out.arrEBUMode_I, ZR_AUDIO_TRACK_LOUDNESS().arrEBUMode_I) << "not asked for";
+    // With loudness tracks are measured whoever looks at them.
+    AudioTracks quiet(AudioTracks::Levels::kOnDemand);
+    quiet.LoudnessSet(true);
+    EXPECT_FALSE(quiet.IsIdle());
+    for (int n = 0; n < 50; ++n) {
+        show.Next(960);
+        quiet.Process(&show.block);
+    }
+    TrackPtr pQuiet;
+    ASSERT_EQ(quiet.AudioTrackGetByIndex_I(0, nullptr, pQuiet.Out()), S_OK);
+    pQuiet->TrackLoudnessGet(nullptr, &out);
+    EXPECT_NEAR(out.arrEBUMode_I, -23, 0.1);  // a tone of 1 kHz on one channel, 20 dB below full scale
 }
 
 TEST(Tracks, SteadySoundAllocatesNothing) {

@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "framework/object_commands.h"
 #include "sources/co_zr_file.h"
 #include "sources/item_xml.h"
 #include "zr/utf8.h"
@@ -107,6 +108,26 @@ TEST(Item, CommandRunsOnItsTargetOrOnTheSourceGiven) {
         EXPECT_EQ(pCommand->ItemCommandSet(u"", u"", nullptr), E_INVALIDARG);
     }
     EXPECT_EQ(pA->ItemCommandSet(u"start", u"", nullptr), E_UNEXPECTED);
+}
+
+// Before any sound came: a host sets them up in advance.
+TEST(Item, HasTracksByItsKeys) {
+    const auto pItem = MakePlaying(u"red", u"");
+    int32_t nTracks = 0, nChannels = 0;
+    EXPECT_EQ(pItem->AudioTracksGetCount(&nTracks), S_OK);
+    EXPECT_EQ(nTracks, 1);
+    pItem->PropsSet(u"default_tracks", u"3");
+    pItem->PropsSet(u"channels_per_track", u"2");
+    pItem->AudioTracksGetCount(&nTracks);
+    pItem->AudioChannelsPerTrackGet(&nChannels);
+    EXPECT_EQ(nTracks, 3);
+    EXPECT_EQ(nChannels, 2);
+    EXPECT_EQ(ExecuteObjectCommand(static_cast<IZrItem*>(pItem.Get()), u"audio gain=-6", u"", nullptr), S_OK);
+    ZrPtr<IZrAudioTrack> pTrack;
+    double dblGain = 0;
+    ASSERT_EQ(pItem->AudioTrackGetByIndex(2, nullptr, pTrack.Out()), S_OK);
+    pTrack->TrackGainGet(31, &dblGain);
+    EXPECT_NEAR(dblGain, -6, 1e-9);
 }
 
 TEST(Item, StartTimesGoThroughTheirText) {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "attributes/file_keys.h"
+#include "attributes/item_keys.h"
 #include "attributes/key_lists.h"
 #include "attributes/mixer_keys.h"
 #include "attributes/special_names.h"
@@ -67,12 +68,16 @@ std::string DefaultOf(const PROP_KEY& _key) {
     return *_key.szDefault ? Code(Narrow(_key.szDefault)) : "empty";
 }
 
+void PrintTable(std::span<const PROP_KEY> _keys, const auto& _path) {
+    std::puts("| key | type | default | what it does |\n|---|---|---|---|");
+    for (const PROP_KEY& key : _keys)
+        std::printf("| `%s` | %s | %s | %s |\n", _path(key).c_str(), TypeName(key.eType), DefaultOf(key).c_str(),
+                    key.szHelp);
+}
+
 void PrintProfile(const char* _szTitle, const PROPS_PROFILE& _profile) {
     std::printf("\n## %s\n\nKept for the user under `%s`.\n\n", _szTitle, Narrow(_profile.szStoreKey).c_str());
-    std::puts("| key | type | default | what it does |\n|---|---|---|---|");
-    for (const PROP_KEY& key : _profile.arrKeys)
-        std::printf("| `%s` | %s | %s | %s |\n", PathOf(_profile, key).c_str(), TypeName(key.eType),
-                    DefaultOf(key).c_str(), key.szHelp);
+    PrintTable(_profile.arrKeys, [&](const PROP_KEY& _key) { return PathOf(_profile, _key); });
 }
 
 void PrintNames(const char* _szTitle, const char* _szText, KeyNames _names, const char* _szPrefix) {
@@ -97,6 +102,9 @@ int main() {
         "changed.");
     PrintProfile("Keys of a mixer", zr::MixerProfile());
     PrintProfile("Keys of a file source", zr::FileProfile());
+    std::puts(
+        "\n## Keys of an item\n\nOf a stream's place in the mixer; `object::` and `file::` lead on to its source.\n");
+    PrintTable(zr::ItemKeys(), [](const PROP_KEY& _key) { return Narrow(_key.szName); });
     PrintNames("Passed on to the preview",
                "These go on to the preview of the object, when it has one, and are read from it.",
                zr::PreviewKeyNames(), "");

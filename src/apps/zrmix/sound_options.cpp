@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <utility>
 
 #include "apps/zrmix/run_error.h"
 
@@ -60,13 +61,17 @@ void SetTracks(zr::IZrAudio* _pAudio, const std::string& _text) {
 }
 
 // "-6": every track; "1=-6": one; "1.0=-6": a channel of it.
-void SetGain(zr::IZrAudio* _pAudio, const std::string& _text) {
+struct GAIN {
+    int32_t nTrack = -1, nChannel = -1;  // -1: all
+    double dblDb = 0;
+};
+GAIN ReadGain(const std::string& _text) {
     const size_t nEqual = _text.find('=');
     const std::string_view where =
         nEqual == _text.npos ? std::string_view() : std::string_view(_text).substr(0, nEqual);
     const size_t nDot = where.find('.');
-    int32_t nTrack = -1, nChannel = -1;
-    double dblDb = 0;
+    GAIN gain;
+    auto& [nTrack, nChannel, dblDb] = gain;
     bool bRight = ReadAll(std::string_view(_text).substr(nEqual == _text.npos ? 0 : nEqual + 1), &dblDb) &&
                   std::fabs(dblDb) <= 60;
     if (nEqual != _text.npos) {
@@ -77,8 +82,13 @@ void SetGain(zr::IZrAudio* _pAudio, const std::string& _text) {
         throw UsageError("--gain " + _text +
                          ": not a gain from -60 to 60 dB, as in \"-6\", \"1=-6\" (track 1) or "
                          "\"1.0=-6\" (its first channel)");
-    for (int32_t n = nTrack < 0 ? 0 : nTrack; n < (nTrack < 0 ? kMostTracks : nTrack + 1); ++n)
-        TrackOf(_pAudio, n)->TrackGainSet(nChannel, dblDb, 0);
+    return gain;
+}
+
+void SetGain(zr::IZrAudio* _pAudio, const GAIN& _gain) {
+    const bool bAll = _gain.nTrack < 0;
+    for (int32_t n = bAll ? 0 : _gain.nTrack; n < (bAll ? kMostTracks : _gain.nTrack + 1); ++n)
+        TrackOf(_pAudio, n)->TrackGainSet(_gain.nChannel, _gain.dblDb, 0);
 }
 
 void Append(std::string& _text, const char* _szFormat, float _f) {
@@ -102,7 +112,7 @@ void ApplySound(zr::IUnknown* _pMixer, const SOUND_OPTIONS& _options) {
     const auto pAudio = zr::QueryAs<zr::IZrAudio>(_pMixer);
     if (!pAudio) throw RunError("mixer: it has no audio tracks");
     if (!_options.tracks.empty()) SetTracks(pAudio.Get(), _options.tracks);
-    for (const std::string& gain : _options.arrGains) SetGain(pAudio.Get(), gain);
+    for (const std::string& gain : _options.arrGains) SetGain(pAudio.Get(), ReadGain(gain));
 }
 
 SoundMeter::SoundMeter(zr::IUnknown* _pMixer, bool _bLoudness)
@@ -138,16 +148,25 @@ void SoundMeter::Read() {
         bLoudness = bNow = true;
     }
     if (bNow) fIntegrated = fLoudest;
+    // All that an option may speak of were set up before it was known which there are: the others hide again.
+    if (!setThere.empty() && std::exchange(bAllShown, false)) pAudio->AudioTracksSetCount(1);
 }
 
 void SoundMeter::CheckTracks(const SOUND_OPTIONS& _options) const {
-    if (_options.tracks.empty() || setThere.empty()) return;
-    for (const int32_t n : ReadTracks(_options.tracks)) {
-        if (setThere.count(n)) continue;
-        throw UsageError("--tracks " + _options.tracks + ": there was no track " + std::to_string(n) +
-                         "; the sound had " + std::to_string(setThere.size()) +
-                         (setThere.size() == 1 ? " track" : " tracks") + ", 0 is the first");
-    }
+    if (setThere.empty()) return;
+    std::string options, missing;
+    const auto Note = [&](const std::string& _option, int32_t _nTrack) {
+        if (_nTrack < 0 || setThere.count(_nTrack)) return;
+        if (options.find(_option) == options.npos) options += (options.empty() ? "" : ", ") + _option;
+        missing += (missing.empty() ? "" : ", ") + std::to_string(_nTrack);
+    };
+    if (!_options.tracks.empty())
+        for (const int32_t n : ReadTracks(_options.tracks)) Note("--tracks " + _options.tracks, n);
+    for (const std::string& gain : _options.arrGains) Note("--gain " + gain, ReadGain(gain).nTrack);
+    if (missing.empty()) return;
+    throw UsageError(options + ": there was no track " + missing + "; the sound had " +
+                     std::to_string(setThere.size()) + (setThere.size() == 1 ? " track" : " tracks") +
+                     ", 0 is the first");
 }
 
 std::string SoundMeter::Line() const {

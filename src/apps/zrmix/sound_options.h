@@ -39,6 +39,7 @@ private:
     std::set<int32_t> setThere;           // tracks that the sound has had
     float fIntegrated = 0, fTruePeak = 0;
     const bool bMeasured;    // loudness
+    bool bAllShown = true;   // whatever tracks there are
     bool bLoudness = false;  // the two are known
 };
 
