@@ -205,7 +205,8 @@ int main(int argc, char** argv) {
     const int nBuffers = mapOptions.contains("--buffers") ? std::atoi(mapOptions["--buffers"].c_str()) : 1;
     const bool bFiles = !mapOptions["--a"].empty() && !mapOptions["--b"].empty();
     if (it == mapScenarios.end() || nFrames <= 0 || nBuffers <= 0 || (name == "S8" && !bFiles)) {
-        std::fprintf(stderr, "show_bench --scenario S1..S8 --frames N [--buffers N] [--a FILE --b FILE]\n");
+        std::fprintf(stderr,
+                     "show_bench --scenario S1..S8 --frames N [--buffers N] [--a FILE --b FILE] [--stat NAME]\n");
         return 2;
     }
     zr::ZrPtr<zr::IZrObject> pMixer;
@@ -224,6 +225,12 @@ int main(int argc, char** argv) {
     }
     const double dblCpu = static_cast<double>(std::clock() - nCpuStart) / CLOCKS_PER_SEC, dblWall = Now() - dblStart;
     pSource->SourceFrameGetEx(&llReader, 0, nullptr, -1);
+    if (mapOptions.contains("--stat")) {  // a figure of the mixer's own statistics, such as mix_audio
+        zr::BSTR bs = nullptr;
+        pMixer.As<zr::IZrProps>()->PropsGet(ToText("stat::" + mapOptions["--stat"]).Get(), &bs);
+        std::printf("%s %s\n", mapOptions["--stat"].c_str(), bs ? zr::ToUtf8(bs).c_str() : "unknown");
+        zr::SysFreeString(bs);
+    }
     pMixer->ObjectClose();
     std::printf("%s %.0f fps %.3f CPU ms/frame\n", name.c_str(), nFrames / dblWall, dblCpu * 1000 / nFrames);
     return 0;

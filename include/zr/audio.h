@@ -16,8 +16,10 @@ namespace zr {
 struct IZrAudioTrack : IUnknown {
     static constexpr GUID kIid = GuidOf("47D4D592-A540-4532-BC2A-4B135FE29DA8");
 
-    // Levels in dB of the last block, before the gains in input order and after them in output order; either may be
-    // null. Full-scale sine is 0 dB of RMS, silence minus infinity.
+    // Levels in dB of the last block, before the gains in input order and after them in output order; one may be null,
+    // E_POINTER when both are. Full-scale sine is 0 dB of RMS, silence minus infinity. The peaks are the highest since
+    // the last call. Loudness, quasi-peak and true peak are in the second record alone, and with the object's key
+    // "izraudio.loudness".
     virtual HRESULT TrackLoudnessGet(ZR_AUDIO_TRACK_LOUDNESS* _pAudioLoudnessOrg,
                                      ZR_AUDIO_TRACK_LOUDNESS* _pAudioLoudnessOut) = 0;
     // Whether the track goes out, alone, or into another. _nAddToTrack (0 first) and _dblAddGain (dB) count only for
@@ -36,12 +38,15 @@ struct IZrAudioTrack : IUnknown {
     // The track's place in the output, 0 first.
     virtual HRESULT TrackOrderSet(int32_t _nOrder) = 0;
     virtual HRESULT TrackOrderGet(int32_t* _pnOrder) = 0;
-    // A channel's place, 0 first, among the input's (_bInput not 0) or the output's channels: to swap left and right,
-    // for one. Gains and mutes go by the original order all the same.
+    // The order of the input's (_bInput not 0) or the output's channels: entry _nChannelIdx, 0 to 31, says which
+    // channel, _nOrder, is taken at that place. To swap left and right: entry 0 is 1, entry 1 is 0. An entry that names
+    // a channel that is not there is silent; one that two entries name comes twice. Gains and mutes go by the original
+    // order.
     virtual HRESULT TrackChannelOrderSet(int32_t _bInput, int32_t _nChannelIdx, int32_t _nOrder) = 0;
     virtual HRESULT TrackChannelOrderGet(int32_t _bInput, int32_t _nChannelIdx, int32_t* _pnOrder) = 0;
     // Gain of a channel, -1 all, in dB: -60 to +60, 0 leaves it as it is. The gain runs there linearly in amplitude
-    // within that many seconds; 0 or less: at once. On a muted channel it counts from the unmuting on.
+    // within that many seconds; 0 or less: at once. On a muted channel it counts from the unmuting on. What is set for
+    // all also counts for channels that come later. E_INVALIDARG: no numbers.
     virtual HRESULT TrackGainSet(int32_t _nChannel, double _dblGain, double _dblTimeForChange) = 0;
     // The gain as set, in dB, wherever the ramp is.
     virtual HRESULT TrackGainGet(int32_t _nChannel, double* _pdblGain) = 0;
