@@ -27,20 +27,20 @@ HWY_INLINE float Fold(float* p) {
 
 // The eight sums are one vector of these, or two on machines of 128 bits, which go over the row once for each.
 using D = vec::CappedTag<float, kSums>;
-constexpr D d;
-constexpr vec::Rebind<int32_t, D> di;
+constexpr D dSums;
+constexpr vec::Rebind<int32_t, D> dSumsInt;
 using V = vec::Vec<D>;
-using VI = vec::Vec<decltype(di)>;
+using VI = vec::Vec<decltype(dSumsInt)>;
 
 HWY_INLINE void AddProducts(V a, V b, V& sum) { sum = vec::Add(sum, vec::Mul(a, b)); }
 
 // The squares are summed by their lower 16 and upper 15 bits, for 64 steps.
 HWY_INLINE void AddMagnitudes(VI magnitude, V w1, V w2, V& first, V& second, VI& peak, VI& lower, VI& upper) {
     const VI square = vec::Mul(magnitude, magnitude);
-    lower = vec::Add(lower, vec::And(square, vec::Set(di, 0xFFFF)));
+    lower = vec::Add(lower, vec::And(square, vec::Set(dSumsInt, 0xFFFF)));
     upper = vec::Add(upper, vec::ShiftRight<16>(square));
     peak = vec::Max(peak, magnitude);
-    const V f = vec::ConvertTo(d, magnitude);
+    const V f = vec::ConvertTo(dSums, magnitude);
     AddProducts(f, w1, first);
     AddProducts(f, w2, second);
 }
@@ -54,11 +54,11 @@ struct CHANNEL_16 {
     int32_t nPeak = 0;
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE void Store(size_t part, V first, V second, VI peak, VI lower, VI upper) {
-        vec::StoreU(first, d, arrFirst + part);
-        vec::StoreU(second, d, arrSecond + part);
-        nPeak = std::max(nPeak, vec::GetLane(vec::MaxOfLanes(di, peak)));
-        nSquares += static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, lower))) +
-                    (uint64_t{static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(di, upper)))} << 16);
+        vec::StoreU(first, dSums, arrFirst + part);
+        vec::StoreU(second, dSums, arrSecond + part);
+        nPeak = std::max(nPeak, vec::GetLane(vec::MaxOfLanes(dSumsInt, peak)));
+        nSquares += static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(dSumsInt, lower))) +
+                    (uint64_t{static_cast<uint32_t>(vec::GetLane(vec::SumOfLanes(dSumsInt, upper)))} << 16);
     }
 #endif
     HWY_INLINE void Add(int16_t sample, float w1, float w2, size_t x) {
@@ -78,19 +78,19 @@ void LevelRow32fImpl(const float* src, const float* w1, const float* w2, size_t 
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     x = n - n % kSums;
-    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
-        V squares = vec::Zero(d), first = squares, second = squares, peak = squares;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(dSums)) {
+        V squares = vec::Zero(dSums), first = squares, second = squares, peak = squares;
         for (size_t i = part; i < x; i += kSums) {
-            const V f = vec::Abs(vec::LoadU(d, src + i));
+            const V f = vec::Abs(vec::LoadU(dSums, src + i));
             AddProducts(f, f, squares);
-            AddProducts(f, vec::LoadU(d, w1 + i), first);
-            AddProducts(f, vec::LoadU(d, w2 + i), second);
+            AddProducts(f, vec::LoadU(dSums, w1 + i), first);
+            AddProducts(f, vec::LoadU(dSums, w2 + i), second);
             peak = vec::Max(f, peak);
         }
-        vec::StoreU(squares, d, arrSquares + part);
-        vec::StoreU(first, d, arrFirst + part);
-        vec::StoreU(second, d, arrSecond + part);
-        fPeak = std::max(fPeak, vec::GetLane(vec::MaxOfLanes(d, peak)));
+        vec::StoreU(squares, dSums, arrSquares + part);
+        vec::StoreU(first, dSums, arrFirst + part);
+        vec::StoreU(second, dSums, arrSecond + part);
+        fPeak = std::max(fPeak, vec::GetLane(vec::MaxOfLanes(dSums, peak)));
     }
 #endif
     for (; x < n; ++x) {
@@ -109,12 +109,13 @@ void LevelRow16sImpl(const int16_t* src, const float* w1, const float* w2, size_
 #if HWY_TARGET != HWY_SCALAR
     const vec::Rebind<int16_t, D> d16;
     x = n - n % kSums;
-    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
-        V first = vec::Zero(d), second = first;
-        VI peak = vec::Zero(di), lower = peak, upper = peak;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(dSums)) {
+        V first = vec::Zero(dSums), second = first;
+        VI peak = vec::Zero(dSumsInt), lower = peak, upper = peak;
         for (size_t i = part; i < x; i += kSums) {
-            const VI magnitude = vec::Abs(vec::PromoteTo(di, vec::LoadU(d16, src + i)));
-            AddMagnitudes(magnitude, vec::LoadU(d, w1 + i), vec::LoadU(d, w2 + i), first, second, peak, lower, upper);
+            const VI magnitude = vec::Abs(vec::PromoteTo(dSumsInt, vec::LoadU(d16, src + i)));
+            AddMagnitudes(magnitude, vec::LoadU(dSums, w1 + i), vec::LoadU(dSums, w2 + i), first, second, peak, lower,
+                          upper);
         }
         channel.Store(part, first, second, peak, lower, upper);
     }
@@ -127,14 +128,14 @@ void LevelRowStereo16sImpl(const int16_t* src, const float* w1, const float* w2,
     CHANNEL_16 left, right;
     size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const vec::Repartition<int16_t, decltype(di)> d16;
+    const vec::Repartition<int16_t, decltype(dSumsInt)> d16;
     x = n - n % kSums;
-    for (size_t part = 0; part < kSums; part += vec::Lanes(d)) {
-        V first1 = vec::Zero(d), first2 = first1, second1 = first1, second2 = first1;
-        VI peak1 = vec::Zero(di), peak2 = peak1, lower1 = peak1, lower2 = peak1, upper1 = peak1, upper2 = peak1;
+    for (size_t part = 0; part < kSums; part += vec::Lanes(dSums)) {
+        V first1 = vec::Zero(dSums), first2 = first1, second1 = first1, second2 = first1;
+        VI peak1 = vec::Zero(dSumsInt), peak2 = peak1, lower1 = peak1, lower2 = peak1, upper1 = peak1, upper2 = peak1;
         for (size_t i = part; i < x; i += kSums) {
-            const VI both = vec::BitCast(di, vec::LoadU(d16, src + 2 * i));  // little endian: left is below
-            const V a = vec::LoadU(d, w1 + i), b = vec::LoadU(d, w2 + i);
+            const VI both = vec::BitCast(dSumsInt, vec::LoadU(d16, src + 2 * i));  // little endian: left is below
+            const V a = vec::LoadU(dSums, w1 + i), b = vec::LoadU(dSums, w2 + i);
             const VI l = vec::ShiftRight<16>(vec::ShiftLeft<16>(both)), r = vec::ShiftRight<16>(both);
             AddMagnitudes(vec::Abs(l), a, b, first1, second1, peak1, lower1, upper1);
             AddMagnitudes(vec::Abs(r), a, b, first2, second2, peak2, lower2, upper2);
