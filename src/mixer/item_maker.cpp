@@ -7,6 +7,7 @@
 #include "media/pixel_format.h"
 #include "media/vid_props.h"
 #include "media/vid_props_text.h"
+#include "sources/file_line.h"
 
 namespace zr {
 namespace {
@@ -43,8 +44,8 @@ std::u16string ItemMaker::OutputLine() const {
 }
 
 std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
-    std::u16string line = std::u16string(_param) + OutputLine();
-    if (line.find(u"loop=") == std::u16string::npos && LoopsFiles()) line += u" loop='true'";
+    std::u16string line = CompleteFileLine(_param, OutputLine());
+    if (LoopsFiles() && !NamesKey(_param, u"loop")) line += u" loop='true'";
     return line;
 }
 

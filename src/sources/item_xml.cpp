@@ -13,6 +13,7 @@
 #include "platform/class_registry.h"
 #include "platform/wide_text.h"
 #include "sources/built_in_picture.h"
+#include "sources/file_line.h"
 #include "zr/class_ids.h"
 
 namespace zr {
@@ -273,6 +274,16 @@ void LoadState(XMLNodeBase& _node, CCoZrItem& _item, ITEM_LOAD& _load, size_t _n
     LoadStart(_node, _item);
 }
 
+// What a text leaves out is as it was made.
+void ResetState(CCoZrItem& _item) {
+    _item.Breaks().Clear();
+    _item.ItemStartTimeSet(nullptr, eZrST_Off);
+    for (const PROP_KEY& key : ItemKeys())
+        if (key.bRegistered && _item.Node()->HasAttribute(key.szName))
+            _item.PropsSet(key.szName, key.nDefault != 0 ? u"true" : u"false");
+    for (const std::u16string_view name : arrEdges) _item.PropsRemove(std::u16string(name).c_str());
+}
+
 // What the attributes of a "file" node give the file source beside its path.
 std::u16string LineOf(const XMLNodeBase& _kind) {
     const XMLNodePtr pLine = CoXMLNode::Create(u"line");
@@ -321,7 +332,7 @@ HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, ItemPlace _ePlace, IT
     } else if (_kind.HasTag(NameKey(u"live"))) {
         hr = LoadFamilyObject(kClsidZrLive, _node, _kind, _ePlace, strPath, _pItem);
     } else if (std::u16string strFile; !strPath.empty() && ResolveItemPath(_load.strFolder, strPath, strFile)) {
-        hr = CCoZrItem::MakeFile(strFile, LineOf(_kind) + _load.strFormatLine, _pItem, _ePlace);
+        hr = CCoZrItem::MakeFile(strFile, CompleteFileLine(LineOf(_kind), _load.strFormatLine), _pItem, _ePlace);
     }
     if (Succeeded(hr) && bNumbered)
         _load.mapSources[nRefId] = {ZrPtr<IUnknown>(_pItem->Source()), _pItem->Owned(), _pItem->Path()};
@@ -388,7 +399,7 @@ HRESULT LoadItem(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, ZrPtr
 
 HRESULT LoadItemState(XMLNodeBase& _node, CCoZrItem& _item, ITEM_LOAD& _load) {
     return InterfaceCall([&] {
-        _item.Breaks().Clear();
+        ResetState(_item);
         LoadState(_node, _item, _load, 0);
         return S_OK;
     });

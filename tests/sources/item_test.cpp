@@ -4,6 +4,7 @@
 
 #include "framework/object_commands.h"
 #include "sources/co_zr_file.h"
+#include "sources/file_line.h"
 #include "sources/item_xml.h"
 #include "zr/utf8.h"
 
@@ -190,6 +191,40 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
         pBack->PropsGet(szKey, text.Out());
         EXPECT_EQ(text.View(), szValue);
     }
+}
+
+TEST(Item, LoadingTakesBackWhatTheTextLeavesOut) {
+    const auto pItem = MakePlaying(u"red", u"");
+    ITEM_SAVE saveMade, saveBack;
+    const std::u16string made = Saved(*pItem, saveMade);
+    for (const char16_t* szKey : {u"master", u"drop_frames", u"pause_in", u"stop_out"}) pItem->PropsSet(szKey, u"true");
+    for (const char16_t* szKey : {u"video", u"audio"}) pItem->PropsSet(szKey, u"false");
+    pItem->ItemStartTimeSet(nullptr, eZrST_Auto);
+    pItem->BreaksCommandAdd(0, u"stop", u"", nullptr, nullptr);
+    EXPECT_EQ(pItem->PersistLoad(u"", made.c_str(), nullptr), S_OK);
+    EXPECT_EQ(Saved(*pItem, saveBack), made);
+    EXPECT_TRUE(pItem->Node()->AttributeOr(u"video", false));
+    EXPECT_FALSE(pItem->Node()->AttributeOr(u"master", true));
+}
+
+TEST(Item, WhatAHostSaysOfAFileHolds) {
+    constexpr std::u16string_view named = u" video_format='PAL' pixel_format='UYVY'";
+    constexpr std::u16string_view sized =
+        u" width='64' height='36' rate='25.000' interlace='progressive' pixel_format='UYVY'";
+    constexpr struct {
+        std::u16string_view line, output, complete;
+    } arrCases[] = {
+        {u"", named, named},
+        {u"in=2", sized, u"in=2 width='64' height='36' rate='25.000' interlace='progressive' pixel_format='UYVY'"},
+        {u"Width=32 height=18", named, u"Width=32 height=18 pixel_format='UYVY'"},
+        {u"video_format='NTSC' pixel_format=YUY2", sized, u"video_format='NTSC' pixel_format=YUY2"},
+        {u"x_rate=1 name='video_format=PAL'", named,
+         u"x_rate=1 name='video_format=PAL' video_format='PAL' pixel_format='UYVY'"},
+        {u"in=1", u"", u"in=1"},
+    };
+    for (const auto& test : arrCases) EXPECT_EQ(CompleteFileLine(test.line, test.output), test.complete);
+    EXPECT_TRUE(NamesKey(u"in=1 LOOP=false", u"loop"));
+    EXPECT_FALSE(NamesKey(u"x_loop=1 title='loop=1'", u"loop"));
 }
 
 TEST(Item, OneSourceAtTwoPlacesComesBackAsOneAndEndsWithTheLast) {
