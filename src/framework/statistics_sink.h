@@ -15,6 +15,9 @@ public:
 
     // The handle of a key such as u"buffer.max"; the same one each time. Not on the frame path.
     virtual Handle Resolve(const char16_t* _szName) = 0;
+    // Once for each time that it was resolved: with the last the number is gone, and what is still published under the
+    // handle is dropped. For what comes and goes; the rest keeps its handles.
+    virtual void Release(Handle) {}
     virtual void SetCount(Handle _handle, int64_t _nValue) = 0;
     virtual void SetValue(Handle _handle, double _dblValue) = 0;
     // Allocates when the text is longer than the one before.

@@ -35,6 +35,13 @@ void ZrMixerStream::NotePut(double _dblMs, bool _bSkipped) {
     rtLastPutAlone.store(rt, std::memory_order_relaxed);
 }
 
+void ZrMixerStream::ReleaseNumbers() {
+    for (const IStatisticsSink::Handle handle : {counters.nDups, counters.nPauses, counters.nBreaks,
+                                                 counters.nUserBreaks, counters.nSkipped, counters.nPutFrame})
+        statistics.Release(handle);
+    audio.ReleaseNumbers();
+}
+
 // --- Mix thread
 
 void ZrMixerStream::ResetGains() {

@@ -82,6 +82,8 @@ public:
         bFed.store(_bFed, std::memory_order_relaxed);
         bNoFrames.store(!_bHasFrames, std::memory_order_relaxed);
     }
+    // The stream has left the table for good: its numbers go.
+    void ReleaseNumbers();
     void CountSkipped() { statistics.AddCount(counters.nSkipped, 1); }
 
     // --- Mix thread

@@ -176,6 +176,7 @@ void MixerStreams::End(const std::vector<CInputStream>& _arrGone) {
     }
     parts.cycle.producers.Update();
     for (const CInputStream& gone : _arrGone) {
+        gone.pStream->ReleaseNumbers();
         if (!parts.links.streams.Uses(gone.pItem->Source())) gone.pItem->Close();
     }
     parts.cycle.Wake();

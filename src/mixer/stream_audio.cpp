@@ -47,6 +47,13 @@ StreamAudio::StreamAudio(const std::u16string& _id, IStatisticsSink& _statistics
                           Counter(u"reset"),         Counter(u"not_enough"), Counter(u"silence")};
       }()) {}
 
+void StreamAudio::ReleaseNumbers() {
+    for (const IStatisticsSink::Handle handle :
+         {counters.nDropOnBreak, counters.nWrongSize, counters.nFake, counters.nOverflow, counters.nReset,
+          counters.nNotEnough, counters.nSilence})
+        statistics.Release(handle);
+}
+
 bool StreamAudio::IsUsable(const STREAM_SOUND& _sound) {
     return AudUsable(_sound.audOutput) && AudUsable(_sound.props) && _sound.pbAudio && _sound.cbAudio >= kLeastBytes &&
            (_sound.eFlags & eZrFF_Pause) != eZrFF_Pause;

@@ -34,6 +34,8 @@ class StreamAudio {
 public:
     // _id: of the stream; its counters are "audio.<id>.<what>". _statistics outlives it.
     StreamAudio(const std::u16string& _id, IStatisticsSink& _statistics);
+    // As that of the stream.
+    void ReleaseNumbers();
 
     // Takes the sound of a frame, or notes that it has none.
     void Put(const STREAM_SOUND& _sound);

@@ -35,6 +35,24 @@ protected:
     }
 };
 
+TEST_F(StreamsTest, NumbersOfAStreamGoWithIt) {
+    Make(25.0);
+    const auto Has = [&](const char16_t* _szName) {
+        BSTR bs = nullptr;
+        const HRESULT hr = pProps->PropsGet(_szName, &bs);
+        SysFreeString(bs);
+        return hr == S_OK;
+    };
+    ASSERT_EQ(pFile->FilePlayStart(), S_OK);
+    ASSERT_EQ(Add(u"clip", NewSource().Get()), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_TRUE(Has(u"stat::put_frame.clip"));
+    EXPECT_EQ(pStreams->StreamsRemoveByIndex(0, 0, 0), S_OK);
+    SleepFor(kTicksPerSecond);
+    EXPECT_FALSE(Has(u"stat::put_frame.clip"));
+    EXPECT_TRUE(Has(u"stat::put_frame.bg"));
+}
+
 TEST_F(StreamsTest, TheTableKeepsOrderAndSaysWhatIsWrong) {
     Make(25.0);
     EXPECT_EQ(pStreams->StreamsRemove(nullptr, 0), ZR_E_EMPTY);
