@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -45,7 +46,7 @@ protected:
         if (pMixer) pMixer->ObjectClose();
     }
     static HRESULT OnEvent(int64_t _llUser, const char16_t*, const char16_t* _szEvent, const char16_t* _szParam,
-                           IUnknown*) {
+                           IUnknown*) try {
         auto& test = *reinterpret_cast<MixerTest*>(_llUser);
         {
             MutexLock lock(test.mtx);
@@ -56,6 +57,8 @@ protected:
             test.pFile->FilePlayStop(0);
         }
         return S_OK;
+    } catch (const std::bad_alloc&) {  // of a test that has the memory out
+        return E_OUTOFMEMORY;
     }
     int CountEvents(const std::u16string& _event) {
         MutexLock lock(mtx);
