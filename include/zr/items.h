@@ -1,7 +1,7 @@
 #pragma once
 // Items: the place of a source in a list, such as a stream of a mixer, its background, or a break in a file. What
 // belongs to the place is kept by the item, so that the source under it can be exchanged. An item also shows IZrFile,
-// IZrProps, IZrPlugins, IZrPersist and IZrAudio, for what stands in its place, and IZrScenes where its source has
+// IZrProps, IZrPersist and IZrAudio, for what stands in its place, and IZrScenes where its source has
 // scenes: of a mixer that is a stream of another one.
 
 #include <cstdint>

@@ -16,7 +16,8 @@ constexpr PROP_KEY arrMixerKeys[] = {
     BoolKey(u"elements.show_last_frame", true,
             "An element keeps the last picture of a stream that has no new one, or that was removed."),
     BoolKey(u"background.direct_out", false,
-            "A single background stream goes straight to the output; nothing is composed."),
+            "The mixer works as with sync_mode false: the background's frames drive it. Scenes are drawn over them all "
+            "the same."),
     BoolKey(u"on_frame.sync", false, "Frame callbacks run in the sending thread and hold it."),
     BoolKey(u"on_frame.data", false, "Queued frame events carry the picture with them."),
     BoolKey(u"on_event.sync", false, "An event reaches its listener before the call that caused it returns."),
@@ -49,7 +50,8 @@ constexpr PROP_KEY arrMixerKeys[] = {
     OpenKey(u"sync_mode.get_max_wait", eZrKeyType::Int,
             "Longest wait for a frame of a source, in ms (250); negative waits without limit, so that no frame is ever "
             "left out."),
-    OpenKey(u"sync_mode.async_put", eZrKeyType::Bool, "Frames of sources are prepared in parallel (true)."),
+    OpenKey(u"sync_mode.async_put", eZrKeyType::Bool,
+            "Kept for hosts that set it: frames of sources are always prepared in parallel."),
     BoolKey(u"sync_mode.direct_hv_links", true,
             "A path that names an object of the family connects to that object directly."),
     IntKey(u"sync_mode.fixed_buffers", 0,
