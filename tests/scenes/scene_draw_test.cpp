@@ -135,6 +135,11 @@ TEST_F(SceneDraw, CrossFadesOnePictureToAnother) {
     std::string strRest;
     for (int i = 0; i < 4; ++i) strRest += Frame();
     EXPECT_EQ(strRest, "x#2:1.00 [trans-done x] x#2:1.00 x#2:1.00 x#2:1.00 ");
+    Make(u"<zr_scene><group id='g'><video id='in'/></group></zr_scene>");
+    At_(u"g::in")->ElementDoubleSet(u"x", 0.5, 0.1);
+    ASSERT_EQ(At_(u"g")->ElementSet(nullptr, u"<group/>", 0.4), S_OK);
+    for (int i = 0; i < 8; ++i) strRest += Frame();
+    EXPECT_EQ(strRest.find("clone"), strRest.npos) << "nor of what goes with it: " << strRest;
 }
 
 // What is hidden is gone through once, and again when something may have come to be there.
