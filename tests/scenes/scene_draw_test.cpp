@@ -52,6 +52,9 @@ public:
 
 class SceneDraw : public testing::Test {
 protected:
+    // Discarded elements hold what holds them, until it is told to let them go.
+    ~SceneDraw() override { pShared->TakeDiscarded(); }
+
     void Make(std::u16string_view _xml) {
         pScene = CoElement::CreateTop(u"zr_scene", pShared);
         pScene->Parse(_xml);
