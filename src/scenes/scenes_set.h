@@ -23,6 +23,7 @@ class ScenesSet {
 public:
     // Begins with an empty scene. _events outlives the set. Throws std::bad_alloc.
     explicit ScenesSet(IEventSink& _events);
+    ~ScenesSet() { pShared->TakeDiscarded(); }  // discarded elements hold what holds them
     ScenesSet(const ScenesSet&) = delete;
     ScenesSet& operator=(const ScenesSet&) = delete;
 
