@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "attributes/interface_call.h"
 #include "media/frame_time.h"
 #include "mixer/mix_clock.h"
 #include "platform/clock.h"
@@ -36,14 +37,14 @@ int64_t DurationOf(IZrFFrame& _frame) {
 
 }  // namespace
 
-HRESULT AsyncProducer::Start(std::unique_ptr<AsyncProducer> _pBefore) {
+HRESULT AsyncProducer::Start(std::unique_ptr<AsyncProducer>& _pBefore) {
     pBefore = std::move(_pBefore);
     const HRESULT hr = thread.Start("zr-producer", [this](ManualEvent& _evStop) {
         if (pBefore) pBefore->Join();
         pBefore.reset();
         Run(_evStop);
     });
-    if (Failed(hr) && pBefore) pBefore->Join();
+    if (Failed(hr)) _pBefore = std::move(pBefore);
     return hr;
 }
 
@@ -60,7 +61,10 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
     uint64_t ll = 0;
     pSource->SourceFrameGetEx_I(&ll, 0, nullptr, nullptr);
     llReaderID.store(ll, std::memory_order_release);
-    input.pItem->StartSource();
+    InterfaceCall([&] {
+        if (host.StartsIt(*input.pItem)) input.pItem->StartSource();
+        return S_OK;
+    });
     while (!_evStop.IsSet()) {
         try {
             GiveOne(_evStop);
@@ -95,7 +99,7 @@ FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
     uint64_t ll = llReaderID.load(std::memory_order_relaxed);
     const uint64_t llBefore = ll;
     FramePtr pFrame;
-    const int64_t rtSlice = Slice();
+    const int64_t rtSlice = Slice(), rtBegin = ClockNow();
     HRESULT hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
     if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
         ll = 0;
@@ -103,7 +107,9 @@ FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
     }
     if (ll != llBefore) llReaderID.store(ll, std::memory_order_release);
     if (hr == ZR_E_TIMEOUT) {
-        rtWaited += rtSlice;
+        // One that does not wait itself would be asked again and again.
+        WaitOne(_evStop, std::clamp<int64_t>(rtBegin + rtSlice - ClockNow(), 0, kNap));
+        rtWaited += ClockNow() - rtBegin;
         if (IsStalled()) Note(true, false);
         return {};
     }

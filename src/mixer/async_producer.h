@@ -19,6 +19,8 @@ public:
     // Makes an output frame on one of the background, or on black for null, waiting for the streams. Returns when it is
     // out, or when _evStop is set.
     virtual HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) = 0;
+    // Whether the producer starts the item's source, or waits for the host to do so.
+    virtual bool StartsIt(const CCoZrItem& _item) const = 0;
 
 protected:
     ~IProducerHost() = default;
@@ -33,8 +35,8 @@ public:
     AsyncProducer& operator=(const AsyncProducer&) = delete;
 
     // _pBefore (may be null): the one that pushed into the same stream, told to stop; it is joined before the first
-    // frame is asked for, so that a stream has one producer at a time.
-    HRESULT Start(std::unique_ptr<AsyncProducer> _pBefore);
+    // frame is asked for, so that a stream has one producer at a time. It stays with the caller after a failure.
+    HRESULT Start(std::unique_ptr<AsyncProducer>& _pBefore);
     // Ends its waits; that at the source, with EndGet, at once. Any thread, without waiting.
     void RequestStop() { thread.RequestStop(); }
     // Calls the source.
@@ -58,7 +60,7 @@ private:
     IProducerHost& host;
     std::atomic<uint64_t> llReaderID{0};  // at the source; the producer's thread writes
     bool bBegun = false;                  // a frame has come
-    int64_t rtWaited = 0;                 // for a frame, since the last one
+    int64_t rtWaited = 0;                 // ticks for a frame, since the last one
     FramePtr pLast;                       // of the background
     std::unique_ptr<AsyncProducer> pBefore;
     Thread thread;  // last: it goes first

@@ -38,6 +38,7 @@ void AsyncProducers::Stop() {
     {
         MutexLock lock(mtx);
         bActive = false;
+        bMissing.store(false, std::memory_order_relaxed);
         arrGone.swap(arrLeft);
         for (ProducerPtr& pProducer : arrProducers) {
             pProducer->RequestStop();
@@ -66,17 +67,22 @@ void AsyncProducers::Update_I(ProducerList& _arrGone) {
         _arrGone.push_back(std::move(*it));
     }
     arrProducers.erase(itGone, arrProducers.end());
+    bool bFailed = false;
     for (const MIX_INPUT& input : arrInputs) {
         const auto IsThis = [&](const ProducerPtr& _p) { return IsSame(input, _p->Input()); };
         if (!IsFeedable(input) || std::any_of(arrProducers.begin(), arrProducers.end(), IsThis)) continue;
         const auto itBefore =
             std::find_if(_arrGone.begin() + static_cast<ptrdiff_t>(nFirstGone), _arrGone.end(),
                          [&](const ProducerPtr& _p) { return _p && _p->Input().pStream.Get() == input.pStream.Get(); });
-        ProducerPtr pBefore;
-        if (itBefore != _arrGone.end()) pBefore = std::move(*itBefore);
+        ProducerPtr pNobody;
         auto pProducer = std::make_unique<AsyncProducer>(input, host);
-        if (Succeeded(pProducer->Start(std::move(pBefore)))) arrProducers.push_back(std::move(pProducer));
+        if (Succeeded(pProducer->Start(itBefore != _arrGone.end() ? *itBefore : pNobody))) {
+            arrProducers.push_back(std::move(pProducer));
+        } else {
+            bFailed = true;
+        }
     }
+    bMissing.store(bFailed, std::memory_order_relaxed);
 }
 
 void AsyncProducers::End(ProducerList& _arrGone) {

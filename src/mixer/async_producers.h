@@ -1,6 +1,7 @@
 #pragma once
 // The producers of an asynchronous mixer: one for each stream that is open and one for the background.
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -27,6 +28,8 @@ public:
     void Update();
     // All end. Nothing is started until the next Start.
     void Stop();
+    // A thread could not be started: somebody is to call Update again after a while.
+    bool IsMissingOne() const { return bMissing.load(std::memory_order_relaxed); }
 
 private:
     using ProducerPtr = std::unique_ptr<AsyncProducer>;
@@ -40,6 +43,7 @@ private:
     Mutex mtx{lock_order::kProducers};
     bool bActive ZR_GUARDED_BY(mtx) = false;
     ProducerList arrProducers ZR_GUARDED_BY(mtx);
+    std::atomic<bool> bMissing{false};
     ProducerList arrLeft ZR_GUARDED_BY(mtx);  // told to stop by themselves: joined by the next who comes
 };
 

@@ -9,13 +9,20 @@ HRESULT FramesInFlight::Start() {
 }
 
 HRESULT FramesInFlight::Stop() {
-    if (const HRESULT hr = thread.Stop(-1); Failed(hr)) return hr;
-    MutexLock lock(mtx);
-    arrLine.clear();
+    const HRESULT hr = thread.Stop(-1);
+    return Failed(hr) ? hr : S_OK;
+}
+
+// With the end of the thread, so that one that stops itself leaves nothing behind. The mix thread has gone before.
+void FramesInFlight::Clear() {
+    std::vector<std::unique_ptr<FLIGHT>> arrGone;
+    {
+        MutexLock lock(mtx);
+        arrGone.swap(arrLine);
+        nDone = 0;
+    }
     arrFree.clear();
-    nDone = 0;
     evDone.Reset();
-    return S_OK;
 }
 
 FLIGHT& FramesInFlight::Next() {
@@ -66,16 +73,19 @@ FLIGHT* FramesInFlight::FirstWaiting() const {
 
 void FramesInFlight::Run(void* _pThis, ThreadRun& _run) {
     FramesInFlight& self = *static_cast<FramesInFlight*>(_pThis);
-    while (_run.WaitWake()) {
-        while (FLIGHT* const pFlight = self.FirstWaiting()) {
-            self.maker.Compose(*pFlight);
-            if (!_run.IsWanted()) return;
-            {
-                MutexLock lock(self.mtx);
-                ++self.nDone;
-            }
-            self.evDone.Set();
+    while (_run.WaitWake()) self.ComposeAll(_run);
+    self.Clear();
+}
+
+void FramesInFlight::ComposeAll(ThreadRun& _run) {
+    while (FLIGHT* const pFlight = FirstWaiting()) {
+        maker.Compose(*pFlight);
+        if (!_run.IsWanted()) return;
+        {
+            MutexLock lock(mtx);
+            ++nDone;
         }
+        evDone.Set();
     }
 }
 

@@ -40,7 +40,8 @@ public:
 
     // Starts the thread unless it runs.
     HRESULT Start();
-    // Ends it and lets go of all frames. ZR_E_TIMEOUT: called on that thread, which is told to end; to be called again.
+    // Ends it, which lets go of all frames. ZR_E_TIMEOUT: called on that thread, which is told to end; to be called
+    // again. Not while the mix thread runs.
     HRESULT Stop();
 
     // Where the next request goes. It joins the line with Push.
@@ -54,6 +55,8 @@ public:
 private:
     static void Run(void* _pThis, ThreadRun& _run);
     FLIGHT* FirstWaiting() const;
+    void ComposeAll(ThreadRun& _run);
+    void Clear();
 
     IFlightMaker& maker;
     mutable Mutex mtx;                                                // a leaf

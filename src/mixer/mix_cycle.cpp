@@ -9,6 +9,7 @@
 #include "media/frame_time.h"
 #include "media/vid_props.h"
 #include "mixer/output_format.h"
+#include "mixer/source_keys.h"
 #include "platform/thread.h"
 #include "platform/trace.h"
 #include "platform/wide_text.h"
@@ -78,6 +79,7 @@ HRESULT MixCycle::Start() {
     bFirstFrame.store(true, std::memory_order_relaxed);
     thread.Wake();
     if (!IsSynchronous(0)) producers.Start();
+    if (producers.IsMissingOne()) thread.Wake();
     return S_OK;
 }
 
@@ -92,7 +94,7 @@ void MixCycle::Stop(IEventSink& _events) {
     audioCalc.Reset();
     audioMixer.Reset();
     rateMeter.Reset();
-    nPriorityThread = 0;
+    priorityOfPass = priorityOfFlights = {};
     request.Release();
     draw.Reset();
     pBlack.Reset();
@@ -107,8 +109,10 @@ void MixCycle::RunThread(ThreadRun& _run) {
         // A background that is pushed in drives the cycle from its own thread.
         if (!IsSynchronous(0) && parts.streams.Background()) {
             bFirstFrame.store(true, std::memory_order_relaxed);  // of the line that begins when it is gone
+            if (StartMissing()) _run.Wake();
             continue;
         }
+        if (!IsSynchronous(0)) StartMissing();
         const HRESULT hr = IsSynchronous(3) || flights.Count() > 0
                                ? RunFlights(nCycle)
                                : RunPass({}, bFirstFrame.load(std::memory_order_relaxed), nCycle, _run.StopEvent());
@@ -123,6 +127,14 @@ void MixCycle::RunThread(ThreadRun& _run) {
         if (hr != S_OK) WaitAny({&_run.StopEvent(), &evStop}, kNextTry);
         _run.Wake();  // the cycle goes on by itself: the pace comes from the output
     }
+}
+
+// Tries again, not too often, to start producers that the system had no thread for. True: there are such still.
+bool MixCycle::StartMissing() {
+    if (!producers.IsMissingOne()) return false;
+    if (WaitOne(evStop, kNextTry)) return false;
+    producers.Update();
+    return producers.IsMissingOne();
 }
 
 // One pass at a time, whichever thread it comes from; none once the mixer is to stop, as nothing would pace it.
@@ -147,8 +159,10 @@ HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
     return hr;
 }
 
+bool MixCycle::StartsIt(const CCoZrItem& _item) const { return StartsSource(*parts.props.Object(), _item); }
+
 HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle) {
-    ApplyPriority();
+    ApplyPriority(priorityOfPass);
     AnnounceFrame();
     if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener, perhaps
     Elapsed syncTimer;
@@ -223,14 +237,13 @@ HRESULT MixCycle::TakePushed(PASS& _pass, const FramePtr& _pFrameIn) {
     return hr;
 }
 
-void MixCycle::ApplyPriority() {
+void MixCycle::ApplyPriority(THREAD_PRIORITY& _priority) {
     const XMLNodePtr& pObject = parts.props.Object();
     if (!pObject->AttributeOr(u"threads.priority_on", false)) return;
     const int32_t nWanted = pObject->AttributeOr(u"threads.priority_max", 15);
     const uint32_t nThread = CurrentThreadId();
-    if (nWanted == nPriority && nThread == nPriorityThread) return;
-    nPriority = nWanted;
-    nPriorityThread = nThread;
+    if (nWanted == _priority.nPriority && nThread == _priority.nThread) return;
+    _priority = {nWanted, nThread};
     SetCurrentThreadPriority(nWanted);
     parts.output.SetPriority(nWanted);
 }

@@ -110,8 +110,15 @@ private:
     HRESULT TakePushed(PASS& _pass, const FramePtr& _pFrameIn);
     STREAM_PUT PutNow() const override { return async.Put(); }
     HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
+    bool StartsIt(const CCoZrItem& _item) const override;
+    bool StartMissing();
 
-    void ApplyPriority();
+    // That a thread which mixes has.
+    struct THREAD_PRIORITY {
+        int32_t nPriority = 0;
+        uint32_t nThread = 0;  // the one that has it
+    };
+    void ApplyPriority(THREAD_PRIORITY& _priority);
     void AnnounceFrame();
     HRESULT TakeBaseFrame(PASS& _pass, const FramePtr& _pFrameIn);
     HRESULT MakeOwnFrame(PASS& _pass);
@@ -154,9 +161,9 @@ private:
     std::vector<MIX_SOUND> arrSound;  // of the pass
     RateMeter rateMeter;
     Elapsed cycleTimer;
-    int64_t nFramesOut = 0;        // since the start; of the thread that runs a pass
-    int32_t nPriority = 0;         // that the thread below has
-    uint32_t nPriorityThread = 0;  // that made the last pass
+    int64_t nFramesOut = 0;             // since the start; of the thread that runs a pass
+    THREAD_PRIORITY priorityOfPass;     // of the thread that made the last pass
+    THREAD_PRIORITY priorityOfFlights;  // of the mix thread beside it
     std::atomic<bool> bFirstFrame{false};
     ManualEvent evStop{true};
 

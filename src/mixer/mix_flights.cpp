@@ -17,6 +17,7 @@ constexpr int32_t kMostFlights = 100;
 // One round: one more frame is asked for, and once there are as many as wanted, the first is sent. S_FALSE: there are
 // no sources.
 HRESULT MixCycle::RunFlights(int64_t _nCycle) {
+    ApplyPriority(priorityOfFlights);
     const bool bAsks = IsSynchronous(3);
     const auto nMost = static_cast<size_t>(
         std::clamp(parts.props.Object()->AttributeOr(u"sync_mode.fixed_buffers", 0), 1, kMostFlights));
@@ -85,7 +86,7 @@ void MixCycle::Compose(FLIGHT& _flight) {
 
 // The puts and the frame of a request, on the thread that composes: meanwhile the mix thread asks for the next.
 HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
-    ApplyPriority();
+    ApplyPriority(priorityOfPass);
     AnnounceFrame();
     if (evStop.IsSet()) return ZR_E_NOT_RUNNING;
     PASS pass;

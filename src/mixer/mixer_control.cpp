@@ -227,8 +227,8 @@ void MixerControl::Mixer_Stop(DeferredEvents& _events) {
         LinkEvents links(parts.links, _events);
         parts.links.DisconnectAll(links);
     }
-    // The mix thread may wait for room that this thread would have to make.
-    if (parts.state.IsWorking()) parts.output.EndPut();
+    // The mix thread may wait for room that this thread would have to make, or for a receiver that takes its time.
+    parts.output.EndPut();
     parts.cycle.Stop(_events);
 }
 

@@ -82,7 +82,12 @@ void MixerLinks::ConnectNew(const CInputStream& _input, LinkEvents& _events) {
 }
 
 void MixerLinks::DisconnectOld(const CInputStream& _input, LinkEvents& _events) {
-    if (bConnected) Disconnect(_input, _events);
+    if (!bConnected) return;
+    if (!streams.Uses(_input.pItem->Source())) {
+        Disconnect(_input, _events);
+    } else if (_input.pStream && _input.pStream->IsOpen()) {
+        _input.pStream->ClearBlocks();
+    }
 }
 
 }  // namespace zr

@@ -35,7 +35,8 @@ public:
     void Disconnect(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
     // One that has come to the mixer: it is connected if the mixer is, and paused with it.
     void ConnectNew(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
-    // One that leaves: it is disconnected if the mixer is connected.
+    // One that has left the table: it is disconnected if the mixer is connected; without a word if its source stays on
+    // the mixer in another place.
     void DisconnectOld(const CInputStream& _input, LinkEvents& _events) ZR_REQUIRES(streams.mtxChange);
 
 private:

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "attributes/interface_call.h"
+#include "mixer/source_keys.h"
 
 namespace zr {
 namespace {
@@ -63,6 +64,8 @@ HRESULT MixerStreams::Add(std::u16string_view _id, IUnknown* _pExternOrRef, std:
     if (_ppItem) *_ppItem = nullptr;
     ZrPtr<CCoZrItem> pItem;
     if (const HRESULT hr = parts.maker.Make(_pExternOrRef, _path, _param, pItem); Failed(hr)) return hr;
+    if (!pItem->OwnsSource() && !parts.links.streams.Uses(pItem->Source()))
+        SetSourcePriority(*parts.props.Object(), *pItem, SourcePlace::Waiting);
     if (const HRESULT hr = AddItem(_id, pItem); Failed(hr)) return hr;
     if (_ppItem) ZrPtr<IZrItem>(pItem).CopyTo(_ppItem);
     return S_OK;
@@ -123,7 +126,7 @@ ZrPtr<CCoZrItem> MixerStreams::PlaceInstead(int32_t _nIndex, const CInputStream&
     SetPlace(*_pItem, _old.pStream);
     ZrPtr<CCoZrItem> pOld = parts.links.streams.Replace(_nIndex, _pItem);
     if (bOpen) {
-        parts.links.Disconnect(_old, _events);
+        parts.links.DisconnectOld(_old, _events);
         parts.links.Connect({_pItem, _old.pStream}, bPaused ? 0.0 : -1.0, _events);
     }
     SetPlace(*pOld, {});

@@ -11,6 +11,7 @@
 #include "mixer/elapsed.h"
 #include "mixer/mix_clock.h"
 #include "mixer/output_format.h"
+#include "mixer/source_keys.h"
 #include "platform/clock.h"
 #include "zr/format.h"
 
@@ -19,6 +20,8 @@ namespace {
 
 constexpr int32_t kDefaultGetMaxWait = 250;       // ms
 constexpr int64_t kGetSlice = 100 * kTicksPerMs;  // between two looks at the stop event
+constexpr int64_t kNap = 20 * kTicksPerMs;        // before a source that did not wait is asked again
+constexpr int64_t kStartLimit = kTicksPerSecond;  // that a stop waits for a source that is being started
 constexpr int64_t kDefaultSkipFrame = 400'000;    // ticks: of a frame whose rate nobody knows
 constexpr int64_t kQuick = kTicksPerMs / 20;      // what took less the last time is done without the pool
 constexpr int64_t kQuickShare = kTicksPerMs / 5;  // of a cycle, for all such together
@@ -90,7 +93,10 @@ HRESULT SyncMixer::Sync_Request(ManualEvent& _evStop, bool _bHold, SyncRequest& 
         AddStep(input, *pSource, input.pStream ? pBackground : nullptr, _request);
     }
     arrInputs.clear();
-    if (bNewStarts) WaitStarted(_evStop, _request);
+    // A show begins with all its sources, and an output without a pace of its own waits for each. One that keeps to its
+    // rate waits for a part of a frame only: who comes later is seen later.
+    const int64_t rtFrame = FrameDurationOfRate(_request.props.vidProps.dblRate).rtDuration;
+    if (bNewStarts) WaitStarted(&_evStop, bPaced && bOnAir ? rtFrame / 4 : -1);
     GetAll(_evStop, _bHold);
     RemoveUnused(raised);
     if (_request.Count() == 0) return S_FALSE;
@@ -124,7 +130,7 @@ void SyncMixer::GetAll(ManualEvent& _evStop, bool _bHold) {
     arrReady.clear();
     for (const auto& pSource : arrSources) {
         pSource->pFrame.Reset();
-        if (pSource->arrSteps.empty() || pSource->bStarting.load(std::memory_order_acquire)) continue;
+        if (pSource->arrSteps.empty() || pSource->IsStarting()) continue;
         pSource->bHeld = (_bHold || !pSource->bWanted) && pSource->pLastFrame;
         if (pSource->bHeld) {
             pSource->pFrame = RepeatOf(pSource->pLastFrame);
@@ -170,11 +176,8 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
     pSource->pItem = _pItem;
     pSource->name = _pItem->Name();
     if (pSource->name.empty()) pSource->name = u"Unknown";
+    SetSourcePriority(*pObject, *_pItem, SourcePlace::Connected);
     if (IZrProps* const pProps = _pItem->SourceProps()) {
-        if (pObject->AttributeOr(u"threads.priority_on", false)) {
-            const std::u16string priority = pObject->AttributeOr(u"threads.priority_max", u"15");
-            pProps->PropsSet(u"object::thread.priority", priority.c_str());
-        }
         BSTR bs = nullptr;
         if (pProps->PropsGet(u"object::rate_control", &bs) == S_OK) pSource->rateControl = TextArgument(bs);
         SysFreeString(bs);
@@ -186,7 +189,7 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
     _pItem->Pulled()->SourceFrameGetEx_I(&llReader, 0, nullptr, nullptr);
     pSource->llReaderID.store(llReader);
     AskForRate(*pSource, _request);
-    if (_pItem->OwnsSource() || pObject->AttributeOr(u"external.autostart", true)) StartSource(*pSource);
+    if (StartsSource(*pObject, *_pItem)) StartSource(*pSource);
     _events.RaiseEvent(pSource->name.c_str(), u"source_connected", pSource->name.c_str(), _pItem->Source());
     arrSources.push_back(std::move(pSource));
     return arrSources.back().get();
@@ -196,22 +199,27 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
 void SyncMixer::StartSource(SyncSource& _source) {
     if (!_source.pItem->CanStart()) return;
     bNewStarts = true;
-    _source.bStarting.store(true, std::memory_order_relaxed);
-    const auto Start = [&_source] {
+    const auto pStart = std::make_shared<SourceStart>();
+    pStart->pItem = _source.pItem;
+    pStart->pOwned = _source.pItem->Owned();
+    _source.pStart = pStart;
+    const auto Start = [pStart] {
         InterfaceCall([&] {
-            _source.pItem->StartSource();
+            pStart->pItem->StartSource();
             return S_OK;
         });
-        _source.bStarting.store(false, std::memory_order_release);
+        pStart->pOwned.reset();
+        pStart->evEnded.Set();
     };
-    if (Failed(ThreadPool::Shared().Submit(Start, &groupStart))) Start();
+    if (Failed(ThreadPool::Shared().Submit(Start))) Start();
 }
 
-// A show begins with all its sources, and an output without a pace of its own waits for each. One that keeps to its
-// rate waits for a part of a frame only: who comes later is seen later.
-void SyncMixer::WaitStarted(ManualEvent& _evStop, const SyncRequest& _request) {
-    const int64_t rtFrame = FrameDurationOfRate(_request.props.vidProps.dblRate).rtDuration;
-    groupStart.Wait(&_evStop, bPaced && bOnAir ? rtFrame / 4 : -1);
+// Until all have started, or so long. _pevStop may be null.
+void SyncMixer::WaitStarted(ManualEvent* _pevStop, int64_t _rtLimit) {
+    const int64_t rtDeadline = DeadlineAfter(ClockNow(), _rtLimit);
+    for (const auto& pSource : arrSources) {
+        if (pSource->IsStarting() && WaitAnyUntil({_pevStop, &pSource->pStart->evEnded}, rtDeadline) != 1) return;
+    }
 }
 
 // Has a source that was given no format of its own play at the rate of the output.
@@ -281,9 +289,12 @@ HRESULT SyncMixer::AskAndWait(SyncSource& _source, ManualEvent& _evStop, FramePt
     int64_t rtLeft = !bUnlimited && _source.nTimeouts < 1 ? nMaxWaitMs * kTicksPerMs : 0;
     for (;;) {
         const int64_t rtSlice = bUnlimited ? kGetSlice : std::min(rtLeft, kGetSlice);
+        const int64_t rtAsked = ClockNow();
         const HRESULT hr = Ask(_source, rtSlice, !_evStop.IsSet(), _pFrame);
         rtLeft -= rtSlice;
         if (hr != ZR_E_TIMEOUT || _evStop.IsSet() || (!bUnlimited && rtLeft <= 0)) return hr;
+        // One that does not wait itself.
+        if (bUnlimited) WaitOne(_evStop, std::clamp<int64_t>(rtAsked + rtSlice - ClockNow(), 0, kNap));
     }
 }
 
@@ -398,7 +409,7 @@ HRESULT SyncMixer::Sync_Put(SyncRequest& _request, FramePtr* _ppBackground, bool
 }
 
 void SyncMixer::RemoveUnused(IEventSink& _events) {
-    const auto IsUsed = [](const auto& _pSource) { return !_pSource->arrSteps.empty() || _pSource->bStarting.load(); };
+    const auto IsUsed = [](const auto& _pSource) { return !_pSource->arrSteps.empty() || _pSource->IsStarting(); };
     if (std::all_of(arrSources.begin(), arrSources.end(), IsUsed)) return;
     const auto itUnused = std::stable_partition(arrSources.begin(), arrSources.end(), IsUsed);
     for (auto it = itUnused; it != arrSources.end(); ++it) RemoveSource(**it, _events);
@@ -412,17 +423,14 @@ void SyncMixer::RemoveSource(SyncSource& _source, IEventSink& _events) {
         } else {
             pProps->PropsSet(u"object::rate_control", _source.rateControl.c_str());
         }
-        if (pObject->AttributeOr(u"threads.priority_on", false)) {
-            const std::u16string priority = pObject->AttributeOr(u"threads.priority_min", u"-2");
-            pProps->PropsSet(u"object::thread.priority", priority.c_str());
-        }
     }
+    SetSourcePriority(*pObject, *_source.pItem, SourcePlace::Waiting);
     if (const uint64_t ll = _source.llReaderID.load()) _source.pItem->Pulled()->ReaderRemove(ll);
     _events.RaiseEvent(_source.name.c_str(), u"source_disconnected", _source.name.c_str(), _source.pItem->Source());
 }
 
 void SyncMixer::RemoveSources(IEventSink& _events) {
-    groupStart.Wait(nullptr, -1);
+    WaitStarted(nullptr, kStartLimit);
     bOnAir = false;
     for (const auto& pSource : arrSources) RemoveSource(*pSource, _events);
     arrSources.clear();

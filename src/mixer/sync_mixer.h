@@ -38,7 +38,7 @@ private:
     void AddStep(const MIX_INPUT& _input, SyncSource& _source, IUnknown* _pBackground, SyncRequest& _request);
     void AskForRate(SyncSource& _source, const SyncRequest& _request);
     void StartSource(SyncSource& _source);
-    void WaitStarted(ManualEvent& _evStop, const SyncRequest& _request);
+    void WaitStarted(ManualEvent* _pevStop, int64_t _rtLimit);
     void GetAll(ManualEvent& _evStop, bool _bHold);
     void HandOut(SyncSource& _source);
     void StartGet(SyncSource& _source, ManualEvent& _evStop, bool _bAsync);
@@ -71,7 +71,6 @@ private:
     bool bNewStarts = false;             // sources were started in this request
     std::vector<SyncSource*> arrReady;   // asked without the pool; within a request only
     std::vector<RequestStep*> arrQuick;  // run without the pool; within a put only
-    TaskGroup groupStart;
     TaskGroup groupGet;
     TaskGroup groupPut;
 };

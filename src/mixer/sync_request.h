@@ -31,12 +31,19 @@ struct RequestStep {
     bool IsBackground() const { return input.nIndex < 0; }
 };
 
-// A source that inputs of the mixer use. Mix thread only, but for its start and the gets, which one thread at a time
-// does.
+// The start of a source, which a thread of the pool is about. One that never ends is left to itself: it keeps what it
+// needs.
+struct SourceStart {
+    ZrPtr<CCoZrItem> pItem;
+    OwnedSourcePtr pOwned;  // closed meanwhile, it ends with its start
+    ManualEvent evEnded;
+};
+
+// A source that inputs of the mixer use. Mix thread only, but for the gets, which one thread at a time does.
 struct SyncSource {
     ZrPtr<CCoZrItem> pItem;               // any of those that use it
     std::atomic<uint64_t> llReaderID{0};  // at the source
-    std::atomic<bool> bStarting{false};   // it is not asked before it has started
+    std::shared_ptr<SourceStart> pStart;  // null: it was not started
     std::u16string name;
     std::u16string rateControl;          // of the source before it was connected
     int32_t nTimeouts = 0;               // see SyncMixer::Accept
@@ -48,6 +55,9 @@ struct SyncSource {
     FramePtr pFrame;                     // of this cycle
     FramePtr pLastFrame;                 // the last one that came
     std::vector<RequestStep*> arrSteps;  // who wants this cycle's frame
+
+    // It is not asked before it has started.
+    bool IsStarting() const { return pStart && !pStart->evEnded.IsSet(); }
 };
 
 // What Sync_Request found, for the puts and the frame of that cycle. Kept and used again: nothing is allocated in a

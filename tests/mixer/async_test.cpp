@@ -255,6 +255,7 @@ TEST_F(AsyncTest, AReplacedSourceEndsAfterItsProducer) {
     struct HOST final : IProducerHost {
         STREAM_PUT PutNow() const override { return {}; }
         HRESULT DriveCycle(const FramePtr&, ManualEvent&) override { return S_OK; }
+        bool StartsIt(const CCoZrItem&) const override { return true; }
     } host;
     NoStatistics statistics;
     BlockSet blocks;
