@@ -9,6 +9,7 @@
 #include "media/vid_props.h"
 #include "video/color_convert.h"
 #include "video/image_convert.h"
+#include "video/image_format_base.h"
 #include "video/picture.h"
 #include "video/sample_rows.h"
 #include "video/scale_rects.h"
@@ -114,6 +115,8 @@ struct FIELD_RULE {
 
 FIELD_RULE FieldRule(const ZR_VID_PROPS& _src, const ZR_VID_PROPS& _output, const SCALING_QUALITY& _quality) {
     const int32_t nSrc = InterlaceClass(&_src), nDst = InterlaceClass(&_output);
+    if (const int32_t nField = DeinterlaceField(_src); nField != 0)
+        return {true, nField == 1 ? uint32_t{eScale_Field1} : uint32_t{eScale_Field2}};
     if (nSrc != 0 && nDst != 0) return {true, nSrc * nDst < 0 ? uint32_t{eScale_LineUp} : 0};
     if (nSrc != 0 && _quality.bSeparateFields)
         return {true, nSrc > 0 ? uint32_t{eScale_Field1} : uint32_t{eScale_Field2}};
@@ -258,7 +261,7 @@ bool FitsAsItIs(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tag
     const ZR_VID_PROPS& props = _source.props;
     if (RectWidth(_srcRect) != _made.cx || RectHeight(_srcRect) != _made.cy) return false;
     if (props.fccType != eZrFCC_ARGB32 && !SameFamily(props.fccType, _plan.output.fccType)) return false;
-    if (PixelFormatPlanar(props.fccType)) return false;
+    if (PixelFormatPlanar(props.fccType) || DeinterlaceField(props) != 0) return false;
     const int32_t nSrc = InterlaceClass(&props), nDst = InterlaceClass(&_plan.output);
     return nSrc == 0 || nDst == 0 || nSrc == nDst;
 }
@@ -267,7 +270,8 @@ bool FitsAsItIs(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tag
 
 bool PICTURE_PLAN::SamePicture(const PICTURE_PLAN& _other) const {
     return dst == _other.dst && crop == _other.crop && nQuality == _other.nQuality && nMasks == _other.nMasks &&
-           bHasMask == _other.bHasMask && bCut == _other.bCut && SameGeometry(output, _other.output);
+           nField == _other.nField && bHasMask == _other.bHasMask && bCut == _other.bCut &&
+           SameGeometry(output, _other.output);
 }
 
 HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
@@ -290,7 +294,8 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     const RECT_F dst = Ordered(_plan.dst), crop = Ordered(_plan.crop);
     const bool bSrcPairs = HasChromaPairs(source.props.fccType);
     const bool bDstPairs = HasChromaPairs(_plan.output.fccType);
-    const bool bSrcFields = InterlaceClass(&source.props) != 0 || Is420(source.props.fccType);
+    const bool bSrcFields =
+        InterlaceClass(&source.props) != 0 || DeinterlaceField(source.props) != 0 || Is420(source.props.fccType);
     const bool bDstFields = InterlaceClass(&_plan.output) != 0;
     const EXTENT srcAcross{source.props.nWidth, bSrcPairs || bDstPairs ? 2 : 1};
     const EXTENT dstAcross{_plan.output.nWidth, srcAcross.nUnit};

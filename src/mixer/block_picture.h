@@ -54,6 +54,7 @@ struct PICTURE_PLAN {
     ZR_VID_PROPS output;
     int32_t nQuality = 2;  // scaling_quality
     int32_t nMasks = 0;    // changes with the names of the masks
+    int32_t nField = 0;    // of the source that alone is shown: 1 the upper, 2 the lower; 0: as it is
     bool bHasMask = false;
     bool bCut = true;  // what lies outside of the output is not made
 

@@ -94,6 +94,7 @@ bool ZrMixerStream::TakeCaptions(IZrFFrame* _pFrame) {
 
 void ZrMixerStream::ClearBlocks() {
     blocks.Clear(this, false);
+    Keep({});
     MutexLock lock(mtxFrame);
     bOpen.store(false, std::memory_order_release);
     bWaitBreak = true;
@@ -148,7 +149,7 @@ void ZrMixerStream::Pause(double _dblSeconds) {
 }
 
 void ZrMixerStream::Close(bool _bClose) {
-    CAutoObj<IZrFFrame> pGone;
+    CAutoObj<IZrFFrame> pGone, pKeptGone;
     MutexLock lock(mtxFrame);
     if (_bClose) {
         if (bTransitionHold) return;
@@ -157,6 +158,7 @@ void ZrMixerStream::Close(bool _bClose) {
         evStop.Set();
         audio.Clear();
         std::swap(pGone, pLastFrame);
+        std::swap(pKeptGone, pKept);
     } else {
         if (!evStop.IsSet()) return;
         evStop.Reset();

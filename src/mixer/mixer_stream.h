@@ -161,6 +161,8 @@ private:
     void Count(INCOMING& _in);
     void PutSound(INCOMING& _in, const STREAM_PUT& _put);
     HRESULT PutSlots(IZrFFrame* _pFrame, INCOMING& _in, const STREAM_PUT& _put);
+    CAutoObj<IZrFFrame> Kept() const;
+    void Keep(CAutoObj<IZrFFrame> _pFrame);
     HRESULT WaitHeard(INCOMING& _in, const STREAM_PUT& _put);
     HRESULT PutMedia_I(IZrFFrame* _pFrame, const INCOMING& _in, const STREAM_PUT& _put);
     HRESULT WaitTaken(const INCOMING& _in, const STREAM_PUT& _put);
@@ -196,6 +198,7 @@ private:
     mutable Mutex mtxFrame{lock_order::kStreamFrame};
     ZR_VID_PROPS vidProps ZR_GUARDED_BY(mtxFrame);
     CAutoObj<IZrFFrame> pLastFrame ZR_GUARDED_BY(mtxFrame);  // that the blocks have been given
+    CAutoObj<IZrFFrame> pKept ZR_GUARDED_BY(mtxFrame);       // the first field of a slot that is not filled yet
     ZR_TIME lastTime ZR_GUARDED_BY(mtxFrame);                // of the frame that they show
     int64_t rtPauseRemainder ZR_GUARDED_BY(mtxFrame) = 0;
     RateMeter rateMeter ZR_GUARDED_BY(mtxFrame);
@@ -207,7 +210,7 @@ private:
     // Producer only.
     std::vector<BlockPtr> arrPutTo;  // the blocks of the put under way
     StreamRate rate;
-    std::vector<ZR_TIME> arrSlots;  // of the put under way: when its frame is shown
+    std::vector<RATE_SLOT> arrSlots;  // of the put under way: when its frame is shown, and how
 };
 
 }  // namespace zr

@@ -6,6 +6,7 @@
 #include "media/vid_props.h"
 #include "mixer/mix_clock.h"
 #include "mixer/mixer_stream.h"
+#include "mixer/slot_frame.h"
 
 namespace zr {
 namespace {
@@ -43,9 +44,10 @@ HRESULT ZrMixerStream::PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put) {
                         in.info.cbVideo >= kLeastPicture;
     arrSlots.clear();
     if (bShows && !_put.bSync) {
-        rate.Put(in.info.mTime, in.info.avProps.vidProps.dblRate, output.dblRate, arrSlots);
+        rate.Put(in.info.mTime, in.info.avProps.vidProps, output, arrSlots);
     } else if (bShows) {
-        arrSlots.push_back(in.info.mTime);
+        rate.Reset();
+        arrSlots.push_back({in.info.mTime});
     }
     PutSound(in, _put);
     if (!bShows && !_put.bSkipped) NoteShown(_pFrame, in.info.mTime);
@@ -56,17 +58,37 @@ HRESULT ZrMixerStream::PutMedia(IZrFFrame* _pFrame, const STREAM_PUT& _put) {
     return hr;
 }
 
-// The frame goes to the blocks as often as its rate and that of the output ask for.
+// The frame goes to the blocks as often as its rate and that of the output ask for, as a whole or by fields.
 HRESULT ZrMixerStream::PutSlots(IZrFFrame* _pFrame, INCOMING& _in, const STREAM_PUT& _put) {
     HRESULT hr = S_OK;
-    for (const ZR_TIME& slot : arrSlots) {
-        _in.info.mTime = slot;
-        hr = PutMedia_I(_pFrame, _in, _put);
+    for (const RATE_SLOT& slot : arrSlots) {
+        _in.info.mTime = slot.time;
+        ZrPtr<IZrFFrame> pShown;
+        hr = FrameOfSlot(slot.ePicture, slot.ePicture == SlotPicture::Woven ? Kept().Get() : nullptr, *_pFrame,
+                         _put.output.vidProps, &pShown);
+        if (Failed(hr)) break;
+        hr = PutMedia_I(pShown.Get(), _in, _put);
         const int32_t nState = WaitStateOf(_in, _put);
         if (hr == S_OK || nState < kLive) nWaitState.store(nState, std::memory_order_relaxed);
         if (Failed(hr)) break;
     }
+    if (rate.KeepsFrame()) {
+        Keep(_pFrame);
+    } else if (!arrSlots.empty()) {
+        Keep({});
+    }
     return hr;
+}
+
+CAutoObj<IZrFFrame> ZrMixerStream::Kept() const {
+    MutexLock lock(mtxFrame);
+    return pKept;
+}
+
+void ZrMixerStream::Keep(CAutoObj<IZrFFrame> _pFrame) {
+    MutexLock lock(mtxFrame);
+    if (_pFrame && bWaitBreak) return;  // closed during the put
+    std::swap(pKept, _pFrame);          // what goes ends behind the lock
 }
 
 // What no picture holds up is held up by its sound: until the cycle has taken most of it, or the frame's time is over.
@@ -162,6 +184,7 @@ void ZrMixerStream::PutSound(INCOMING& _in, const STREAM_PUT& _put) {
     sound.bSync = _put.bSync;
     sound.dblSourceRate = _in.info.avProps.vidProps.dblRate;
     sound.bRateStep = rate.HasStepped();
+    sound.rtLater = rate.FillsFields() ? _in.rtDuration : 0;
     sound.vidOutput = _put.output.vidProps;
     sound.audOutput = _put.output.audProps;
     _in.bSound = StreamAudio::IsUsable(sound);

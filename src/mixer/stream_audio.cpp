@@ -111,7 +111,7 @@ void StreamAudio::PutSamples(const STREAM_SOUND& _sound, int64_t _rtFrame) {
     nLimit += nSilence;
     if (nSilence > 0) statistics.AddCount(counters.nFake, 1);
     if (buffer.Fill() == 0) {
-        nReserve = Lead(output, _rtFrame, _sound.bSync, bSameRate);
+        nReserve = Lead(output, _rtFrame, _sound.bSync, bSameRate) + SamplesOf(_sound.rtLater, output);
         nSilence = std::max(nSilence, nReserve);
     }
     if (nSilence > 0) buffer.PutAudio(output, nullptr, nSilence * AudBlockBytes(output), true, true);

@@ -25,6 +25,7 @@ struct STREAM_SOUND {
     bool bSync = true;
     double dblSourceRate = 0;  // frames per second
     bool bRateStep = false;    // the rate conversion has dropped or repeated a frame
+    int64_t rtLater = 0;       // ticks that a picture waits for the next one before it is shown
     ZR_VID_PROPS vidOutput;
     ZR_AUD_PROPS audOutput;
 };

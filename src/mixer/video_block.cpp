@@ -7,6 +7,7 @@
 
 #include "media/vid_props.h"
 #include "platform/clock.h"
+#include "video/image_format_base.h"
 
 namespace zr {
 
@@ -57,6 +58,7 @@ bool ZrVideoBlock::NeedsPicture_I(int64_t _llVideoID, PICTURE_PLAN* _pPlan) cons
     _pPlan->output = layout.output;
     _pPlan->nQuality = nQuality;
     _pPlan->nMasks = nMasks;
+    _pPlan->nField = DeinterlaceField(sourceProps);
     _pPlan->bHasMask = HasMask_I();
     _pPlan->bCut = layout.bCutOffscreen;
     return !pPicture || _llVideoID == 0 || _llVideoID != llPictureID || !plan.SamePicture(*_pPlan);

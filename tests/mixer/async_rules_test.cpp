@@ -104,6 +104,13 @@ TEST(AsyncRulesTest, AHundredCyclesAreRemembered) {
     EXPECT_EQ(pace.Interval(rt += 400'000, 400'000, false, 0), -400'000);
 }
 
+ZR_VID_PROPS RateProps(double _dblRate, eZrInterlace _eInterlace) {
+    ZR_VID_PROPS props;
+    props.dblRate = _dblRate;
+    props.eInterlace = _eInterlace;
+    return props;
+}
+
 TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
     constexpr auto eLive = eZrFF_Live;
     // arrStarts: ms; slots, steps: of each frame: how many; a step: y
@@ -134,7 +141,7 @@ TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
              "nnnnnnnnn"},
             {"a jump begins anew", 25, 50, eZrFF_None, {0, 40, 9000, 9040, 10, 50}, "121212", "nnnnnn"},
         };
-    std::vector<ZR_TIME> arrSlots;
+    std::vector<RATE_SLOT> arrSlots;
     for (const auto& [szName, dblRate, dblOutput, eFlags, arrStarts, slotsWanted, stepsWanted] : arrCases) {
         SCOPED_TRACE(szName);
         StreamRate rate;
@@ -144,14 +151,127 @@ TEST(AsyncRulesTest, FramesOfAnotherRateFillTheSlotsOfTheOutput) {
             time.rtStartTime = nMs * 10'000;
             time.rtEndTime = time.rtStartTime + static_cast<int64_t>(1e7 / dblRate);
             time.eFFlags = eFlags;
-            rate.Put(time, dblRate, dblOutput, arrSlots);
+            rate.Put(time, RateProps(dblRate, eZrI_Progressive), RateProps(dblOutput, eZrI_Progressive), arrSlots);
             slots += std::to_string(arrSlots.size());
             steps += rate.HasStepped() ? 'y' : 'n';
-            for (size_t i = 1; i < arrSlots.size(); ++i) EXPECT_EQ(arrSlots[i].rtStartTime, arrSlots[i - 1].rtEndTime);
+            for (size_t i = 1; i < arrSlots.size(); ++i)
+                EXPECT_EQ(arrSlots[i].time.rtStartTime, arrSlots[i - 1].time.rtEndTime);
         }
         EXPECT_EQ(slots, slotsWanted);
         EXPECT_EQ(steps, stepsWanted);
     }
+}
+
+// A rate in whole numbers.
+struct RATIO {
+    int64_t nFrames, nSeconds;
+    bool bFields;
+    double Rate() const { return static_cast<double>(nFrames) / static_cast<double>(nSeconds); }
+    ZR_VID_PROPS Props() const { return RateProps(Rate(), bFields ? eZrI_Field1First : eZrI_Progressive); }
+    int64_t Ticks(int64_t _n) const { return (2 * _n * nSeconds * 10'000'000 + nFrames) / (2 * nFrames); }
+};
+
+// The source frame that is on screen a millisecond before slot _n of so many a frame: the first that begins then or
+// later. -1: one begins at that very moment, as far as one can tell.
+int64_t FrameAt(const RATIO& _source, const RATIO& _output, int64_t _n, int64_t _nParts) {
+    const int64_t nUp = (1000 * _n * _output.nSeconds - _output.nFrames * _nParts) * _source.nFrames;
+    const int64_t nDown = 1000 * _output.nFrames * _nParts * _source.nSeconds;
+    if (nUp < 0) return 0;
+    return nUp % nDown == 0 ? -1 : nUp / nDown + 1;
+}
+
+// What both fields of an output frame show: a frame and of it all (w), the first (1) or the second field (2); with a
+// hyphen where nobody can tell.
+std::string FieldsAt(const RATIO& _source, const RATIO& _output, bool _bLive, int64_t _n) {
+    const auto Text = [](int64_t _nA, char _cA, int64_t _nB, char _cB) {
+        return std::to_string(_nA) + _cA + " " + std::to_string(_nB) + _cB;
+    };
+    if (_output.bFields && !_source.bFields && _source.Rate() > 40)
+        return Text(FrameAt(_source, _output, 2 * _n, 2), 'w', FrameAt(_source, _output, 2 * _n + 1, 2), 'w');
+    const int64_t nFrame = FrameAt(_source, _output, _n, 1);
+    int64_t nFirst = _n, nEnd = _n + 1;
+    while (nFirst > 0 && FrameAt(_source, _output, nFirst - 1, 1) == nFrame) --nFirst;
+    while (FrameAt(_source, _output, nEnd, 1) == nFrame) ++nEnd;
+    if (_source.bFields && (FrameAt(_source, _output, nFirst - 1, 1) < 0 || FrameAt(_source, _output, nEnd, 1) < 0))
+        return "-";
+    const int64_t nAll = nEnd - nFirst;
+    const bool bAsItIs = !_bLive && _source.Rate() == _output.Rate();
+    const bool bWhole = !_source.bFields || bAsItIs || (_output.bFields && nAll == 1);
+    const char c = bWhole ? 'w' : _n - nFirst < nAll - nAll / 2 ? '1' : '2';
+    return Text(nFrame, c, nFrame, c);
+}
+
+// Against whole numbers, files and live sources.
+TEST(AsyncRulesTest, EachFieldShowsTheFrameThatIsOnScreen) {
+    std::vector<RATIO> arrSources;
+    for (const bool bFields : {false, true})
+        for (const auto& [n, s] :
+             std::vector<std::pair<int, int>>{{24, 1}, {25, 1}, {30000, 1001}, {30, 1}, {50, 1}, {60000, 1001}})
+            arrSources.push_back({n, s, bFields});
+    const RATIO arrOutputs[] = {
+        {25, 1, true}, {25, 1, false}, {50, 1, false}, {30000, 1001, true}, {60000, 1001, false}};
+    for (const RATIO& source : arrSources) {
+        for (const RATIO& output : arrOutputs) {
+            for (const bool bLive : {false, true}) {
+                SCOPED_TRACE(std::to_string(source.Rate()) + (source.bFields ? "i" : "p") + " into " +
+                             std::to_string(output.Rate()) + (output.bFields ? "i" : "p") + (bLive ? " live" : ""));
+                StreamRate rate;
+                std::vector<RATE_SLOT> arrSlots;
+                int64_t nKept = -1, nSlot = 0;
+                for (int64_t n = 0; n < 2000; ++n) {
+                    ZR_TIME time;
+                    time.rtStartTime = source.Ticks(n);
+                    time.rtEndTime = source.Ticks(n + 1);
+                    time.eFFlags = bLive ? eZrFF_Live : eZrFF_None;
+                    rate.Put(time, source.Props(), output.Props(), arrSlots);
+                    // Of nearly equal rates alone a slot more or less is a step.
+                    ASSERT_TRUE(!rate.HasStepped() || std::abs(source.Rate() - output.Rate()) < 0.1) << n;
+                    for (const RATE_SLOT& slot : arrSlots) {
+                        constexpr char arrParts[] = {'w', '1', '2', 'w'};
+                        const char c = arrParts[static_cast<int>(slot.ePicture)];
+                        const bool bWoven = slot.ePicture == SlotPicture::Woven;
+                        ASSERT_TRUE(!bWoven || nKept >= 0);
+                        const std::string shown = std::to_string(bWoven ? nKept : n) + c + " " + std::to_string(n) + c;
+                        const std::string wanted = FieldsAt(source, output, bLive, nSlot);
+                        ASSERT_TRUE(shown == wanted || wanted.find('-') != std::string::npos)
+                            << "slot " << nSlot << ": " << shown << ", not " << wanted;
+                        ASSERT_EQ(slot.time.rtStartTime, output.Ticks(nSlot)) << nSlot;
+                        ASSERT_EQ(slot.time.rtEndTime, output.Ticks(++nSlot)) << nSlot;
+                    }
+                    if (rate.KeepsFrame()) nKept = n;
+                }
+                EXPECT_NEAR(static_cast<double>(nSlot), 2000 * output.Rate() / source.Rate(), 2.5);
+            }
+        }
+    }
+}
+
+TEST(AsyncRulesTest, AnOpenFieldEndsWithItsLine) {
+    StreamRate rate;
+    std::vector<RATE_SLOT> arrSlots;
+    const auto Put = [&](int64_t _nMs, eZrFrameFlags _eFlags, eZrInterlace _eOutput) {
+        ZR_TIME time;
+        time.rtStartTime = _nMs * 10'000;
+        time.rtEndTime = time.rtStartTime + 200'000;
+        time.eFFlags = _eFlags;
+        rate.Put(time, RateProps(50, eZrI_Progressive), RateProps(25, _eOutput), arrSlots);
+        return std::to_string(arrSlots.size()) + (rate.KeepsFrame() ? "k" : "");
+    };
+    EXPECT_EQ(Put(0, eZrFF_Break, eZrI_Field1First), "0k");
+    EXPECT_EQ(Put(20, eZrFF_None, eZrI_Field1First), "1");
+    EXPECT_EQ(arrSlots[0].time.eFFlags, eZrFF_Break);  // that of the frame which the slot begins with
+    EXPECT_EQ(Put(40, eZrFF_None, eZrI_Field1First), "0k");
+    EXPECT_EQ(Put(500, eZrFF_Break, eZrI_Field1First), "0k");
+    EXPECT_EQ(Put(520, eZrFF_None, eZrI_Field2First), "0k");  // another output
+    EXPECT_EQ(Put(540, eZrFF_None, eZrI_Field2First), "1");
+    EXPECT_EQ(Put(560, eZrFF_None, eZrI_Field2First), "0k");
+    EXPECT_EQ(Put(580, eZrFF_None, eZrI_Progressive), "1");
+    EXPECT_EQ(arrSlots[0].ePicture, SlotPicture::Whole);
+    // A gap in the source: what is missing is made up of the frame after it, but for the field that was open.
+    EXPECT_EQ(Put(600, eZrFF_None, eZrI_Field1First), "0k");
+    EXPECT_EQ(Put(660, eZrFF_None, eZrI_Field1First), "2");
+    EXPECT_EQ(arrSlots[0].ePicture, SlotPicture::Woven);
+    EXPECT_EQ(arrSlots[1].ePicture, SlotPicture::Whole);
 }
 
 }  // namespace

@@ -116,6 +116,72 @@ TEST_F(AsyncTest, TheTimeCodeIsThatOfThePicture) {
     }
 }
 
+// Field f of the source, two a frame or one that fills it, has luma 20 + 2 f in all its lines. What the upper and the
+// lower lines of the output show goes on by even steps.
+TEST_F(AsyncTest, FieldsOfTheOutputShowFieldsOfTheSource) {
+    constexpr auto P = eZrI_Progressive, F1 = eZrI_Field1First, F2 = eZrI_Field2First;
+    // Rates and fields of source and output; what a frame of the output has in its lower lines more than in the upper
+    // ones, and in the upper ones more than the frame before, in fields of the source.
+    const std::tuple<const char*, double, eZrInterlace, double, eZrInterlace, int, int, eZrFCC> arrCases[] = {
+        {"two frames are woven", 50, P, 25, F1, 1, 2, eZrFCC_UYVY},
+        {"the lower field first", 50, P, 25, F2, -1, 2, eZrFCC_UYVY},
+        {"planes are woven", 50, P, 25, F1, 1, 2, eZrFCC_I420},
+        {"slow frames go whole", 25, P, 25, F1, 0, 1, eZrFCC_UYVY},
+        {"fields go apart", 25, F1, 50, P, 0, 1, eZrFCC_UYVY},
+        {"the lower field comes first", 25, F2, 50, P, 0, 1, eZrFCC_UYVY},
+        {"fields stay fields", 25, F1, 25, F1, 1, 2, eZrFCC_UYVY},
+    };
+    for (const auto& [szName, dblRate, eFields, dblOutput, eOutput, nLower, nStep, fcc] : arrCases) {
+        SCOPED_TRACE(szName);
+        MakeAsync(dblOutput, true);
+        ZR_VID_PROPS props = SmallPicture(dblOutput);
+        props.eInterlace = eOutput;
+        ASSERT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props), S_OK);
+        props = SmallPicture(dblRate);
+        props.eInterlace = eFields;
+        props.fccType = fcc;
+        if (fcc == eZrFCC_I420) props.nRowBytes = props.nWidth;
+        const auto pClip = PacedSource::Make(props, false);
+        pClip->Furnish = [&, eFields = eFields](int64_t _n, IZrFFrame& _frame) {
+            ZRF_FRAME_INFO info;
+            _frame.ZrFAllGet(&info);
+            const int64_t nFirst = eFields == P ? _n : 2 * _n;
+            auto* const pb = reinterpret_cast<uint8_t*>(info.lpVideo);
+            for (int32_t y = 0; y < info.avProps.vidProps.nHeight; ++y) {
+                const int64_t nField = nFirst + (eFields != P && (y % 2 == 1) == (eFields == F1));
+                std::memset(pb + y * info.avProps.vidProps.nRowBytes, static_cast<int>(20 + 2 * nField),
+                            static_cast<size_t>(info.avProps.vidProps.nRowBytes));
+            }
+        };
+        Add(u"s", pClip.Get());
+        ZrPtr<IZrElements> pScene;
+        ZrPtr<IZrElement> pForeground;
+        ASSERT_EQ(pMixer.As<IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), S_OK);
+        ASSERT_EQ(pScene->ElementsGetByID(u"foreground", pForeground.Out()), S_OK);
+        ASSERT_EQ(pForeground.As<IZrElements>()->ElementsAdd(u"v", u"video", u"stream_id=s", nullptr, 0), S_OK);
+        pMixer->ObjectStart(nullptr);
+        SleepFor(kTicksPerSecond);
+        pMixer->ObjectClose();
+        int nLast = 0, nSeen = 0;
+        for (const auto& received : pCollector->Frames()) {
+            ZRF_FRAME_INFO info;
+            ASSERT_EQ(received.pFrame->ZrFAllGet(&info), S_OK);
+            const auto Luma = [&](int32_t _y) {
+                return reinterpret_cast<const uint8_t*>(info.lpVideo)[_y * info.avProps.vidProps.nRowBytes + 65];
+            };
+            if (Luma(18) < 20) continue;  // nothing has been laid out yet
+            for (int32_t y = 0; y < 36; ++y) ASSERT_EQ(Luma(y), Luma(y % 2)) << y;
+            EXPECT_EQ(Luma(1) - Luma(0), 2 * nLower) << nSeen;
+            EXPECT_TRUE(nSeen < 3 || Luma(0) - nLast == 2 * nStep)
+                << nSeen << ": " << int{Luma(0)} << " after " << nLast;
+            ++nSeen;
+            nLast = Luma(0);
+        }
+        EXPECT_GT(nSeen, dblOutput - 6);
+        EXPECT_EQ(Counter(u"dups.s"), 0);
+    }
+}
+
 TEST_F(AsyncTest, ABackgroundDrivesTheCycleAtItsRate) {
     MakeAsync(25.0);
     const auto pBackground = Live(kNtsc);

@@ -61,9 +61,11 @@ protected:
     static ZrPtr<PacedSource> Source(double _dblFps, int32_t _nRate, int32_t _nChannel, bool _bLive,
                                      std::function<int16_t(int64_t)> _sample) {
         const auto p = PacedSource::Make(SmallPicture(_dblFps), _bLive);
-        const bool bNtsc = _dblFps != 25;
+        const bool bNtsc = _dblFps == kNtsc;
         p->Furnish = [=](int64_t _n, IZrFFrame& _frame) {
-            const auto Begin = [&](int64_t n) { return bNtsc ? n * _nRate * 1001 / 30000 : n * _nRate / 25; };
+            const auto Begin = [&](int64_t n) {
+                return bNtsc ? n * _nRate * 1001 / 30000 : n * _nRate / std::lrint(_dblFps);
+            };
             const ZR_AUD_PROPS props{kChannels, _nRate, 16, 0};
             std::vector<int16_t> sound(static_cast<size_t>((Begin(_n + 1) - Begin(_n)) * kChannels));
             for (int64_t i = Begin(_n); i < Begin(_n + 1); ++i)
@@ -123,6 +125,8 @@ protected:
     ZrPtr<IZrStreams> pStreams;
     ZrPtr<SoundChecker> pChecker;
 };
+
+class PushedSoundTest : public SoundShowTest {};
 
 // Two minutes; ZR_SHOW_MINUTES=60 for the hour. Two streams count, of the two others, which are resampled, the phase of
 // a tone says where they are.
@@ -406,6 +410,44 @@ TEST_P(SoundShowTest, SkippedFramesLeaveSoundAndPictureTogether) {
     EXPECT_GE(nBreaks - nBreaksBefore, 5);
     EXPECT_EQ(arrOffsets.back(), nOffset);
 }
+
+// Fifty frames a second in an output of 25: sound and picture stay together to the sample, whether every other frame is
+// left out or two are woven.
+TEST_P(PushedSoundTest, FieldsLeaveSoundAndPictureTogether) {
+    int64_t arrOffsets[2] = {};
+    for (const bool bFields : {false, true}) {
+        MakeShow(25);
+        ZR_VID_PROPS props = SmallPicture(25);
+        if (bFields) props.eInterlace = eZrI_Field1First;
+        ASSERT_EQ(pMixer.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props), S_OK);
+        Add(u"a", Source(50, kRate, 0, false, Count).Get());
+        int64_t nFrames = 0, nWrong = 0, nMoved = 0, nPicture = 0, nSample = 0;
+        int nLumaBefore = 0;
+        pChecker->Check = [&](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO& _info) {
+            const auto* const pb = reinterpret_cast<const uint8_t*>(_info.lpVideo) + 18 * 128 + 2 * 20 + 1;
+            const bool bSettled = ++nFrames > 10;
+            nWrong += bSettled && (pb[128] != pb[0] + bFields || _p[0] != (nSample + 1920) % kPeriod + 1);
+            nSample = _p[0] - 1;
+            nPicture += (*pb - nLumaBefore + 200) % 200;
+            nLumaBefore = *pb;
+            const int64_t nOffset = ((nSample - nPicture * 960) % kPeriod + kPeriod) % kPeriod;
+            nMoved += bSettled && nOffset != arrOffsets[bFields];
+            arrOffsets[bFields] = nOffset;
+            EXPECT_EQ(_n, 1920);
+        };
+        pMixer->ObjectStart(nullptr);
+        SleepFor(10 * kTicksPerSecond);
+        pMixer->ObjectClose();
+        EXPECT_NEAR(static_cast<double>(nFrames), 250, 4);
+        EXPECT_EQ(nWrong, 0) << bFields;
+        EXPECT_EQ(nMoved, 0) << bFields;
+    }
+    constexpr int64_t kTogether = kPeriod - 20 * 960;  // luma counts from 20
+    EXPECT_NEAR(static_cast<double>(arrOffsets[0]), kTogether - 960, 4);
+    EXPECT_NEAR(static_cast<double>(arrOffsets[1]), kTogether, 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Async, PushedSoundTest, ::testing::Values(false));
 
 INSTANTIATE_TEST_SUITE_P(BothWays, SoundShowTest, ::testing::Bool(),
                          [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
