@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <random>
+#include <set>
 
 #include "mixer_fixture.h"
 #include "sources/frame_rate_step.h"
@@ -63,6 +64,30 @@ protected:
         ASSERT_EQ(pScenes->ScenesAdd(scene.c_str(), &bs, nullptr), S_OK);
         ASSERT_EQ(pScenes->ScenesActiveSet(bs, nullptr), S_OK);
         SysFreeString(bs);
+    }
+
+    // What events said of sources, on the thread that tells them.
+    struct TOLD {
+        Mutex mtx;
+        std::set<IUnknown*> arrOn ZR_GUARDED_BY(mtx);
+        int nCame ZR_GUARDED_BY(mtx) = 0;
+        int nWrong ZR_GUARDED_BY(mtx) = 0;
+    };
+    // A source comes and goes in turn, and an item goes that has come.
+    static HRESULT OnSource(int64_t _llUser, const char16_t*, const char16_t* _szEvent, const char16_t*,
+                            IUnknown* _pObject) {
+        TOLD& told = *reinterpret_cast<TOLD*>(_llUser);
+        const std::u16string_view event(_szEvent);
+        MutexLock lock(told.mtx);
+        const bool bSource = event.starts_with(u"source_");
+        if (event == u"source_connected" || event == u"connect") {
+            const bool bNew = told.arrOn.insert(_pObject).second;
+            told.nWrong += bSource && !bNew;
+            ++told.nCame;
+        } else if (event == u"source_disconnected" || event == u"disconnect") {
+            told.nWrong += told.arrOn.erase(_pObject) == 0;
+        }
+        return S_OK;
     }
 };
 
@@ -160,6 +185,8 @@ TEST_P(ShowTest, WhateverSourcesDoTheOutputGoesOn) {
         return props;
     };
     const auto NewSource = [&] { return PacedSource::Make(Format(), Roll(2) == 0, Roll(3) == 0 ? 960 : 0); };
+    TOLD told;
+    pMixer->ObjectCallbackSetFunc(reinterpret_cast<int64_t>(&OnSource), 0, reinterpret_cast<int64_t>(&told));
     std::vector<ZrPtr<PacedSource>> arrSources;
     for (int i = 0; i < 6; ++i) arrSources.push_back(NewSource());
     // One that always works: without any source a mixer that asks has nothing to put out.
@@ -239,6 +266,11 @@ TEST_P(ShowTest, WhateverSourcesDoTheOutputGoesOn) {
     EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 100, 4);
     EXPECT_NEAR(static_cast<double>(pGood->nGiven), 100, 4);
     pMixer->ObjectClose();
+    SleepFor(kTicksPerMs);  // events are told on a thread of their own
+    pMixer->ObjectCallbackSetFunc(0, 0, 0);
+    MutexLock lock(told.mtx);
+    EXPECT_GT(told.nCame, nReplaced);
+    EXPECT_EQ(told.nWrong, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothWays, ShowTest, ::testing::Bool(),

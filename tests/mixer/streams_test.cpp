@@ -434,17 +434,24 @@ TEST_F(StreamsTest, RandomCallsOnARunningMixerAgreeWithASimpleTable) {
     EXPECT_EQ(CountEvents(u"source_connected/External"), CountEvents(u"source_disconnected/External"));
 }
 
-TEST_F(StreamsTest, FourThreadsChangeSixteenStreamsDuringTheMix) {
+class WaysTest : public StreamsTest, public ::testing::WithParamInterface<bool> {};
+
+// A source that is pushed has one place: each of a pushing mixer's has its own.
+TEST_P(WaysTest, FourThreadsChangeSixteenStreamsDuringTheMix) {
+    const bool bSync = GetParam();
+    const int nRounds = bSync ? kRounds : kRounds / 4;
     Make(50.0);
+    pProps->PropsSet(u"object::sync_mode", bSync ? u"true" : u"false");
     pMixer->ObjectStart(nullptr);
     std::vector<std::unique_ptr<Thread>> arrThreads;
     std::atomic<int> nAdded{0};
     for (unsigned i = 0; i < 4; ++i) {
         arrThreads.push_back(std::make_unique<Thread>());
-        arrThreads.back()->Start("edits", [this, i, &nAdded](ManualEvent&) {
+        arrThreads.back()->Start("edits", [this, i, bSync, nRounds, &nAdded](ManualEvent&) {
             std::mt19937 random(i);
-            const auto pAdded = NewSource();
-            for (int n = 0; n < kRounds; ++n) {
+            auto pAdded = NewSource();
+            for (int n = 0; n < nRounds; ++n) {
+                if (!bSync) pAdded = NewSource();
                 const std::u16string id = u"s" + std::u16string(1, static_cast<char16_t>(u'a' + random() % 16));
                 ZrPtr<IZrItem> pItem;
                 pStreams->StreamsGet(id.c_str(), nullptr, pItem.Out());
@@ -460,12 +467,104 @@ TEST_F(StreamsTest, FourThreadsChangeSixteenStreamsDuringTheMix) {
         });
     }
     for (auto& pThread : arrThreads) pThread->Join();
-    EXPECT_GT(nAdded, kRounds / 4);
+    EXPECT_GT(nAdded, nRounds / 4);
     const size_t nBefore = pCollector->Count();
     SleepFor(kTicksPerSecond);
     EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 50, 3);
     pMixer->ObjectClose();
     EXPECT_EQ(Order(), u"");
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, WaysTest, ::testing::Bool(),
+                         [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
+
+// What the host has not started, and the mixer is not to start, stands still; what hangs in its start holds no stop up.
+TEST_P(WaysTest, SourcesOfTheHostStartByTheKeyAndHoldNoStopUp) {
+    struct STARTED final : ScriptedFile {
+        std::atomic<int> nStarts{0};
+        HRESULT FilePlayStart() override {
+            ++nStarts;
+            SleepFor(20 * kTicksPerSecond);
+            return S_OK;
+        }
+    };
+    for (const bool bStarts : {false, true}) {
+        Make(25.0);
+        NoBackground();
+        pProps->PropsSet(u"object::sync_mode", GetParam() ? u"true" : u"false");
+        pProps->PropsSet(u"object::external.autostart", bStarts ? u"true" : u"false");
+        const auto pSlow = ZrPtr<STARTED>::Attach(new STARTED);
+        Add(u"a", pSlow.As<IZrSource_I>().Get());
+        pMixer->ObjectStart(nullptr);
+        SleepFor(kTicksPerSecond);
+        EXPECT_EQ(pSlow->nStarts, bStarts);
+        const int64_t rtStop = ClockNow();
+        pMixer->ObjectClose();
+        // A producer is waited for: it is in a call of the source.
+        EXPECT_LT(ClockNow() - rtStop, (GetParam() || !bStarts ? 2 : 21) * kTicksPerSecond);
+        SleepFor(20 * kTicksPerSecond);
+    }
+}
+
+// One that has no frame and does not wait for one either is not asked all the time.
+TEST_P(WaysTest, AStopWaitsForNobodyWhoIsSlow) {
+    struct IMPATIENT final : OneReaderSource {
+        std::atomic<int> nGets{0};
+        HRESULT NextFrame(int64_t, IZrFFrame**) override {
+            ++nGets;
+            return ZR_E_TIMEOUT;
+        }
+    };
+    struct BLOCKED final : UnknownImpl<IZrReceiver_I> {
+        HRESULT MediaReceive(const char16_t*, IUnknown*, IZrFFrame*) override {
+            SleepFor(5 * kTicksPerSecond);
+            return S_OK;
+        }
+        HRESULT MediaEnd(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
+        HRESULT MediaFlush(const char16_t*, IUnknown*, int32_t) override { return S_OK; }
+    };
+    Make(25.0);
+    pProps->PropsSet(u"object::sync_mode", GetParam() ? u"true" : u"false");
+    pProps->PropsSet(u"object::sync_mode.get_max_wait", u"-1");
+    pProps->PropsSet(u"object::output.max_buffers", u"1");
+    const auto pImpatient = ZrPtr<IMPATIENT>::Attach(new IMPATIENT);
+    Add(u"a", NewSource().Get());
+    pMixer->ObjectStart(nullptr);
+    const auto pBlocked = ZrPtr<BLOCKED>::Attach(new BLOCKED);
+    pMixer.As<IZrSender_I>()->SenderConnect(pBlocked.Get(), u"blocked", u"rate_control=0", nullptr);
+    SleepFor(kTicksPerSecond);
+    const int64_t rtStop = ClockNow();
+    pFile->FilePlayStop(0);
+    EXPECT_LT(ClockNow() - rtStop, kTicksPerSecond / 2);
+    Add(u"b", pImpatient.Get());
+    pFile->FilePlayStart();
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_GT(pImpatient->nGets, 20);
+    EXPECT_LT(pImpatient->nGets, 110);
+    pMixer->ObjectClose();
+}
+
+// An item goes without a word while its source stays in another place.
+TEST_F(StreamsTest, ASourceIsDisconnectedFromItsLastPlace) {
+    Make(25.0);
+    const auto pShared = NewSource();
+    Add(u"a", pShared.Get());
+    Add(u"b", pShared.Get());
+    Add(u"c", pShared.Get());
+    pMixer->ObjectStart(nullptr);
+    const auto Disconnects = [&] {
+        SleepFor(kTicksPerMs);  // events are told on a thread of their own
+        return CountEvents(u"disconnect/External");
+    };
+    pStreams->StreamsRemoveByIndex(0, 0, 0);
+    EXPECT_EQ(Disconnects(), 0);
+    Add(u"b", NewSource().Get());  // in its place
+    EXPECT_EQ(Disconnects(), 0);
+    pStreams->StreamsRemoveByIndex(-1, 0, 0);
+    EXPECT_EQ(Disconnects(), 1);
+    pStreams->StreamsRemoveByIndex(-1, 0, 0);
+    EXPECT_EQ(Disconnects(), 2);
+    pMixer->ObjectClose();
 }
 
 }  // namespace
