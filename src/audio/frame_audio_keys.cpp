@@ -11,6 +11,15 @@ namespace {
 
 constexpr std::u16string_view kChannels = u"audio_channels", kGain = u"audio_gain";
 
+// Without memory: there is none, or none that keys could change.
+SOUND_BLOCK SoundOf(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    if (Failed(_frame.ZrFAllGet(&info))) return {};
+    const ZR_AUD_PROPS& props = info.avProps.audProps;
+    if (!AudUsable(props) || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels) return {};
+    return {props, reinterpret_cast<uint8_t*>(info.lpAudio), info.lAudioSamples};
+}
+
 double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
     if (_arr.size() == 1) return _arr[0];
     return _nChannel < _arr.size() ? _arr[_nChannel] : 1;
@@ -25,41 +34,62 @@ const std::u16string& FrameAudioKeys::Text(const XMLNodeBase& _keys, std::u16str
 }
 
 bool FrameAudioKeys::IsDue(const XMLNodeBase& _keys) {
-    return arrGainsBefore.size() != 1 || arrGainsBefore[0] != 1 || !Text(_keys, kGain).empty() ||
-           !Text(_keys, kChannels).empty();
+    return arrGainsBefore.size() != 1 || arrGainsBefore[0] != 1 || !channelsText.empty() || edge.IsBlending() ||
+           !Text(_keys, kGain).empty() || !Text(_keys, kChannels).empty();
 }
 
-void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
+// True: another choice than that for the frame before.
+bool FrameAudioKeys::Choose(IZrFFrame& _frame, const XMLNodeBase& _keys) {
     if (!Text(_keys, kChannels).empty() && Succeeded(_frame.ZrFAVPropsSet(nullptr, text.c_str()))) {
         ZR_AV_PROPS props;
         _frame.ZrFAVPropsGet(&props, nullptr);
         props.audProps.nTrackSplitBits = 0;  // channels of a choice are no tracks any more
         _frame.ZrFAVPropsSet(&props, nullptr);
     }
+    if (text == channelsText) return false;
+    channelsText = text;
+    return true;
+}
+
+void FrameAudioKeys::JoinOn(const SOUND_BLOCK& _block, bool _bRerouted) {
+    if (edge.PastSamples() > 0 && (_bRerouted || edge.IsBlending())) {
+        edge.Smooth(_block.props, _block.p, _block.nSamples, _block.nSamples, _bRerouted);
+    } else {
+        edge.Remember(_block.props, _block.p, _block.nSamples);
+    }
+}
+
+void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
+    const bool bRerouted = Choose(_frame, _keys);
     if (Text(_keys, kGain) != gainText) {
         gainText = text;
         ReadGains(text, &arrGains);
         for (double& dbl : arrGains) dbl = LinearOfDb(dbl);
         if (arrGains.empty()) arrGains.push_back(1);
     }
-    Gain(_frame);
+    const SOUND_BLOCK block = SoundOf(_frame);
+    if (!block.p) {
+        edge.Reset();
+        return;
+    }
+    JoinOn(block, bRerouted);
+    Gain(block);
 }
 
-void FrameAudioKeys::Gain(IZrFFrame& _frame) {
-    ZRF_FRAME_INFO info;
-    if (Failed(_frame.ZrFAllGet(&info))) return;
-    const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lpAudio == 0 || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels)
-        return;
+void FrameAudioKeys::Pass(IZrFFrame& _frame) {
+    const SOUND_BLOCK block = SoundOf(_frame);
+    block.p ? edge.Remember(block.props, block.p, block.nSamples) : edge.Reset();
+}
+
+void FrameAudioKeys::Gain(const SOUND_BLOCK& _block) {
     std::array<CHANNEL_RAMP, kMaxAudioChannels> arrRamps;
-    const auto nChannels = static_cast<size_t>(props.nChannels);
+    const auto nChannels = static_cast<size_t>(_block.props.nChannels);
     for (size_t c = 0; c < nChannels; ++c) {
         const double dblFrom = GainAt(arrGainsBefore, c);
-        arrRamps[c] = {dblFrom, (GainAt(arrGains, c) - dblFrom) / info.lAudioSamples};
+        arrRamps[c] = {dblFrom, (GainAt(arrGains, c) - dblFrom) / static_cast<double>(_block.nSamples)};
     }
-    gain.Apply(props.nBitsPerSample, reinterpret_cast<uint8_t*>(info.lpAudio),
-               static_cast<size_t>(AudBlockBytes(props)), std::span<const CHANNEL_RAMP>(arrRamps).first(nChannels),
-               static_cast<size_t>(info.lAudioSamples));
+    gain.Apply(_block.props.nBitsPerSample, _block.p, static_cast<size_t>(AudBlockBytes(_block.props)),
+               std::span<const CHANNEL_RAMP>(arrRamps).first(nChannels), static_cast<size_t>(_block.nSamples));
     if (arrGainsBefore != arrGains) arrGainsBefore = arrGains;
 }
 

@@ -108,14 +108,16 @@ protected:
         int16_t arrLast[kChannels] = {};
     };
     void Watch(STEPS& _steps) {
-        pChecker->Check = [&_steps](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO&) {
+        pChecker->Check = [&_steps](const int16_t* _p, int64_t _n, const ZRF_FRAME_INFO& _info) {
             ++_steps.nFrames;
-            for (int64_t i = 0; i < _n * kChannels; ++i) {
-                int16_t& nLast = _steps.arrLast[i % kChannels];
+            const int32_t nChannels = std::min(_info.avProps.audProps.nChannels, kChannels);
+            for (int64_t i = 0; i < _n * nChannels; ++i) {
+                int16_t& nLast = _steps.arrLast[i % nChannels];
                 _steps.nLargest = std::max(_steps.nLargest, std::abs(_p[i] - nLast));
                 _steps.nHeard += _p[i] > kLevel / 2;
                 nLast = _p[i];
             }
+            std::fill(_steps.arrLast + nChannels, std::end(_steps.arrLast), int16_t{0});
         };
     }
 
@@ -358,6 +360,9 @@ TEST_P(SoundShowTest, NothingThatChangesOnAirClicks) {
     Change("and back", kLevel, [&] { Output(48000); });
     Change("other channels", 0, [&] { pProps->PropsSet(u"object::a.audio_channels", u"1,1"); });
     Change("all channels", kLevel, [&] { pProps->PropsSet(u"object::a.audio_channels", u""); });
+    Change("other channels of the output", 0, [&] { pProps->PropsSet(u"object::audio_channels", u"1,1"); });
+    Change("another number of them", kLevel, [&] { pProps->PropsSet(u"object::audio_channels", u"0"); });
+    Change("all of them", kLevel, [&] { pProps->PropsRemove(u"object::audio_channels"); });
     ASSERT_EQ(pItem.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pTrack.Out()), S_OK);
     Change("a track switched off", 0, [&] { pTrack->TrackModeSet(eZrAT_Disabled, 0, 0); });
     Change("on", kLevel, [&] { pTrack->TrackModeSet(eZrAT_Enabled, 0, 0); });
