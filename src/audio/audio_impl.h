@@ -2,6 +2,7 @@
 // Gives an object T its face for audio tracks; the work is that of AudioTracks.
 
 #include "audio/audio_tracks.h"
+#include "framework/all_tracks.h"
 #include "zr/audio.h"
 
 namespace zr {
@@ -9,7 +10,7 @@ namespace zr {
 // T has
 //     AudioTracks& Tracks_I();
 template <class T>
-class IZrAudioImpl : public IZrAudio {
+class IZrAudioImpl : public IZrAudio, public IZrAllTracks {
 public:
     HRESULT AudioSplitStringGet(BSTR* _pbsSplitString, int32_t* _pnChannels) override {
         return Tracks().AudioSplitStringGet_I(_pbsSplitString, _pnChannels);
@@ -33,6 +34,13 @@ public:
         return Tracks().AudioTrackAdd_I(_nSourceTrack, _bsUseChannels, _bsDesc, _ppTrack);
     }
     HRESULT AudioTrackRemove(IZrAudioTrack* _pTrack) override { return Tracks().AudioTrackRemove_I(_pTrack); }
+
+    HRESULT AllTracksGainSet(int32_t _nChannel, double _dblGain, double _dblTimeForChange) override {
+        return Tracks().AllTracksGainSet_I(_nChannel, _dblGain, _dblTimeForChange);
+    }
+    HRESULT AllTracksMuteSet(int32_t _nChannel, int32_t _bMute, double _dblTimeForChange) override {
+        return Tracks().AllTracksMuteSet_I(_nChannel, _bMute, _dblTimeForChange);
+    }
 
 protected:
     ~IZrAudioImpl() = default;

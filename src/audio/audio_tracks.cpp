@@ -72,10 +72,16 @@ ChannelList AudioTracks::Sizes_I(const ZR_AUD_PROPS& _props) const {
     return tracks;
 }
 
+AudioTracks::TrackPtr AudioTracks::MakeTrack_I(const CCoZrTrack::SOURCE& _source, std::u16string_view _desc) {
+    TrackPtr pTrack = CCoZrTrack::Make(_source, _desc);
+    if (pTrack && pToCome) pTrack->GainsOf(*pToCome);
+    return pTrack;
+}
+
 void AudioTracks::MakeTracks_I(int32_t _nCount) {
     while (static_cast<int32_t>(arrReal.size()) < _nCount) {
         const auto nIndex = static_cast<int32_t>(arrReal.size());
-        TrackPtr pTrack = CCoZrTrack::Make({false, nIndex, {}}, NameOf(nIndex));
+        TrackPtr pTrack = MakeTrack_I({false, nIndex, {}}, NameOf(nIndex));
         if (!pTrack) throw std::bad_alloc();
         if (pAudio) pAudio->InsertChildNode(XMLNodeRef(&pTrack->Node()));
         arrReal.push_back(std::move(pTrack));
@@ -109,7 +115,7 @@ void AudioTracks::Inputs_I() {
 
 HRESULT AudioTracks::Add_I(const CCoZrTrack::SOURCE& _source, std::u16string_view _desc, TrackPtr* _ppTrack) {
     if (ListedCount_I() >= kMostTracks) return E_INVALIDARG;
-    TrackPtr pTrack = CCoZrTrack::Make(_source, _desc.empty() ? NameOf(ListedCount_I()) : _desc);
+    TrackPtr pTrack = MakeTrack_I(_source, _desc.empty() ? NameOf(ListedCount_I()) : _desc);
     if (!pTrack) return E_OUTOFMEMORY;
     arrVirtual.push_back(pTrack);
     if (pAudio) pAudio->InsertChildNode(XMLNodeRef(&pTrack->Node()));
@@ -227,6 +233,27 @@ HRESULT AudioTracks::AudioTrackRemove_I(IZrAudioTrack* _pTrack) {
     pGone->Node().Detach();
     Inputs_I();
     return S_OK;
+}
+
+template <class DO>
+HRESULT AudioTracks::ForAllTracks(const DO& _do) {
+    bTouched.store(true, std::memory_order_relaxed);
+    const CRWWriteScope scope(lock, "AudioTracks(ForAllTracks)");
+    if (!pToCome) pToCome = CCoZrTrack::Make({}, {});
+    if (!pToCome) return E_OUTOFMEMORY;
+    if (const HRESULT hr = _do(*pToCome); Failed(hr)) return hr;
+    for (const auto* pList : {&arrReal, &arrVirtual})
+        for (const TrackPtr& pTrack : *pList) _do(*pTrack);
+    return S_OK;
+}
+
+HRESULT AudioTracks::AllTracksGainSet_I(int32_t _nChannel, double _dblGain, double _dblTimeForChange) {
+    return ForAllTracks(
+        [&](CCoZrTrack& _track) { return _track.TrackGainSet(_nChannel, _dblGain, _dblTimeForChange); });
+}
+
+HRESULT AudioTracks::AllTracksMuteSet_I(int32_t _nChannel, int32_t _bMute, double _dblTimeForChange) {
+    return ForAllTracks([&](CCoZrTrack& _track) { return _track.TrackMuteSet(_nChannel, _bMute, _dblTimeForChange); });
 }
 
 void AudioTracks::GainsSet(std::span<const double> _arrDb) {

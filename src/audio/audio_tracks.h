@@ -71,6 +71,8 @@ public:
     HRESULT AudioTrackAdd_I(int32_t _nSourceTrack, const char16_t* _bsUseChannels, const char16_t* _bsDesc,
                             IZrAudioTrack** _ppTrack);
     HRESULT AudioTrackRemove_I(IZrAudioTrack* _pTrack);
+    HRESULT AllTracksGainSet_I(int32_t _nChannel, double _dblGain, double _dblTimeForChange);
+    HRESULT AllTracksMuteSet_I(int32_t _nChannel, int32_t _bMute, double _dblTimeForChange);
 
 private:
     using TrackPtr = ZrPtr<CCoZrTrack>;
@@ -88,6 +90,9 @@ private:
     // The tracks for a format of the input, which counts from now on.
     void UpdateTracks_I(const ZR_AUD_PROPS& _props) ZR_REQUIRES(lock);
     void MakeTracks_I(int32_t _nCount) ZR_REQUIRES(lock);
+    TrackPtr MakeTrack_I(const CCoZrTrack::SOURCE& _source, std::u16string_view _desc) ZR_REQUIRES(lock);
+    template <class DO>
+    HRESULT ForAllTracks(const DO& _do);
     void Inputs_I() ZR_REQUIRES(lock);
     int32_t Shown_I() const ZR_REQUIRES_SHARED(lock);
     int32_t ListedCount_I() const ZR_REQUIRES_SHARED(lock);
@@ -111,6 +116,7 @@ private:
     ZR_AUD_PROPS props ZR_GUARDED_BY(lock);  // of the input
     std::vector<TrackPtr> arrReal ZR_GUARDED_BY(lock);
     std::vector<TrackPtr> arrVirtual ZR_GUARDED_BY(lock);
+    TrackPtr pToCome ZR_GUARDED_BY(lock);            // has the gains that were set for all; may be null
     ChannelList sizes ZR_GUARDED_BY(lock);           // channels of the tracks that the input has
     std::u16string split ZR_GUARDED_BY(lock);        // as set; empty: what the input says
     int32_t nDefaultTracks ZR_GUARDED_BY(lock) = 0;  // that are shown at least

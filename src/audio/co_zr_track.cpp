@@ -62,6 +62,20 @@ void CCoZrTrack::DefaultOutputsSet(int32_t _nDefaultOutputs) {
     nDefaultOutputs = _nDefaultOutputs;
 }
 
+// One after the other: both locks have one rank.
+void CCoZrTrack::GainsOf(const CCoZrTrack& _other) {
+    std::array<ChannelGain, kMaxTrackChannels + 1> arr;
+    {
+        MutexLock lock(_other.mtx);
+        arr = _other.arrGains;
+    }
+    MutexLock lock(mtx);
+    for (size_t c = 0; c < arr.size(); ++c) {
+        arrGains[c].Set(arr[c].Gain(), 0, 0);
+        arrGains[c].MuteSet(arr[c].IsMuted(), 0, 0);
+    }
+}
+
 bool CCoZrTrack::IsNatural_I() const {
     for (size_t c = 0; c < kMaxTrackChannels; ++c)
         if (arrInput[c] != static_cast<int32_t>(c) || arrOutput[c] != arrInput[c]) return false;

@@ -45,6 +45,8 @@ public:
     // out unless the track says otherwise; 0: as many as come in.
     void InputSet(int32_t _nIndex, bool _bValid, int32_t _nInputs, int32_t _nDefaultOutputs, int32_t _nRate);
     void DefaultOutputsSet(int32_t _nDefaultOutputs);
+    // Gains and mutes of another one, at once.
+    void GainsOf(const CCoZrTrack& _other);
     // Somebody looks at it: its levels are measured.
     void MarkSeen() { bSeen.store(true, std::memory_order_relaxed); }
     bool IsSeen() const { return bSeen.load(std::memory_order_relaxed); }

@@ -7,6 +7,7 @@
 #include "attributes/attribute_line.h"
 #include "attributes/co_xml_node.h"
 #include "attributes/interface_call.h"
+#include "framework/all_tracks.h"
 #include "media/track_mode.h"
 #include "zr/audio.h"
 #include "zr/file.h"
@@ -85,7 +86,14 @@ HRESULT AudioCommand(IZrAudio* _pAudio, std::u16string_view _command, const Comm
     const double dblRamp = _param.Other(u"ramp", 0.1);
     const bool bMuted = bMute && _param.Switch(u"mute", true);
     const double dblGain = bGain ? _param.Value(u"gain", 0.0) : 0.0;
-    return ForTracks(_pAudio, static_cast<int32_t>(_param.Other(u"track", -1)), [&](IZrAudioTrack& _track) {
+    const auto nTrack = static_cast<int32_t>(_param.Other(u"track", -1));
+    const ZrPtr<IZrAllTracks> pAll = QueryAs<IZrAllTracks>(_pAudio);
+    if (nTrack < 0 && pAll) {
+        HRESULT hr = bGain ? pAll->AllTracksGainSet(nChannel, dblGain, dblRamp) : S_OK;
+        if (Succeeded(hr) && bMute) hr = pAll->AllTracksMuteSet(nChannel, bMuted, dblRamp);
+        return hr;
+    }
+    return ForTracks(_pAudio, nTrack, [&](IZrAudioTrack& _track) {
         HRESULT hr = bGain ? _track.TrackGainSet(nChannel, dblGain, dblRamp) : S_OK;
         if (Succeeded(hr) && bMute) hr = _track.TrackMuteSet(nChannel, bMuted, dblRamp);
         return hr;

@@ -28,7 +28,8 @@ CCoZrMixer::CCoZrMixer()
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
     return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrPersistInfo, IZrProps,
-                      IZrFormat, IZrAudio, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
+                      IZrFormat, IZrAudio, IZrAllTracks, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(
+        this, _iid, _ppv);
 }
 
 uint32_t CCoZrMixer::Release() {

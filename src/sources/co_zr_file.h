@@ -30,8 +30,8 @@ public:
     CCoZrFile();
 
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrAudio, IZrSource, IZrSource_I, IZrSender_I,
-                          IZrEventsAdvise>(this, _iid, _ppv);
+        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrAudio, IZrAllTracks, IZrSource, IZrSource_I,
+                          IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;

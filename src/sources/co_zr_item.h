@@ -55,7 +55,8 @@ class CCoZrItem final : public IZrItem,
 public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
         if (_ppv && !pScenes && _iid == IZrScenes::kIid) return *_ppv = nullptr, E_NOINTERFACE;
-        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrScenes, IZrPersist, IZrProps, IZrAudio>(this, _iid, _ppv);
+        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrScenes, IZrPersist, IZrProps, IZrAudio, IZrAllTracks>(
+            this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;

@@ -124,11 +124,20 @@ TEST(Item, HasTracksByItsKeys) {
     EXPECT_EQ(nTracks, 3);
     EXPECT_EQ(nChannels, 2);
     EXPECT_EQ(ExecuteObjectCommand(static_cast<IZrItem*>(pItem.Get()), u"audio gain=-6", u"", nullptr), S_OK);
-    ZrPtr<IZrAudioTrack> pTrack;
-    double dblGain = 0;
-    ASSERT_EQ(pItem->AudioTrackGetByIndex(2, nullptr, pTrack.Out()), S_OK);
-    pTrack->TrackGainGet(31, &dblGain);
-    EXPECT_NEAR(dblGain, -6, 1e-9);
+    EXPECT_EQ(ExecuteObjectCommand(static_cast<IZrItem*>(pItem.Get()), u"mute", u"track=0", nullptr), S_OK);
+    // Those that come later, too.
+    pItem->PropsSet(u"default_tracks", u"5");
+    EXPECT_EQ(pItem->AudioTrackAdd(0, u"1", nullptr, nullptr), S_OK);
+    for (int32_t i = 0; i < 6; ++i) {
+        ZrPtr<IZrAudioTrack> pTrack;
+        double dblGain = 0;
+        int32_t bMute = 0;
+        ASSERT_EQ(pItem->AudioTrackGetByIndex(i, nullptr, pTrack.Out()), S_OK);
+        pTrack->TrackGainGet(31, &dblGain);
+        pTrack->TrackMuteGet(31, &bMute);
+        EXPECT_NEAR(dblGain, -6, 1e-9) << i;
+        EXPECT_EQ(bMute, i == 0) << i;
+    }
 }
 
 TEST(Item, StartTimesGoThroughTheirText) {
