@@ -53,7 +53,7 @@ void BM_Mixer_SixteenStreams(benchmark::State& _state) {
         ZrPtr<IZrFFrame> pFrame;
         pFactory->ZrFFrameCreatePlain(0, pFrame.Out());
         const auto tStart = std::chrono::steady_clock::now();
-        mixer.DoMixing_I(*pFrame, kProps, kSamples, false, arrMix, *pKeys);
+        mixer.DoMixing_I(*pFrame, nullptr, kProps, kSamples, false, arrMix, *pKeys);
         _state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - tStart).count());
     }
     _state.SetBytesProcessed(static_cast<int64_t>(_state.iterations()) * 16 * kSamples * 4);

@@ -12,7 +12,8 @@ namespace {
 
 constexpr int64_t kLeastSamples = 4;      // fewer are no sound
 constexpr int64_t kMostBackground = 512;  // samples that may be left over of the background
-constexpr int64_t kNearlySame = 32;       // samples by which a stream may differ from the background
+constexpr std::u16string_view kBackgroundId = u"background";
+constexpr int64_t kNearlySame = 32;  // samples by which a stream may differ from the background
 
 }  // namespace
 
@@ -22,6 +23,7 @@ AudioMixer::AudioMixer(IStatisticsSink& _statistics)
 void AudioMixer::Reset() {
     background.Clear(true);
     backgroundEdge.Reset();
+    backgroundMix.Forget();
     bBackgroundBroken = false;
     for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) pBefore->mix.Forget();
     arrBefore.clear();
@@ -41,11 +43,12 @@ void AudioMixer::Skip(const ZR_AUD_PROPS& _output, int64_t _nClock, const std::v
 
 void AudioMixer::DropBackground() {
     background.Clear(false);
+    backgroundMix.Forget();  // the edge behind it joins what comes
     bBackgroundBroken = true;
 }
 
 // False: the frame has no sound.
-bool AudioMixer::TakeBackground(IZrFFrame& _frame) {
+bool AudioMixer::TakeBackground(IZrFFrame& _frame, CCoZrItem* _pItem, const XMLNodeBase& _mixer) {
     if (background.Fill() > kMostBackground) {
         statistics.AddCount(nBackgroundReset, 1);
         DropBackground();
@@ -54,19 +57,27 @@ bool AudioMixer::TakeBackground(IZrFFrame& _frame) {
     if (Failed(_frame.ZrFAllGet(&info))) return false;
     const ZR_AUD_PROPS& props = info.avProps.audProps;
     if (!AudUsable(props) || info.lpAudio == 0 || info.cbAudio / AudBlockBytes(props) < kLeastSamples) return false;
+    SOUND_BLOCK block{props, reinterpret_cast<uint8_t*>(info.lpAudio), info.cbAudio / AudBlockBytes(props)};
+    if (_pItem) {
+        backgroundMix.ReadKeys(kBackgroundId, *_pItem, _mixer, nKeysSet.load(std::memory_order_acquire));
+        backgroundMix.Shape(&block);
+    }
+    if (block.nSamples == 0) {  // no track goes out
+        block = {props, nullptr, info.cbAudio / AudBlockBytes(props)};
+    }
     return Succeeded(
-        background.PutAudio(props, reinterpret_cast<const uint8_t*>(info.lpAudio), info.cbAudio, true, true));
+        background.PutAudio(block.props, block.p, block.nSamples * AudBlockBytes(block.props), true, true));
 }
 
-HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, bool _bBreak,
-                               const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
+HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, CCoZrItem* _pBackground, const ZR_AUD_PROPS& _output, int64_t _nClock,
+                               bool _bBreak, const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer) {
     if (!AudUsable(_output)) {
         Reset();
         return S_FALSE;
     }
     background.FormatSet(_output);
     if (_bBreak) DropBackground();
-    const bool bBackground = TakeBackground(_frame);
+    const bool bBackground = TakeBackground(_frame, _pBackground, _mixer);
     int64_t nSamples = bBackground ? background.Fill() : _nClock;
     if (bBackground) {
         for (const MIX_SOUND& sound : _arrStreams) {
@@ -91,7 +102,8 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     for (const MIX_SOUND& sound : _arrStreams) {
         ZrMixerStream& stream = *sound.pStream;
         stream.mix.ReadKeys(stream.Id(), *sound.pItem, _mixer, nKeysSet.load(std::memory_order_acquire));
-        AddStream(stream, _output, nSamples, stream.VisibleGain() + stream.AudioGain());
+        stream.Audio().CountTaken(AddStream(stream, _output, nSamples, stream.VisibleGain() + stream.AudioGain()),
+                                  nSamples);
     }
     // One that was there before and is not now goes in the course of this frame.
     for (const CAutoObj<ZrMixerStream>& pBefore : arrBefore) {
@@ -104,13 +116,16 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, i
     return S_OK;
 }
 
-// A block on its way to silence is taken all the same: the stream's sound goes on with its picture.
-void AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain) {
+// A block on its way to silence is taken all the same: the stream's sound goes on with its picture. Returns how many
+// samples the stream had, 0 when a track of it cannot be brought into the output.
+int64_t AudioMixer::AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain) {
     bool bBroken = false;
     SOUND_BLOCK block = _stream.Audio().Take(_output, _nSamples, arrBlock, &bBroken);
+    const int64_t nFound = block.nSamples;
     const GAIN_RAMP ramp = _stream.mix.GainTo(_dblGain);
-    if (!_stream.mix.Process(_output, _nSamples, bBroken, &block)) _stream.Audio().CountSilence();
+    const bool bWhole = _stream.mix.Process(_output, _nSamples, bBroken, &block);
     if (block.nSamples > 0) sum.Add(block.p, block.nSamples, ramp);
+    return bWhole ? nFound : 0;
 }
 
 }  // namespace zr

@@ -26,11 +26,12 @@ class AudioMixer {
 public:
     explicit AudioMixer(IStatisticsSink& _statistics);
 
-    // Mixes into the frame, whose own sound is the background's. _nClock: samples of each channel that the output is
+    // Mixes into the frame, whose own sound is that of _pBackground (may be null), which its keys and tracks shape as
+    // those of a stream do. _nClock: samples of each channel that the output is
     // due, which it gets when the background has no sound of its own. _bBreak: the background does not go on from the
     // frame before. _mixer: the keys of the mixer.
-    HRESULT DoMixing_I(IZrFFrame& _frame, const ZR_AUD_PROPS& _output, int64_t _nClock, bool _bBreak,
-                       const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
+    HRESULT DoMixing_I(IZrFFrame& _frame, CCoZrItem* _pBackground, const ZR_AUD_PROPS& _output, int64_t _nClock,
+                       bool _bBreak, const std::vector<MIX_SOUND>& _arrStreams, const XMLNodeBase& _mixer);
     // Of an output frame that is left out: its sound is, too.
     void Skip(const ZR_AUD_PROPS& _output, int64_t _nClock, const std::vector<MIX_SOUND>& _arrStreams);
     // Whether it would be a step if no other frame came: what was heard then ends in one more.
@@ -42,12 +43,13 @@ public:
     void Reset();
 
 private:
-    bool TakeBackground(IZrFFrame& _frame);
+    bool TakeBackground(IZrFFrame& _frame, CCoZrItem* _pItem, const XMLNodeBase& _mixer);
     void DropBackground();
-    void AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain);
+    int64_t AddStream(ZrMixerStream& _stream, const ZR_AUD_PROPS& _output, int64_t _nSamples, double _dblGain);
 
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nBackgroundReset;
+    StreamMix backgroundMix;
     ZrAudioBuffer2 background;
     SoundEdge backgroundEdge;
     bool bBackgroundBroken = false;  // what is held does not go on from what was heard

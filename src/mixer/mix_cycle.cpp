@@ -461,7 +461,8 @@ void MixCycle::MixAudio(PASS& _pass) {
     if (_pass.bSkipped) {
         audioMixer.Skip(audProps, nClock, arrSound);
     } else {
-        audioMixer.DoMixing_I(*_pass.pFrame, audProps, nClock, _pass.bBaseBreak, arrSound, *parts.props.Object());
+        audioMixer.DoMixing_I(*_pass.pFrame, parts.streams.Background().Get(), audProps, nClock, _pass.bBaseBreak,
+                              arrSound, *parts.props.Object());
     }
 }
 

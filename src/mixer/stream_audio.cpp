@@ -170,8 +170,6 @@ SOUND_BLOCK StreamAudio::Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, st
     Format(block.props);
     MakeRoom(_arrMemory, &block);
     block.nSamples = buffer.GetAudio(block.p, _nSamples);
-    if (block.nSamples < _nSamples)
-        statistics.AddCount(block.nSamples == 0 ? counters.nSilence : counters.nNotEnough, 1);
     *_pbBroken = std::exchange(bBroken, false);
     return block;
 }

@@ -46,13 +46,14 @@ public:
     void Clear();
 
     // Mix thread. Up to _nSamples of each channel at the rate and bits of _output go to _arrMemory. Channels and tracks
-    // are the stream's own. Counts a block that has not enough of them. *_pbBroken: they do not go on from those that
-    // were taken before.
+    // are the stream's own. *_pbBroken: they do not go on from those that were taken before.
     SOUND_BLOCK Take(const ZR_AUD_PROPS& _output, int64_t _nSamples, std::vector<uint8_t>& _arrMemory, bool* _pbBroken);
     // Mix thread. Drops as much, of a frame that is left out.
     void Skip(const ZR_AUD_PROPS& _output, int64_t _nSamples);
-    // Counts a block of which nothing is heard, as it cannot be brought into the output's channels.
-    void CountSilence() { statistics.AddCount(counters.nSilence, 1); }
+    // Counts a block that had fewer samples than wanted, or none that is heard.
+    void CountTaken(int64_t _nSamples, int64_t _nWanted) {
+        if (_nSamples < _nWanted) statistics.AddCount(_nSamples == 0 ? counters.nSilence : counters.nNotEnough, 1);
+    }
     // Samples of each channel that such a take would find.
     int64_t Held(const ZR_AUD_PROPS& _output);
 

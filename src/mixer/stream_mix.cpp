@@ -99,7 +99,7 @@ bool StreamMix::Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bB
     bool bWhole = true, bTracks = false;
     if (_pBlock->nSamples > 0) {
         if (!channels.empty()) Choose(_pBlock);
-        if (pTracks && bEnabled && !pTracks->IsIdle()) pTracks->Process(_pBlock, &bTracks);
+        if (HasTracks()) pTracks->Process(_pBlock, &bTracks);
         if (_pBlock->p) {
             bWhole = layout.Map(_output, _pBlock);
         } else {
@@ -110,6 +110,32 @@ bool StreamMix::Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bB
     _pBlock->nSamples = edge.Smooth(_output, _pBlock->p, _pBlock->nSamples, _nSamples,
                                     _bBroken || bTracks || std::exchange(bRerouted, false));
     return bWhole;
+}
+
+void StreamMix::Shape(SOUND_BLOCK* _pBlock) {
+    bool bOther = std::exchange(bRerouted, false);
+    if (channels.empty() && !HasTracks() && !bOther && !edge.IsBlending()) {
+        edge.Remember(_pBlock->props, _pBlock->p, _pBlock->nSamples);
+        return;
+    }
+    if (!channels.empty()) {
+        Choose(_pBlock);
+    } else {
+        const uint8_t* const pFrom = _pBlock->p;
+        MakeRoom(arrChosen, _pBlock);
+        std::memcpy(_pBlock->p, pFrom, static_cast<size_t>(_pBlock->nSamples * AudBlockBytes(_pBlock->props)));
+    }
+    bool bTracks = false;
+    if (HasTracks()) pTracks->Process(_pBlock, &bTracks);
+    bOther |= bTracks;
+    if (!_pBlock->p) {
+        _pBlock->nSamples = 0;
+        edge.Reset();
+    } else if (edge.PastSamples() > 0 && (bOther || edge.IsBlending())) {
+        edge.Smooth(_pBlock->props, _pBlock->p, _pBlock->nSamples, _pBlock->nSamples, bOther);
+    } else {
+        edge.Remember(_pBlock->props, _pBlock->p, _pBlock->nSamples);
+    }
 }
 
 // Room for what still is to be heard behind the sound.

@@ -29,6 +29,9 @@ public:
     // then be more than the stream had, up to _nSamples; it may be in memory that lasts until the next call. False: a
     // track is silent, as it cannot be brought into the output's.
     bool Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bBroken, SOUND_BLOCK* _pBlock);
+    // Of a sound that others bring into the layout of the output: chooses the channels and runs the tracks, and joins
+    // on what was heard where that changes. What is changed is a copy, in memory that lasts until the next call.
+    void Shape(SOUND_BLOCK* _pBlock);
     // Whether it would be a step if nothing more came.
     bool EndsLoud() { return dblLastGain != 0 && edge.EndsLoud(); }
     // What was heard before is past: the next block begins anew, and its gain at 0.
@@ -45,6 +48,7 @@ public:
 
 private:
     void ReadGains_I(std::u16string_view _streamId, CCoZrItem& _item, const XMLNodeBase& _mixer);
+    bool HasTracks() const { return pTracks && bEnabled && !pTracks->IsIdle(); }
     void Choose(SOUND_BLOCK* _pBlock);
     void End(const ZR_AUD_PROPS& _output, int64_t _nSamples, SOUND_BLOCK* _pBlock);
 

@@ -234,6 +234,33 @@ TEST_P(SoundTest, TracksAreReroutedDuringTheMix) {
     }
 }
 
+// As those of a stream.
+TEST_P(SoundTest, TheBackgroundHasTracksToo) {
+    MakeSound();
+    for (const char16_t* const sz : {u"a", u"b"}) {
+        ZrPtr<IZrItem> pGone;
+        pStreams->StreamsGet(sz, nullptr, pGone.Out());
+        pStreams->StreamsRemove(pGone.Get(), 0);
+    }
+    ZrPtr<IZrItem> pItem;
+    ASSERT_EQ(pStreams->StreamsBackgroundSet(ScriptedSource::Make({}, 1920, {1000, 2000, 4000}, 0x6).Get(), nullptr,
+                                             nullptr, pItem.Out(), 0),
+              S_OK);
+    pMixer->ObjectStart(nullptr);
+    // Fewer channels than the output has come again in turn.
+    EXPECT_EQ(Heard(), (Levels{1000, 2000, 4000, 1000, 2000, 4000}));
+    ZrPtr<IZrAudioTrack> pTrack;
+    ASSERT_EQ(pItem.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pTrack.Out()), S_OK);
+    pTrack->TrackGainSet(0, -6.0205999132796239, 0);
+    EXPECT_EQ(Heard(), (Levels{500, 2000, 4000, 500, 2000, 4000}));
+    pTrack->TrackMuteSet(-1, 1, 0.1);
+    EXPECT_EQ(Heard(), (Levels{0, 0, 4000, 0, 0, 4000}));
+    pTrack->TrackMuteSet(-1, 0, 0);
+    pItem.As<IZrProps>()->PropsSet(u"audio_channels", u"2,1,0");
+    EXPECT_EQ(Heard(), (Levels{2000, 2000, 1000, 2000, 2000, 1000}));
+    pMixer->ObjectClose();
+}
+
 INSTANTIATE_TEST_SUITE_P(Ways, SoundTest, ::testing::Bool(),
                          [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
 
