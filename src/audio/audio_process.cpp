@@ -211,11 +211,7 @@ HRESULT AudioTracks::Audio_Process(IZrFFrame& _frame) try {
         edge.Reset();
         return _frame.ZrFAudioAlloc(&info.avProps.audProps, 0);
     }
-    if (edge.PastSamples() > 0 && (bRerouted || edge.IsBlending())) {
-        edge.Smooth(block.props, block.p, block.nSamples, block.nSamples, bRerouted);
-    } else {
-        edge.Remember(block.props, block.p, block.nSamples);
-    }
+    edge.Join(block.props, block.p, block.nSamples, bRerouted);
     if (block.p != pBefore) {
         const auto cb = static_cast<int32_t>(AudBlockBytes(block.props) * block.nSamples);
         return _frame.ZrFAudioSet(&block.props, cb, reinterpret_cast<int64_t>(block.p));

@@ -51,14 +51,6 @@ bool FrameAudioKeys::Choose(IZrFFrame& _frame, const XMLNodeBase& _keys) {
     return true;
 }
 
-void FrameAudioKeys::JoinOn(const SOUND_BLOCK& _block, bool _bRerouted) {
-    if (edge.PastSamples() > 0 && (_bRerouted || edge.IsBlending())) {
-        edge.Smooth(_block.props, _block.p, _block.nSamples, _block.nSamples, _bRerouted);
-    } else {
-        edge.Remember(_block.props, _block.p, _block.nSamples);
-    }
-}
-
 void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
     const bool bRerouted = Choose(_frame, _keys);
     if (Text(_keys, kGain) != gainText) {
@@ -72,7 +64,7 @@ void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
         edge.Reset();
         return;
     }
-    JoinOn(block, bRerouted);
+    edge.Join(block.props, block.p, block.nSamples, bRerouted);
     Gain(block);
 }
 

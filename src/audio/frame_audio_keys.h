@@ -28,7 +28,6 @@ public:
 private:
     const std::u16string& Text(const XMLNodeBase& _keys, std::u16string_view _key);
     bool Choose(IZrFFrame& _frame, const XMLNodeBase& _keys);
-    void JoinOn(const SOUND_BLOCK& _block, bool _bRerouted);
     void Gain(const SOUND_BLOCK& _block);
 
     SoundGain gain;

@@ -68,6 +68,14 @@ void SoundEdge::Remember(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t 
     Keep(_p, _nSamples);
 }
 
+void SoundEdge::Join(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, bool _bRerouted) {
+    if (nPast > 0 && (_bRerouted || IsBlending())) {
+        Smooth(_props, _p, _nSamples, _nSamples, _bRerouted);
+    } else {
+        Remember(_props, _p, _nSamples);
+    }
+}
+
 void SoundEdge::Keep(const uint8_t* _p, int64_t _nSamples) {
     const auto cbBlock = static_cast<size_t>(AudBlockBytes(props));
     const int64_t nNew = std::min(_nSamples, nRamp), nKept = std::min(nPast, nRamp - nNew);

@@ -20,6 +20,8 @@ public:
     // ends here. _bBroken: it does not go on from the block before. Returns how many are to be heard now, _nSamples or
     // more.
     int64_t Smooth(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, int64_t _nRoom, bool _bBroken);
+    // A whole block of sound that goes on, or, when it was rerouted, steps: from what was heard before to it.
+    void Join(const ZR_AUD_PROPS& _props, uint8_t* _p, int64_t _nSamples, bool _bRerouted);
     // Whether what comes next is to be smoothed even if it goes on: a ramp is under way.
     bool IsBlending() const { return std::min(nRisen, nReleased) < nRamp; }
     // Whether it would be a step if nothing more came.

@@ -131,10 +131,8 @@ void StreamMix::Shape(SOUND_BLOCK* _pBlock) {
     if (!_pBlock->p) {
         _pBlock->nSamples = 0;
         edge.Reset();
-    } else if (edge.PastSamples() > 0 && (bOther || edge.IsBlending())) {
-        edge.Smooth(_pBlock->props, _pBlock->p, _pBlock->nSamples, _pBlock->nSamples, bOther);
     } else {
-        edge.Remember(_pBlock->props, _pBlock->p, _pBlock->nSamples);
+        edge.Join(_pBlock->props, _pBlock->p, _pBlock->nSamples, bOther);
     }
 }
 
