@@ -44,7 +44,7 @@ std::u16string ItemMaker::OutputLine() const {
 }
 
 std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
-    std::u16string line = CompleteFileLine(_param, OutputLine());
+    std::u16string line(_param);
     if (LoopsFiles() && !NamesKey(_param, u"loop")) line += u" loop='true'";
     return line;
 }
@@ -61,7 +61,8 @@ HRESULT ItemMaker::Make(IUnknown* _pExternOrRef, std::u16string_view _path, std:
         return S_OK;
     }
     if (_path.empty()) return E_INVALIDARG;
-    const HRESULT hr = InterfaceCall([&] { return CCoZrItem::MakeFile(_path, FileLine(_param), _pItem); });
+    const HRESULT hr =
+        InterfaceCall([&] { return CCoZrItem::MakeFile(_path, FileLine(_param), OutputLine(), _pItem); });
     if (_pItem) _pItem->SetHost(pHost);
     return hr;
 }

@@ -6,6 +6,7 @@
 #include "attributes/interface_call.h"
 #include "attributes/item_keys.h"
 #include "platform/class_registry.h"
+#include "sources/file_line.h"
 #include "zr/class_ids.h"
 
 namespace zr {
@@ -61,8 +62,8 @@ HRESULT CCoZrItem::MakeCommand(std::u16string_view _command, std::u16string_view
     });
 }
 
-HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem,
-                            ItemPlace _ePlace) {
+HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line, std::u16string_view _output,
+                            ZrPtr<CCoZrItem>& _pItem, ItemPlace _ePlace) {
     _pItem.Reset();
     ZrPtr<IZrObject> pFileObject;
     void* pv = nullptr;
@@ -73,11 +74,13 @@ HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line
     return InterfaceCall([&] {
         const ZrPtr<IZrProps> pProps = pFileObject.As<IZrProps>();
         if (pProps) pProps->PropsSet(u"object::auto_start", u"false");
-        HRESULT hr = pFile->FileNameSet(std::u16string(_path).c_str(), std::u16string(_line).c_str());
+        const XMLNodePtr pOwnFormat = FormatOfLine(_line);
+        HRESULT hr = pFile->FileNameSet(std::u16string(_path).c_str(), CompleteFileLine(_line, _output).c_str());
         if (Succeeded(hr)) hr = pFileObject->ObjectStart(nullptr);
         if (Succeeded(hr)) {
             _pItem = Make(pFileObject.Get(), _path, std::make_shared<OwnedSource>(pFileObject.Get()), _ePlace);
             if (!_pItem) hr = E_OUTOFMEMORY;
+            if (_pItem) _pItem->pOwnFormat = pOwnFormat;
         }
         if (Failed(hr)) pFileObject->ObjectClose();
         return Failed(hr) ? hr : S_OK;

@@ -65,10 +65,10 @@ public:
     // Empty: memory is out.
     static ZrPtr<CCoZrItem> Make(IUnknown* _pSource, std::u16string_view _path, OwnedSourcePtr _pOwned = {},
                                  ItemPlace _ePlace = ItemPlace::kMixer);
-    // Makes a file source and opens its file, which does not play yet. _line: its parameters. The result is that of the
-    // step that failed.
-    static HRESULT MakeFile(std::u16string_view _path, std::u16string_view _line, ZrPtr<CCoZrItem>& _pItem,
-                            ItemPlace _ePlace = ItemPlace::kMixer);
+    // Makes a file source and opens its file, which does not play yet. _line: its parameters; _output: those of the
+    // output it is for, which count where the line leaves the format open. The result is that of the step that failed.
+    static HRESULT MakeFile(std::u16string_view _path, std::u16string_view _line, std::u16string_view _output,
+                            ZrPtr<CCoZrItem>& _pItem, ItemPlace _ePlace = ItemPlace::kMixer);
     // An item without a source, which a command is run by. E_INVALIDARG: no command.
     static HRESULT MakeCommand(std::u16string_view _command, std::u16string_view _param, IUnknown* _pTarget,
                                ZrPtr<CCoZrItem>& _pItem);
@@ -86,6 +86,8 @@ public:
     const std::shared_ptr<AudioTracks>& SharedTracks() const { return pTracks; }
     // Counts the keys that have been set.
     uint32_t KeysSet() const { return nKeysSet.load(std::memory_order_acquire); }
+    // What its parameters said of the format, whatever the output's is: attributes of "line".
+    const XMLNodePtr& OwnFormat() const { return pOwnFormat; }
     IZrProps* SourceProps() const { return pSourceProps.Get(); }
     // The name that events carry for it.
     std::u16string Name() const;
@@ -179,6 +181,7 @@ private:
     const ZrPtr<IZrFile> pFile;
     const ZrPtr<IZrScenes> pScenes;
     const bool bOwnsSource;
+    XMLNodePtr pOwnFormat;  // made with the item; may be null
     mutable Mutex mtxHost;
     ZrPtr<IItemHost> pHost ZR_GUARDED_BY(mtxHost);
     const bool bCommand;

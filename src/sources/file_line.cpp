@@ -1,7 +1,6 @@
 #include "sources/file_line.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "attributes/attribute_line.h"
 #include "platform/wide_text.h"
@@ -9,7 +8,10 @@
 namespace zr {
 namespace {
 
-constexpr std::u16string_view arrFormatNames[] = {u"video_format", u"width", u"height", u"rate"};
+// Any of the first four makes it a format of its own.
+constexpr std::u16string_view arrFormatNames[] = {u"video_format", u"width",     u"height",
+                                                  u"rate",         u"interlace", u"pixel_format"};
+constexpr size_t kOwnNames = 4;
 
 }  // namespace
 
@@ -21,8 +23,8 @@ bool NamesKey(std::u16string_view _line, std::u16string_view _name) {
 }
 
 std::u16string CompleteFileLine(std::u16string_view _line, std::u16string_view _output) {
-    const bool bOwnFormat = std::any_of(std::begin(arrFormatNames), std::end(arrFormatNames),
-                                        [&](auto _name) { return NamesKey(_line, _name); });
+    const bool bOwnFormat =
+        std::any_of(arrFormatNames, arrFormatNames + kOwnNames, [&](auto _name) { return NamesKey(_line, _name); });
     std::u16string line(_line);
     AttributeLineScanner scanner(_output);
     while (scanner.Next()) {
@@ -31,6 +33,19 @@ std::u16string CompleteFileLine(std::u16string_view _line, std::u16string_view _
         ((((line += u' ') += scanner.Name()) += u"='") += scanner.Value()) += u'\'';
     }
     return line;
+}
+
+XMLNodePtr FormatOfLine(std::u16string_view _line) {
+    XMLNodePtr pNode;
+    AttributeLineScanner scanner(_line);
+    while (scanner.Next()) {
+        for (const std::u16string_view name : arrFormatNames) {
+            if (!EqualNoCase(scanner.Name(), name)) continue;
+            if (!pNode) pNode = CoXMLNode::Create(u"line");
+            pNode->SetAttribute(name, std::u16string_view(scanner.Value()));
+        }
+    }
+    return pNode;
 }
 
 }  // namespace zr

@@ -192,7 +192,7 @@ HRESULT CCoZrItem::BreaksAdd(double _dblTime, IUnknown* _pExternOrRef, const cha
         if (_pExternOrRef) {
             pItem = Make(_pExternOrRef, breakPath, {}, ItemPlace::kList);
             if (!pItem) return E_OUTOFMEMORY;
-        } else if (const HRESULT hr = MakeFile(breakPath, TextArgument(_bsParam), pItem, ItemPlace::kList);
+        } else if (const HRESULT hr = MakeFile(breakPath, TextArgument(_bsParam), {}, pItem, ItemPlace::kList);
                    Failed(hr)) {
             return hr;
         }

@@ -157,6 +157,7 @@ void SaveSource(CCoZrItem& _item, XMLNodeBase& _node, ITEM_SAVE& _save) {
     pKind->SetAttribute(u"path", _item.Path());
     pKind->SetAttribute(u"ref_id", it->second);
     if (eType == eZrPIT_File) {
+        if (_item.OwnFormat()) pKind->CopyAttributesFrom(*_item.OwnFormat(), eZrUT_Update);
         SaveFileKeys(_item.SourceProps(), *pKind);
         return;
     }
@@ -332,7 +333,7 @@ HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, ItemPlace _ePlace, IT
     } else if (_kind.HasTag(NameKey(u"live"))) {
         hr = LoadFamilyObject(kClsidZrLive, _node, _kind, _ePlace, strPath, _pItem);
     } else if (std::u16string strFile; !strPath.empty() && ResolveItemPath(_load.strFolder, strPath, strFile)) {
-        hr = CCoZrItem::MakeFile(strFile, CompleteFileLine(LineOf(_kind), _load.strFormatLine), _pItem, _ePlace);
+        hr = CCoZrItem::MakeFile(strFile, LineOf(_kind), _load.strFormatLine, _pItem, _ePlace);
     }
     if (Succeeded(hr) && bNumbered)
         _load.mapSources[nRefId] = {ZrPtr<IUnknown>(_pItem->Source()), _pItem->Owned(), _pItem->Path()};

@@ -14,7 +14,7 @@ namespace {
 ZrPtr<CCoZrItem> MakePlaying(const char16_t* _szPath, const char16_t* _szLine) {
     LinkFileSource();
     ZrPtr<CCoZrItem> pItem;
-    EXPECT_EQ(CCoZrItem::MakeFile(_szPath, _szLine, pItem), S_OK);
+    EXPECT_EQ(CCoZrItem::MakeFile(_szPath, _szLine, {}, pItem), S_OK);
     return pItem;
 }
 
@@ -161,7 +161,7 @@ TEST(Item, StartTimesGoThroughTheirText) {
 }
 
 TEST(Item, ComesBackFromItsXmlAsItWas) {
-    const auto pItem = MakePlaying(u"red", u"img.default_duration=60 in=2.5 out=-5 loop=true");
+    const auto pItem = MakePlaying(u"red", u"img.default_duration=60 width=64 Height=36 in=2.5 out=-5 loop=true");
     pItem->PropsSet(u"audio", u"false");
     pItem->PropsSet(u"transition_in::type", u"fade");
     pItem->PropsSet(u"transition_in", u" of\n'mine' ");  // beside a node of the name
@@ -175,8 +175,8 @@ TEST(Item, ComesBackFromItsXmlAsItWas) {
     const std::u16string xml = Saved(*pItem, save);
 
     EXPECT_EQ(xml.substr(0, xml.find(u"<zritem_props")),
-              u"<item pause_out='true' start_time='auto'><file path='red' ref_id='1' img.default_duration='60' "
-              u"img.tone='440' loop='true' in='2.5' out='-5'/>");
+              u"<item pause_out='true' start_time='auto'><file path='red' ref_id='1' width='64' height='36' "
+              u"img.default_duration='60' img.tone='440' loop='true' in='2.5' out='-5'/>");
 
     ITEM_LOAD load;
     const auto pBack = Loaded(xml, load);
