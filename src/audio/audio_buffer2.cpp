@@ -1,11 +1,13 @@
 #include "audio/audio_buffer2.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <new>
 #include <utility>
 
 #include "audio/sample_convert.h"
+#include "audio/sound_block.h"
 #include "media/aud_props.h"
 #include "platform/clock.h"
 
@@ -13,6 +15,12 @@ namespace zr {
 namespace {
 
 constexpr int64_t kMostBytes = int64_t{1} << 28;  // of one block
+
+// On how many channels of a new format sound of an old one was heard: one channel on both sides.
+int32_t ChannelsHeard(const ZR_AUD_PROPS& _from, const ZR_AUD_PROPS& _to) {
+    const bool bSides = TracksOfSplitBits(_to.nChannels, _to.nTrackSplitBits)[0] > 1;
+    return _from.nChannels == 1 && bSides ? 2 : _from.nChannels;
+}
 
 }  // namespace
 
@@ -31,27 +39,93 @@ ZR_AUD_PROPS ZrAudioBuffer2::Format() const {
 }
 
 // What cannot be converted is dropped; the new format holds in any case. What was heard before goes along in the edge;
-// of other channels it is but what is held, as nobody here knows which of them goes where.
+// of other channels it is but what is held, as nobody here knows which of them goes where. Fewer channels are mixed
+// together. More do not repeat the old ones, which would add up on their way to the output.
 HRESULT ZrAudioBuffer2::Reformat_I(const ZR_AUD_PROPS& _props) try {
-    int64_t nHeld = 0;
-    if (AudUsable(props) && ring.Count() > 0) {
-        if (Failed(ConvertAlone(props, ring.Data(), ring.Count(), _props, arrConverted, &nHeld))) nHeld = 0;
-    }
     const bool bOtherChannels = props.nChannels != _props.nChannels;
+    if (AudUsable(props) && ring.Count() > 0) {
+        ZR_AUD_PROPS to = _props;
+        to.nChannels = std::min(ChannelsHeard(props, _props), _props.nChannels);
+        if (!AudSameFormat(props, to)) {
+            int64_t nHeld = 0;
+            if (Failed(ConvertAlone(props, ring.Data(), ring.Count(), to, arrConverted, &nHeld))) nHeld = 0;
+            props = to;
+            ring.Restart(props);
+            ring.Append(arrConverted.data(), nHeld);
+        }
+        ChannelsSet_I(_props.nChannels, true);
+    }
+    const bool bHolds = AudSameFormat(props, _props);
     props = _props;
     propsClosed = {};
     bConverts = bPadded = false;
-    ring.Restart(props);
-    ring.Append(arrConverted.data(), nHeld);
+    if (!bHolds) ring.Restart(props);
     if (!bOtherChannels) return S_OK;
     edge.Reset();
-    edge.Remember(props, arrConverted.data(), nHeld);
+    edge.Remember(props, ring.Data(), ring.Count());
     return S_OK;
 } catch (const std::bad_alloc&) {
     props = _props;
     ring.Restart(props);
     edge.Reset();
     return E_OUTOFMEMORY;
+}
+
+HRESULT ZrAudioBuffer2::ChannelsSet(int32_t _nCount, bool _bCreate) try {
+    MutexLock lock(mtx);
+    if (_nCount < 1 || !AudUsable(props)) return E_INVALIDARG;
+    const int32_t nBefore = props.nChannels;
+    const HRESULT hr = ChannelsSet_I(_nCount, _bCreate);
+    if (Failed(hr) || props.nChannels == nBefore) return hr;
+    propsClosed = {};
+    bConverts = bPadded = false;
+    edge.Reset();
+    edge.Remember(props, ring.Data(), ring.Count());
+    return hr;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+// Channel by channel, in samples of 4 bytes that hold those of the ring exactly.
+HRESULT ZrAudioBuffer2::ChannelsSet_I(int32_t _nCount, bool _bCreate) {
+    if (props.nChannels > kMaxAudioChannels) return E_INVALIDARG;
+    const int32_t nCount = std::min(_nCount, kMaxAudioChannels);
+    if (nCount == props.nChannels || (nCount > props.nChannels && !_bCreate)) return S_FALSE;
+    const auto nSamples = static_cast<size_t>(ring.Count()), nOld = static_cast<size_t>(props.nChannels);
+    const auto nMost = std::max(nOld, static_cast<size_t>(nCount));
+    const int32_t nNarrow = props.nBitsPerSample == 20 ? 24 : props.nBitsPerSample, nWide = nNarrow == -32 ? -32 : 32;
+    const auto cb = static_cast<size_t>(AudBytesPerSample(nNarrow));
+    const size_t cbRow = nSamples * ZrChannelsBuffer::kSampleBytes;
+    arrApart.resize((nMost + 1) * cbRow + nMost * cb * nSamples);
+    uint8_t* const pNarrow = arrApart.data() + nMost * cbRow;
+    uint8_t* const pJoined = pNarrow + cbRow;
+    std::array<uint8_t*, kMaxAudioChannels> arrTo{};
+    for (size_t c = 0; c < nMost; ++c) arrTo[c] = arrApart.data() + c * cbRow;
+    const std::vector<const uint8_t*> arrFrom(arrTo.begin(), arrTo.begin() + static_cast<ptrdiff_t>(nOld));
+    for (size_t c = 0; c < nOld; ++c) {
+        CopyChannel(cb, ring.Data() + c * cb, nOld * cb, pNarrow, cb, nSamples);
+        ConvertSamples(nNarrow, pNarrow, nWide, arrTo[c], nSamples);
+    }
+    channels.Clear();
+    channels.ChannelsSet(0, false);
+    HRESULT hr = channels.ChannelsSet(props.nChannels, true);
+    if (Succeeded(hr)) hr = channels.Put(arrFrom, static_cast<uint32_t>(nSamples));
+    if (Succeeded(hr)) hr = channels.ChannelsSet(nCount, _bCreate);
+    if (Failed(hr)) return hr;
+    const auto nNew = static_cast<size_t>(channels.Channels());
+    channels.Get(std::span<uint8_t* const>(arrTo).first(nNew), static_cast<uint32_t>(nSamples));
+    for (size_t c = 0; c < nNew; ++c) {
+        ConvertSamples(nWide, arrTo[c], nNarrow, pNarrow, nSamples);
+        CopyChannel(cb, pNarrow, cb, pJoined + c * cb, nNew * cb, nSamples);
+    }
+    ZR_AUD_PROPS joined = props;
+    joined.nChannels = static_cast<int32_t>(nNew);
+    SampleQueue next;
+    next.Restart(joined);
+    next.Append(pJoined, static_cast<int64_t>(nSamples));
+    ring = std::move(next);
+    props = joined;
+    return hr;
 }
 
 HRESULT ZrAudioBuffer2::PutAudio(const ZR_AUD_PROPS& _props, const uint8_t* _p, int64_t _cb, bool _bAddSilence,

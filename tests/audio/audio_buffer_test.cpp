@@ -110,6 +110,66 @@ TEST(AudioBuffer, WhatIsHeldGoesAlongIntoAnotherFormat) {
     }
 }
 
+// What is held of stereo, or of one channel, when the channels change: by the call and by another format.
+TEST(AudioBuffer, ItsChannelsChangeWhileItHoldsSound) {
+    struct CHANGE {
+        int32_t nFrom, nTo, nBitsOfSplit;
+        bool bCreate;
+        HRESULT hr;                      // of the call
+        std::vector<int> arrSet, arrBy;  // levels by the call and by the format; empty: not asked
+    };
+    const CHANGE arrChanges[] = {
+        {2, 6, 0, true, S_OK, {1, 2, 0, 0, 0, 0}, {1, 2, 0, 0, 0, 0}},
+        {2, 6, 0, false, S_FALSE, {1, 2}, {}},
+        {3, 4, 0, true, S_OK, {1, 2, 3, 0}, {1, 2, 3, 0}},
+        {4, 4, 0, true, S_FALSE, {1, 2, 3, 4}, {1, 2, 3, 4}},
+        {6, 2, 0, true, S_FALSE, {1, 2}, {1 + 3 + 5, 2 + 3 + 6}},
+        {1, 4, 0, true, S_OK, {1, 0, 0, 0}, {1, 1, 0, 0}},
+        {1, 3, 0x7, true, S_OK, {1, 0, 0}, {1, 0, 0}},
+        {40, 41, 0, true, S_OK, {}, {}},
+        {2, 1000, 0, true, S_OK, {}, {}},
+        {2, 0, 0, true, E_INVALIDARG, {1, 2}, {}},
+    };
+    constexpr int64_t kHeld = 30;
+    for (const CHANGE& change : arrChanges) {
+        for (const int32_t nBits : {8, 16, 20, 24, 32, -32}) {
+            SCOPED_TRACE(testing::Message() << change.nFrom << " to " << change.nTo << ", " << nBits);
+            const ZR_AUD_PROPS from{change.nFrom, 48000, nBits, 0};
+            Sound sound(static_cast<size_t>(change.nFrom * kHeld));
+            for (size_t i = 0; i < sound.size(); ++i)
+                sound[i] = static_cast<float>(i % static_cast<size_t>(change.nFrom) + 1) / 128;
+            std::vector<uint8_t> bytes(static_cast<size_t>(AudBlockBytes(from) * kHeld));
+            ConvertSamples(-32, reinterpret_cast<const uint8_t*>(sound.data()), nBits, bytes.data(), sound.size());
+            for (const bool bCall : {true, false}) {
+                const std::vector<int>& arrLevels = bCall ? change.arrSet : change.arrBy;
+                if (!bCall && arrLevels.empty()) continue;
+                ZrAudioBuffer2 buffer;
+                ASSERT_EQ(buffer.ChannelsSet(2, true), E_INVALIDARG);
+                ASSERT_EQ(buffer.PutAudio(from, bytes.data(), static_cast<int64_t>(bytes.size()), false, true), S_OK);
+                if (bCall) {
+                    EXPECT_EQ(buffer.ChannelsSet(change.nTo, change.bCreate), change.hr);
+                } else {
+                    buffer.FormatSet({change.nTo, 48000, nBits, change.nBitsOfSplit});
+                }
+                ASSERT_EQ(buffer.Fill(), kHeld);
+                const ZR_AUD_PROPS now = buffer.Format();
+                const auto nNow = static_cast<size_t>(now.nChannels);
+                ASSERT_EQ(nNow, arrLevels.empty() ? static_cast<size_t>(std::min(change.nTo, 128)) : arrLevels.size());
+                std::vector<uint8_t> taken(static_cast<size_t>(AudBlockBytes(now) * kHeld));
+                ASSERT_EQ(buffer.GetAudio(taken.data(), kHeld), kHeld);
+                Sound out(nNow * kHeld);
+                ConvertSamples(nBits, taken.data(), -32, reinterpret_cast<uint8_t*>(out.data()), out.size());
+                for (size_t i = 0; i < out.size(); ++i) {
+                    const size_t c = i % nNow;
+                    const bool bOld = c < static_cast<size_t>(change.nFrom);
+                    const int nLevel = !arrLevels.empty() ? arrLevels[c] : bOld ? static_cast<int>(c) + 1 : 0;
+                    ASSERT_EQ(out[i] * 128, static_cast<float>(nLevel)) << i;
+                }
+            }
+        }
+    }
+}
+
 TEST(AudioBuffer, IsClosedForWhatItCannotConvert) {
     ZrAudioBuffer2 buffer;
     buffer.FormatSet(kFloat48);
