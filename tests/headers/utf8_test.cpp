@@ -85,6 +85,8 @@ TEST(Text, TakesOverWhatAnOperationHandsOutAndFreesTheOldOne) {
     EXPECT_EQ(text.View(), u"cam \u00E9");
     *text.Out() = SysAllocStringLen(u"a\0b", 3);  // the leak checker watches the first one
     EXPECT_EQ(text.Utf8(), "a\0b"s);
+    EXPECT_EQ(SysStringByteLen(text.Get()), 6u);
+    EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr);
 
     Text textMoved = std::move(text);
     EXPECT_EQ(textMoved.View(), u"a\0b"sv);

@@ -42,6 +42,7 @@ TEST(ClassRegistry, MakesObjectsOfTheClassesThereAreNow) {
         }
         ASSERT_EQ(ZrCreateInstance(kClsidOne, p), S_OK);
         EXPECT_EQ(p->Number(), 1);
+        EXPECT_EQ(p->QueryInterface(IOne::kIid, nullptr), E_POINTER);
         EXPECT_EQ(nAlive, 1);
         EXPECT_EQ(ZrCreateInstance(kClsidTwo, p), REGDB_E_CLASSNOTREG);
         EXPECT_FALSE(p);
