@@ -1,6 +1,6 @@
 // The transport as objects carry it: their faces, their end while frames are on their way, other processes.
 
-#include "support/idle_process.h"
+#include "platform/process.h"
 #include "transport/sender_impl.h"
 #include "transport/source_impl.h"
 #include "transport/transport_support.h"
@@ -86,12 +86,16 @@ TEST(TransportObject, OtherProcessesAreLetGoWhenTheyEnd) {
     Waitable* pGone = nullptr;
     EXPECT_EQ(table.Check(&pGone), S_FALSE);
     EXPECT_EQ(table.Add(0x7FFFFFF0), ZR_E_NOT_FOUND);
-    IdleProcess one, two;
+    const std::u16string arrArguments[] = {u"/bin/sleep", u"600"};
+    ChildProcess one, two;
+    ASSERT_EQ(one.Start(arrArguments), S_OK);
+    ASSERT_EQ(two.Start(arrArguments), S_OK);
     EXPECT_EQ(table.Add(one.Id()), S_OK);
     EXPECT_EQ(table.Add(two.Id()), S_OK);
     EXPECT_EQ(table.Add(two.Id()), S_FALSE);
     EXPECT_EQ(table.Remove(two.Id()), S_OK);
     one.Kill();
+    ASSERT_EQ(one.Wait(-1), S_OK);
     EXPECT_EQ(table.Check(&pGone), S_OK);
     ASSERT_TRUE(pGone);
     EXPECT_FALSE(pGone->IsSet());
