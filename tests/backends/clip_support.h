@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "backends/ffmpeg/link_ffmpeg.h"
-#include "frame_module/frame_factory.h"
+#include "frame_module/frame_builders.h"
 #include "media/file_worker.h"
 #include "media/pixel_format.h"
 #include "media/transport_interfaces.h"
@@ -54,60 +54,12 @@ struct CLIP_FORMAT {
 
 inline constexpr int kNumberBits = 8;
 
-// Calls _f with the value (0 or 255) that the picture has at each pixel: bits of the number as upright bars, the first
-// field of it in the upper half, its complement in the lower, so that a picture upside down is another number.
-template <class F>
-void ForEachBar(int32_t _nWidth, int32_t _nHeight, int _nNumber, F&& _f) {
-    for (int32_t y = 0; y < _nHeight; ++y)
-        for (int32_t x = 0; x < _nWidth; ++x) {
-            const bool bSet = (_nNumber >> (x * kNumberBits / _nWidth) & 1) != 0;
-            _f(x, y, bSet == (y < _nHeight / 2));
-        }
-}
-
-// Where one luma or grey sample of any of the formats used here stands: a byte of its own, or 10 bits of a word.
-struct BRIGHT_SAMPLE {
-    uint8_t* p;
-    int nShift;  // below 0: a byte
-};
-inline BRIGHT_SAMPLE BrightSample(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y) {
-    auto* p = reinterpret_cast<uint8_t*>(_planes.lpVideoPlanes[0]) + int64_t{_y} * _planes.cbVideoRowBytes[0];
-    constexpr int arrV210[6][2] = {{0, 10}, {4, 0}, {4, 20}, {8, 10}, {12, 0}, {12, 20}};
-    switch (static_cast<uint32_t>(_fcc)) {
-        case eZrFCC_UYVY:
-        case eZrFCC_HDYC: return {p + 2 * _x + 1, -1};
-        case eZrFCC_YUY2: return {p + 2 * _x, -1};
-        case eZrFCC_RGB32:
-        case eZrFCC_ARGB32: return {p + 4 * _x + 1, -1};
-        case eZrFCC_v210: return {p + _x / 6 * 16 + arrV210[_x % 6][0], arrV210[_x % 6][1]};
-        default: return {p + _x, -1};
-    }
-}
-inline bool IsBright(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y) {
-    const BRIGHT_SAMPLE sample = BrightSample(_fcc, _planes, _x, _y);
-    if (sample.nShift < 0) return *sample.p > 120;
-    uint32_t nWord = 0;
-    std::memcpy(&nWord, sample.p, 4);
-    return (nWord >> sample.nShift & 1023) > 480;
-}
-inline void SetBright(eZrFCC _fcc, const ZRF_VID_PTR& _planes, int32_t _x, int32_t _y, bool _bBright) {
-    const BRIGHT_SAMPLE sample = BrightSample(_fcc, _planes, _x, _y);
-    const uint8_t nValue = _bBright ? 200 : 40;
-    if (sample.nShift < 0) {
-        *sample.p = nValue;
-        if (PixelFormatBottomUp(_fcc)) sample.p[-1] = sample.p[1] = nValue;
-        return;
-    }
-    uint32_t nWord = 0;
-    std::memcpy(&nWord, sample.p, 4);
-    nWord = (nWord & ~(1023u << sample.nShift)) | uint32_t{nValue} << 2 << sample.nShift;
-    std::memcpy(sample.p, &nWord, 4);
-}
-
+// The picture has the bits of the number as upright bars of luma in the upper half and their complement in the lower,
+// so that a picture upside down is another number.
 inline ZrPtr<IZrFFrame> MakeClipFrame(const CLIP_FORMAT& _format, int _nNumber) {
     LinkFrameModule();
     ZR_AV_PROPS props;
-    props.vidProps.fccType = _format.fccType;
+    props.vidProps.fccType = eZrFCC_UYVY;
     props.vidProps.nWidth = _format.nWidth;
     props.vidProps.nHeight = _format.nHeight;
     props.vidProps.eInterlace = _format.eInterlace;
@@ -124,30 +76,36 @@ inline ZrPtr<IZrFFrame> MakeClipFrame(const CLIP_FORMAT& _format, int _nNumber) 
                   reinterpret_cast<int64_t>(arrSamples.data()), pFrame.Out(), u"color=gray"),
               S_OK);
     if (!pFrame) return pFrame;
-    ZRF_VID_PTR planes;
-    pFrame->ZrFVideoGetBytesEx(&planes);
-    ForEachBar(_format.nWidth, _format.nHeight, _nNumber,
-               [&](int32_t _x, int32_t _y, bool _bBright) { SetBright(_format.fccType, planes, _x, _y, _bBright); });
+    auto* p = reinterpret_cast<uint8_t*>(InfoOf(*pFrame).lpVideo) + 1;
+    for (int32_t y = 0; y < _format.nHeight; ++y)
+        for (int32_t x = 0; x < _format.nWidth; ++x, p += 2) {
+            const bool bSet = (_nNumber >> (x * kNumberBits / _format.nWidth) & 1) != 0;
+            *p = bSet == (y < _format.nHeight / 2) ? 200 : 40;
+        }
     ZR_TIME time;
     time.rtStartTime = FrameStart(_format.rate, _nNumber);
     time.rtEndTime = FrameStart(_format.rate, _nNumber + 1);
     pFrame->ZrFTimeSet(&time);
-    return pFrame;
+    ZrPtr<IZrFFrame> pClip;
+    EXPECT_EQ(pFrame->ZrFClone(pClip.Out(), eZrFC_Full, _format.fccType), S_OK);
+    return pClip;
 }
 
 // The number in a picture, -1 when the halves do not belong together.
 inline int NumberOf(IZrFFrame& _frame) {
-    ZRF_FRAME_INFO info;
-    ZRF_VID_PTR planes;
-    if (Failed(_frame.ZrFAllGet(&info)) || Failed(_frame.ZrFVideoGetBytesEx(&planes))) return -1;
+    ZrPtr<IZrFFrame> pUyvy;
+    if (Failed(_frame.ZrFClone(pUyvy.Out(), eZrFC_VideoRef, eZrFCC_UYVY))) return -1;
+    const ZRF_FRAME_INFO info = InfoOf(*pUyvy);
     const ZR_VID_PROPS& props = info.avProps.vidProps;
-    if (props.nWidth == 0) return -1;
-    const int32_t nHeight = AbsHeight(props.nHeight);
+    if (info.cbVideo == 0) return -1;
     int nUpper = 0, nLower = 0;
     for (int nBit = 0; nBit < kNumberBits; ++nBit) {
         const int32_t x = (2 * nBit + 1) * props.nWidth / (2 * kNumberBits);
-        nUpper |= int{IsBright(props.fccType, planes, x, nHeight / 4)} << nBit;
-        nLower |= int{IsBright(props.fccType, planes, x, nHeight * 3 / 4)} << nBit;
+        const auto IsBright = [&](int32_t _y) {
+            return reinterpret_cast<const uint8_t*>(info.lpVideo)[_y * props.nRowBytes + 2 * x + 1] > 120;
+        };
+        nUpper |= int{IsBright(props.nHeight / 4)} << nBit;
+        nLower |= int{IsBright(props.nHeight * 3 / 4)} << nBit;
     }
     return nUpper == (~nLower & ((1 << kNumberBits) - 1)) ? nUpper : -1;
 }

@@ -12,9 +12,6 @@ namespace {
 
 class Failures : public ClipTest {
 protected:
-    void WriteText(const std::string& _strName, const std::string& _strText) const {
-        std::ofstream(Path(_strName), std::ios::binary) << _strText;
-    }
     // Frames that a worker gives; *_phrEnd: what came behind them. Their numbers count up; the last one may stand
     // for as long as there is sound, and before it some may be missing that it was needed for.
     static int Count(IZrFileWorker_I& _worker, HRESULT* _phrEnd) {
@@ -31,9 +28,9 @@ protected:
 };
 
 TEST_F(Failures, WhatCannotBePlayedIsSaid) {
-    WriteText("text.mp4", "This is no film.\n");
-    WriteText("notes.txt", "Nor is this.\n");
-    WriteText("empty.mp4", "");
+    WriteFile(folder / "text.mp4", "This is no film.\n");
+    WriteFile(folder / "notes.txt", "Nor is this.\n");
+    WriteFile(folder / "empty.mp4", "");
     WriteClip(Path("whole.mp4"), {}, 50);
     std::filesystem::copy(Path("whole.mp4"), Path("no_index.mp4"));
     std::filesystem::resize_file(Path("no_index.mp4"), std::filesystem::file_size(Path("whole.mp4")) / 2);

@@ -1,8 +1,6 @@
 // PNG, JPEG and TIFF: what was encoded is decoded again, and files of another maker are read as they are.
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "backends/clip_support.h"
 #include "media/picture_codec.h"
@@ -38,10 +36,6 @@ protected:
         void* pv = nullptr;
         ASSERT_EQ(CreateInstance(kClsidPictureCodec, IPictureCodec_I::kIid, &pv), S_OK);
         pCodec = ZrPtr<IPictureCodec_I>::Attach(static_cast<IPictureCodec_I*>(pv));
-    }
-    std::vector<uint8_t> Read(const std::string& _strName) const {
-        std::ifstream file(Path(_strName), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
     }
     ZrPtr<IPictureCodec_I> pCodec;
 };
@@ -118,9 +112,9 @@ TEST_F(PictureFiles, FormsOfOthers) {
             EXPECT_EQ(std::string(form.szName), "k.jpg") << "could not be made";  // not every version makes it
             continue;
         }
-        const std::vector<uint8_t> arrFile = Read(form.szName);
+        const std::string strFile = BytesOfFile(Path(form.szName));
         Target target;
-        ASSERT_EQ(pCodec->Decode(arrFile.data(), arrFile.size(), &target), S_OK);
+        ASSERT_EQ(pCodec->Decode(reinterpret_cast<const uint8_t*>(strFile.data()), strFile.size(), &target), S_OK);
         EXPECT_EQ(target.rows.fccType, form.fcc);
         for (int n = 0; n < 4; ++n) EXPECT_NEAR(target.At(5, 7)[n], form.arr[n], n == 3 ? 0 : form.nTolerance) << n;
     }

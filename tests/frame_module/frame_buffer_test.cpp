@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <thread>
-#include <vector>
 
 #include "frame_module/frame_builders.h"
 #include "support/stress.h"
@@ -67,20 +65,16 @@ TEST(BufferPool, IdleClassesGoBackOnlyAboveTheLimit) {
 // Blocks go between the pool and four threads, each of which checks that nobody else writes into what it holds.
 TEST(BufferPool, ThreadsNeverGetABlockThatIsHeld) {
     BufferPool pool(0);
-    std::vector<std::thread> arrThreads;
     std::atomic<int> nWrong{0};
-    for (uint8_t nThread = 1; nThread <= 4; ++nThread) {
-        arrThreads.emplace_back([&pool, &nWrong, nThread] {
-            BufferPtr arrHeld[4];
-            for (uint32_t i = 0; i < StressRounds(40000); ++i) {
-                BufferPtr& pSlot = arrHeld[i % 4];
-                if (pSlot && (pSlot->Data()[0] != nThread || pSlot->Data()[200] != nThread)) ++nWrong;
-                pSlot = pool.Get(201 + i % 3 * 400);
-                std::memset(pSlot->Data(), nThread, 201);
-            }
-        });
-    }
-    for (std::thread& thread : arrThreads) thread.join();
+    OnThreads(4, [&](int _nThread) {
+        BufferPtr arrHeld[4];
+        for (uint32_t i = 0; i < StressRounds(40000); ++i) {
+            BufferPtr& pSlot = arrHeld[i % 4];
+            if (pSlot && (pSlot->Data()[0] != _nThread || pSlot->Data()[200] != _nThread)) ++nWrong;
+            pSlot = pool.Get(201 + i % 3 * 400);
+            std::memset(pSlot->Data(), _nThread, 201);
+        }
+    });
     EXPECT_EQ(nWrong, 0);
     EXPECT_LE(pool.BlockCount(), 3u * 4u * 5u);
 }

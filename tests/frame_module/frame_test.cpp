@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -311,19 +310,15 @@ TEST(Frame, ThreadsMayShareAFrameThatNobodyWrites) {
     {
         auto pObject = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
         const ZrPtr<IZrFFrame> pFrame = FullFrame(pObject.Get());
-        std::vector<std::thread> arrThreads;
-        for (int nThread = 0; nThread < 4; ++nThread) {
-            arrThreads.emplace_back([pFrame] {
-                ZrPtr<IZrFFrame> pLast = pFrame;
-                for (int i = 0; i < StressRounds(10000); ++i) {
-                    ZrPtr<IZrFFrame> pNext = CloneOf(*pLast, eZrFC_Reference), pCut;
-                    pNext->ZrFCut(i % 3, nullptr, pCut.Out());
-                    EXPECT_EQ(VideoOf(*pCut)[1], (i % 3 == 2 ? 64 : 0) + 1);
-                    pLast = std::move(pNext);
-                }
-            });
-        }
-        for (std::thread& thread : arrThreads) thread.join();
+        OnThreads(4, [&pFrame](int) {
+            ZrPtr<IZrFFrame> pLast = pFrame;
+            for (int i = 0; i < StressRounds(10000); ++i) {
+                ZrPtr<IZrFFrame> pNext = CloneOf(*pLast, eZrFC_Reference), pCut;
+                pNext->ZrFCut(i % 3, nullptr, pCut.Out());
+                EXPECT_EQ(VideoOf(*pCut)[1], (i % 3 == 2 ? 64 : 0) + 1);
+                pLast = std::move(pNext);
+            }
+        });
     }
     EXPECT_TRUE(bGone);
 }

@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "platform/clock.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -184,21 +184,16 @@ struct SharedThread {
 // Many threads start, wake and stop one thread object: every call succeeds, and no run meets another.
 TEST(BaseThread, AnyoneMayStartAndStop) {
     SharedThread shared;
-    std::vector<Thread> arrThreads(4);
-    for (size_t i = 0; i < arrThreads.size(); ++i) {
-        const auto body = [&shared, i](ManualEvent&) {
-            for (size_t n = 0; n < 200; ++n) {
-                if ((n + i) % 2) {
-                    EXPECT_EQ(shared.thread.Start(&shared, &SharedThread::Run), S_OK);
-                } else {
-                    shared.thread.Wake();
-                    EXPECT_TRUE(Succeeded(shared.thread.Stop(-1)));
-                }
+    OnThreads(4, [&shared](int _nThread) {
+        for (int n = 0; n < 200; ++n) {
+            if ((n + _nThread) % 2) {
+                EXPECT_EQ(shared.thread.Start(&shared, &SharedThread::Run), S_OK);
+            } else {
+                shared.thread.Wake();
+                EXPECT_TRUE(Succeeded(shared.thread.Stop(-1)));
             }
-        };
-        ASSERT_EQ(arrThreads[i].Start("starter", body), S_OK);
-    }
-    for (Thread& thread : arrThreads) thread.Join();
+        }
+    });
     shared.thread.Stop(-1);
     EXPECT_EQ(shared.nTogether, 0);
     EXPECT_EQ(shared.nInside, 0);

@@ -70,16 +70,11 @@ TEST_P(DeqActiveStress, NothingIsLostDoubledOrDisordered) {
     deq.Init(c.nMin, c.nMax, c.bDropOldest);
 
     std::atomic<int64_t> nPut{0};
-    std::vector<Thread> arrThreads(kProducers);
-    for (int64_t nProducer = 0; nProducer < kProducers; ++nProducer) {
-        const auto body = [&, nProducer](ManualEvent&) {
-            int64_t nOk = 0;
-            for (int64_t i = 0; i < kItemsEach; ++i) nOk += deq.Put(nProducer * kItemsEach + i, c.rtTimeout) > 0;
-            nPut += nOk;
-        };
-        ASSERT_EQ(arrThreads[static_cast<size_t>(nProducer)].Start("producer", body), S_OK);
-    }
-    for (Thread& thread : arrThreads) thread.Join();
+    OnThreads(kProducers, [&](int _nProducer) {
+        int64_t nOk = 0;
+        for (int64_t i = 0; i < kItemsEach; ++i) nOk += deq.Put(_nProducer * kItemsEach + i, c.rtTimeout) > 0;
+        nPut += nOk;
+    });
     deq.SetBounds(0, c.nMax);  // so that a rest below the minimum is taken too
     while (deq.Count() > 0) SleepFor(kTicksPerMs);
     ASSERT_EQ(deq.Stop(), S_OK);  // the last item has been served

@@ -264,8 +264,8 @@ TEST(Events, NoCallAfterClose) {
 TEST(Events, RandomCallsFromThreeThreads) {
     Desk desk;
     std::atomic<int32_t> nInside{0}, nOverlaps{0};
-    const auto body = [&](uint32_t _nSeed) {
-        std::mt19937 random(_nSeed);
+    OnThreads(3, [&](int _nThread) {
+        std::mt19937 random(static_cast<uint32_t>(_nThread + 1));
         std::vector<uint32_t> arrCookies;
         const auto pBoth = New<Both>(desk.heard, "");
         pBoth->onTell = [&] {
@@ -292,10 +292,7 @@ TEST(Events, RandomCallsFromThreeThreads) {
         }
         for (const uint32_t nCookie : arrCookies) EXPECT_EQ(desk.pEvents->Unadvise(nCookie), S_OK);
         desk.pEvents->Close();
-    };
-    Thread arrThreads[3];
-    for (uint32_t i = 0; i < 3; ++i) arrThreads[i].Start("caller", [&body, i](ManualEvent&) { body(i + 1); });
-    for (Thread& thread : arrThreads) thread.Join();
+    });
     EXPECT_EQ(nOverlaps, 0);
     EXPECT_FALSE(desk.heard.Take().empty());
 }

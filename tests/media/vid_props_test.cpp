@@ -86,16 +86,6 @@ TEST(VidProps, RecognisesWhatFormatsBuild) {
     }
 }
 
-TEST(VidProps, BuildsFormats) {
-    EXPECT_EQ(Fields(PropsFromFormat(eZrVF_PAL_16x9, eZrFCC_Default)),
-              Fields({eZrVF_PAL_16x9, eZrFCC_UYVY, 720, 576, 1440, eZrI_Field1First, 16, 9, 25}));
-    EXPECT_EQ(Fields(PropsFromFormat(eZrVF_3D_Full_TnB_1080_24p, eZrFCC_RGB32)),
-              Fields({eZrVF_3D_Full_TnB_1080_24p, eZrFCC_RGB32, 1920, -2160, 7680, eZrI_Progressive, 16, 9, 24,
-                      eZrST_Default, eZr3D_FullTopAndBottom}));
-    EXPECT_EQ(Fields(PropsFromFormat(eZrVF_2K_24p, eZrFCC_Default)),
-              Fields({eZrVF_2K_24p, eZrFCC_HDYC, 2048, 1556, 4096, eZrI_Progressive, 239, 100, 24}));
-}
-
 TEST(VidProps, ComparesRecords) {
     struct CASE {
         const char* szName;
@@ -183,15 +173,6 @@ TEST(VidProps, AspectAndInterlaceClass) {
     EXPECT_EQ(Class(0, Format(255)), 0);
     EXPECT_EQ(Class(2, eZrVF_PAL), -1);
     for (const int32_t nInterlace : {3, 4, 5, 256, 512, -1}) EXPECT_EQ(Class(nInterlace, eZrVF_PAL), 0) << nInterlace;
-}
-
-TEST(VidProps, FormatNamesReadBack) {
-    for (int32_t i = 0; i < kVideoFormatRows; ++i) {
-        EXPECT_EQ(ParseFormatName(RowTable(i)->szShortName, Format(99)), i);
-        EXPECT_EQ(ParseFormatName(RowTable(i)->szEnumName, Format(99)), i);
-    }
-    for (const char16_t* szText : {u"", u"pal", u"PAL ", u"eZrVF_NTSC_2398", u"eZrVF_3D_SbS_1080_50i"})
-        EXPECT_EQ(ParseFormatName(szText, Format(99)), 99);
 }
 
 }  // namespace

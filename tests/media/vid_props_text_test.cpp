@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <tuple>
 
+#include "attributes/attribute_line.h"
 #include "media/pixel_format.h"
 #include "media/record_support.h"
 #include "media/vid_props.h"
@@ -80,14 +80,16 @@ TEST(VidPropsText, Keywords) {
     EXPECT_EQ(ScaleTypeKeyword(eZrST_IgnoreAR), u"ignore-ar");
 }
 
-using Attributes = std::map<std::u16string, std::u16string>;
-
-ZR_VID_PROPS Read(const Attributes& _attributes, ZR_VID_PROPS _props) {
+ZR_VID_PROPS Read(const char16_t* _szLine, ZR_VID_PROPS _props) {
     ReadVidProps(
         [&](const char16_t* _szName, std::u16string_view& _value) {
-            const auto it = _attributes.find(_szName);
-            if (it != _attributes.end()) _value = it->second;
-            return it != _attributes.end();
+            AttributeLineScanner line(_szLine);
+            while (line.Next())
+                if (line.Name() == _szName) {
+                    _value = line.Value();
+                    return true;
+                }
+            return false;
         },
         &_props);
     return _props;
@@ -96,68 +98,41 @@ ZR_VID_PROPS Read(const Attributes& _attributes, ZR_VID_PROPS _props) {
 TEST(VidPropsAttributes, Reads) {
     constexpr auto P = eZrI_Progressive;
     const ZR_VID_PROPS pal = PropsFromFormat(eZrVF_PAL, eZrFCC_UYVY);
+    const ZR_VID_PROPS hd = {eZrVF_HD720_50p, eZrFCC_UYVY, 1280, 720, 2560, P, 16, 9, 50};
     const ZR_VID_PROPS tiny = {{}, eZrFCC_UYVY, 64, 36, 128, P, 16, 9, 25};
-    const std::tuple<const char*, Attributes, ZR_VID_PROPS, ZR_VID_PROPS> arrCases[] = {
-        {"no attribute changes nothing but row bytes", {}, {{}, eZrFCC_UYVY, 64, 36, 999, P, 16, 9, 25}, tiny},
-        {"a code that has no name to read stays",
-         {},
-         {{}, kFCC_RGB565, 64, -36, 0, P},
-         {{}, kFCC_RGB565, 64, -36, 0, P}},
-        {"format over another one",
-         {{u"video_format", u"HD720-50p"}},
-         pal,
-         {eZrVF_HD720_50p, eZrFCC_UYVY, 1280, 720, 2560, P, 16, 9, 50}},
-        {"format by its enumerator", {{u"video_format", u"eZrVF_PAL"}}, {}, pal},
-        {"unknown format: by the numbers",
-         {{u"video_format", u"pal"}},
-         {{}, {}, 720, 576, 0, {}, 0, 0, 25},
-         {eZrVF_PAL, eZrFCC_UYVY, 720, 576, 1440, P, 4, 3, 25}},
-        {"numbers",
-         {{u"width", u"0x140"}, {u"height", u" 180 lines"}, {u"rate", u"12.5fps"}},
+    const ZR_VID_PROPS palRaster = {{}, {}, 720, 576, 0, {}, 0, 0, 25}, top565 = {{}, kFCC_RGB565, 64, -36, 0, P};
+    const std::tuple<const char16_t*, ZR_VID_PROPS, ZR_VID_PROPS> arrCases[] = {
+        {u"", {{}, eZrFCC_UYVY, 64, 36, 999, P, 16, 9, 25}, tiny},  // but for row bytes nothing changes
+        {u"", top565, top565},                                      // a code that has no name to read stays
+        {u"video_format=HD720-50p", pal, hd},
+        {u"video_format=eZrVF_PAL", {}, pal},
+        {u"video_format=pal", palRaster, {eZrVF_PAL, eZrFCC_UYVY, 720, 576, 1440, P, 4, 3, 25}},  // by the numbers
+        {u"width=0x140 height=' 180 lines' rate=12.5fps",
          {{}, eZrFCC_UYVY},
          {{}, eZrFCC_UYVY, 320, 180, 640, {}, 0, 0, 12.5}},
-        {"numbers that are words",
-         {{u"width", u"wide"}, {u"rate", u"True"}},
-         tiny,
-         {{}, eZrFCC_UYVY, 0, 36, 0, P, 16, 9, 1}},
-        {"rate in percent", {{u"rate", u"2500%"}}, tiny, tiny},
-        {"huge numbers",
-         {{u"width", u"99999999999"}, {u"height", u"-99999999999"}, {u"aspect_ratio", u"99999:-99999"}},
+        {u"width=wide rate=True", tiny, {{}, eZrFCC_UYVY, 0, 36, 0, P, 16, 9, 1}},
+        {u"rate=2500%", tiny, tiny},
+        {u"width=99999999999 height=-99999999999 aspect_ratio=99999:-99999",
          tiny,
          {{}, eZrFCC_UYVY, 2147483646, 2147483647, 2147483647, P, 32767, -32768, 25}},
-        {"pixel format before its older name",
-         {{u"pixel_format", u"yuy2"}, {u"colorspace", u"RGB32"}},
+        {u"pixel_format=yuy2 colorspace=RGB32",
          tiny,
-         {{}, eZrFCC_YUY2, 64, 36, 128, P, 16, 9, 25}},
-        {"older names",
-         {{u"colorspace", u"RGB24"}, {u"aspect-ratio", u"4x3"}, {u"keep-aspect", u"None"}},
+         {{}, eZrFCC_YUY2, 64, 36, 128, P, 16, 9, 25}},  // before its older name
+        {u"colorspace=RGB24 aspect-ratio=4x3 keep-aspect=None",
          tiny,
          {{}, eZrFCC_RGB24, 64, 36, 192, P, 4, 3, 25, eZrST_IgnoreAR}},
-        {"aspect without digits", {{u"aspect_ratio", u"auto"}}, tiny, tiny},
-        {"one aspect number keeps the other",
-         {{u"aspect_ratio", u"4"}},
-         tiny,
-         {{}, eZrFCC_UYVY, 64, 36, 128, P, 4, 9, 25}},
-        {"aspect text that starts with none",
-         {{u"aspect_ratio", u"x16:9"}},
-         tiny,
-         {{}, eZrFCC_UYVY, 64, 36, 128, P, 0, 0, 25}},
-        {"keywords",
-         {{u"interlace", u"bottom"}, {u"scale_type", u"crop"}, {u"format_3d", u"3D-HSbS"}},
+        {u"aspect_ratio=auto", tiny, tiny},
+        {u"aspect_ratio=4", tiny, {{}, eZrFCC_UYVY, 64, 36, 128, P, 4, 9, 25}},
+        {u"aspect_ratio=x16:9", tiny, {{}, eZrFCC_UYVY, 64, 36, 128, P, 0, 0, 25}},
+        {u"interlace=bottom scale_type=crop format_3d=3D-HSbS",
          tiny,
          {{}, eZrFCC_UYVY, 64, 36, 128, eZrI_Field2First, 16, 9, 25, eZrST_Crop, eZr3D_SideBySide}},
-        {"auto gives the field order back to the format",
-         {{u"video_format", u"PAL"}, {u"interlace", u"auto"}},
-         {},
-         pal},
-        {"present and empty",
-         {{u"pixel_format", u""}, {u"interlace", u""}, {u"aspect_ratio", u""}},
-         tiny,
-         {{}, {}, 64, 36, 0, {}, 16, 9, 25}},
+        {u"video_format=PAL interlace=auto", {}, pal},  // gives the field order back to the format
+        {u"pixel_format='' interlace='' aspect_ratio=''", tiny, {{}, {}, 64, 36, 0, {}, 16, 9, 25}},
     };
-    for (const auto& [szName, attributes, in, out] : arrCases) {
-        SCOPED_TRACE(szName);
-        EXPECT_EQ(Fields(Read(attributes, in)), Fields(out));
+    for (const auto& [szLine, in, out] : arrCases) {
+        SCOPED_TRACE(testing::PrintToString(szLine));
+        EXPECT_EQ(Fields(Read(szLine, in)), Fields(out));
     }
 }
 

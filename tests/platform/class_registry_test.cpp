@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
 
 #include "platform/ref_object.h"
 
@@ -78,16 +77,14 @@ TEST(ClassRegistry, NullArgumentsAreRefusedAndTheResultIsClearedFirst) {
 
 TEST(ClassRegistry, ClassesComeAndGoWhileObjectsAreMade) {
     const ClassRegistrar two(kClsidTwo, MakeObject<One<2>>);
-    std::vector<std::thread> arrThreads;
-    arrThreads.emplace_back([] {
+    std::thread other([] {
         for (int n = 0; n < 2000; ++n) ClassRegistrar(kClsidOne, MakeObject<One<1>>);
     });
     for (int n = 0; n < 2000; ++n) {
         ZrPtr<IOne> p;
-        ASSERT_EQ(ZrCreateInstance(kClsidTwo, p), S_OK);
-        ASSERT_EQ(p->Number(), 2);
+        EXPECT_EQ(ZrCreateInstance(kClsidTwo, p), S_OK);
     }
-    for (auto& thread : arrThreads) thread.join();
+    other.join();
 }
 
 }  // namespace

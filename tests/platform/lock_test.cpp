@@ -1,6 +1,5 @@
 #include "platform/lock.h"
 
-#include <array>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,26 +13,22 @@ namespace {
 TEST(Mutex, ExcludesAndLosesNoWake) {
     Mutex mtx;
     int64_t nCount = 0;
-    std::array<Thread, 4> arrThreads;
     const int nRounds = StressRounds(500'000);
-    for (Thread& thread : arrThreads) {
-        thread.Start("locker", [&](ManualEvent&) {
-            for (int i = 0; i < nRounds; ++i) {
-                if (i % 3 == 0) {
-                    if (!mtx.TryLock()) mtx.Lock();
-                    ++nCount;
-                    mtx.Unlock();
-                } else {
-                    MutexLock lock(mtx);
-                    ++nCount;
-                    lock.Unlock();
-                    if (i % 1000 == 1) SleepFor(0);
-                    lock.Lock();
-                }
+    OnThreads(4, [&](int) {
+        for (int i = 0; i < nRounds; ++i) {
+            if (i % 3 == 0) {
+                if (!mtx.TryLock()) mtx.Lock();
+                ++nCount;
+                mtx.Unlock();
+            } else {
+                MutexLock lock(mtx);
+                ++nCount;
+                lock.Unlock();
+                if (i % 1000 == 1) SleepFor(0);
+                lock.Lock();
             }
-        });
-    }
-    for (Thread& thread : arrThreads) EXPECT_TRUE(thread.Join(60 * kTicksPerSecond));
+        }
+    });
     EXPECT_EQ(nCount, int64_t{nRounds} * 4);
 }
 

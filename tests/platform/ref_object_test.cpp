@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
-#include <vector>
+
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -18,15 +18,11 @@ struct Counted : AutoObjBase<Counted> {
 TEST(RefObject, LivesUntilTheLastHolderOnAnyThreadLetsGo) {
     int nAlive = 0;
     CAutoObj<Counted> pFirst = Counted::Make(nAlive);
-    std::vector<std::thread> arrThreads;
-    for (int i = 0; i < 4; ++i) {
-        arrThreads.emplace_back([pMine = pFirst] {
-            for (int n = 0; n < 10000; ++n) CAutoObj<Counted> pCopy = pMine;
-        });
-    }
+    OnThreads(4, [&pFirst](int) {
+        for (int n = 0; n < 10000; ++n) CAutoObj<Counted> pCopy = pFirst;
+    });
+    EXPECT_EQ(nAlive, 1);
     pFirst.Reset();
-    for (auto& thread : arrThreads) thread.join();
-    arrThreads.clear();
     EXPECT_EQ(nAlive, 0);
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/clock.h"
 #include "platform/thread.h"
+#include "support/stress.h"
 
 #ifdef __clang__
 #pragma clang diagnostic ignored "-Wthread-safety-analysis"  // which forbids entering again, the very thing tested here
@@ -137,48 +138,41 @@ TYPED_TEST(AnyRwLock, ReadersNeverSeeHalfAWrite) {
     int64_t nFirst = 0, nSecond = 0;  // equal whenever nobody writes
     int64_t nTorn = 0;
     CMTSingleEx lockTorn;
-    constexpr int kWriters = 2, kRounds = 4000;
+    constexpr int kWriters = 2, kReaders = 3, kRounds = 4000;
     const auto Check = [&] {
         if (nFirst != nSecond) {
             CMTSingleExScope scope(lockTorn);
             ++nTorn;
         }
     };
-    std::vector<std::thread> arrThreads;
-    for (int i = 0; i < kWriters; ++i) {
-        arrThreads.emplace_back([&] {
-            for (int n = 0; n < kRounds; ++n) {
-                if (n % 8 == 0) {
-                    while (!lock.TryEnterWrite("try")) std::this_thread::yield();
-                } else {
-                    lock.EnterWrite("enter");
-                }
-                ++nFirst;
-                {
-                    CRWWriteScope again(lock, "again");
-                    CRWReadScope read(lock);
-                    ++nSecond;
-                }
-                lock.LeaveWrite();
-            }
-        });
-    }
-    for (int i = 0; i < 3; ++i) {
-        arrThreads.emplace_back([&] {
-            for (int n = 0; n < kRounds; ++n) {
-                CRWReadScope read(lock);
-                Check();
-                if (n % 16 == 0) std::this_thread::yield();
-                CRWReadScope again(lock);  // often behind a waiting writer
-                Check();
-                if (lock.TryEnterRead()) {
-                    Check();
-                    lock.LeaveRead();
-                }
-            }
-        });
-    }
-    for (auto& thread : arrThreads) thread.join();
+    const auto Write = [&](int _n) {
+        if (_n % 8 == 0) {
+            while (!lock.TryEnterWrite("try")) std::this_thread::yield();
+        } else {
+            lock.EnterWrite("enter");
+        }
+        ++nFirst;
+        {
+            CRWWriteScope again(lock, "again");
+            CRWReadScope read(lock);
+            ++nSecond;
+        }
+        lock.LeaveWrite();
+    };
+    const auto Read = [&](int _n) {
+        CRWReadScope read(lock);
+        Check();
+        if (_n % 16 == 0) std::this_thread::yield();
+        CRWReadScope again(lock);  // often behind a waiting writer
+        Check();
+        if (lock.TryEnterRead()) {
+            Check();
+            lock.LeaveRead();
+        }
+    };
+    OnThreads(kWriters + kReaders, [&](int _nThread) {
+        for (int n = 0; n < kRounds; ++n) _nThread < kWriters ? Write(n) : Read(n);
+    });
     EXPECT_EQ(nTorn, 0);
     EXPECT_EQ(nFirst, kWriters * kRounds);
     EXPECT_EQ(nSecond, kWriters * kRounds);
@@ -254,18 +248,14 @@ TEST(MTSingle, CountsItsOwnersEntriesAndExcludesOthers) {
     EXPECT_TRUE(OtherMayEnter());
 
     int64_t nSum = 0;
-    std::vector<std::thread> arrThreads;
-    for (int i = 0; i < 4; ++i) {
-        arrThreads.emplace_back([&] {
-            for (int n = 0; n < 20000; ++n) {
-                CMTSingleExScope scope(lock);
-                CMTSingleExScope again(lock);
-                ++nSum;
-                if (n % 1000 == 0) std::this_thread::yield();  // held across a time slice: others sleep
-            }
-        });
-    }
-    for (auto& thread : arrThreads) thread.join();
+    OnThreads(4, [&](int) {
+        for (int n = 0; n < 20000; ++n) {
+            CMTSingleExScope scope(lock);
+            CMTSingleExScope again(lock);
+            ++nSum;
+            if (n % 1000 == 0) std::this_thread::yield();  // held across a time slice: others sleep
+        }
+    });
     EXPECT_EQ(nSum, 80000);
 }
 

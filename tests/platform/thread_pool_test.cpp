@@ -71,18 +71,14 @@ TEST(ThreadPoolStress, EveryTaskRunsOnceWhileThreadsComeAndGo) {
     for (const int64_t rtIdle : {int64_t{0}, int64_t{300}, kTicksPerSecond}) {
         ThreadPool pool("test", {.nMaxThreads = 4, .rtIdle = rtIdle});
         std::atomic<int> nRan{0};
-        std::array<Thread, 3> arrThreads;
         const int nRounds = StressRounds(rtIdle == 0 ? 1000 : 10'000);
-        for (Thread& thread : arrThreads) {
-            thread.Start("submitter", [&](ManualEvent&) {
-                for (int i = 0; i < nRounds; ++i) {
-                    TaskGroup group;  // dies as soon as its tasks are done
-                    for (int n = 0; n < 1 + i % 3; ++n) pool.Submit([&nRan] { ++nRan; }, &group);
-                    ASSERT_EQ(group.Wait(nullptr, 60 * kTicksPerSecond), 1);
-                }
-            });
-        }
-        for (Thread& thread : arrThreads) thread.Join();
+        OnThreads(3, [&](int) {
+            for (int i = 0; i < nRounds; ++i) {
+                TaskGroup group;  // dies as soon as its tasks are done
+                for (int n = 0; n < 1 + i % 3; ++n) pool.Submit([&nRan] { ++nRan; }, &group);
+                ASSERT_EQ(group.Wait(nullptr, 60 * kTicksPerSecond), 1);
+            }
+        });
         int nExpected = 0;
         for (int i = 0; i < nRounds; ++i) nExpected += 3 * (1 + i % 3);
         EXPECT_EQ(nRan, nExpected);
@@ -112,27 +108,21 @@ TEST(ParallelRows, CoverEachRowOnceInBandsThatAreNotTooSmall) {
 
 TEST(ParallelRowsStress, SeveralCallersAndCallsInsideBands) {
     SetRowThreads(3);
-    std::array<Thread, 3> arrCallers;
     std::atomic<int> nBad{0};
-    for (Thread& caller : arrCallers) {
-        caller.Start("caller", [&](ManualEvent&) {
-            std::array<int32_t, 96> arrRows{};
-            for (int i = 1; i <= StressRounds(20'000); ++i) {
-                ParallelRows(96, 1 + i % 9, [&](int32_t _nFirst, int32_t _nEnd) {
-                    int nCalls = 0;
-                    ParallelRows(_nEnd - _nFirst, 1, [&](int32_t _nFirstInside, int32_t _nEndInside) {
-                        ++nCalls;
-                        for (int32_t y = _nFirst + _nFirstInside; y < _nFirst + _nEndInside; ++y) {
-                            ++arrRows[static_cast<size_t>(y)];
-                        }
-                    });
-                    if (nCalls != 1) ++nBad;
+    OnThreads(3, [&](int) {
+        std::array<int32_t, 96> arrRows{};
+        for (int i = 1; i <= StressRounds(20'000); ++i) {
+            ParallelRows(96, 1 + i % 9, [&](int32_t _nFirst, int32_t _nEnd) {
+                int nCalls = 0;
+                ParallelRows(_nEnd - _nFirst, 1, [&](int32_t _nFirstInside, int32_t _nEndInside) {
+                    ++nCalls;
+                    for (int32_t y = _nFirstInside; y < _nEndInside; ++y) ++arrRows[static_cast<size_t>(_nFirst + y)];
                 });
-                for (const int32_t n : arrRows) nBad += n != i;
-            }
-        });
-    }
-    for (Thread& caller : arrCallers) caller.Join();
+                if (nCalls != 1) ++nBad;
+            });
+            for (const int32_t n : arrRows) nBad += n != i;
+        }
+    });
     EXPECT_EQ(nBad, 0);
     SetRowThreads(0);
 }

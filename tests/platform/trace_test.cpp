@@ -4,11 +4,11 @@
 
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/clock.h"
 #include "platform/thread.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -71,13 +71,9 @@ TEST(Trace, ArgumentsAreNotEvaluatedWhenOff) {
 
 TEST(Trace, LinesOfSeveralThreadsDoNotMix) {
     const auto arrLines = Traced("*", [] {
-        std::vector<std::thread> arrThreads;
-        for (int i = 0; i < 3; ++i) {
-            arrThreads.emplace_back([] {
-                for (int n = 0; n < 100; ++n) ZR_TRACE_MESSAGE("label", "%s end", std::string(200, 'x').c_str());
-            });
-        }
-        for (auto& thread : arrThreads) thread.join();
+        OnThreads(3, [](int) {
+            for (int n = 0; n < 100; ++n) ZR_TRACE_MESSAGE("label", "%s end", std::string(200, 'x').c_str());
+        });
     });
     EXPECT_EQ(arrLines.size(), 300u);
     for (const std::string& strLine : arrLines) {

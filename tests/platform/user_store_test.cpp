@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
-#include <thread>
 #include <tuple>
-#include <vector>
 
+#include "support/stress.h"
 #include "support/temp_folder.h"
 
 namespace zr {
@@ -177,24 +176,20 @@ TEST_F(UserStoreFiles, SaveOfTheSameLeavesTheFileAlone) {
 // The lock is on an open folder, so two threads exclude each other as two processes do.
 TEST_F(UserStoreFiles, WritersAtOnceLoseNothingAndReadersSeeWholeFiles) {
     ASSERT_EQ(UserStore::Save(szFile, {}), S_OK);
-    std::vector<std::thread> arrThreads;
-    for (const char16_t ch : {u'a', u'b'}) {
-        arrThreads.emplace_back([ch] {
-            for (int32_t n = 0; n < 20; ++n) {
-                const Text strKey = Text(szFile) + u'\\' + ch + static_cast<char16_t>(u'A' + n);
-                UserKey key;
-                key.mapValues[u"first"] = Text(3000, u'1');
-                key.mapValues[u"last"] = n;
-                EXPECT_EQ(UserStore::Save(strKey, std::move(key)), S_OK);
-            }
-        });
-    }
-    for (int i = 0; i < 200; ++i) {
-        UserKey key;
-        ASSERT_EQ(UserStore::Load(szFile, &key), S_OK);
-        for (const auto& [strName, pKey] : key.mapKeys) ASSERT_EQ(pKey->mapValues.size(), 2u);
-    }
-    for (auto& thread : arrThreads) thread.join();
+    OnThreads(3, [](int _nThread) {
+        for (int32_t n = 0; n < 20 && _nThread < 2; ++n) {
+            const Text strKey = Text(szFile) + u'\\' + (_nThread ? u'a' : u'b') + static_cast<char16_t>(u'A' + n);
+            UserKey key;
+            key.mapValues[u"first"] = Text(3000, u'1');
+            key.mapValues[u"last"] = n;
+            EXPECT_EQ(UserStore::Save(strKey, std::move(key)), S_OK);
+        }
+        for (int i = 0; i < 200 && _nThread == 2; ++i) {
+            UserKey key;
+            ASSERT_EQ(UserStore::Load(szFile, &key), S_OK);
+            for (const auto& [strName, pKey] : key.mapKeys) ASSERT_EQ(pKey->mapValues.size(), 2u);
+        }
+    });
     UserKey key;
     ASSERT_EQ(UserStore::Load(szFile, &key), S_OK);
     EXPECT_EQ(key.mapKeys.size(), 40u);

@@ -1,5 +1,8 @@
 #pragma once
-// How long the stress tests run.
+// How long the stress tests run, and on which threads.
+
+#include <thread>
+#include <vector>
 
 namespace zr {
 
@@ -12,6 +15,14 @@ constexpr int StressRounds(int _nRounds) {
 #else
     return _nRounds;
 #endif
+}
+
+// Calls _body(0) to _body(_nThreads - 1) at once, each on a thread of its own, and waits until all are done.
+template <class Body>
+void OnThreads(int _nThreads, const Body& _body) {
+    std::vector<std::thread> arrThreads;
+    for (int i = 0; i < _nThreads; ++i) arrThreads.emplace_back([&_body, i] { _body(i); });
+    for (std::thread& thread : arrThreads) thread.join();
 }
 
 }  // namespace zr

@@ -419,8 +419,8 @@ TEST(Sender, RandomCallsFromThreeThreads) {
     };
     const char16_t* const arrIDs[] = {u"a", u"b", u"c", u"d"};
     const auto pFilter = ZrPtr<TestFilter>::Attach(new TestFilter);
-    const auto control = [&](uint32_t _nSeed) {
-        std::mt19937 random(_nSeed);
+    const auto control = [&](int _nThread) {
+        std::mt19937 random(static_cast<uint32_t>(_nThread + 1));
         for (int i = 0; i < StressRounds(10'000); ++i) {
             const size_t n = random() % 4;
             switch (random() % 8) {
@@ -435,7 +435,7 @@ TEST(Sender, RandomCallsFromThreeThreads) {
             }
         }
     };
-    Thread arrThreads[2], sending;
+    Thread sending;
     std::atomic<int64_t> nFaults{0};
     sending.Start("send", [&](ManualEvent& _evStop) {
         for (int32_t i = 0; !_evStop.IsSet(); ++i) {
@@ -443,8 +443,7 @@ TEST(Sender, RandomCallsFromThreeThreads) {
             nFaults += hr != S_OK && hr != S_FALSE && hr != ZR_E_NOT_RUNNING;
         }
     });
-    for (uint32_t i = 0; i < 2; ++i) arrThreads[i].Start("control", [&control, i](ManualEvent&) { control(i + 1); });
-    for (Thread& thread : arrThreads) thread.Join();
+    OnThreads(2, control);
     sending.RequestStop();
     sending.Join();
     EXPECT_EQ(nFaults, 0);

@@ -274,8 +274,8 @@ TEST(SourceReaders, RandomCallsFromThreeThreads) {
     door.pRoot->SetAttribute(u"pull_mode.wait_till_get", 0);
     std::atomic<uint64_t> arrIDs[4] = {};
     std::atomic<int32_t> nUnknown{0}, nFrames{0};
-    const auto body = [&](uint32_t _nSeed) {
-        std::mt19937 random(_nSeed);
+    OnThreads(3, [&](int _nThread) {
+        std::mt19937 random(static_cast<uint32_t>(_nThread + 1));
         for (int i = 0; i < StressRounds(10'000); ++i) {
             std::atomic<uint64_t>& llSlot = arrIDs[random() % 4];
             uint64_t llID = llSlot;
@@ -301,10 +301,7 @@ TEST(SourceReaders, RandomCallsFromThreeThreads) {
                                 hr == ZR_E_NOT_FOUND || hr == ZR_E_EMPTY || hr == ZR_E_WRONG_STATE;
             nUnknown += bKnown ? 0 : 1;
         }
-    };
-    Thread arrThreads[3];
-    for (uint32_t i = 0; i < 3; ++i) arrThreads[i].Start("caller", [&body, i](ManualEvent&) { body(i + 1); });
-    for (Thread& thread : arrThreads) thread.Join();
+    });
     EXPECT_EQ(nUnknown, 0);
     EXPECT_GT(nFrames, 0);
 }
