@@ -116,19 +116,6 @@ TEST_F(PropsStart, UserValuesGoOverTheDefaults) {
     EXPECT_EQ(key.mapValues.size(), 59u);  // those of the mixer, and two that were there
 }
 
-TEST_F(PropsStart, SecondRunReadsWhatTheFirstWroteAndWritesNothing) {
-    PropsObject first(MixerProfile());
-    ASSERT_EQ(first.Start(), S_OK);
-    const std::string strStored = Read("zrmixer.conf");
-    ASSERT_FALSE(strStored.empty());
-    const auto time = fs::last_write_time(StoreFile("zrmixer.conf"));
-    PropsObject second(MixerProfile());
-    ASSERT_EQ(second.Start(), S_OK);
-    EXPECT_EQ(second.Get(""), first.Get(""));
-    EXPECT_EQ(Read("zrmixer.conf"), strStored);
-    EXPECT_EQ(fs::last_write_time(StoreFile("zrmixer.conf")), time);
-}
-
 TEST_F(PropsStart, BadStoreLeavesTheDefaults) {
     PropsObject fresh(MixerProfile());
     ASSERT_EQ(fresh.Start(), S_OK);

@@ -7,10 +7,10 @@
 #include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include "attributes/attribute_line.h"
 #include "attributes/faces.h"
+#include "support/stress.h"
 
 namespace zr {
 namespace {
@@ -316,35 +316,30 @@ TEST(XmlTree, ParentsEndWhileTheyAreWalkedUpTo) {
 TEST(XmlTree, ReadersAndWritersOnManyThreads) {
     const XMLNodePtr p = NodeOf("<top number='1.5' flag='true' text='abc'><child x='7'>t</child></top>");
     constexpr int kRounds = 3000;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 2; ++t) {
-        threads.emplace_back([&p] {
-            for (int i = 0; i < kRounds; ++i) {
-                const double dbl = p->AttributeOr(u"number", 0.0);
-                EXPECT_TRUE(dbl == 1.5 || dbl == 2.5) << dbl;
-                const int32_t n = p->AttributeOr(u"number", int32_t{0});
-                EXPECT_TRUE(n == 1 || n == 2) << n;
-                const int32_t nChild = p->AttributeOr(u"child::x", int32_t{7});
-                EXPECT_TRUE(nChild == 7 || nChild == 8) << nChild;
-                std::u16string str;
-                p->Write(str);
-                EXPECT_GT(str.size(), 10u);
-            }
-        });
-        threads.emplace_back([&p, t] {
-            for (int i = 0; i < kRounds; ++i) {
-                p->SetAttribute(u"number", i % 2 ? 1.5 : 2.5);
-                p->SetAttribute(u"child::x", int32_t{7 + i % 2});
-                p->SetAttribute(u"new" + std::u16string(1, static_cast<char16_t>(u'a' + i % 20)), i);
-                const XMLNodePtr pChild = CoXMLNode::Create(t ? u"one" : u"two");
-                p->AppendChild(pChild);
-                pChild->SetText(u"text");
-                pChild->Rename(u"renamed");
-                EXPECT_TRUE(pChild->Detach());
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    const auto Read = [&p] {
+        const double dbl = p->AttributeOr(u"number", 0.0);
+        EXPECT_TRUE(dbl == 1.5 || dbl == 2.5) << dbl;
+        const int32_t n = p->AttributeOr(u"number", int32_t{0});
+        EXPECT_TRUE(n == 1 || n == 2) << n;
+        const int32_t nChild = p->AttributeOr(u"child::x", int32_t{7});
+        EXPECT_TRUE(nChild == 7 || nChild == 8) << nChild;
+        std::u16string str;
+        p->Write(str);
+        EXPECT_GT(str.size(), 10u);
+    };
+    const auto Write = [&p](int _i) {
+        p->SetAttribute(u"number", _i % 2 ? 1.5 : 2.5);
+        p->SetAttribute(u"child::x", int32_t{7 + _i % 2});
+        p->SetAttribute(u"new" + std::u16string(1, static_cast<char16_t>(u'a' + _i % 20)), _i);
+        const XMLNodePtr pChild = CoXMLNode::Create(u"new");
+        p->AppendChild(pChild);
+        pChild->SetText(u"text");
+        pChild->Rename(u"renamed");
+        EXPECT_TRUE(pChild->Detach());
+    };
+    OnThreads(4, [&](int _nThread) {
+        for (int i = 0; i < kRounds; ++i) _nThread % 2 ? Write(i) : Read();
+    });
     EXPECT_EQ(p->ElementCount(), 1u);
 }
 

@@ -25,10 +25,7 @@ std::vector<uint8_t> CountingBytes(size_t _cb) {
 // A frame of three channels whose bytes count.
 ZrPtr<IZrFFrame> AudioFrame(int32_t _nBits, int32_t _nSamples) {
     const ZR_AUD_PROPS props{3, 48000, _nBits, 0};
-    const auto arr = CountingBytes(static_cast<size_t>(AudBlockBytes(props) * _nSamples));
-    ZrPtr<IZrFFrame> p = EmptyFrame();
-    EXPECT_EQ(p->ZrFAudioSet(&props, static_cast<int32_t>(arr.size()), reinterpret_cast<int64_t>(arr.data())), S_OK);
-    return p;
+    return FrameOfSound(props, CountingBytes(static_cast<size_t>(AudBlockBytes(props) * _nSamples)));
 }
 
 template <class T>
@@ -144,9 +141,7 @@ TEST(FrameAudio, RemapGivesTheOutputOrder) {
     };
     for (const auto& [szRemap, hr, arrExpected] : arrCases) {
         const int16_t arr[] = {10, 20, 30, 11, 21, 31};
-        const ZR_AUD_PROPS props{3, 48000, 16, 0};
-        const ZrPtr<IZrFFrame> p = EmptyFrame();
-        ASSERT_EQ(p->ZrFAudioSet(&props, sizeof(arr), reinterpret_cast<int64_t>(arr)), S_OK);
+        const ZrPtr<IZrFFrame> p = FrameOfSound({3, 48000, 16, 0}, arr);
         ZR_AV_PROPS avProps = PropsOf(*p);
         avProps.audProps.nTrackSplitBits = 5;
         EXPECT_EQ(p->ZrFAVPropsSet(&avProps, szRemap), hr);

@@ -42,6 +42,17 @@ inline ZRF_VID_PTR PlanesOf(IZrFFrame& _frame) {
     return planes;
 }
 
+// A frame with nothing but sound.
+template <class Samples>
+ZrPtr<IZrFFrame> FrameOfSound(const ZR_AUD_PROPS& _props, const Samples& _samples) {
+    ZrPtr<IZrFFrame> pFrame;
+    EXPECT_EQ(CZrFrameFactory::Shared().ZrFFrameCreatePlain(0, pFrame.Out()), S_OK);
+    const std::span bytes = std::as_bytes(std::span(_samples));
+    EXPECT_EQ(pFrame->ZrFAudioSet(&_props, static_cast<int32_t>(bytes.size()), reinterpret_cast<int64_t>(bytes.data())),
+              S_OK);
+    return pFrame;
+}
+
 // A frame of a format, black or of the colour in the list.
 inline ZrPtr<IZrFFrame> OneColour(const ZR_VID_PROPS& _props, const char16_t* _szList = nullptr) {
     const ZR_AV_PROPS props{_props, {}, {}};
@@ -56,6 +67,19 @@ inline ZrPtr<IZrFFrame> CountingFrame(const ZR_VID_PROPS& _props) {
     const std::span<uint8_t> video = VideoOf(*pFrame);
     for (size_t i = 0; i < video.size(); ++i) video[i] = static_cast<uint8_t>(i % 251);
     return pFrame;
+}
+
+// Such a frame with sound, data, a text, a time and flags.
+inline ZrPtr<IZrFFrame> FullFrame(const ZR_VID_PROPS& _props) {
+    ZrPtr<IZrFFrame> p = CountingFrame(_props);
+    const int16_t arr[] = {1, -1, 2, -2, 3, -3};
+    const ZR_AUD_PROPS audProps{2, 48000, 16, 2};
+    EXPECT_EQ(p->ZrFAudioSet(&audProps, sizeof(arr), reinterpret_cast<int64_t>(arr)), S_OK);
+    EXPECT_EQ(p->ZrFDataSet(u"C608", 3, reinterpret_cast<int64_t>("abc")), S_OK);
+    EXPECT_EQ(p->ZrFStrSet(u"title", u"News"), S_OK);
+    const ZR_TIME time{.rtStartTime = 400000, .rtEndTime = 800000, .tcFrame = {}, .eFFlags = eZrFF_Break | eZrFF_Live};
+    EXPECT_EQ(p->ZrFTimeSet(&time), S_OK);
+    return p;
 }
 
 inline ZrPtr<IZrFFrame> CloneOf(IZrFFrame& _frame, eZrFrameClone _eType) {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <tuple>
 #include <vector>
 
@@ -14,21 +13,13 @@ namespace {
 using Samples = std::vector<int16_t>;
 
 ZrPtr<IZrFFrame> SoundFrame(const Samples& _samples, int32_t _nChannels, int32_t _nRate = 48000) {
-    const ZR_AUD_PROPS props{_nChannels, _nRate, 16, 0};
-    ZrPtr<IZrFFrame> p = EmptyFrame();
-    EXPECT_EQ(
-        p->ZrFAudioSet(&props, static_cast<int32_t>(_samples.size() * 2), reinterpret_cast<int64_t>(_samples.data())),
-        S_OK);
-    return p;
+    return FrameOfSound({_nChannels, _nRate, 16, 0}, _samples);
 }
 
 Samples SoundIn(IZrFFrame& _frame) {
-    int32_t cb = 0;
-    int64_t lp = 0;
-    EXPECT_EQ(_frame.ZrFAudioGetBytes(&cb, &lp), S_OK);
-    Samples samples(static_cast<size_t>(cb) / 2);
-    if (cb > 0) std::memcpy(samples.data(), reinterpret_cast<const void*>(lp), static_cast<size_t>(cb));
-    return samples;
+    const auto audio = AudioOf(_frame);
+    const auto* p = reinterpret_cast<const int16_t*>(audio.data());
+    return {p, p + audio.size() / 2};
 }
 
 double Db(double _dblGain) { return 20 * std::log10(_dblGain); }
@@ -141,11 +132,8 @@ TEST(FrameSound, ConvertsToAnotherFormatAcrossFrames) {
         ZrPtr<IZrFFrame> pResult;
         ASSERT_EQ(SoundFrame(samples, 2)->ZrFConvert(&wanted, pResult.Out(), nullptr, nullptr, u"frame-sound-rate"),
                   S_OK);
-        int32_t cb = 0;
-        int64_t lp = 0;
-        pResult->ZrFAudioGetBytes(&cb, &lp);
-        const auto* p = reinterpret_cast<const float*>(lp);
-        for (int32_t x = 0; x < cb / 4; ++x, ++nOut) {
+        const auto* p = reinterpret_cast<const float*>(AudioOf(*pResult).data());
+        for (size_t x = 0; x < AudioOf(*pResult).size() / 4; ++x, ++nOut) {
             const double dblSlope = 16000.0 / 32768 * 440 * 6.2832 / 44100;
             ASSERT_LT(std::fabs(p[x] - dblBefore), dblSlope * (nOut < 100 ? 1.2 : 1.01)) << nOut;  // the onset rings
             dblBefore = p[x];
@@ -160,11 +148,9 @@ TEST(FrameSound, ConvertsAFrameThatStandsAlone) {
     wanted.audProps = {1, 44100, -32, 0};
     ZrPtr<IZrFFrame> pResult;
     ASSERT_EQ(SoundFrame(Samples(1920, 8192), 1)->ZrFConvert(&wanted, pResult.Out(), nullptr, nullptr, nullptr), S_OK);
-    int32_t cb = 0;
-    int64_t lp = 0;
-    pResult->ZrFAudioGetBytes(&cb, &lp);
-    ASSERT_EQ(cb, 1764 * 4);
-    for (int32_t x = 0; x < 1764; ++x) ASSERT_NEAR(reinterpret_cast<const float*>(lp)[x], 0.25f, 1e-4f) << x;
+    ASSERT_EQ(AudioOf(*pResult).size(), 1764u * 4);
+    const auto* p = reinterpret_cast<const float*>(AudioOf(*pResult).data());
+    for (int32_t x = 0; x < 1764; ++x) ASSERT_NEAR(p[x], 0.25f, 1e-4f) << x;
 }
 
 }  // namespace

@@ -29,17 +29,7 @@ HRESULT Load(IZrFFrame& _frame, const std::vector<uint8_t>& _arr, eZrFrameClone 
     return _frame.ZrFLoad(static_cast<uint32_t>(_arr.size()), _arr.data(), _eType);
 }
 
-ZrPtr<IZrFFrame> SmallFrame() {
-    ZrPtr<IZrFFrame> p = CountingFrame(VidProps(eZrFCC_I420, 8, 4));
-    const int16_t arr[] = {1, -1, 2, -2};
-    const ZR_AUD_PROPS audProps{2, 48000, 16, 2};
-    EXPECT_EQ(p->ZrFAudioSet(&audProps, sizeof(arr), reinterpret_cast<int64_t>(arr)), S_OK);
-    EXPECT_EQ(p->ZrFDataSet(u"C608", 3, reinterpret_cast<int64_t>("abc")), S_OK);
-    EXPECT_EQ(p->ZrFStrSet(u"title", u"News"), S_OK);
-    ZR_TIME time{.rtStartTime = 7, .tcFrame = {}, .eFFlags = eZrFF_Live};
-    EXPECT_EQ(p->ZrFTimeSet(&time), S_OK);
-    return p;
-}
+ZrPtr<IZrFFrame> SmallFrame() { return FullFrame(VidProps(eZrFCC_I420, 8, 4)); }
 
 void ExpectSame(IZrFFrame& _a, IZrFFrame& _b) {
     const ZRF_FRAME_INFO a = InfoOf(_a), b = InfoOf(_b);
@@ -186,7 +176,7 @@ TEST(FrameTransfer, NumbersThatContradictTheBytesAreRefused) {
         {"rows_shorter", nProps + 16, 4, 4},
         {"rows_negative", nProps + 16, 0xFFFFFFF8, 4},
         {"channels_huge", nProps + 48, 0x7FFFFFFF, 4},
-        {"channels_not_whole", nProps + 48, 3, 4},
+        {"channels_not_whole", nProps + 48, 5, 4},
     };
     const ZrPtr<IZrFFrame> pTarget = EmptyFrame();
     for (const auto& [szName, nOffset, nValue, cb] : arrCases) {

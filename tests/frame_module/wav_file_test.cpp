@@ -30,6 +30,9 @@ std::string Chunk(const char* _szKind, const std::string& _s) {
     return _szKind + U32(static_cast<uint32_t>(_s.size())) + _s + std::string(_s.size() % 2, '\0');
 }
 std::string Riff(const std::string& _s) { return "RIFF" + U32(static_cast<uint32_t>(_s.size() + 4)) + "WAVE" + _s; }
+std::string Wav(const std::string& _sFormat, const std::string& _sSamples) {
+    return Riff(Chunk("fmt ", _sFormat) + Chunk("data", _sSamples));
+}
 std::string Format(uint32_t _nCoding, uint32_t _nChannels, uint32_t _nBits, uint32_t _cbSample) {
     return U16(_nCoding) + U16(_nChannels) + U32(48000) + U32(48000 * _nChannels * _cbSample) +
            U16(_nChannels * _cbSample) + U16(_nBits);
@@ -37,12 +40,6 @@ std::string Format(uint32_t _nCoding, uint32_t _nChannels, uint32_t _nBits, uint
 std::string LongFormat(uint32_t _nCoding, uint32_t _nChannels, uint32_t _nBits, uint32_t _nValid) {
     return Format(0xFFFE, _nChannels, _nBits, _nBits / 8) + U16(22) + U16(_nValid) + U32(3) + U16(_nCoding) +
            std::string("\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 14);
-}
-
-ZrPtr<IZrFFrame> AudioFrame(const ZR_AUD_PROPS& _props, const std::string& _s) {
-    ZrPtr<IZrFFrame> p = EmptyFrame();
-    EXPECT_EQ(p->ZrFAudioSet(&_props, static_cast<int32_t>(_s.size()), reinterpret_cast<int64_t>(_s.data())), S_OK);
-    return p;
 }
 
 std::string AudioText(IZrFFrame& _frame) {
@@ -53,20 +50,20 @@ std::string AudioText(IZrFFrame& _frame) {
 TEST_F(WavFileTest, FilesAreWhatOtherReadersExpect) {
     const std::string s = "abcdefghijkl";
     const std::tuple<ZR_AUD_PROPS, std::string> arrCases[] = {
-        {{2, 48000, 16, 0}, Riff(Chunk("fmt ", Format(1, 2, 16, 2)) + Chunk("data", s))},
-        {{1, 48000, 24, 0}, Riff(Chunk("fmt ", Format(1, 1, 24, 3)) + Chunk("data", s))},
+        {{2, 48000, 16, 0}, Wav(Format(1, 2, 16, 2), s)},
+        {{1, 48000, 24, 0}, Wav(Format(1, 1, 24, 3), s)},
         {{2, 48000, 20, 0},
-         Riff(Chunk("fmt ", Format(0xFFFE, 2, 24, 3) + U16(22) + U16(20) + U32(0) + U16(1) +
-                                std::string("\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 14)) +
-              Chunk("data", s))},
-        {{3, 48000, 32, 0}, Riff(Chunk("fmt ", Format(1, 3, 32, 4)) + Chunk("data", s))},
+         Wav(Format(0xFFFE, 2, 24, 3) + U16(22) + U16(20) + U32(0) + U16(1) +
+                 std::string("\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 14),
+             s)},
+        {{3, 48000, 32, 0}, Wav(Format(1, 3, 32, 4), s)},
         {{1, 48000, -32, 0},
          Riff(Chunk("fmt ", Format(3, 1, 32, 4) + U16(0)) + Chunk("fact", U32(3)) + Chunk("data", s))},
     };
     for (const auto& [propsGiven, sFile] : arrCases) {
         SCOPED_TRACE(propsGiven.nBitsPerSample);
         Put("something longer than any header that stood there before, to be replaced as a whole, with nothing left");
-        const ZrPtr<IZrFFrame> p = AudioFrame(propsGiven, s);
+        const ZrPtr<IZrFFrame> p = FrameOfSound(propsGiven, s);
         ASSERT_EQ(p->ZrFAudioSaveToFile(sName.c_str(), 0), S_OK);
         EXPECT_EQ(Bytes(), sFile);
         const ZrPtr<IZrFFrame> pLoaded = EmptyFrame();
@@ -89,11 +86,11 @@ TEST_F(WavFileTest, AppendGrowsTheSamplesAndKeepsTheRest) {
         {"no_wav_file", "just a text that nobody wants to lose", ZR_E_INVALID_DATA, ""},
         {"empty_file", "", ZR_E_INVALID_DATA, ""},
         {"other_riff", "RIFF" + U32(100) + "AVI LIST", ZR_E_INVALID_DATA, ""},
-        {"compressed", Riff(Chunk("fmt ", Format(2, 1, 4, 1)) + Chunk("data", "123")), kUnsupportedAudio, ""},
+        {"compressed", Wav(Format(2, 1, 4, 1), "123"), kUnsupportedAudio, ""},
         {"never_finished", "RIFF" + U32(0xFFFFFFFF) + "WAVE" + sFormat + "data" + U32(0xFFFFFFFF) + "1234567", S_OK,
          Riff(sFormat + Chunk("data", "123456abc"))},
     };
-    const ZrPtr<IZrFFrame> p = AudioFrame({1, 48000, 24, 0}, "abc");
+    const ZrPtr<IZrFFrame> p = FrameOfSound({1, 48000, 24, 0}, std::string("abc"));
     for (const auto& [szName, sBefore, hr, sAfter] : arrCases) {
         SCOPED_TRACE(szName);
         Put(sBefore);
@@ -101,7 +98,7 @@ TEST_F(WavFileTest, AppendGrowsTheSamplesAndKeepsTheRest) {
         EXPECT_EQ(Bytes(), Failed(hr) ? sBefore : sAfter);
     }
     std::filesystem::remove(path);
-    const ZrPtr<IZrFFrame> pFloat = AudioFrame({1, 48000, -32, 0}, "abcd");
+    const ZrPtr<IZrFFrame> pFloat = FrameOfSound({1, 48000, -32, 0}, std::string("abcd"));
     EXPECT_EQ(pFloat->ZrFAudioSaveToFile(sName.c_str(), 1), S_OK);  // made when it is not there
     EXPECT_EQ(pFloat.As<IZrFrame>()->FrameAudioSaveToFile(sName.c_str(), 1), S_OK);
     EXPECT_EQ(Bytes(),
@@ -113,7 +110,7 @@ TEST_F(WavFileTest, NothingIsAddedBeyondFourGigabytes) {
     const std::string sFormat = Chunk("fmt ", Format(1, 1, 16, 2));
     Put("RIFF" + U32(0xFFFFFFFE) + "WAVE" + sFormat + "data" + U32(0xFFFFFFFE - 36));
     std::filesystem::resize_file(path, 0x100000006);  // a hole: two bytes below the limit
-    const ZrPtr<IZrFFrame> p = AudioFrame({1, 48000, 16, 0}, "ab");
+    const ZrPtr<IZrFFrame> p = FrameOfSound({1, 48000, 16, 0}, std::string("ab"));
     EXPECT_EQ(p->ZrFAudioSaveToFile(sName.c_str(), 1), kFileTooLarge);
     EXPECT_EQ(std::filesystem::file_size(path), 0x100000006u);
     const ZrPtr<IZrFFrame> pLoaded = EmptyFrame();
@@ -124,7 +121,7 @@ TEST_F(WavFileTest, NothingIsAddedBeyondFourGigabytes) {
 }
 
 TEST_F(WavFileTest, OffsetsAndCountsPickSamples) {
-    Put(Riff(Chunk("fmt ", Format(1, 2, 16, 2)) + Chunk("data", "0123abcdefghijkl")));
+    Put(Wav(Format(1, 2, 16, 2), "0123abcdefghijkl"));
     const std::tuple<int64_t, int32_t, HRESULT, const char*> arrCases[] = {
         {0, 0, S_OK, "0123abcdefghijkl"}, {1, 2, S_OK, "abcdefgh"}, {3, -5, S_OK, "ijkl"}, {3, 1, S_OK, "ijkl"},
         {2, 3, S_FALSE, "efghijkl"},      {4, 1, S_FALSE, ""},      {4, 0, S_OK, ""},      {INT64_MAX, 1, S_FALSE, ""},
@@ -132,7 +129,7 @@ TEST_F(WavFileTest, OffsetsAndCountsPickSamples) {
     };
     for (const auto& [llOffset, lCount, hr, szSamples] : arrCases) {
         SCOPED_TRACE(testing::Message() << llOffset << " " << lCount);
-        const ZrPtr<IZrFFrame> p = AudioFrame({1, 44100, 32, 0}, "old!");
+        const ZrPtr<IZrFFrame> p = FrameOfSound({1, 44100, 32, 0}, std::string("old!"));
         EXPECT_EQ(p->ZrFAudioLoadFromFile(sName.c_str(), llOffset, lCount), hr);
         EXPECT_EQ(AudioText(*p), szSamples);
         EXPECT_EQ(PropsOf(*p).audProps.nSamplesPerSec, Failed(hr) ? 44100 : 48000);
@@ -141,31 +138,30 @@ TEST_F(WavFileTest, OffsetsAndCountsPickSamples) {
 }
 
 TEST_F(WavFileTest, FormatsOfFilesFromOutside) {
-    const std::string sData = Chunk("data", "12345678");
-    std::string sOddTail = Riff(Chunk("fmt ", Format(1, 1, 24, 3)) + sData);
+    const std::string sData = "12345678";
+    std::string sOddTail = Wav(Format(1, 1, 24, 3), sData);
     const std::tuple<const char*, std::string, HRESULT, int32_t, std::string> arrCases[] = {
-        {"bytes_become_16", Riff(Chunk("fmt ", Format(1, 2, 8, 1)) + Chunk("data", "\x80\xFF\x01\x80")), S_OK, 16,
+        {"bytes_become_16", Wav(Format(1, 2, 8, 1), "\x80\xFF\x01\x80"), S_OK, 16,
          std::string("\0\0\0\x7F\0\x81\0\0", 8)},
-        {"long_24", Riff(Chunk("fmt ", LongFormat(1, 1, 24, 24)) + sData), S_OK, 24, "123456"},
-        {"long_20_in_24", Riff(Chunk("fmt ", LongFormat(1, 1, 24, 20)) + sData), S_OK, 20, "123456"},
-        {"long_24_in_32", Riff(Chunk("fmt ", LongFormat(1, 1, 32, 24)) + sData), S_OK, 32, "12345678"},
-        {"long_float", Riff(Chunk("fmt ", LongFormat(3, 2, 32, 32)) + sData), S_OK, -32, "12345678"},
-        {"12_bits_in_16", Riff(Chunk("fmt ", Format(1, 1, 12, 2)) + sData), S_OK, 16, "12345678"},
-        {"format_behind_data", Riff(sData + Chunk("fmt ", Format(1, 1, 16, 2))), S_OK, 16, "12345678"},
+        {"long_24", Wav(LongFormat(1, 1, 24, 24), sData), S_OK, 24, "123456"},
+        {"long_20_in_24", Wav(LongFormat(1, 1, 24, 20), sData), S_OK, 20, "123456"},
+        {"long_24_in_32", Wav(LongFormat(1, 1, 32, 24), sData), S_OK, 32, "12345678"},
+        {"long_float", Wav(LongFormat(3, 2, 32, 32), sData), S_OK, -32, "12345678"},
+        {"12_bits_in_16", Wav(Format(1, 1, 12, 2), sData), S_OK, 16, "12345678"},
+        {"format_behind_data", Riff(Chunk("data", sData) + Chunk("fmt ", Format(1, 1, 16, 2))), S_OK, 16, "12345678"},
         {"part_of_a_sample", sOddTail, S_OK, 24, "123456"},
         {"data_beyond_the_file",
          "RIFF" + U32(4) + "WAVE" + Chunk("fmt ", Format(1, 1, 16, 2)) + "data" + U32(9000) + "1234", S_OK, 16, "1234"},
-        {"float_64", Riff(Chunk("fmt ", Format(3, 1, 64, 8)) + sData), kUnsupportedAudio, 0, ""},
-        {"coding_unknown", Riff(Chunk("fmt ", LongFormat(0x55, 1, 16, 16)) + sData), kUnsupportedAudio, 0, ""},
-        {"many_channels", Riff(Chunk("fmt ", Format(1, 129, 16, 2)) + sData), kUnsupportedAudio, 0, ""},
-        {"no_channels", Riff(Chunk("fmt ", Format(1, 0, 16, 2)) + sData), ZR_E_INVALID_DATA, 0, ""},
-        {"block_too_small", Riff(Chunk("fmt ", Format(1, 1, 24, 2)) + sData), ZR_E_INVALID_DATA, 0, ""},
-        {"valid_bits_beyond", Riff(Chunk("fmt ", LongFormat(1, 1, 16, 17)) + sData), ZR_E_INVALID_DATA, 0, ""},
-        {"format_too_short", Riff(Chunk("fmt ", Format(1, 1, 16, 2).substr(0, 15)) + sData), ZR_E_INVALID_DATA, 0, ""},
-        {"long_form_too_short", Riff(Chunk("fmt ", LongFormat(1, 1, 16, 16).substr(0, 39)) + sData), ZR_E_INVALID_DATA,
-         0, ""},
+        {"float_64", Wav(Format(3, 1, 64, 8), sData), kUnsupportedAudio, 0, ""},
+        {"coding_unknown", Wav(LongFormat(0x55, 1, 16, 16), sData), kUnsupportedAudio, 0, ""},
+        {"many_channels", Wav(Format(1, 129, 16, 2), sData), kUnsupportedAudio, 0, ""},
+        {"no_channels", Wav(Format(1, 0, 16, 2), sData), ZR_E_INVALID_DATA, 0, ""},
+        {"block_too_small", Wav(Format(1, 1, 24, 2), sData), ZR_E_INVALID_DATA, 0, ""},
+        {"valid_bits_beyond", Wav(LongFormat(1, 1, 16, 17), sData), ZR_E_INVALID_DATA, 0, ""},
+        {"format_too_short", Wav(Format(1, 1, 16, 2).substr(0, 15), sData), ZR_E_INVALID_DATA, 0, ""},
+        {"long_form_too_short", Wav(LongFormat(1, 1, 16, 16).substr(0, 39), sData), ZR_E_INVALID_DATA, 0, ""},
         {"no_data", Riff(Chunk("fmt ", Format(1, 1, 16, 2))), ZR_E_INVALID_DATA, 0, ""},
-        {"no_format", Riff(sData), ZR_E_INVALID_DATA, 0, ""},
+        {"no_format", Riff(Chunk("data", sData)), ZR_E_INVALID_DATA, 0, ""},
         {"nothing_but_chunks",
          Riff(
              [] {
@@ -173,7 +169,7 @@ TEST_F(WavFileTest, FormatsOfFilesFromOutside) {
                  for (int i = 0; i < 5000; ++i) s += Chunk("junk", "");
                  return s;
              }() +
-             Chunk("fmt ", Format(1, 1, 16, 2)) + sData),
+             Chunk("fmt ", Format(1, 1, 16, 2)) + Chunk("data", sData)),
          ZR_E_INVALID_DATA, 0, ""},
     };
     for (const auto& [szName, sFile, hr, nBits, sSamples] : arrCases) {

@@ -10,6 +10,10 @@ namespace {
 
 constexpr auto HD50i = eZrVF_HD1080_50i;
 constexpr auto HD25p = eZrVF_HD1080_25p;
+constexpr auto HD720 = eZrVF_HD720_50p;
+constexpr auto PAL = eZrVF_PAL;
+constexpr auto NTSC = eZrVF_NTSC;
+constexpr auto FILM = eZrVF_NTSC_2398;
 constexpr auto F1 = eZrI_Field1First;
 constexpr auto F2 = eZrI_Field2First;
 constexpr auto P = eZrI_Progressive;
@@ -17,7 +21,7 @@ constexpr auto UYVY = eZrFCC_UYVY;
 constexpr auto HDYC = eZrFCC_HDYC;
 constexpr auto RGB32 = eZrFCC_RGB32;
 constexpr auto LETTER = eZrST_LetterBox;
-constexpr double kNtsc = 30000 / 1001.0;
+constexpr double kNtsc = 30000 / 1001.0, kFilm = 24000 / 1001.0;
 
 constexpr ZR_VID_PROPS kHD = {HD50i, HDYC, 1920, 1080, 3840, F1, 16, 9, 25};
 constexpr ZR_VID_PROPS kHDRgb = {HD50i, RGB32, 1920, 1080, 7680, F1, 16, 9, 25};
@@ -47,25 +51,23 @@ TEST(NormalizeProps, Wishes) {
         {"height -1 is a sign", {HD50i, RGB32, 0, -1}, kHDTopDown},
         {"height 2 is a height", {HD50i, RGB32, 0, 2}, {HD50i, RGB32, 1920, 2, 7680, F1, 16, 9, 25}},
         {"a rate alone changes nothing", {HD50i, {}, 0, 0, 0, {}, 0, 0, 50}, kHD},
-        {"raster and rate change the name",
-         {eZrVF_PAL, {}, 1280, 720, 0, {}, 0, 0, 50},
-         {eZrVF_HD720_50p, UYVY, 1280, 720, 2560, F1, 4, 3, 50}},
-        {"a raster at a rate of no format keeps both",
-         {eZrVF_PAL, {}, 1920, 1080, 0, {}, 0, 0, 12},
+        {"raster and rate name it",
+         {PAL, {}, 1280, 720, 0, {}, 0, 0, 50},
+         {HD720, UYVY, 1280, 720, 2560, F1, 4, 3, 50}},
+        {"at a rate of no format both stay",
+         {PAL, {}, 1920, 1080, 0, {}, 0, 0, 12},
          {{}, UYVY, 1920, 1080, 3840, F1, 4, 3, 12}},
-        {"numbers of no format", {eZrVF_PAL, {}, 640, 480, 0, {}, 0, 0, 12}, {{}, UYVY, 640, 480, 1280, F1, 4, 3, 12}},
-        {"bare numbers must fit exactly",
+        {"numbers of no format", {PAL, {}, 640, 480, 0, {}, 0, 0, 12}, {{}, UYVY, 640, 480, 1280, F1, 4, 3, 12}},
+        {"bare numbers fit exactly",
          {{}, UYVY, 1920, 1125, 0, {}, 0, 0, 25},
          {{}, UYVY, 1920, 1125, 3840, {}, 0, 0, 25}},
-        {"a stack of two may have an odd line",
+        {"a stack may have an odd line",
          {{}, eZrFCC_RGB24, 1280, 1441, 0, P, 0, 0, 50},
          {Format(6 + 0x1400), eZrFCC_RGB24, 1280, 1441, 3840, P, 0, 0, 50, {}, eZr3D_FullTopAndBottom}},
         {"the layout of a pair is written",
          {{}, {}, 1280, 1440, 0, {}, 0, 0, 50, {}, eZr3D_Auto},
          {Format(6 + 0x1400), {}, 1280, 1440, 0, {}, 0, 0, 50, {}, eZr3D_FullTopAndBottom}},
-        {"neither field order nor pixel format is made up",
-         {{}, {}, 320, 240, 0, eZrI_Inverse},
-         {{}, {}, 320, 240, 0, eZrI_Inverse}},
+        {"no format is made up", {{}, {}, 320, 240, 0, eZrI_Inverse}, {{}, {}, 320, 240, 0, eZrI_Inverse}},
     };
     for (const CASE& c : arrCases) Check(c, false);
     EXPECT_EQ(NormalizeProps(nullptr, false), eZrVF_Custom);
@@ -75,32 +77,24 @@ TEST(NormalizeProps, Frames) {
     const CASE arrCases[] = {
         {"all blanking lines stay", {HD50i, UYVY, 1920, 1125}, {HD50i, UYVY, 1920, 1125, 3840, F1, 16, 9, 25}},
         {"some lines become even", {HD50i, UYVY, 1920, 1123}, {HD50i, UYVY, 1920, 1122, 3840, F1, 16, 9, 25}},
-        {"some lines of a progressive format",
-         {HD25p, UYVY, 1920, 1123},
-         {HD25p, UYVY, 1920, 1123, 3840, P, 16, 9, 25}},
+        {"lines of a progressive format", {HD25p, UYVY, 1920, 1123}, {HD25p, UYVY, 1920, 1123, 3840, P, 16, 9, 25}},
         {"one more is cut", {HD50i, RGB32, 1920, 1126}, kHDRgb},
         {"with its sign", {HD50i, RGB32, 1920, -1126}, kHDTopDown},
         {"too low", {HD50i, RGB32, 1920, -1079}, kHDTopDown},
-        {"480 lines of bare NTSC",
-         {{}, {}, 720, 480, 0, {}, 4, 3, kNtsc},
-         {eZrVF_NTSC, UYVY, 720, 480, 1440, P, 4, 3, kNtsc}},
-        {"480 lines of NTSC", {eZrVF_NTSC, {}, 720, 480}, {eZrVF_NTSC, UYVY, 720, 480, 1440, F2, 4, 3, kNtsc}},
-        {"486 lines of NTSC", {eZrVF_NTSC, {}, 720, 486}, {eZrVF_NTSC, UYVY, 720, 486, 1440, F2, 4, 3, kNtsc}},
-        {"480 lines of film",
-         {eZrVF_NTSC_2398, {}, 720, 480},
-         {eZrVF_NTSC_2398, UYVY, 720, 486, 1440, P, 4, 3, 24000 / 1001.0}},
+        {"480 bare lines", {{}, {}, 720, 480, 0, {}, 4, 3, kNtsc}, {NTSC, UYVY, 720, 480, 1440, P, 4, 3, kNtsc}},
+        {"480 lines of NTSC", {NTSC, {}, 720, 480}, {NTSC, UYVY, 720, 480, 1440, F2, 4, 3, kNtsc}},
+        {"486 lines of NTSC", {NTSC, {}, 720, 486}, {NTSC, UYVY, 720, 486, 1440, F2, 4, 3, kNtsc}},
+        {"480 lines of film", {FILM, {}, 720, 480}, {FILM, UYVY, 720, 486, 1440, P, 4, 3, kFilm}},
         {"a name overrules the rest",
          {HD50i, UYVY, 640, 0, 9000, P, 1, 1, 60, LETTER, eZr3D_Tile},
          {HD50i, UYVY, 1920, 1080, 3840, F1, 16, 9, 25, LETTER}},
         {"625 lines are UYVY", {{}, {}, 320, 625, 0, eZrI_DeinterlaceF1}, {{}, UYVY, 320, 625, 640, P}},
         {"626 lines are HDYC", {{}, {}, 320, -626}, {{}, HDYC, 320, 626, 640, P}},
         {"nothing is filled without a size", {{}, {}, 0, 480}, {{}, {}, 0, 480}},
-        {"bare numbers may hold blanking",
+        {"bare numbers with blanking",
          {{}, UYVY, 1920, 1125, 0, {}, 0, 0, 25},
          {HD50i, UYVY, 1920, 1125, 3840, P, 0, 0, 25}},
-        {"and get an even height by their name",
-         {{}, UYVY, 720, 577, 0, F1, 4, 3, 25},
-         {eZrVF_PAL, UYVY, 720, 576, 1440, F1, 4, 3, 25}},
+        {"and get an even height", {{}, UYVY, 720, 577, 0, F1, 4, 3, 25}, {PAL, UYVY, 720, 576, 1440, F1, 4, 3, 25}},
         {"extremes",
          {{}, UYVY, INT32_MAX, INT32_MIN, INT32_MIN, F1},
          {{}, UYVY, INT32_MAX - 1, INT32_MAX - 1, INT32_MAX, F1}},

@@ -389,24 +389,6 @@ TEST(Sender, NamesAreClaimedOnce) {
     EXPECT_EQ(nameOf(three, u"test cam|1-001", true), u"test cam|1-001");
 }
 
-// 29.97 frames a second for a day: frame n leaves at round(n * 333666 2/3).
-TEST(Sender, ADayOfFramesKeepsItsPace) {
-    VirtualClock clock;
-    Booth booth;
-    const int64_t nFrames = StressRounds(24) * 3600LL * 30000 / 1001;
-    const auto pFrame = FrameAt(0, 0, 30000 / 1001.0);
-    ZR_TIME time;
-    const int64_t rtBegin = ClockNow();
-    for (int64_t i = 0; i < nFrames; ++i) {
-        time.rtStartTime = (i * 1'001'000 + 1) / 3;
-        time.rtEndTime = ((i + 1) * 1'001'000 + 1) / 3;
-        ASSERT_EQ(pFrame->ZrFTimeSet(&time), S_OK);
-        if (ClockNow() - rtBegin != time.rtStartTime) FAIL() << "frame " << i;
-        ASSERT_EQ(booth.sender.Sender_SendMedia(pFrame.Get(), kSendAll, 0), S_OK);
-    }
-    EXPECT_EQ(booth.sender.RateCounters().nResyncs, 0);
-}
-
 // One thread sends, two change whatever can be changed: no receiver is in two calls at once, and nothing hangs.
 TEST(Sender, RandomCallsFromThreeThreads) {
     Booth booth;

@@ -119,6 +119,9 @@ TEST(ClipRects, SharedChromaKeepsPairs) {
     ASSERT_EQ(ClipRects(src, Props(0, 0), got.src, got.dst, true, nullptr, nullptr), E_INVALIDARG);
 }
 
+using enum eInterpolation;
+constexpr eZrInterlace P = eZrI_Progressive, I = eZrI_Field1First;
+
 struct QUALITY_CASE {
     const char* szName;
     int32_t nQuality;
@@ -131,23 +134,16 @@ struct QUALITY_CASE {
 };
 
 constexpr QUALITY_CASE arrQualities[] = {
-    {"explicit", 6, eZrI_Progressive, eZrI_Progressive, 1080, 720, 25, -1, eInterpolation::CatmullRom, false},
-    {"thirteen_is_linear_by_fields", 13, eZrI_Progressive, eZrI_Progressive, 1080, 720, 25, -1, eInterpolation::Linear,
-     true},
-    {"ten_is_nearest_by_fields", 10, eZrI_Progressive, eZrI_Progressive, 1080, 720, 25, -1, eInterpolation::Nearest,
-     true},
-    {"auto_both_interlaced", 0, eZrI_Field1First, eZrI_Field1First, 1080, 720, 25, -1, eInterpolation::CatmullRom,
-     true},
-    {"auto_both_interlaced_far", 0, eZrI_Field1First, eZrI_Field1First, 1080, 360, 25, -1,
-     eInterpolation::SuperSampling, true},
-    {"auto_both_interlaced_level", 0, eZrI_Field1First, eZrI_Field1First, 1080, 720, 25, 0,
-     eInterpolation::SuperSampling, true},
-    {"auto_interlaced_to_double_rate", 0, eZrI_Field1First, eZrI_Progressive, 1080, 720, 50, -1,
-     eInterpolation::CatmullRom, true},
-    {"auto_interlaced_to_same_rate", 0, eZrI_Field1First, eZrI_Progressive, 1080, 720, 25, -1, eInterpolation::Cubic,
-     false},
-    {"auto_half_is_cubic", 0, eZrI_Progressive, eZrI_Progressive, 1080, 540, 25, -1, eInterpolation::Cubic, false},
-    {"auto_below_half", 0, eZrI_Progressive, eZrI_Progressive, 1080, 538, 25, -1, eInterpolation::SuperSampling, false},
+    {"explicit", 6, P, P, 1080, 720, 25, -1, CatmullRom, false},
+    {"thirteen_is_linear_by_fields", 13, P, P, 1080, 720, 25, -1, Linear, true},
+    {"ten_is_nearest_by_fields", 10, P, P, 1080, 720, 25, -1, Nearest, true},
+    {"auto_both_interlaced", 0, I, I, 1080, 720, 25, -1, CatmullRom, true},
+    {"auto_both_interlaced_far", 0, I, I, 1080, 360, 25, -1, SuperSampling, true},
+    {"auto_both_interlaced_level", 0, I, I, 1080, 720, 25, 0, SuperSampling, true},
+    {"auto_interlaced_to_double_rate", 0, I, P, 1080, 720, 50, -1, CatmullRom, true},
+    {"auto_interlaced_to_same_rate", 0, I, P, 1080, 720, 25, -1, Cubic, false},
+    {"auto_half_is_cubic", 0, P, P, 1080, 540, 25, -1, Cubic, false},
+    {"auto_below_half", 0, P, P, 1080, 538, 25, -1, SuperSampling, false},
 };
 
 TEST(ScalingQuality, NormalisesAndChooses) {

@@ -1,8 +1,9 @@
 // Mirrors and 90-degree turns against their plain definitions, pixel by pixel.
 
+#include <array>
 #include <tuple>
 
-#include "picture_bytes.h"
+#include "plain_picture.h"
 #include "video/crop.h"
 #include "video/mirror.h"
 #include "video/picture.h"
@@ -12,7 +13,7 @@ namespace zr {
 namespace {
 
 using test::Bytes;
-using test::Noise;
+using test::Picture;
 
 ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight) {
     ZR_VID_PROPS props = test::Props(_fcc, _nWidth, _nHeight, 8);
@@ -21,28 +22,17 @@ ZR_VID_PROPS Props(eZrFCC _fcc, int32_t _nWidth, int32_t _nHeight) {
     return props;
 }
 
-// A pixel as luma (or all bytes of RGB) and the chroma of its pair, read in a way of its own.
-struct PIXEL {
-    uint32_t nOwn = 0;
-    int nCb = 0, nCr = 0;
-    friend bool operator==(const PIXEL&, const PIXEL&) = default;
-};
+Picture NoiseOf(const ZR_VID_PROPS& _props) {
+    std::mt19937 rng(4);
+    return {_props, rng};
+}
 
-PIXEL PixelAt(const Bytes& _bytes, const ZR_VID_PROPS& _props, int32_t _x, int32_t _y) {
-    const bool bBottomUp = PixelFormatBottomUp(_props.fccType) && _props.nHeight > 0;
-    const int32_t nRow = bBottomUp ? AbsHeight(_props.nHeight) - 1 - _y : _y;
-    const uint8_t* pRow = &_bytes[static_cast<size_t>(nRow * _props.nRowBytes)];
-    switch (_props.fccType) {
-        case eZrFCC_UYVY: return {pRow[2 * _x + 1], pRow[_x / 2 * 4], pRow[_x / 2 * 4 + 2]};
-        case eZrFCC_YVYU: return {pRow[2 * _x], pRow[_x / 2 * 4 + 3], pRow[_x / 2 * 4 + 1]};
-        case eZrFCC_YUY2: return {pRow[2 * _x], pRow[_x / 2 * 4 + 1], pRow[_x / 2 * 4 + 3]};
-        case eZrFCC_RGB24: return {pRow[3 * _x] | uint32_t{pRow[3 * _x + 1]} << 8 | uint32_t{pRow[3 * _x + 2]} << 16};
-        default: {
-            uint32_t nPixel;
-            std::memcpy(&nPixel, pRow + 4 * _x, 4);
-            return {nPixel};
-        }
-    }
+// The samples of a pixel: bytes of RGB, or luma and the chroma of its pair.
+std::array<int, 4> PixelAt(Picture& _picture, int32_t _x, int32_t _y) {
+    std::array<int, 4> pixel{};
+    for (int32_t n = 0; n < _picture.Channels(); ++n)
+        pixel[static_cast<size_t>(n)] = _picture.At(n, _x / _picture.Across(n), _y);
+    return pixel;
 }
 
 constexpr eZrFCC arrFormats[] = {eZrFCC_RGB32, eZrFCC_RGB24, eZrFCC_UYVY, eZrFCC_YUY2, eZrFCC_YVYU};
@@ -54,14 +44,12 @@ TEST(MirrorPicture, PixelsChangePlacesAndColoursStayRight) {
                 SCOPED_TRACE(testing::Message()
                              << std::hex << fcc << std::dec << " width " << nWidth << " mode " << int(e));
                 const ZR_VID_PROPS props = Props(fcc, nWidth, 5);
-                const Bytes before = Noise(props);
-                Bytes bytes = before;
-                ASSERT_EQ(MirrorPicture(bytes.data(), props, e), S_OK);
+                Picture before = NoiseOf(props), after = before;
+                ASSERT_EQ(MirrorPicture(after.bytes.data(), props, e), S_OK);
                 for (int32_t y = 0; y < 5; ++y)
                     for (int32_t x = 0; x < nWidth; ++x)
-                        ASSERT_EQ(PixelAt(bytes, props, x, y),
-                                  PixelAt(before, props, e == eMirror::Vert ? x : nWidth - 1 - x,
-                                          e == eMirror::Horz ? y : 4 - y))
+                        ASSERT_EQ(PixelAt(after, x, y), PixelAt(before, e == eMirror::Vert ? x : nWidth - 1 - x,
+                                                                e == eMirror::Horz ? y : 4 - y))
                             << x << ' ' << y;
             }
 }
@@ -71,19 +59,18 @@ TEST(MirrorPicture, VerticalKeepsTheFieldOrder) {
     for (const bool bBottomUp : {false, true}) {
         ZR_VID_PROPS props = Props(bBottomUp ? eZrFCC_RGB24 : eZrFCC_UYVY, 4, 6);
         props.eInterlace = eZrI_Field1First;
-        const Bytes before = Noise(props);
-        Bytes bytes = before;
-        ASSERT_EQ(MirrorPicture(bytes.data(), props, eMirror::Vert), S_OK);
+        Picture before = NoiseOf(props), after = before;
+        ASSERT_EQ(MirrorPicture(after.bytes.data(), props, eMirror::Vert), S_OK);
         for (int32_t y = 0; y < 6; ++y) {
             const int32_t nFrom = bBottomUp ? std::min(6 - y, 5) : std::max(4 - y, 0);
-            EXPECT_EQ(PixelAt(bytes, props, 0, y), PixelAt(before, props, 0, nFrom)) << y;
+            EXPECT_EQ(PixelAt(after, 0, y), PixelAt(before, 0, nFrom)) << y;
         }
     }
 }
 
 TEST(MirrorPicture, RefusesPlanesAndLeavesThem) {
     const ZR_VID_PROPS props = Props(eZrFCC_I420, 4, 4);
-    const Bytes before = Noise(props);
+    const Bytes before = test::Noise(props);
     Bytes bytes = before;
     EXPECT_EQ(MirrorPicture(bytes.data(), props, eMirror::Horz), E_NOTIMPL);
     EXPECT_EQ(bytes, before);
@@ -104,20 +91,18 @@ TEST(RotatePicture, LinesBecomeColumns) {
                 ASSERT_EQ(dstProps.nWidth, kHeight);
                 ASSERT_EQ(dstProps.nHeight, kWidth);
                 ASSERT_EQ(dstProps.nAspectX, 9);
-                const Bytes src = Noise(srcProps);
-                Bytes dst(PictureBytes(dstProps));
-                ASSERT_EQ(RotatePicture(src.data(), srcProps, dst.data(), dstProps, e), S_OK);
+                Picture src = NoiseOf(srcProps), dst = NoiseOf(dstProps);
+                ASSERT_EQ(RotatePicture(src.bytes.data(), srcProps, dst.bytes.data(), dstProps, e), S_OK);
                 const auto From = [&](int32_t x, int32_t y) {
-                    return e == eRotate::Right ? PixelAt(src, srcProps, y, kHeight - 1 - x)
-                                               : PixelAt(src, srcProps, kWidth - 1 - y, x);
+                    return e == eRotate::Right ? PixelAt(src, y, kHeight - 1 - x) : PixelAt(src, kWidth - 1 - y, x);
                 };
                 for (int32_t y = 0; y < kWidth; ++y)
                     for (int32_t x = 0; x < kHeight; ++x) {
-                        PIXEL want = From(x, y);
-                        const PIXEL other = From(x ^ 1, y);
-                        want.nCb = (want.nCb + other.nCb + 1) / 2;
-                        want.nCr = (want.nCr + other.nCr + 1) / 2;
-                        ASSERT_EQ(PixelAt(dst, dstProps, x, y), want) << x << ' ' << y;
+                        auto want = From(x, y);
+                        const auto other = From(x ^ 1, y);
+                        for (const size_t n : {1, 2})
+                            if (b422) want[n] = (want[n] + other[n] + 1) / 2;
+                        ASSERT_EQ(PixelAt(dst, x, y), want) << x << ' ' << y;
                     }
             }
 }
@@ -126,7 +111,7 @@ TEST(RotatePicture, OddSizesLoseALineAndMisfitsAreRefused) {
     const ZR_VID_PROPS props = Props(eZrFCC_UYVY, 8, 5), turned = RotatedProps(props, nullptr);
     EXPECT_EQ(turned.nWidth, 4);
     EXPECT_EQ(turned.nHeight, 8);
-    const Bytes src = Noise(props);
+    const Bytes src = test::Noise(props);
     Bytes dst(PictureBytes(turned));
     EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), turned, eRotate::Left), S_OK);
     EXPECT_EQ(RotatePicture(src.data(), props, dst.data(), Props(eZrFCC_UYVY, 6, 8), eRotate::Left), E_INVALIDARG);
@@ -138,16 +123,14 @@ TEST(RotatePicture, OddSizesLoseALineAndMisfitsAreRefused) {
 TEST(RotatePicture, FieldsStayApart) {
     ZR_VID_PROPS props = Props(eZrFCC_RGB32, 40, -36);
     props.eInterlace = eZrI_Field2First;
-    const Bytes src = Noise(props);
+    Picture src = NoiseOf(props);
     for (const eRotate e : {eRotate::Right, eRotate::Left}) {
-        const ZR_VID_PROPS turned = RotatedProps(props, nullptr);
-        Bytes dst(PictureBytes(turned));
-        ASSERT_EQ(RotatePicture(src.data(), props, dst.data(), turned, e), S_OK);
+        Picture dst = NoiseOf(RotatedProps(props, nullptr));
+        ASSERT_EQ(RotatePicture(src.bytes.data(), props, dst.bytes.data(), dst.props, e), S_OK);
         for (int32_t y = 0; y < 40; ++y)
             for (int32_t x = 0; x < 36; ++x) {
                 const int32_t nLine = (e == eRotate::Right ? 35 - x : x) / 2 * 2 + y % 2;
-                ASSERT_EQ(PixelAt(dst, turned, x, y), PixelAt(src, props, e == eRotate::Right ? y : 39 - y, nLine))
-                    << x << ' ' << y;
+                ASSERT_EQ(PixelAt(dst, x, y), PixelAt(src, e == eRotate::Right ? y : 39 - y, nLine)) << x << ' ' << y;
             }
     }
 }
