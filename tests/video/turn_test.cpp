@@ -100,7 +100,7 @@ TEST(RotatePicture, LinesBecomeColumns) {
                     for (int32_t x = 0; x < kHeight; ++x) {
                         auto want = From(x, y);
                         const auto other = From(x ^ 1, y);
-                        for (const size_t n : {1, 2})
+                        for (const size_t n : {1u, 2u})
                             if (b422) want[n] = (want[n] + other[n] + 1) / 2;
                         ASSERT_EQ(PixelAt(dst, x, y), want) << x << ' ' << y;
                     }
