@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "attributes/interface_call.h"
 #include "framework/frame_factory_access.h"
@@ -58,7 +59,7 @@ bool MixCycle::IsSynchronous(int32_t _nKind) const {
 }
 
 bool MixCycle::HasOnePlace() const {
-    return !IsSynchronous(0) && !parts.props.Object()->AttributeOr(u"background.direct_out", false);
+    return !IsSynchronous(0) && !parts.props.Root()->AttributeOr(u"background.direct_out", false);
 }
 
 HRESULT MixCycle::Start() {
@@ -90,6 +91,7 @@ void MixCycle::Stop(IEventSink& _events) {
     flights.Stop();
     nWay.store(kByKeys, std::memory_order_relaxed);
     nFramesOut = 0;
+    bStraight = false;
     clock.Reset();
     audioCalc.Reset();
     audioMixer.Reset();
@@ -141,7 +143,11 @@ bool MixCycle::StartMissing() {
 HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCycle, ManualEvent& _evStop) {
     if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
     const MixerState::Work work(parts.state);
-    const HRESULT hr = InterfaceCall([&] { return DoMixing_I(_pFrameIn, _bFirst, _nCycle); });
+    const HRESULT hr = InterfaceCall([&] {
+        if (_pFrameIn && GoesStraight()) return SendStraight(_pFrameIn);
+        bStraight = false;
+        return DoMixing_I(_pFrameIn, _bFirst, _nCycle);
+    });
     CountFailure(hr);
     evDriver.Set();
     return hr;
@@ -157,6 +163,37 @@ HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
     HRESULT hr = ZR_E_RETRY;
     while (hr == ZR_E_RETRY) hr = RunPass(_pFrame, false, 0, _evStop);
     return hr;
+}
+
+// A background that is all there is on a mixer that runs. A paused one makes frames of its own.
+bool MixCycle::GoesStraight() const {
+    if (IsSynchronous(0) || !parts.props.Root()->AttributeOr(u"background.direct_out", false)) return false;
+    if (parts.state.Get() != eZrS_Running || parts.streams.Count() > 0) return false;
+    const ZrPtr<CCoZrItem> pBackground = parts.streams.Background();
+    return pBackground && pBackground->Node()->AttributeOr(u"video", true) &&
+           pBackground->Node()->AttributeOr(u"audio", true);
+}
+
+// Its line of time is the source's: it breaks where the mixer's begins and ends.
+HRESULT MixCycle::SendStraight(const FramePtr& _pFrame) {
+    PASS pass;
+    HRESULT hr = _pFrame->ZrFClone(pass.pFrame.Out(), eZrFC_Reference, eZrFCC_Default);
+    if (Succeeded(hr)) hr = pass.pFrame->ZrFTimeGet(&pass.time);
+    ZR_AV_PROPS props;
+    if (Succeeded(hr)) hr = pass.pFrame->ZrFAVPropsGet(&props, nullptr);
+    if (Failed(hr)) return hr;
+    if (!std::exchange(bStraight, true)) {
+        MutexLock lock(mtxCycle);
+        pass.time.eFFlags = WithBreak(pass.time.eFFlags);
+        hr = pass.pFrame->ZrFTimeSet(&pass.time);
+        clock.SetBreakPending();
+        audioMixer.Reset();
+    }
+    if (Failed(hr)) return hr;
+    parts.format.Note(eZrFT_Output, FormatOf(props));
+    parts.output.Output(std::move(pass.pFrame));
+    EndPass(pass);
+    return S_OK;
 }
 
 bool MixCycle::StartsIt(const CCoZrItem& _item) const { return StartsSource(*parts.props.Object(), _item); }

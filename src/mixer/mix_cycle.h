@@ -110,6 +110,8 @@ private:
     HRESULT TakePushed(PASS& _pass, const FramePtr& _pFrameIn);
     STREAM_PUT PutNow() const override { return async.Put(); }
     HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
+    bool GoesStraight() const;
+    HRESULT SendStraight(const FramePtr& _pFrame);
     bool StartsIt(const CCoZrItem& _item) const override;
     bool StartMissing();
 
@@ -149,6 +151,7 @@ private:
     std::u16string flightsText, flightsShown;  // mix thread only: to publish, and as published
     MixClock clock;
     bool bOffLine ZR_GUARDED_BY(mtxCycle) = false;  // the last frame was stamped by its number, not by the clock
+    bool bStraight = false;  // the last frame was the background's own; of the thread that runs a pass
     DrawStep draw;
     std::vector<DRAW_STREAM> arrDraw;  // of the pass
     FramePtr pBlack;                   // a picture of the output's record, for cycles that draw nothing

@@ -205,6 +205,46 @@ TEST_F(AsyncTest, ABackgroundDrivesTheCycleAtItsRate) {
     pMixer->ObjectClose();
 }
 
+// With its own size, rate and time; what comes upon it is mixed, and when that has gone it goes straight out again.
+TEST_F(AsyncTest, ABackgroundAloneGoesStraightOut) {
+    Make(25.0, true);
+    pProps->PropsSet(u"background.direct_out", u"true");
+    ZR_VID_PROPS small = SmallPicture(50);
+    small.nWidth = 32;
+    small.nRowBytes = 64;
+    const auto pBackground = PacedSource::Make(small, false);
+    NoBackground();
+    pStreams->StreamsBackgroundSet(pBackground.Get(), nullptr, nullptr, nullptr, 0);
+    pMixer->ObjectStart(nullptr);
+    SleepFor(kTicksPerSecond);
+    const auto Frames = [&](int64_t _nBreaks) {
+        const auto arrFrames = pCollector->Frames();
+        int64_t nBreaks = 0;
+        for (size_t i = 0; i < arrFrames.size(); ++i) {
+            const bool bBreak = (arrFrames[i].time.eFFlags & eZrFF_Break) != 0;
+            nBreaks += bBreak;
+            if (i > 0 && !bBreak) {
+                EXPECT_EQ(arrFrames[i].time.rtStartTime, arrFrames[i - 1].time.rtEndTime) << i;
+            }
+        }
+        EXPECT_EQ(nBreaks, _nBreaks);
+        ZR_AV_PROPS props;
+        EXPECT_EQ(arrFrames.back().pFrame->ZrFAVPropsGet(&props, nullptr), S_OK);
+        EXPECT_EQ(props.vidProps.nWidth, 32);
+        return arrFrames.size();
+    };
+    const size_t nAlone = Frames(1);
+    EXPECT_NEAR(static_cast<double>(nAlone), 50, 3);
+    EXPECT_NEAR(static_cast<double>(pBackground->nGiven), static_cast<double>(nAlone), 2) << "not one is left out";
+    Add(u"a", File(25.0).Get());
+    SleepFor(kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(Frames(2) - nAlone), 50, 3);
+    pStreams->StreamsRemoveByIndex(0, 0, 0);
+    SleepFor(kTicksPerSecond);
+    Frames(3);
+    pMixer->ObjectClose();
+}
+
 TEST_F(AsyncTest, AStalledSourceCostsItsLimitOnce) {
     MakeAsync(25.0);
     const auto pGood = File(25.0), pBad = File(25.0);
