@@ -54,21 +54,6 @@ bool SameKeys(const XMLNodeBase& _a, const XMLNodeBase& _b) {
     return true;
 }
 
-// An item that stays has the keys of its new description, and what that leaves out as it was made.
-void ForgetKeys(CCoZrItem& _item, XMLNodeBase& _node) {
-    const XMLNodeRef pKeys = _node.FindNode(u"zritem_props");
-    std::vector<std::u16string> arrNames;
-    std::u16string strName;
-    for (size_t i = 0; _item.Node()->AttributeAt(i, &strName, nullptr); ++i) arrNames.push_back(strName);
-    for (const std::u16string& name : arrNames) {
-        if (EqualNoCase(name, kStreamId) || (pKeys && pKeys->HasAttribute(name))) continue;
-        if (const PROP_KEY* const pKey = MadeItemKey(name))
-            _item.PropsSet(name.c_str(), pKey->nDefault ? u"true" : u"false");
-        else
-            _item.Node()->RemoveAttribute(name);
-    }
-}
-
 }  // namespace
 
 HRESULT MixerPersist::Save(std::u16string_view _object, CoElement& _top, const PERSIST_PARAM& _param) const {
@@ -160,7 +145,6 @@ HRESULT MixerPersist::LoadPlace(const CoElement& _node, CCoZrItem* _pHere, LOADI
             nRefId, ITEM_LOAD::SOURCE{ZrPtr<IUnknown>(pPresent->Source()), pPresent->Owned(), pPresent->Path()});
         if (pPresent.Get() != _pHere) continue;
         _pItem = pPresent;
-        ForgetKeys(*_pItem, *pNode);
         return LoadItemState(*pNode, *_pItem, _loading.load);
     }
     const HRESULT hr = LoadItem(pNode.Get(), ItemPlace::kMixer, _loading.load, _pItem);

@@ -25,6 +25,8 @@ constexpr size_t kMostKeyDepth = 8;    // "a::b::c" has two nodes
 // Not written as keys: what the place of the item is, and what has a form of its own.
 constexpr std::u16string_view arrOwnForm[] = {u"pause_in",  u"pause_out", u"stop_in", u"stop_out",
                                               u"stream_id", u"command",   u"param"};
+// What belongs to the place of the item, whatever its text says.
+constexpr std::u16string_view arrPlaceKeys[] = {u"stream_id", u"command", u"param"};
 constexpr std::u16string_view arrEdges[] = {u"pause_in", u"pause_out", u"stop_in", u"stop_out"};
 constexpr std::u16string_view arrSourceNodes[] = {u"file", u"device", u"object", u"info", u"audio", u"stat", u"stats"};
 constexpr std::u16string_view arrDeviceNames[] = {u"video", u"audio", u"ext_audio", u"line-in"};
@@ -275,14 +277,29 @@ void LoadState(XMLNodeBase& _node, CCoZrItem& _item, ITEM_LOAD& _load, size_t _n
     LoadStart(_node, _item);
 }
 
-// What a text leaves out is as it was made.
-void ResetState(CCoZrItem& _item) {
+// What a text leaves out is as it was made. What it speaks of is not touched, so that it changes once.
+void ResetKeys(CCoZrItem& _item, XMLNodeBase& _node) {
+    const XMLNodeRef pKeys = _node.FindNode(u"zritem_props");
+    std::vector<std::u16string> arrNames, arrNodes;
+    std::u16string strName;
+    for (size_t i = 0; _item.Node()->AttributeAt(i, &strName, nullptr); ++i)
+        if (!IsOneOf(strName, arrPlaceKeys) && !(pKeys && pKeys->HasAttribute(strName))) arrNames.push_back(strName);
+    for (const std::u16string& name : arrNames) {
+        const PROP_KEY* const pKey = MadeItemKey(name);
+        pKey ? _item.PropsSet(name.c_str(), pKey->nDefault != 0 ? u"true" : u"false") : _item.PropsRemove(name.c_str());
+    }
+    for (const XMLNodeRef& pChild : _item.Node()->ChildNodes())
+        if (!pChild->IsText() && !IsOneOf(TagOf(*pChild), arrSourceNodes)) arrNodes.push_back(TagOf(*pChild));
+    for (const std::u16string& name : arrNodes)
+        if (const XMLNodeRef pChild = _item.Node()->FindChildNode(NameKey(name))) pChild->Detach();
+}
+
+void ResetState(CCoZrItem& _item, XMLNodeBase& _node) {
     _item.Breaks().Clear();
     _item.ItemStartTimeSet(nullptr, eZrST_Off);
-    for (const PROP_KEY& key : ItemKeys())
-        if (key.bRegistered && _item.Node()->HasAttribute(key.szName))
-            _item.PropsSet(key.szName, key.nDefault != 0 ? u"true" : u"false");
-    for (const std::u16string_view name : arrEdges) _item.PropsRemove(std::u16string(name).c_str());
+    ResetKeys(_item, _node);
+    if (!_item.Tracks_I().IsUntouched() && !_node.FindNode(u"audio"))
+        _item.Tracks_I().Load(*CoXMLNode::Create(u"audio"));
 }
 
 // What the attributes of a "file" node give the file source beside its path.
@@ -400,7 +417,7 @@ HRESULT LoadItem(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, ZrPtr
 
 HRESULT LoadItemState(XMLNodeBase& _node, CCoZrItem& _item, ITEM_LOAD& _load) {
     return InterfaceCall([&] {
-        ResetState(_item);
+        ResetState(_item, _node);
         LoadState(_node, _item, _load, 0);
         return S_OK;
     });
@@ -461,6 +478,9 @@ HRESULT CCoZrItem::PersistLoad(const char16_t*, const char16_t* _bsXMLDescOrFile
         if (Failed(hr)) return hr;
         if (const std::u16string_view name = _bsXMLDescOrFile; bFile && name.rfind(u'/') != name.npos)
             load.strFolder = name.substr(0, name.rfind(u'/'));
+        // A break may share the item's own source.
+        if (const XMLNodeRef pKind = ItemKind(*pNode))
+            load.mapSources[pKind->AttributeOr(u"ref_id", int32_t{0})] = {ZrPtr<IUnknown>(Source()), Owned(), Path()};
         return LoadItemState(*pNode, *this, load);
     });
 }

@@ -209,7 +209,15 @@ TEST(Item, LoadingTakesBackWhatTheTextLeavesOut) {
     for (const char16_t* szKey : {u"master", u"drop_frames", u"pause_in", u"stop_out"}) pItem->PropsSet(szKey, u"true");
     for (const char16_t* szKey : {u"video", u"audio"}) pItem->PropsSet(szKey, u"false");
     pItem->ItemStartTimeSet(nullptr, eZrST_Auto);
+    for (const char16_t* szKey : {u"my_key", u"transition_in::type"}) pItem->PropsSet(szKey, u"7");
+    // A break may be the item's own source.
+    pItem->BreaksAdd(0, pItem->Source(), nullptr, nullptr, nullptr);
     pItem->BreaksCommandAdd(0, u"stop", u"", nullptr, nullptr);
+    ITEM_SAVE saveSet;
+    EXPECT_EQ(pItem->PersistLoad(u"", Saved(*pItem, saveSet).c_str(), nullptr), S_OK);
+    int32_t nBreaks = 0;
+    pItem->BreaksGetCount(&nBreaks, nullptr);
+    EXPECT_EQ(nBreaks, 2);
     EXPECT_EQ(pItem->PersistLoad(u"", made.c_str(), nullptr), S_OK);
     EXPECT_EQ(Saved(*pItem, saveBack), made);
     EXPECT_TRUE(pItem->Node()->AttributeOr(u"video", false));
