@@ -17,7 +17,9 @@ constexpr PROP_KEY arrMixerKeys[] = {
             "An element keeps the last picture of a stream that has no new one, or that was removed."),
     BoolKey(u"background.direct_out", false,
             "The mixer works as with sync_mode false: the background's frames drive it. As long as there is no stream "
-            "and nothing of the background is switched off, they go out as they are, with their own format and time."),
+            "and nothing of the background is switched off, they go out as they are, with their own format and time, "
+            "past gains, tracks and delay. Holds from the next "
+            "start of the mixer on."),
     BoolKey(u"on_frame.sync", false, "Frame callbacks run in the sending thread and hold it."),
     BoolKey(u"on_frame.data", false, "Queued frame events carry the picture with them."),
     BoolKey(u"on_event.sync", false, "An event reaches its listener before the call that caused it returns."),
@@ -53,7 +55,8 @@ constexpr PROP_KEY arrMixerKeys[] = {
     OpenKey(u"sync_mode.async_put", eZrKeyType::Bool,
             "Kept for hosts that set it: frames of sources are always prepared in parallel."),
     BoolKey(u"sync_mode.direct_hv_links", true,
-            "A path that names an object of the family connects to that object directly."),
+            "A path that names an object of the family connects to that object directly. Objects are not found by name "
+            "yet: a path is that of a file or a picture."),
     IntKey(u"sync_mode.fixed_buffers", 0,
            "2 or more: fetching and composing overlap, with this many frames in flight."),
     BoolKey(u"sync_mode.external_exclusive", false, "Sources in a process of their own serve this mixer alone."),

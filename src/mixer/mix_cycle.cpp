@@ -400,8 +400,7 @@ void MixCycle::Stamp(PASS& _pass) {
 // before any others.
 void MixCycle::CollectStreams(PASS& _pass) {
     if (!_pass.pRequest) return;
-    ZrMixerStream* pCaptions = nullptr;
-    int32_t nLevel = 0;
+    int32_t nLevel = 0;  // of captions: those of a higher one replace the others
     for (size_t i = 0; i < _pass.pRequest->Count(); ++i) {
         ZrMixerStream* const pStream = (*_pass.pRequest)[i].input.pStream.Get();
         if (!pStream) continue;
@@ -409,9 +408,8 @@ void MixCycle::CollectStreams(PASS& _pass) {
         if (!HasVideo(_pass.props)) pStream->AddGains(0, 1);  // there is no scene that could say how loud it is
         if (pStream->CaptionLevel() <= nLevel) continue;
         nLevel = pStream->CaptionLevel();
-        pCaptions = pStream;
+        pStream->TakeCaptions(_pass.pFrame.Get());
     }
-    if (pCaptions) pCaptions->TakeCaptions(_pass.pFrame.Get());
 }
 
 // The streams may be given their next frames. One of them gives the output its time code.

@@ -118,6 +118,8 @@ ZR_VID_PROPS BuiltInPicture::Format(const ZR_VID_PROPS& _wanted) const {
         props.fccType = eZrFCC_ARGB32;
         props.nRowBytes = 0;
     }
+    // Planes of half the size have whole lines only: an odd last one is left off, as of a file's pictures.
+    if (PixelFormatPlanar(props.fccType) && props.nHeight > 1) props.nHeight &= ~1;
     NormalizeProps(&props, false);
     NormalizeProps(&props, true);  // completes what the first run recognised
     return props;

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "frame_module/frame_builders.h"
+#include "media/pixel_format.h"
 #include "media/vid_props.h"
 #include "sources/picture_source.h"
 
@@ -89,6 +90,21 @@ TEST(TestSignals, NamesHaveTheirSizesAndRates) {
         ZR_VID_PROPS sizeOnly{.nWidth = nWidth, .nHeight = nHeight, .dblRate = 29.97};
         EXPECT_EQ(picture.Format(sizeOnly).nAspectX, nAspectX);
     }
+}
+
+// Planes of half the size have whole lines only.
+TEST(TestSignals, AnySizeIsDrawnInAnyFormat) {
+    for (const char16_t* szName : {u"bars", u"red", u"videoq", u"black"}) {
+        for (const eZrFCC fccType : {eZrFCC_I420, eZrFCC_NV12, eZrFCC_UYVY, eZrFCC_ARGB32}) {
+            const auto pFrame = Draw(szName, fccType, 32, 31);
+            ASSERT_TRUE(pFrame);
+            const int32_t nHeight = std::abs(InfoOf(*pFrame).avProps.vidProps.nHeight);
+            EXPECT_EQ(nHeight, PixelFormatPlanar(fccType) ? 30 : 31);
+        }
+    }
+    const auto pRed = Draw(u"red", eZrFCC_I420, 32, 31);
+    const auto* const p = reinterpret_cast<const uint8_t*>(InfoOf(*pRed).lpVideo);
+    for (int i = 0; i < 32 * 30; ++i) ASSERT_EQ(p[i], 81) << i;
 }
 
 TEST(TestSignals, ChartHasRingsStepsAndNoColour) {
