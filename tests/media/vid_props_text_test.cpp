@@ -106,6 +106,8 @@ TEST(VidPropsAttributes, Reads) {
         {u"", top565, top565},                                      // a code that has no name to read stays
         {u"video_format=HD720-50p", pal, hd},
         {u"video_format=eZrVF_PAL", {}, pal},
+        {u"video_format=hd720-50p", tiny, tiny},  // no such format
+        {u"video_format=eZrVF_3D_SbS_1080_50i", tiny, tiny},
         {u"video_format=pal", palRaster, {eZrVF_PAL, eZrFCC_UYVY, 720, 576, 1440, P, 4, 3, 25}},  // by the numbers
         {u"width=0x140 height=' 180 lines' rate=12.5fps",
          {{}, eZrFCC_UYVY},

@@ -83,6 +83,7 @@ TEST(ClassRegistry, ClassesComeAndGoWhileObjectsAreMade) {
     for (int n = 0; n < 2000; ++n) {
         ZrPtr<IOne> p;
         EXPECT_EQ(ZrCreateInstance(kClsidTwo, p), S_OK);
+        EXPECT_TRUE(p && p->Number() == 2);
     }
     other.join();
 }

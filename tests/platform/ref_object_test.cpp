@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "support/stress.h"
 
@@ -18,11 +19,12 @@ struct Counted : AutoObjBase<Counted> {
 TEST(RefObject, LivesUntilTheLastHolderOnAnyThreadLetsGo) {
     int nAlive = 0;
     CAutoObj<Counted> pFirst = Counted::Make(nAlive);
-    OnThreads(4, [&pFirst](int) {
-        for (int n = 0; n < 10000; ++n) CAutoObj<Counted> pCopy = pFirst;
-    });
-    EXPECT_EQ(nAlive, 1);
+    CAutoObj<Counted> arrOwn[] = {pFirst, pFirst, pFirst, pFirst};
     pFirst.Reset();
+    OnThreads(4, [&arrOwn](int _nThread) {
+        CAutoObj<Counted> pMine = std::move(arrOwn[_nThread]);
+        for (int n = 0; n < 10000; ++n) CAutoObj<Counted> pCopy = pMine;
+    });
     EXPECT_EQ(nAlive, 0);
 }
 
