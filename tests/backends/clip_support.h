@@ -91,23 +91,28 @@ inline ZrPtr<IZrFFrame> MakeClipFrame(const CLIP_FORMAT& _format, int _nNumber) 
     return pClip;
 }
 
-// The number in a picture, -1 when the halves do not belong together.
+// The number in a picture, -1 when its halves or the columns of a bar do not belong together.
 inline int NumberOf(IZrFFrame& _frame) {
     ZrPtr<IZrFFrame> pUyvy;
     if (Failed(_frame.ZrFClone(pUyvy.Out(), eZrFC_VideoRef, eZrFCC_UYVY))) return -1;
     const ZRF_FRAME_INFO info = InfoOf(*pUyvy);
     const ZR_VID_PROPS& props = info.avProps.vidProps;
     if (info.cbVideo == 0) return -1;
-    int nUpper = 0, nLower = 0;
-    for (int nBit = 0; nBit < kNumberBits; ++nBit) {
-        const int32_t x = (2 * nBit + 1) * props.nWidth / (2 * kNumberBits);
-        const auto IsBright = [&](int32_t _y) {
-            return reinterpret_cast<const uint8_t*>(info.lpVideo)[_y * props.nRowBytes + 2 * x + 1] > 120;
-        };
-        nUpper |= int{IsBright(props.nHeight / 4)} << nBit;
-        nLower |= int{IsBright(props.nHeight * 3 / 4)} << nBit;
+    int nNumber = -1;
+    for (int32_t nShift = 0; nShift < 6; ++nShift) {  // each place in a group of six pixels
+        int nUpper = 0, nLower = 0;
+        for (int nBit = 0; nBit < kNumberBits; ++nBit) {
+            const int32_t x = (2 * nBit + 1) * props.nWidth / (2 * kNumberBits) + nShift;
+            const auto IsBright = [&](int32_t _y) {
+                return reinterpret_cast<const uint8_t*>(info.lpVideo)[_y * props.nRowBytes + 2 * x + 1] > 120;
+            };
+            nUpper |= int{IsBright(props.nHeight / 4)} << nBit;
+            nLower |= int{IsBright(props.nHeight * 3 / 4)} << nBit;
+        }
+        if (nUpper != (~nLower & ((1 << kNumberBits) - 1)) || (nShift > 0 && nUpper != nNumber)) return -1;
+        nNumber = nUpper;
     }
-    return nUpper == (~nLower & ((1 << kNumberBits) - 1)) ? nUpper : -1;
+    return nNumber;
 }
 
 // A folder that is gone with the test.
