@@ -6,6 +6,7 @@
 #include "attributes/interface_call.h"
 #include "media/frame_time.h"
 #include "mixer/mix_clock.h"
+#include "mixer/source_start.h"
 #include "platform/clock.h"
 
 namespace zr {
@@ -61,10 +62,7 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
     uint64_t ll = 0;
     pSource->SourceFrameGetEx_I(&ll, 0, nullptr, nullptr);
     llReaderID.store(ll, std::memory_order_release);
-    InterfaceCall([&] {
-        if (host.StartsIt(*input.pItem)) input.pItem->StartSource();
-        return S_OK;
-    });
+    StartSource(_evStop);
     while (!_evStop.IsSet()) {
         try {
             GiveOne(_evStop);
@@ -74,6 +72,15 @@ void AsyncProducer::Run(ManualEvent& _evStop) {
     }
     Note(false, false);
     if (const uint64_t llLast = llReaderID.load(std::memory_order_relaxed)) pSource->ReaderRemove(llLast);
+}
+
+// A source that hangs in its start holds neither this thread nor the stop of the mixer.
+void AsyncProducer::StartSource(ManualEvent& _evStop) {
+    if (!host.StartsIt(*input.pItem) || !input.pItem->CanStart()) return;
+    InterfaceCall([&] {
+        WaitAny({&_evStop, &StartOnPool(input.pItem)->evEnded}, -1);
+        return S_OK;
+    });
 }
 
 void AsyncProducer::GiveOne(ManualEvent& _evStop) {

@@ -48,6 +48,7 @@ public:
 
 private:
     void Run(ManualEvent& _evStop);
+    void StartSource(ManualEvent& _evStop);
     void GiveOne(ManualEvent& _evStop);
     FramePtr Get(ManualEvent& _evStop);
     int64_t Slice() const;

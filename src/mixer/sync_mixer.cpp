@@ -195,23 +195,10 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
     return arrSources.back().get();
 }
 
-// On the pool: a file may have to be opened for it, which takes its time.
 void SyncMixer::StartSource(SyncSource& _source) {
     if (!_source.pItem->CanStart()) return;
     bNewStarts = true;
-    const auto pStart = std::make_shared<SourceStart>();
-    pStart->pItem = _source.pItem;
-    pStart->pOwned = _source.pItem->Owned();
-    _source.pStart = pStart;
-    const auto Start = [pStart] {
-        InterfaceCall([&] {
-            pStart->pItem->StartSource();
-            return S_OK;
-        });
-        pStart->pOwned.reset();
-        pStart->evEnded.Set();
-    };
-    if (Failed(ThreadPool::Shared().Submit(Start))) Start();
+    _source.pStart = StartOnPool(_source.pItem);
 }
 
 // Until all have started, or so long. _pevStop may be null.

@@ -10,8 +10,8 @@
 #include "media/av_format.h"
 #include "media/transport_interfaces.h"
 #include "mixer/mixer_stream.h"
+#include "mixer/source_start.h"
 #include "mixer/stream_table.h"
-#include "sources/co_zr_item.h"
 
 namespace zr {
 
@@ -29,14 +29,6 @@ struct RequestStep {
     bool bMustCopy = false;  // somebody else holds the result's picture: it is not to be drawn on
 
     bool IsBackground() const { return input.nIndex < 0; }
-};
-
-// The start of a source, which a thread of the pool is about. One that never ends is left to itself: it keeps what it
-// needs.
-struct SourceStart {
-    ZrPtr<CCoZrItem> pItem;
-    OwnedSourcePtr pOwned;  // closed meanwhile, it ends with its start
-    ManualEvent evEnded;
 };
 
 // A source that inputs of the mixer use. Mix thread only, but for the gets, which one thread at a time does.

@@ -69,7 +69,8 @@ protected:
     // What events said of sources, on the thread that tells them.
     struct TOLD {
         Mutex mtx;
-        std::set<IUnknown*> arrOn ZR_GUARDED_BY(mtx);
+        // Items and sources apart: an item may go without a word, and a source be made where it was.
+        std::set<IUnknown*> arrItems ZR_GUARDED_BY(mtx), arrSources ZR_GUARDED_BY(mtx);
         int nCame ZR_GUARDED_BY(mtx) = 0;
         int nWrong ZR_GUARDED_BY(mtx) = 0;
     };
@@ -80,12 +81,13 @@ protected:
         const std::u16string_view event(_szEvent);
         MutexLock lock(told.mtx);
         const bool bSource = event.starts_with(u"source_");
+        std::set<IUnknown*>& arrOn = bSource ? told.arrSources : told.arrItems;
         if (event == u"source_connected" || event == u"connect") {
-            const bool bNew = told.arrOn.insert(_pObject).second;
+            const bool bNew = arrOn.insert(_pObject).second;
             told.nWrong += bSource && !bNew;
             ++told.nCame;
         } else if (event == u"source_disconnected" || event == u"disconnect") {
-            told.nWrong += told.arrOn.erase(_pObject) == 0;
+            told.nWrong += arrOn.erase(_pObject) == 0;
         }
         return S_OK;
     }
