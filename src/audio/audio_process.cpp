@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "audio/audio_tracks.h"
+#include "audio/sample_convert.h"
+#include "platform/clock.h"
 
 namespace zr {
 namespace {
 
-constexpr int64_t kLeastSamples = 5;
+constexpr int64_t kLeastSamples = 5;  // of a frame; fewer are no sound
 
 bool AddsTo(eZrAudioTrackMode _eMode) { return _eMode == eZrAT_Enabled_AddTo || _eMode == eZrAT_Disabled_AddTo; }
 
@@ -68,7 +71,10 @@ void AudioTracks::Plan_I(int64_t _nSamples) {
     }
     ChooseOut();
     for (STEP& step : arrSteps) {
-        if (!step.look.bValid) continue;
+        if (!step.look.bValid) {
+            step.pTrack->sound.Silence();
+            continue;
+        }
         const double dblGain = step.look.eMode == eZrAT_Mix_Exclusive ? 1 : step.look.dblAddGain;
         const bool bMeasure = eLevels == Levels::kAlways || bLoudness || step.pTrack->IsSeen();
         if (bMeasure) {
@@ -169,7 +175,7 @@ void AudioTracks::Compose(SOUND_BLOCK* _pBlock) {
 
 bool AudioTracks::Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted) {
     const ZR_AUD_PROPS& input = _pBlock->props;
-    if (_pBlock->nSamples < kLeastSamples || !_pBlock->p || !AudUsable(input) || input.nBitsPerSample == 8 ||
+    if (_pBlock->nSamples < 1 || !_pBlock->p || !AudUsable(input) || input.nBitsPerSample == 8 ||
         input.nChannels > kMaxAudioChannels) {
         return false;
     }
@@ -184,6 +190,7 @@ bool AudioTracks::Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted) {
     }
     const CRWReadScope scope(lock);
     Plan_I(_pBlock->nSamples);
+    for (size_t i = sizes.size(); i < arrReal.size(); ++i) arrReal[i]->sound.Silence();
     for (const STEP& step : arrSteps) step.pTrack->FirstOutputSet(-1);
     const bool bInPlace = IsInPlace(*_pBlock), bRerouted = IsRerouted_I(bInPlace);
     if (_pbRerouted) *_pbRerouted = bRerouted;
@@ -199,26 +206,62 @@ bool AudioTracks::Process(SOUND_BLOCK* _pBlock, bool* _pbRerouted) {
     return true;
 }
 
+void AudioTracks::ProcessSilence(int64_t _rtDuration) {
+    SOUND_BLOCK block;
+    {
+        const CRWReadScope scope(lock);
+        block.props = props;
+    }
+    if (!AudUsable(block.props)) return;
+    block.nSamples =
+        std::clamp<int64_t>(_rtDuration, 0, kTicksPerSecond) * block.props.nSamplesPerSec / kTicksPerSecond;
+    MakeRoom(arrSilence, &block);
+    FillSilence(block.props.nBitsPerSample, block.p, static_cast<size_t>(AudBlockBytes(block.props) * block.nSamples));
+    Process(&block);
+}
+
+void AudioTracks::Silence() {
+    const CRWReadScope scope(lock);
+    for (const auto* pList : {&arrReal, &arrVirtual})
+        for (const TrackPtr& pTrack : *pList) pTrack->sound.Silence();
+}
+
+void AudioTracks::Pass(IZrFFrame& _frame, bool _bOff) try {
+    const bool bChange = std::exchange(bPasses, _bOff) != _bOff;
+    if (bChange && _bOff) Silence();
+    const SOUND_BLOCK block = SoundOf(_frame);
+    block.p ? edge.Join(block.props, block.p, block.nSamples, bChange && !IsUntouched()) : edge.Reset();
+} catch (const std::bad_alloc&) {
+}
+
 HRESULT AudioTracks::Audio_Process(IZrFFrame& _frame) try {
-    ZRF_FRAME_INFO info;
-    if (const HRESULT hr = _frame.ZrFAllGet(&info); Failed(hr)) return hr;
-    SOUND_BLOCK block{info.avProps.audProps, reinterpret_cast<uint8_t*>(info.lpAudio), info.lAudioSamples};
+    SOUND_BLOCK block = SoundOf(_frame);
+    if (block.nSamples < kLeastSamples) {
+        ZR_TIME time;
+        _frame.ZrFTimeGet(&time);
+        if (time.rtEndTime > time.rtStartTime && time.rtStartTime >= 0)
+            ProcessSilence(time.rtEndTime - time.rtStartTime);
+        return S_FALSE;
+    }
+    const ZR_AUD_PROPS propsBefore = block.props;
     const uint8_t* const pBefore = block.p;
-    const int32_t nBitsBefore = block.props.nTrackSplitBits;
     bool bRerouted = false;
     if (!Process(&block, &bRerouted)) return S_FALSE;
+    bRerouted |= std::exchange(bPasses, false) && !IsUntouched();
     if (!block.p) {
         edge.Reset();
-        return _frame.ZrFAudioAlloc(&info.avProps.audProps, 0);
+        return _frame.ZrFAudioAlloc(&propsBefore, 0);
     }
     edge.Join(block.props, block.p, block.nSamples, bRerouted);
     if (block.p != pBefore) {
         const auto cb = static_cast<int32_t>(AudBlockBytes(block.props) * block.nSamples);
         return _frame.ZrFAudioSet(&block.props, cb, reinterpret_cast<int64_t>(block.p));
     }
-    if (block.props.nTrackSplitBits == nBitsBefore) return S_OK;
-    info.avProps.audProps = block.props;
-    return _frame.ZrFAVPropsSet(&info.avProps, nullptr);
+    if (block.props.nTrackSplitBits == propsBefore.nTrackSplitBits) return S_OK;
+    ZR_AV_PROPS avProps;
+    _frame.ZrFAVPropsGet(&avProps, nullptr);
+    avProps.audProps = block.props;
+    return _frame.ZrFAVPropsSet(&avProps, nullptr);
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "attributes/interface_call.h"
+#include "audio/layout_map.h"
 #include "platform/wide_text.h"
 
 namespace zr {
@@ -55,21 +56,9 @@ CCoZrTrack* AudioTracks::Listed_I(int32_t _nIndex) const {
 
 // A track that the object cannot have has no channels beyond the last that a track may have.
 ChannelList AudioTracks::Sizes_I(const ZR_AUD_PROPS& _props) const {
-    const ChannelList wanted =
-        split.empty() ? TracksOfSplitBits(_props.nChannels, _props.nTrackSplitBits) : ParseTrackSplit(split);
-    ChannelList tracks;
-    int32_t nLeft = std::min(_props.nChannels, kMaxAudioChannels);
-    const auto Take = [&](int32_t _nSize) {
-        while (_nSize > 0 && nLeft > 0) {
-            const int32_t nTrack = std::min({_nSize, nLeft, kMaxTrackChannels});
-            tracks.Add(nTrack);
-            _nSize -= nTrack;
-            nLeft -= nTrack;
-        }
-    };
-    for (const int32_t nSize : wanted) Take(nSize);
-    Take(nLeft);
-    return tracks;
+    return CutTracks(
+        split.empty() ? TracksOfSplitBits(_props.nChannels, _props.nTrackSplitBits) : ParseTrackSplit(split),
+        _props.nChannels);
 }
 
 AudioTracks::TrackPtr AudioTracks::MakeTrack_I(const CCoZrTrack::SOURCE& _source, std::u16string_view _desc) {

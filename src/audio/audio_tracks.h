@@ -39,6 +39,14 @@ public:
     // The sound of a frame through the tracks; it may come out with other channels, and with none when no track goes
     // out. S_FALSE: there was nothing to do.
     HRESULT Audio_Process(IZrFFrame& _frame);
+    // A frame that goes past the tracks: they are switched off (_bOff), or idle. It joins on what went out before.
+    void Pass(IZrFFrame& _frame, bool _bOff);
+    // Whether that changes its sound.
+    bool IsPassDue(bool _bOff) const { return bPasses != _bOff || edge.IsBlending(); }
+    // There was no sound for so many ticks: ramps and levels go on.
+    void ProcessSilence(int64_t _rtDuration);
+    // Nothing is measured any more.
+    void Silence();
     // The same for a block, which is changed where it is or becomes one in memory that lasts until the next call. Its
     // p is null when no track goes out. *_pbRerouted: its channels come another way than in the block before, by modes,
     // orders or effects, so that what is heard may step. False: nothing was done. May throw std::bad_alloc.
@@ -58,7 +66,7 @@ public:
     void GainsSet(std::span<const double> _arrDb);
     // The settings as "track_split", "channels_per_track" and a node "track" for each track that has any.
     void Save(XMLNodeBase& _audio) const;
-    // Added tracks are replaced; others keep what is not spoken of.
+    // Added tracks are replaced; of the others what is not spoken of is as in a new one.
     void Load(const XMLNodeBase& _audio);
 
     HRESULT AudioSplitStringGet_I(BSTR* _pbsSplitString, int32_t* _pnChannels);
@@ -126,10 +134,11 @@ private:
     // Audio thread only.
     std::vector<STEP> arrSteps;       // in the order of the list
     std::vector<const STEP*> arrOut;  // those that go out, in their order
-    std::vector<uint8_t> arrResult;
+    std::vector<uint8_t> arrResult, arrSilence;
     // Where each channel of each track that goes out comes from, and through what; empty: all stay where they are.
     std::vector<int32_t> arrWay, arrWayBefore;
-    SoundEdge edge;  // behind the tracks of frames
+    SoundEdge edge;        // behind the tracks of frames
+    bool bPasses = false;  // the last frame went past the tracks
     bool bLoudness = false;
 };
 

@@ -95,13 +95,21 @@ void CCoZrTrack::Save(XMLNodeBase& _node) const {
     }
 }
 
+// What is not spoken of is as in a new track: that is what a save leaves out.
 void CCoZrTrack::Load(const XMLNodeBase& _node) {
     for (const std::u16string_view name : arrEffects) {
-        if (const XMLNodeRef pEffect = _node.FindChildNode(NameKey(name)))
-            pEffect->CopyTo(*Node().FindNode(name, true), false, eZrUT_ClearDest);
+        const XMLNodeRef pEffect = _node.FindChildNode(NameKey(name)), pOwn = Node().FindChildNode(NameKey(name));
+        if (!pEffect && pOwn) pOwn->Detach();
+        if (pEffect) pEffect->CopyTo(*Node().FindNode(name, true), false, eZrUT_ClearDest);
     }
     std::u16string mode;
     MutexLock lock(mtx);
+    for (ChannelGain& gain : arrGains) {
+        gain.Set(1, 0, 0);
+        gain.MuteSet(false, 0, 0);
+    }
+    for (size_t c = 0; c < kMaxTrackChannels; ++c) arrInput[c] = arrOutput[c] = static_cast<int32_t>(c);
+    look.eMode = eZrAT_Enabled;
     if (_node.GetAttribute(u"mode", mode)) TrackModeOfName(mode, &look.eMode);
     look.nAddTo = _node.AttributeOr(u"add_to", int32_t{-1});
     look.dblAddGain = LinearOfDb(_node.AttributeOr(u"add_gain", 0.0));
@@ -155,6 +163,9 @@ void AudioTracks::Load(const XMLNodeBase& _audio) {
     split = TrackSplitText(ParseTrackSplit(_audio.AttributeOr(u"track_split", std::u16string_view())));
     for (const TrackPtr& pTrack : arrVirtual) pTrack->Node().Detach();
     arrVirtual.clear();
+    pToCome.Reset();
+    const XMLNodePtr pNew = CoXMLNode::Create(u"track");
+    for (const TrackPtr& pTrack : arrReal) pTrack->Load(*pNew);
     for (const XMLNodeRef& pNode : _audio.ChildNodes()) {
         if (pNode->IsText() || !pNode->HasTag(NameKey(u"track"))) continue;
         CCoZrTrack::SOURCE source;

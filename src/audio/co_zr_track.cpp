@@ -222,7 +222,7 @@ HRESULT CCoZrTrack::ForChannels_I(int32_t _nChannel, const DO& _do) {
 }
 
 HRESULT CCoZrTrack::TrackGainSet(int32_t _nChannel, double _dblGain, double _dblTimeForChange) {
-    if (std::isnan(_dblGain) || std::isnan(_dblTimeForChange)) return E_INVALIDARG;
+    if (std::isnan(_dblGain) || !std::isfinite(_dblTimeForChange)) return E_INVALIDARG;
     const double dblGain = LinearOfDb(_dblGain);
     MutexLock lock(mtx);
     const int32_t nRateNow = Rate_I();
@@ -237,7 +237,7 @@ HRESULT CCoZrTrack::TrackGainGet(int32_t _nChannel, double* _pdblGain) {
 }
 
 HRESULT CCoZrTrack::TrackMuteSet(int32_t _nChannel, int32_t _bMute, double _dblTimeForChange) {
-    if (std::isnan(_dblTimeForChange)) return E_INVALIDARG;
+    if (!std::isfinite(_dblTimeForChange)) return E_INVALIDARG;
     MutexLock lock(mtx);
     const int32_t nRateNow = Rate_I();
     return ForChannels_I(_nChannel,

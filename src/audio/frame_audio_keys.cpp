@@ -11,15 +11,6 @@ namespace {
 
 constexpr std::u16string_view kChannels = u"audio_channels", kGain = u"audio_gain";
 
-// Without memory: there is none, or none that keys could change.
-SOUND_BLOCK SoundOf(IZrFFrame& _frame) {
-    ZRF_FRAME_INFO info;
-    if (Failed(_frame.ZrFAllGet(&info))) return {};
-    const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lAudioSamples <= 0 || props.nChannels > kMaxAudioChannels) return {};
-    return {props, reinterpret_cast<uint8_t*>(info.lpAudio), info.lAudioSamples};
-}
-
 double GainAt(const std::vector<double>& _arr, size_t _nChannel) {
     if (_arr.size() == 1) return _arr[0];
     return _nChannel < _arr.size() ? _arr[_nChannel] : 1;
@@ -60,7 +51,7 @@ void FrameAudioKeys::Apply(IZrFFrame& _frame, const XMLNodeBase& _keys) {
         if (arrGains.empty()) arrGains.push_back(1);
     }
     const SOUND_BLOCK block = SoundOf(_frame);
-    if (!block.p) {
+    if (!block.p || block.props.nChannels > kMaxAudioChannels) {
         edge.Reset();
         return;
     }

@@ -5,6 +5,23 @@
 #include "audio/sample_convert.h"
 
 namespace zr {
+
+ChannelList CutTracks(const ChannelList& _wanted, int32_t _nChannels) {
+    ChannelList tracks;
+    int32_t nLeft = std::min(_nChannels, kMaxAudioChannels);
+    const auto Take = [&](int32_t _nSize) {
+        while (_nSize > 0 && nLeft > 0) {
+            const int32_t nTrack = std::min({_nSize, nLeft, kMaxConvertedChannels});
+            tracks.Add(nTrack);
+            _nSize -= nTrack;
+            nLeft -= nTrack;
+        }
+    };
+    for (const int32_t nSize : _wanted) Take(nSize);
+    Take(nLeft);
+    return tracks;
+}
+
 HRESULT FitChannels(ZrAudioConverter& _converter, const SOUND_BLOCK& _from, std::vector<uint8_t>& _arrMemory,
                     SOUND_BLOCK* _pTo) {
     const auto cb = static_cast<int32_t>(AudBlockBytes(_from.props) * _from.nSamples);
@@ -21,8 +38,8 @@ void LayoutMap::Prepare(const ZR_AUD_PROPS& _from, const ZR_AUD_PROPS& _to) {
     if (AudSame(from, _from) && AudSame(to, _to)) return;
     from = _from;
     to = _to;
-    tracksFrom = TracksOfSplitBits(from.nChannels, from.nTrackSplitBits);
-    tracksTo = TracksOfSplitBits(to.nChannels, to.nTrackSplitBits);
+    tracksFrom = CutTracks(TracksOfSplitBits(from.nChannels, from.nTrackSplitBits), from.nChannels);
+    tracksTo = CutTracks(TracksOfSplitBits(to.nChannels, to.nTrackSplitBits), to.nChannels);
     bSame = from.nChannels == to.nChannels &&
             std::equal(tracksFrom.begin(), tracksFrom.end(), tracksTo.begin(), tracksTo.end());
     arrConverters.clear();

@@ -16,6 +16,14 @@ void Copy(const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbSt
 
 }  // namespace
 
+SOUND_BLOCK SoundOf(IZrFFrame& _frame) {
+    ZRF_FRAME_INFO info;
+    if (Failed(_frame.ZrFAllGet(&info))) return {};
+    const ZR_AUD_PROPS& props = info.avProps.audProps;
+    if (!AudUsable(props) || info.lpAudio == 0 || info.cbAudio < AudBlockBytes(props)) return {};
+    return {props, reinterpret_cast<uint8_t*>(info.lpAudio), info.cbAudio / AudBlockBytes(props)};
+}
+
 void CopyChannel(size_t _cbSample, const uint8_t* _pFrom, size_t _cbStepFrom, uint8_t* _pTo, size_t _cbStepTo,
                  size_t _nSamples) {
     if (_cbStepTo == _cbSample) return TakeChannelRow(_cbSample, _pFrom, _cbStepFrom, _pTo, _nSamples);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "zr/frame.h"
 #include "zr/records.h"
 
 namespace zr {
@@ -15,6 +16,9 @@ struct SOUND_BLOCK {
     uint8_t* p = nullptr;
     int64_t nSamples = 0;  // of each channel
 };
+
+// The sound of a frame, in its memory; null: it has none.
+SOUND_BLOCK SoundOf(IZrFFrame& _frame);
 
 // Copies one channel, samples of _cbSample bytes (1 to 4; others: nothing is done): those at _pFrom, every _cbStepFrom
 // bytes one, to _pTo, every _cbStepTo bytes one. The two do not overlap.

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "audio/audio_converter.h"
@@ -15,7 +16,7 @@
 
 namespace zr {
 
-inline constexpr int32_t kMaxTrackChannels = 32;
+inline constexpr int32_t kMaxTrackChannels = kMaxConvertedChannels;
 
 // A number for each channel of a track.
 template <class T>
@@ -39,6 +40,13 @@ public:
     void Begin(const TRACK_BLOCK& _block, bool _bMeasure) {
         now = _block;
         bMeasure = _bMeasure;
+        bMeasured |= _bMeasure;
+    }
+    // Nothing goes through it: its levels are those of silence.
+    void Silence() {
+        if (!std::exchange(bMeasured, false)) return;
+        metersIn.Reset();
+        metersOut.Reset();
     }
     const TRACK_BLOCK& Now() const { return now; }
     // The gains on the channels of the input where they stand. _nFirst: the track's first channel, of _nInputs. Effects
@@ -65,7 +73,7 @@ private:
     void FitOutputs();
 
     TRACK_BLOCK now;
-    bool bMeasure = false;
+    bool bMeasure = false, bMeasured = false;
     SOUND_BLOCK sound;  // what the block has become so far
     std::vector<uint8_t> arrTaken, arrFitted, arrOrdered, arrAdded;
     SoundGain gain;

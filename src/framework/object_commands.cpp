@@ -1,5 +1,7 @@
 #include "framework/object_commands.h"
 
+#include <cmath>
+
 #include <string>
 #include <string_view>
 
@@ -32,6 +34,12 @@ public:
     }
     // Of a key that a single value does not stand for.
     double Other(std::u16string_view _key, double _dblDefault) const { return pNode->AttributeOr(_key, _dblDefault); }
+    // A number of tracks or channels, below 0 all of them. False: none that there can be.
+    static bool Index(double _dbl, int32_t* _pn) {
+        if (!(std::fabs(_dbl) < 1e9)) return false;
+        *_pn = static_cast<int32_t>(_dbl);
+        return true;
+    }
     bool Switch(std::u16string_view _key, bool _bDefault) const {
         return pNode->AttributeOr(bPlain ? u"value" : _key, _bDefault);
     }
@@ -82,11 +90,13 @@ HRESULT AudioCommand(IZrAudio* _pAudio, std::u16string_view _command, const Comm
     const bool bGain = _command == u"gain" || (_command == u"audio" && _param.Has(u"gain"));
     const bool bMute = _command == u"mute" || (_command == u"audio" && _param.Has(u"mute"));
     if (!bGain && !bMute) return E_INVALIDARG;
-    const auto nChannel = static_cast<int32_t>(_param.Other(u"channel", -1));
+    int32_t nChannel = -1, nTrack = -1;
+    if (!CommandParam::Index(_param.Other(u"channel", -1), &nChannel) ||
+        !CommandParam::Index(_param.Other(u"track", -1), &nTrack))
+        return ZR_E_BAD_INDEX;
     const double dblRamp = _param.Other(u"ramp", 0.1);
     const bool bMuted = bMute && _param.Switch(u"mute", true);
     const double dblGain = bGain ? _param.Value(u"gain", 0.0) : 0.0;
-    const auto nTrack = static_cast<int32_t>(_param.Other(u"track", -1));
     const ZrPtr<IZrAllTracks> pAll = QueryAs<IZrAllTracks>(_pAudio);
     if (nTrack < 0 && pAll) {
         HRESULT hr = bGain ? pAll->AllTracksGainSet(nChannel, dblGain, dblRamp) : S_OK;
@@ -105,9 +115,12 @@ HRESULT TrackCommand(IZrAudio* _pAudio, const CommandParam& _param) {
     eZrAudioTrackMode eMode = eZrAT_Exclusive;
     const std::u16string mode = _param.Named(u"mode");
     if (!mode.empty() && !TrackModeOfName(mode, &eMode)) return E_INVALIDARG;
-    const auto nAddTo = static_cast<int32_t>(_param.Other(u"add-to", -1));
+    int32_t nAddTo = -1, nTrack = 0;
+    if (!CommandParam::Index(_param.Other(u"add-to", -1), &nAddTo) ||
+        !CommandParam::Index(_param.Value(u"track", 0), &nTrack))
+        return ZR_E_BAD_INDEX;
     const double dblGain = _param.Other(u"add-gain", 0.0);
-    return ForTracks(_pAudio, static_cast<int32_t>(_param.Value(u"track", 0)),
+    return ForTracks(_pAudio, nTrack,
                      [&](IZrAudioTrack& _track) { return _track.TrackModeSet(eMode, nAddTo, dblGain); });
 }
 

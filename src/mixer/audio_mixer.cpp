@@ -53,18 +53,14 @@ bool AudioMixer::TakeBackground(IZrFFrame& _frame, CCoZrItem* _pItem, const XMLN
         statistics.AddCount(nBackgroundReset, 1);
         DropBackground();
     }
-    ZRF_FRAME_INFO info;
-    if (Failed(_frame.ZrFAllGet(&info))) return false;
-    const ZR_AUD_PROPS& props = info.avProps.audProps;
-    if (!AudUsable(props) || info.lpAudio == 0 || info.cbAudio / AudBlockBytes(props) < kLeastSamples) return false;
-    SOUND_BLOCK block{props, reinterpret_cast<uint8_t*>(info.lpAudio), info.cbAudio / AudBlockBytes(props)};
+    const SOUND_BLOCK sound = SoundOf(_frame);
+    if (sound.nSamples < kLeastSamples) return false;
+    SOUND_BLOCK block = sound;
     if (_pItem) {
         backgroundMix.ReadKeys(kBackgroundId, *_pItem, _mixer, nKeysSet.load(std::memory_order_acquire));
         backgroundMix.Shape(&block);
     }
-    if (block.nSamples == 0) {  // no track goes out
-        block = {props, nullptr, info.cbAudio / AudBlockBytes(props)};
-    }
+    if (block.nSamples == 0) block = {sound.props, nullptr, sound.nSamples};  // no track goes out
     return Succeeded(
         background.PutAudio(block.props, block.p, block.nSamples * AudBlockBytes(block.props), true, true));
 }
@@ -78,6 +74,7 @@ HRESULT AudioMixer::DoMixing_I(IZrFFrame& _frame, CCoZrItem* _pBackground, const
     background.FormatSet(_output);
     if (_bBreak) DropBackground();
     const bool bBackground = TakeBackground(_frame, _pBackground, _mixer);
+    if (!bBackground && _pBackground) backgroundMix.NoSound(_output, _nClock);
     int64_t nSamples = bBackground ? background.Fill() : _nClock;
     if (bBackground) {
         for (const MIX_SOUND& sound : _arrStreams) {

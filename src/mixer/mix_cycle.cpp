@@ -521,7 +521,10 @@ HRESULT MixCycle::FinishFrame(PASS& _pass) {
 void MixCycle::ProcessAudio(IZrFFrame& _frame) {
     const XMLNodePtr& pObject = parts.props.Object();
     bTracks = pObject->AttributeOr(u"izraudio.enabled", true);
-    if (!bTracks) return;
+    if (!bTracks) {
+        parts.tracks.Pass(_frame, true);
+        return;
+    }
     parts.tracks.LoudnessSet(pObject->AttributeOr(u"izraudio.loudness", false));
     parts.tracks.Audio_Process(_frame);
 }

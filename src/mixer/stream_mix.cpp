@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "audio/gain_text.h"
+#include "platform/clock.h"
 #include "platform/wide_text.h"
 
 namespace zr {
@@ -43,6 +44,7 @@ void StreamMix::ReadKeys(std::u16string_view _streamId, CCoZrItem& _item, const 
     channels = chosen;
     const bool bRuns = _item.Node()->AttributeOr(u"izraudio.enabled", true);
     bRerouted |= bRuns != std::exchange(bEnabled, bRuns);
+    if (!bEnabled) pTracks->Silence();
     pTracks->LoudnessSet(bEnabled && _item.Node()->AttributeOr(u"izraudio.loudness", false));
     ReadGains_I(_streamId, _item, _mixer);
 }
@@ -105,11 +107,17 @@ bool StreamMix::Process(const ZR_AUD_PROPS& _output, int64_t _nSamples, bool _bB
         } else {
             _pBlock->nSamples = 0;
         }
+    } else {
+        NoSound(_output, _nSamples);
     }
     if (_pBlock->nSamples < _nSamples) End(_output, _nSamples, _pBlock);
     _pBlock->nSamples = edge.Smooth(_output, _pBlock->p, _pBlock->nSamples, _nSamples,
                                     _bBroken || bTracks || std::exchange(bRerouted, false));
     return bWhole;
+}
+
+void StreamMix::NoSound(const ZR_AUD_PROPS& _output, int64_t _nSamples) {
+    if (HasTracks()) pTracks->ProcessSilence(_nSamples * kTicksPerSecond / _output.nSamplesPerSec);
 }
 
 void StreamMix::Shape(SOUND_BLOCK* _pBlock) {

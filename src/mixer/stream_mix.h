@@ -32,6 +32,8 @@ public:
     // Of a sound that others bring into the layout of the output: chooses the channels and runs the tracks, and joins
     // on what was heard where that changes. What is changed is a copy, in memory that lasts until the next call.
     void Shape(SOUND_BLOCK* _pBlock);
+    // There was no sound for so many samples of the output: the ramps and levels of the tracks go on.
+    void NoSound(const ZR_AUD_PROPS& _output, int64_t _nSamples);
     // Whether it would be a step if nothing more came.
     bool EndsLoud() { return dblLastGain != 0 && edge.EndsLoud(); }
     // What was heard before is past: the next block begins anew, and its gain at 0.

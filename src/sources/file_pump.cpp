@@ -434,12 +434,14 @@ ZrPtr<IZrFFrame> FilePump::ShapeSound(const ZrPtr<IZrFFrame>& _pFrame) {
     parts.tracks.LoudnessSet(bEnabled && pObject->AttributeOr(u"izraudio.loudness", false));
     const bool bTracks = bEnabled && !parts.tracks.IsIdle();
     const bool bKeys = audioKeys.IsDue(*pObject);
-    if (!bTracks && !bKeys) {
+    if (!bTracks && !bKeys && !parts.tracks.IsPassDue(!bEnabled)) {
+        parts.tracks.Pass(*_pFrame, !bEnabled);
         audioKeys.Pass(*_pFrame);
         return _pFrame;
     }
     ZrPtr<IZrFFrame> pOut;
     if (Failed(_pFrame->ZrFClone(pOut.Out(), eZrFC_Reference, eZrFCC_Default))) return _pFrame;
+    if (!bTracks) parts.tracks.Pass(*pOut, !bEnabled);
     if (bTracks && Failed(parts.tracks.Audio_Process(*pOut))) return _pFrame;
     bKeys ? audioKeys.Apply(*pOut, *pObject) : audioKeys.Pass(*pOut);
     return pOut;

@@ -258,6 +258,16 @@ TEST(AudioBuffer, EightBitsAreNotSilent) {
     for (size_t i = 0; i < 6; ++i) EXPECT_EQ(block.p[2 * i] * 1000 + block.p[2 * i + 1], kHalf[i] * 1000 + 128) << i;
 }
 
+// More channels than a track has are several, of which the first goes to the first.
+TEST(LayoutMap, TakesMoreChannelsThanATrackHas) {
+    std::vector<int16_t> sound(64, 100);
+    std::fill_n(sound.begin(), 32, int16_t{1});
+    SOUND_BLOCK block{{64, 48000, 16, 0}, reinterpret_cast<uint8_t*>(sound.data()), 1};
+    LayoutMap map;
+    ASSERT_TRUE(map.Map({4, 48000, 16, 0}, &block));
+    for (int c = 0; c < 4; ++c) EXPECT_EQ(reinterpret_cast<const int16_t*>(block.p)[c], 32 / 4) << c;
+}
+
 // --- Where sound begins and ends
 
 struct EDGE_CASE {

@@ -13,6 +13,7 @@
 
 #include "attributes/co_xml_node.h"
 #include "audio/audio_tracks.h"
+#include "platform/clock.h"
 #include "support/allocation_count.h"
 #include "zr/utf8.h"
 
@@ -374,6 +375,16 @@ TEST(Tracks, SavedAndLoadedTheySoundTheSame) {
     pNode->Write(xml);
     const XMLNodePtr pAgain = CoXMLNode::Create(u"audio");
     ASSERT_EQ(pAgain->Parse(xml), S_OK);
+    // What was set there before does not stay, not even where it is now as in a new track.
+    for (int32_t i = 0; i < 2; ++i) {
+        two.tracks.AudioTracksSetCount_I(2);
+        const TrackPtr pTrack = two.Track(i);
+        pTrack->TrackGainSet(-1, -20, 0);
+        pTrack->TrackMuteSet(2, 1, 0);
+        pTrack->TrackModeSet(eZrAT_Exclusive, 0, 0);
+        pTrack->TrackChannelOrderSet(0, 1, 0);
+        QueryAs<IZrProps>(pTrack.Get())->PropsSet(u"dyn_amplify::enabled", u"true");
+    }
     two.tracks.Load(*pAgain);
     EXPECT_EQ(one.Next(960), two.Next(960));
     const auto arrOne = one.Next(960), arrTwo = two.Next(960);
@@ -390,6 +401,7 @@ TEST(Tracks, LevelsAroundTheGains) {
     show.tracks.AudioTracksSetCount_I(1);
     const TrackPtr pTrack = show.Track(0);
     pTrack->TrackGainSet(-1, -20, 0);
+    EXPECT_EQ(pTrack->TrackGainSet(-1, 0, INFINITY), E_INVALIDARG) << "a ramp without an end is none";
     show.Next(960);
     ZR_AUDIO_TRACK_LOUDNESS in, out;
     ASSERT_EQ(pTrack->TrackLoudnessGet(&in, &out), S_OK);
@@ -405,6 +417,25 @@ TEST(Tracks, LevelsAroundTheGains) {
     EXPECT_NEAR(in.arrRMS[0], 0, 0.01);
     EXPECT_NEAR(out.arrRMS[1], -20, 0.01);
     EXPECT_EQ(out.arrEBUMode_I, ZR_AUDIO_TRACK_LOUDNESS().arrEBUMode_I) << "not asked for";
+    // A stream that ends holds for its last few samples too what is set, and its levels fall as in silence; those of a
+    // track that is gone are silent at once.
+    pTrack->TrackMuteSet(-1, 1, 0);
+    EXPECT_EQ(show.Next(3), (std::vector<std::vector<double>>(2, {0, 0, 0})));
+    show.tracks.ProcessSilence(kTicksPerSecond / 10);
+    pTrack->TrackLoudnessGet(&in, &out);
+    EXPECT_TRUE(std::isinf(in.arrRMS[0]));
+    EXPECT_TRUE(in.arrVUMeter[0] < -1 && std::isfinite(in.arrVUMeter[0])) << in.arrVUMeter[0];
+    show.props.nTrackSplitBits = 0x1;
+    show.Next(960);
+    const TrackPtr pSecond = show.Track(1);
+    pSecond->TrackLoudnessGet(&in, nullptr);
+    EXPECT_EQ(in.nValidChannels, 1);
+    show.props.nTrackSplitBits = 0;
+    show.Next(960);
+    pSecond->TrackLoudnessGet(&in, nullptr);
+    EXPECT_EQ(in.nValidChannels, 0);
+    pTrack->TrackMuteSet(-1, 0, 0);
+    pTrack->TrackChannelOrderSet(0, 0, 0);
     // With loudness tracks are measured whoever looks at them.
     AudioTracks quiet(AudioTracks::Levels::kOnDemand);
     quiet.LoudnessSet(true);

@@ -371,6 +371,11 @@ TEST_P(SoundShowTest, NothingThatChangesOnAirClicks) {
     ASSERT_EQ(pMixer.As<IZrAudio>()->AudioTrackGetByIndex(0, nullptr, pOut.Out()), S_OK);
     Change("another order of the output", 0, [&] { pOut->TrackChannelOrderSet(1, 0, 1); });
     Change("its own", kLevel, [&] { pOut->TrackChannelOrderSet(1, 0, 0); });
+    pOut->TrackMuteSet(-1, 1, 0.1);
+    SleepFor(kTicksPerSecond / 2);
+    Change("past the muted track", kLevel, [&] { pProps->PropsSet(u"object::izraudio.enabled", u"false"); });
+    Change("through it", 0, [&] { pProps->PropsSet(u"object::izraudio.enabled", u"true"); });
+    pOut->TrackMuteSet(-1, 0, 0.1);
     const auto pKeys = pOut.As<IZrProps>();
     pKeys->PropsSet(u"compressor::threshold_db", u"-40");
     pKeys->PropsSet(u"compressor::ratio", u"20");

@@ -8,6 +8,7 @@
 #include "platform/thread.h"
 #include "support/stress.h"
 #include "zr/audio.h"
+#include "zr/utf8.h"
 
 namespace zr {
 namespace {
@@ -104,6 +105,8 @@ TEST_P(SoundTest, OutputTracksAreCommandedSavedAndLoaded) {
     EXPECT_EQ(Heard(), (Levels{0, 2200, 30, 3000, 300, 300}));
     EXPECT_EQ(Command(u"mute", u"false"), S_OK);
     EXPECT_EQ(Command(u"audio-track", u"track=1 mode=disabled-addto add-to=0 add-gain=0"), S_OK);
+    for (const char16_t* const sz : {u"gain=-6 track=1e99", u"gain=-6 track=-1e99", u"gain=-6 channel=1e99"})
+        EXPECT_EQ(Command(u"audio", sz), ZR_E_BAD_INDEX) << ToUtf8(sz);
     EXPECT_EQ(Heard(), (Levels{1130, 5200}));
     EXPECT_EQ(Command(u"gain", u"-20"), S_OK);
     EXPECT_EQ(Command(u"gain", u"track=7"), ZR_E_BAD_INDEX);
