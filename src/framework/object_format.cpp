@@ -12,6 +12,9 @@
 namespace zr {
 namespace {
 
+// Frames a second; the length of one is counted in 100 ns.
+constexpr double kMostRate = 10000;
+
 constexpr ZR_AUD_PROPS arrAudioFormats[] = {
     {1, 48000, 16, 0},  {2, 48000, 16, 0},  {2, 48000, 24, 0}, {2, 48000, -32, 0}, {6, 48000, 16, 0},
     {6, 48000, 24, 0},  {8, 48000, 16, 0},  {8, 48000, 24, 0}, {16, 48000, 16, 0}, {16, 48000, 24, 0},
@@ -60,6 +63,7 @@ HRESULT ObjectFormat::VideoSet(eZrFormatType _eFormatType, const ZR_VID_PROPS* _
     if (_eFormatType < 0 || _eFormatType >= kTypes) return E_INVALIDARG;
     ZR_VID_PROPS props = *_pVidProps;
     if (props.eVideoFormat != eZrVF_Custom && !RowOf(props.eVideoFormat)) return E_INVALIDARG;
+    if (!(props.dblRate <= kMostRate)) return E_INVALIDARG;  // what is no number neither
     const bool bDisabled = props.eVideoFormat == eZrVF_Disabled;
     const bool bRateOnly = props.eVideoFormat == eZrVF_Custom && props.nWidth == 0 && props.nHeight == 0;
     if (bDisabled) {

@@ -10,13 +10,12 @@
 #include "media/vid_props.h"
 #include "platform/clock.h"
 #include "platform/trace.h"
+#include "scenes/element_names.h"
 #include "scenes/element_select.h"
 
 namespace zr {
 
 namespace {
-
-constexpr NameKey keyForeground{u"foreground"};
 
 // Keeps a record with an element; the object changes only when the record does. _kept: the one that it has.
 void KeepProps(CoElement& _element, const NameKey& _key, const ZR_VID_PROPS& _props, ZR_VID_PROPS& _kept) {
@@ -57,7 +56,7 @@ bool DrawStep::WalkScene(const ZR_VID_PROPS& _output, std::span<const DRAW_STREA
     canvas.Begin(_output);
     arrBlocks.clear();
     arrDrawn.clear();
-    ElementPtr pForeground = _pScene ? _pScene->FindChild(keyForeground) : ElementPtr();
+    ElementPtr pForeground = _pScene ? _pScene->FindChild(element::kForeground) : ElementPtr();
     if (!pForeground) pForeground = ElementPtr(_pScene);  // a scene that has none is one itself
     DrawContext draw, collect;
     if (pForeground) {

@@ -26,6 +26,8 @@ HRESULT LoadVideo(const CoElement& _node, ObjectFormat& _format) {
     ZR_VID_PROPS props;
     ReadVidProps(Find, &props);
     if (!bSaid) return S_OK;
+    // A size alone is enough: the pixels are then those that such a picture usually has.
+    if (props.eVideoFormat == eZrVF_Custom && props.fccType == eZrFCC_Default) NormalizeProps(&props, true);
     // A name that there is not leaves a record without a picture.
     if (props.eVideoFormat != eZrVF_Disabled && !PropsValid(&props, true)) return E_INVALIDARG;
     return _format.VideoSet(eZrFT_Convert, &props);

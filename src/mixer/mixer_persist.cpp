@@ -183,9 +183,8 @@ void MixerPersist::LoadStreams(CoElement& _node, LOADING& _loading) {
     }
     // All that is new is there. First goes what has no place any more, as its source may have got another one.
     for (int32_t i = 0; parts.streams.At(i, here);) {
-        const bool bNamed = std::any_of(arrPlaces.begin(), arrPlaces.end(), [&](const PLACE& _place) {
-            return EqualNoCase(_place.strId, here.pStream->Id());
-        });
+        const bool bNamed = std::any_of(arrPlaces.begin(), arrPlaces.end(),
+                                        [&](const PLACE& _place) { return _place.strId == here.pStream->Id(); });
         if (bNamed || parts.inputs.RemoveByIndex(i, 0, 0) != S_OK) ++i;
     }
     int32_t nPlace = 0;

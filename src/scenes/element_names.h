@@ -44,6 +44,7 @@ inline constexpr NameKey kDstRect{u"dst_rect"};
 
 inline constexpr NameKey kScene{u"zr_scene"};
 inline constexpr NameKey kView{u"view"};
+inline constexpr NameKey kForeground{u"foreground"};  // the usual place for a scene's elements
 
 inline bool IsOneOf(uint64_t _nHash, std::initializer_list<NameKey> _arrKeys) {
     return HasHash({_arrKeys.begin(), _arrKeys.size()}, _nHash);

@@ -12,8 +12,6 @@ namespace zr {
 
 namespace {
 
-constexpr NameKey keyForeground{u"foreground"};
-
 constexpr NameKey keyPos{u"pos"}, keySpos{u"spos"}, keyMaintainAr{u"maintain_ar"}, keyStreamID{u"stream_id"},
     keyStreamIdx{u"stream_idx"}, keyMask{u"mask"}, keyScreenMask{u"screen_mask"}, keyBorders{u"borders"},
     keyBordersColour{u"borders_color"}, keyCut{u"cut_offscreen"}, keyForceCc{u"force_cc"};
@@ -28,7 +26,7 @@ constexpr NameKey arrTypes[] = {u"group",   u"block", u"img",    u"video",      
 int32_t TypeOf(uint64_t _nHash) {
     for (size_t i = 0; i < std::size(arrTypes); ++i)
         if (arrTypes[i].nHash == _nHash) return static_cast<int32_t>(i);
-    if (_nHash == keyForeground.nHash) return kGroup;  // the usual place for a scene's elements
+    if (_nHash == element::kForeground.nHash) return kGroup;
     return element::IsSettingNode(_nHash) ? kSetting : kUnknown;
 }
 

@@ -41,8 +41,14 @@ ElementPtr MakeRoot(const std::shared_ptr<ScenesShared>& _pShared) {
 
 // What a scene without a description holds.
 void FillEmpty(CoElement& _root) {
-    _root.Find(u"foreground", true);
+    _root.Find(kForeground.text, true);
     _root.Find(kView.text, true);
+}
+
+// Wherever the drawing looks for it.
+void RemoveHighlight(CoElement& _root) {
+    _root.RemoveAttribute(kHighlight.text);
+    if (const ElementPtr pForeground = _root.FindChild(kForeground)) pForeground->RemoveAttribute(kHighlight.text);
 }
 
 }  // namespace
@@ -272,7 +278,7 @@ HRESULT ScenesSet::ActiveGet(BSTR* _pbsID, int32_t* _pnIndex, IZrElements** _ppS
 void ScenesSet::Deactivate(bool _bReset, EVENTS& _events) {
     _events.push_back({std::u16string(arrScenes.NameAt(PositionOf(pActive))), false});
     pActive->bSceneActive = false;
-    pActive->RemoveAttribute(kHighlight.text);
+    RemoveHighlight(*pActive);
     RestoreSelections(*pActive);
     if (_bReset) pShared->Discard(pActive->TakeObjectsBelow(arrKeptByReset));
 }
@@ -286,7 +292,7 @@ void ScenesSet::Activate(const ElementPtr& _pRoot, bool _bReset, bool _bRestart,
     AddSchema(*pNew);
     _events.push_back({std::u16string(arrScenes.NameAt(PositionOf(pNew))), true});
     if (_bRestart) pShared->Discard(pNew->TakeObjectsBelow());
-    pNew->RemoveAttribute(kHighlight.text);
+    RemoveHighlight(*pNew);
 }
 
 HRESULT ScenesSet::ActiveSet(const char16_t* _bsID, const char16_t* _bsParameters) {

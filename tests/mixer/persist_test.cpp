@@ -131,7 +131,8 @@ TEST_F(PersistTest, ComesBackTheSame) {
     EXPECT_EQ(TextOf(p, u"scenes").find("mixer_streams"), string::npos);
 }
 
-// The output format goes along; what asks for one that there is not leaves the present one.
+// The output format goes along; what asks for one that there is not leaves the present one, and what leaves it open
+// gets what is usual.
 TEST_F(PersistTest, TheFormatComesBack) {
     auto p = NewMixer();
     ZR_VID_PROPS video{.eVideoFormat = eZrVF_HD720_50p, .fccType = eZrFCC_ARGB32};
@@ -141,9 +142,11 @@ TEST_F(PersistTest, TheFormatComesBack) {
     const string strText = TextOf(p);
     p = NewMixer();
     EXPECT_EQ(p->PersistLoad(nullptr, ToUtf16(strText).c_str(), nullptr), S_OK);
-    EXPECT_EQ(
-        p->PersistLoad(nullptr, u"<zr_config><format video_format='HD9000' audio_channels='-1'/></zr_config>", nullptr),
-        S_OK);
+    for (const char16_t* sz : {u"video_format='HD9000' audio_channels='-1'", u"width='90' height='160' rate='1e300'",
+                               u"video_format='HD720-50p' rate='20000'"})
+        EXPECT_EQ(
+            p->PersistLoad(nullptr, (u"<zr_config><format " + std::u16string(sz) + u"/></zr_config>").c_str(), nullptr),
+            S_OK);
     EXPECT_EQ(TextOf(p), strText);
     ZR_VID_PROPS props;
     ZR_AUD_PROPS audioNow;
@@ -152,6 +155,12 @@ TEST_F(PersistTest, TheFormatComesBack) {
     EXPECT_EQ(props.eVideoFormat, eZrVF_HD720_50p);
     EXPECT_EQ(props.fccType, eZrFCC_ARGB32);
     EXPECT_EQ(audioNow.nChannels * 1000 + audioNow.nBitsPerSample, 6024);
+    // A size of its own, upright as for a telephone, says enough.
+    EXPECT_EQ(p->PersistLoad(nullptr, u"<zr_config><format width='90' height='160' rate='25'/></zr_config>", nullptr),
+              S_OK);
+    pMixer.As<IZrFormat>()->FormatVideoGet(eZrFT_Convert, &props, nullptr, nullptr);
+    EXPECT_EQ(props.nWidth * 1000 + props.nHeight, 90160);
+    EXPECT_EQ(props.fccType, eZrFCC_UYVY);
 }
 
 // A change that is under way is not saved, only where it goes; what is fading out for good is gone.
@@ -220,7 +229,7 @@ TEST_F(PersistTest, KeepsWhatItNamesAgain) {
     const ZrPtr<IZrItem> pOne = item(0), pTwo = item(1);
     const ZrPtr<IUnknown> pOneSource = source(0), pTwoSource = source(1);
     pOne.As<IZrProps>()->PropsSet(u"drop_frames", u"true");
-    EXPECT_EQ(pStreams->StreamsAdd(u"more", nullptr, u"red", nullptr, nullptr, 0), S_OK);
+    EXPECT_EQ(pStreams->StreamsAdd(u"ONE", nullptr, u"red", nullptr, nullptr, 0), S_OK);
     const auto count = [&](std::u16string_view _event) {
         SleepFor(kTicksPerSecond / 10);  // events go out on a thread of their own
         MutexLock lock(mtx);

@@ -109,7 +109,8 @@ TEST_F(Scenes, LoseObjectsAsAsked) {
     const ElementPtr pA = Scene(u"scene_000"), pB = Scene(u"b");
     mark(pA), mark(pB);
     pA->Parse(
-        u"<zr_scene highlight_item='v'><foreground/><video id='v' selected='true' x='1'><_sel_restore_ "
+        u"<zr_scene highlight_item='v'><foreground highlight_item='v'/><video id='v' selected='true' "
+        u"x='1'><_sel_restore_ "
         u"x='0.1'/></video></zr_scene>");
     mark(pA);
     set.ActiveSet(u"b", u"reset=false");
@@ -117,6 +118,7 @@ TEST_F(Scenes, LoseObjectsAsAsked) {
     EXPECT_EQ(kept(pB), 3);
     EXPECT_EQ(XmlOf(*pA->Find(u"v")), "<video id='v' x='0.1'/>");
     EXPECT_FALSE(pA->HasAttribute(u"highlight_item"));
+    EXPECT_EQ(XmlOf(*pA->Find(u"foreground")), "<foreground/>") << "nor the foreground's";
     set.ActiveSet(u"scene_000", u"restart=true");
     EXPECT_EQ(kept(pA), 0);
     EXPECT_EQ(kept(pB), 2);
