@@ -33,8 +33,8 @@ struct IZrFormat : IUnknown {
     virtual HRESULT FormatAudioGetCount(eZrFormatType _eFormatType, int32_t* _pnCount) = 0;
     virtual HRESULT FormatAudioGetByIndex(eZrFormatType _eFormatType, int32_t _nIndex, ZR_AUD_PROPS* _pAudProps,
                                           BSTR* _pbsName) = 0;
-    // Chooses channels (at most 128), rate in Hz and bits (16, 20, 24, 32; -32 for float). A record of zeros leaves the
-    // choice to the object.
+    // Chooses channels (at most 128), rate in Hz (at most 768000) and bits (16, 20, 24, 32; -32 for float). A record of
+    // zeros leaves the choice to the object.
     virtual HRESULT FormatAudioSet(eZrFormatType _eFormatType, const ZR_AUD_PROPS* _pAudProps) = 0;
     virtual HRESULT FormatAudioGet(eZrFormatType _eFormatType, ZR_AUD_PROPS* _pAudProps, int32_t* _pnIndex,
                                    BSTR* _pbsName) = 0;

@@ -248,6 +248,11 @@ int64_t ZrAudioConverter::Run(ROWS<SAMPLE>& _rows, std::vector<RESAMPLER>& _arrR
     nResults = std::min(nResults, _nRoom);
 
     if constexpr (kFloat) {
+        // Nothing changes: not even what float has no bits for.
+        if (AudSameFormat(src, dst) && _arrResamplers[0].Copies()) {
+            std::memcpy(_pDst, _pSrc, nResults * static_cast<size_t>(AudBlockBytes(dst)));
+            return static_cast<int64_t>(nResults);
+        }
         const bool bDone = dst.nBitsPerSample == -32;
         uint8_t* const pTo = bDone ? _pDst : arrPacked.data();
         Join(_rows.arrOut.data(), nStride, nDst, nResults, reinterpret_cast<float*>(pTo));

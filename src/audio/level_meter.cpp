@@ -1,6 +1,7 @@
 #include "audio/level_meter.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -78,7 +79,6 @@ void IPPMeterBase::Start(int32_t _nRate, size_t _nSamples) {
 
 void IPPMeterBase::Add(size_t _nSamples, double _dblSquares, double _dblPeak, double _dblLevelSum,
                        double _dblSpeedSum) {
-    if (!std::isfinite(_dblSquares)) _dblSquares = _dblPeak = _dblLevelSum = _dblSpeedSum = 0;
     dblSquares += _dblSquares;
     dblPeak = std::max(dblPeak, _dblPeak);
     needle.Advance(_nSamples, _dblLevelSum, _dblSpeedSum);
@@ -126,6 +126,18 @@ void IPPMeter16s::ProcessPair(const void* _pSamples, size_t _nSamples, int32_t _
     }
 }
 
+namespace {
+
+// What is no number is nothing, and what is beyond any level is the loudest that can be squared and summed.
+const float* Measurable(const float* _p, size_t _nSamples, std::array<float, VuNeedle::kMost>& _arr) {
+    static constexpr float kMostLevel = 1e12f;
+    std::transform(_p, _p + _nSamples, _arr.begin(),
+                   [](float _f) { return std::isnan(_f) ? 0.0f : std::clamp(_f, -kMostLevel, kMostLevel); });
+    return _arr.data();
+}
+
+}  // namespace
+
 void IPPMeter32f::Process(const void* _pSamples, size_t _nSamples, int32_t _nRate, float* _pfRMS, float* _pfPeak,
                           float* _pfVU) {
     const auto* pSamples = static_cast<const float*>(_pSamples);
@@ -134,6 +146,10 @@ void IPPMeter32f::Process(const void* _pSamples, size_t _nSamples, int32_t _nRat
         const size_t n = std::min(_nSamples - x, VuNeedle::kMost);
         LEVEL_SUMS sums;
         LevelRow32f(pSamples + x, needle.LevelWeights(n), needle.SpeedWeights(n), n, &sums);
+        if (!std::isfinite(sums.fSquares)) {
+            std::array<float, VuNeedle::kMost> arr;
+            LevelRow32f(Measurable(pSamples + x, n, arr), needle.LevelWeights(n), needle.SpeedWeights(n), n, &sums);
+        }
         Add(n, sums.fSquares, sums.fPeak, sums.fFirst, sums.fSecond);
         x += n;
     }

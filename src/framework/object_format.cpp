@@ -113,7 +113,7 @@ HRESULT ObjectFormat::AudioSet(eZrFormatType _eFormatType, const ZR_AUD_PROPS* _
     if (_eFormatType < 0 || _eFormatType >= kTypes) return E_INVALIDARG;
     const bool bNone = _pAudProps->nChannels == 0 && _pAudProps->nSamplesPerSec == 0 && _pAudProps->nBitsPerSample == 0;
     if (!bNone && (!AudUsable(*_pAudProps) || AudBytesPerSample(_pAudProps->nBitsPerSample) < 2 ||
-                   _pAudProps->nChannels > kMaxAudioChannels)) {
+                   _pAudProps->nChannels > kMaxAudioChannels || _pAudProps->nSamplesPerSec > kMaxSampleRate)) {
         return E_INVALIDARG;
     }
     MutexLock lock(mtx);

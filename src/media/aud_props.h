@@ -12,7 +12,8 @@
 
 namespace zr {
 
-inline constexpr int32_t kMaxAudioChannels = 128;  // in one frame; more are ignored
+inline constexpr int32_t kMaxAudioChannels = 128;   // in one frame; more are ignored
+inline constexpr int32_t kMaxSampleRate = 768'000;  // Hz, of an output
 
 // Bytes of one sample of one channel by nBitsPerSample: 8 and 16 as they are, 20 and 24 in three bytes (20 in the upper
 // bits), 32 and -32 (float) in four. 0 for any other number.

@@ -258,6 +258,22 @@ TEST(AudioBuffer, EightBitsAreNotSilent) {
     for (size_t i = 0; i < 6; ++i) EXPECT_EQ(block.p[2 * i] * 1000 + block.p[2 * i + 1], kHalf[i] * 1000 + 128) << i;
 }
 
+// Float has not the bits of all 32-bit samples.
+TEST(AudioConverter, EqualFormatsAreCopied) {
+    const ZR_AUD_PROPS props{1, 48000, 32, 0};
+    std::vector<int32_t> in(1000), out(1004);
+    for (size_t i = 0; i < in.size(); ++i) in[i] = static_cast<int32_t>(i * 2654435761u);
+    ZrAudioConverter converter;
+    ASSERT_EQ(converter.Init(props, props, 1000, 1.0), S_OK);
+    auto cb = static_cast<int32_t>(4 * out.size());
+    ASSERT_EQ(converter.Convert(reinterpret_cast<const uint8_t*>(in.data()), 4000,
+                                reinterpret_cast<uint8_t*>(out.data()), &cb, 1.0),
+              S_OK);
+    ASSERT_EQ(cb, 4000);
+    out.resize(1000);
+    EXPECT_EQ(out, in);
+}
+
 // More channels than a track has are several, of which the first goes to the first.
 TEST(LayoutMap, TakesMoreChannelsThanATrackHas) {
     std::vector<int16_t> sound(64, 100);

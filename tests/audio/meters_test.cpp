@@ -157,7 +157,15 @@ TEST(LevelMeter, SwingsAsAVuMeterHoweverTheBlocksFall) {
             EXPECT_NEAR(fVU, 20 * std::log10(point.dblLevel), 0.002) << point.nSamples;
         }
         arrOnes[40] = std::numeric_limits<float>::quiet_NaN();
-        meter.Process(arrOnes.data(), 100, 48000, nullptr, nullptr, &fVU);
+        float fRMS = 0, fPeak = 0;
+        meter.Process(arrOnes.data(), 100, 48000, &fRMS, &fPeak, &fVU);
+        EXPECT_NEAR(fRMS, 10 * std::log10(2 * 0.99), 0.001) << "the others are measured";
+        EXPECT_NEAR(fPeak, 0, 0.001);
+        arrOnes[40] = 1e30f;
+        IPPMeter32f loud;
+        loud.Process(arrOnes.data(), 100, 48000, &fRMS, &fPeak, nullptr);
+        EXPECT_GT(fRMS, 100);
+        EXPECT_GT(fPeak, 100);
         arrOnes[40] = 1;
         meter.Process(arrOnes.data(), 48000, 48000, nullptr, nullptr, &fVU);
         EXPECT_NEAR(fVU, 0, 0.01) << "a sample that is no number has left something behind";
