@@ -134,6 +134,8 @@ void Show::SetFormat(const SHOW_OPTIONS& _options) {
         const zr::eZrFCC fccType = props.fccType;
         props = FindFormat(pFormat.Get(), _options.format);
         if (fccType != zr::eZrFCC_Default) props.fccType = fccType, props.nRowBytes = 0;
+    } else if (props.nWidth > 0 && props.dblRate <= 0) {
+        props.dblRate = 25;
     } else if (props.dblRate <= 0) {
         props = {};
         props.eVideoFormat = zr::eZrVF_HD1080_25p;
