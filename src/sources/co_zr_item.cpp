@@ -74,13 +74,13 @@ HRESULT CCoZrItem::MakeFile(std::u16string_view _path, std::u16string_view _line
     return InterfaceCall([&] {
         const ZrPtr<IZrProps> pProps = pFileObject.As<IZrProps>();
         if (pProps) pProps->PropsSet(u"object::auto_start", u"false");
-        const XMLNodePtr pOwnFormat = FormatOfLine(_line);
+        const XMLNodePtr pSaid = FormatOfLine(_line);
         HRESULT hr = pFile->FileNameSet(std::u16string(_path).c_str(), CompleteFileLine(_line, _output).c_str());
         if (Succeeded(hr)) hr = pFileObject->ObjectStart(nullptr);
         if (Succeeded(hr)) {
             _pItem = Make(pFileObject.Get(), _path, std::make_shared<OwnedSource>(pFileObject.Get()), _ePlace);
             if (!_pItem) hr = E_OUTOFMEMORY;
-            if (_pItem) _pItem->pOwnFormat = pOwnFormat;
+            if (_pItem) _pItem->pOwnFormat = pSaid;
         }
         if (Failed(hr)) pFileObject->ObjectClose();
         return Failed(hr) ? hr : S_OK;
