@@ -24,7 +24,8 @@ struct IZrFormat : IUnknown {
                                           BSTR* _pbsName) = 0;
     // Chooses a format. A named eVideoFormat fills what the other fields leave 0; eZrVF_Custom takes the fields alone;
     // eZrVF_Disabled switches the picture off; a record of zeros leaves the choice to the object. Odd widths of 4:2:2
-    // and odd heights of interlaced formats go down to even.
+    // and odd heights of interlaced formats go down to even. E_INVALIDARG: no such format, or a rate above 10000 or
+    // that is no number.
     virtual HRESULT FormatVideoSet(eZrFormatType _eFormatType, const ZR_VID_PROPS* _pVidProps) = 0;
     // The format in effect, its position in the list or -1, and its name.
     virtual HRESULT FormatVideoGet(eZrFormatType _eFormatType, ZR_VID_PROPS* _pVidProps, int32_t* _pnIndex,
