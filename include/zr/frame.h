@@ -34,7 +34,9 @@ struct IZrFrame : IUnknown {
     virtual HRESULT FrameTimeSet(const ZR_TIME* _pTime) = 0;
     // The interleaved samples. _pcbSize: bytes; _ppbAudio: address, 0 with size 0 when the frame has no audio.
     virtual HRESULT FrameAudioGetBytes(int32_t* _pcbSize, int64_t* _ppbAudio) = 0;
-    // The picture's first row in memory. _pcbSize: bytes of all planes; 0 and address 0 when there is no picture.
+    // The picture's first row in memory. _pcbSize: bytes of all planes; 0 and address 0 when there is no picture. What
+    // is written there shows in all frames that share the picture. A picture that is still a decoder's moves to memory
+    // of its own first. E_OUTOFMEMORY.
     virtual HRESULT FrameVideoGetBytes(int32_t* _pcbSize, int64_t* _ppbVideo) = 0;
     // A bitmap handle of the window system. E_NOTIMPL and 0 where the system has none, as on Linux.
     virtual HRESULT FrameVideoGetHbitmap(int64_t* _pllHBitmap) = 0;
@@ -104,7 +106,8 @@ struct IZrFFrame : IUnknown {
     virtual HRESULT ZrFTimeSet(const ZR_TIME* _pTime) = 0;
     // _pnRes: the bits of _eFlagCheck that the frame has set, 0 for none.
     virtual HRESULT ZrFFlagCheck(eZrFrameFlags _eFlagCheck, int32_t* _pnRes) = 0;
-    // Time, format, sizes, addresses and counts of attachments in one call.
+    // Time, format, sizes, addresses and counts of attachments in one call. The address of the picture is one to read
+    // from: see ZrFVideoGetBytes, and for where further planes are ZrFVideoGetBytesEx.
     virtual HRESULT ZrFAllGet(ZRF_FRAME_INFO* _pFrameInfo) = 0;
     // As FrameAudioGetBytes.
     virtual HRESULT ZrFAudioGetBytes(int32_t* _pcbSize, int64_t* _ppbAudio) = 0;
@@ -226,7 +229,8 @@ struct IZrFFrame : IUnknown {
                                    eZrFOverlayFlags _eZrFOverlayFlags, double _dblAlpha, const char16_t* _bsPropsList,
                                    const char16_t* _bsAudioBufferID) = 0;
     // The picture by planes: address, size in pixels and row bytes (negative for a picture stored bottom-up) of each;
-    // planes that the format does not have are 0.
+    // planes that the format does not have are 0. As for ZrFVideoGetBytes, the addresses are those of the frame's own
+    // memory.
     virtual HRESULT ZrFVideoGetBytesEx(ZRF_VID_PTR* _pVideoPtr) = 0;
     // A new stream in memory that holds what ZrFSave gives, position at its start. The caller releases it.
     virtual HRESULT ZrFSaveToStream(IStream** _ppStream, eZrFrameClone _eSaveType) = 0;

@@ -53,6 +53,25 @@ private:
     std::vector<CZrFrame*> arrFree ZR_GUARDED_BY(mtx);
 };
 
+// Guards the pictures of frames with borrowed memory: where one lies changes when somebody asks for an address, while
+// others may be sharing the frame. A leaf but for the pool of memory.
+Mutex mtxBorrowed;
+
+class BorrowedLock {
+public:
+    explicit BorrowedLock(const Picture& _picture) ZR_NO_THREAD_SAFETY_ANALYSIS : bHeld(_picture.bBorrowed) {
+        if (bHeld) mtxBorrowed.Lock();
+    }
+    ~BorrowedLock() ZR_NO_THREAD_SAFETY_ANALYSIS {
+        if (bHeld) mtxBorrowed.Unlock();
+    }
+    BorrowedLock(const BorrowedLock&) = delete;
+    BorrowedLock& operator=(const BorrowedLock&) = delete;
+
+private:
+    const bool bHeld;
+};
+
 uint32_t ThisProcess() {
     static const uint32_t nProcess = ProcessId();
     return nProcess;
@@ -121,7 +140,7 @@ HRESULT CZrFrame::ZrFAVPropsSet(const ZR_AV_PROPS* _pProps, const char16_t* _bsC
     if (bRemap && newAudio.nChannels == static_cast<int32_t>(remap.size())) newAudio.nChannels = nChannels;
     props.vidProps = content.avProps.vidProps;
     props.audProps = content.avProps.audProps;
-    Picture picture = content.picture;
+    Picture picture = SharedPicture();
     HRESULT hr = _pProps ? PictureDescribe(_pProps->vidProps, &props.vidProps, &picture) : S_OK;
     if (Failed(hr)) return hr;
     hr = content.audio.Describe(newAudio, remap, &props.audProps);
@@ -169,6 +188,10 @@ HRESULT CZrFrame::ZrFAllGet(ZRF_FRAME_INFO* _pFrameInfo) {
 
 HRESULT CZrFrame::ZrFVideoGetBytes(int32_t* _pcbSize, int64_t* _ppbVideo) {
     if (!_pcbSize || !_ppbVideo) return E_POINTER;
+    *_pcbSize = 0;
+    *_ppbVideo = 0;
+    const HRESULT hr = OwnPicture();
+    if (Failed(hr)) return hr;
     *_pcbSize = static_cast<int32_t>(content.picture.cbBits);
     *_ppbVideo = reinterpret_cast<int64_t>(content.picture.pBits);
     return S_OK;
@@ -176,8 +199,20 @@ HRESULT CZrFrame::ZrFVideoGetBytes(int32_t* _pcbSize, int64_t* _ppbVideo) {
 
 HRESULT CZrFrame::ZrFVideoGetBytesEx(ZRF_VID_PTR* _pVideoPtr) {
     if (!_pVideoPtr) return E_POINTER;
-    *_pVideoPtr = PicturePlanes(content.avProps.vidProps, content.picture);
-    return S_OK;
+    *_pVideoPtr = {};
+    const HRESULT hr = OwnPicture();
+    if (Succeeded(hr)) *_pVideoPtr = PicturePlanes(content.avProps.vidProps, content.picture);
+    return hr;
+}
+
+Picture CZrFrame::SharedPicture() const {
+    const BorrowedLock lock(content.picture);
+    return content.picture;
+}
+
+HRESULT CZrFrame::OwnPicture() {
+    const BorrowedLock lock(content.picture);
+    return PictureMakeOwn(content.avProps.vidProps, &content.picture);
 }
 
 HRESULT CZrFrame::Cut_I(int32_t _nField, const tagRECT* _pRect, ZrPtr<CZrFrame>* _ppCut) const {
@@ -186,6 +221,7 @@ HRESULT CZrFrame::Cut_I(int32_t _nField, const tagRECT* _pRect, ZrPtr<CZrFrame>*
     FrameContent& cut = pCut->content;
     cut.avProps = content.avProps;
     cut.time = content.time;
+    const BorrowedLock lock(content.picture);
     const HRESULT hr =
         PictureCut(content.avProps.vidProps, content.picture, _nField, _pRect, &cut.avProps.vidProps, &cut.picture);
     if (Succeeded(hr)) *_ppCut = std::move(pCut);
@@ -195,6 +231,7 @@ HRESULT CZrFrame::Cut_I(int32_t _nField, const tagRECT* _pRect, ZrPtr<CZrFrame>*
 HRESULT CZrFrame::Clone_I(eZrFrameClone _eCloneType, eZrFCC _fccPixelFormat, ZrPtr<CZrFrame>* _ppClone) const {
     ZrPtr<CZrFrame> pClone = MakeUnset();
     if (!pClone) return E_OUTOFMEMORY;
+    const BorrowedLock lock(content.picture);
     const HRESULT hr = content.CloneTo(_eCloneType, _fccPixelFormat, &pClone->content);
     if (Succeeded(hr)) *_ppClone = std::move(pClone);
     return hr;

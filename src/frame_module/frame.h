@@ -135,6 +135,10 @@ private:
                       const char16_t* _szPropsList);
     HRESULT Data_I(int32_t _nIndex, std::u16string_view* _psvID, int32_t* _pcb, int64_t* _pp);
     HRESULT PlanesSet_I(int32_t _cb, int64_t _pb);
+    // Before an address to write to is given away, and before a write.
+    HRESULT OwnPicture();
+    // By reference, while others may ask for its address.
+    Picture SharedPicture() const;
 
     FrameContent content;
 };

@@ -98,6 +98,23 @@ HRESULT MakeSized(uint32_t _cbVideo, uint32_t _cbAudio, ZrPtr<CZrFrame>* _ppFram
     return hr;
 }
 
+// A frame over somebody else's memory.
+HRESULT MakeWrapper(const ZR_VID_PROPS& _props, uint32_t _cbVideo, int64_t _lpVideo, IUnknown* _pOwner,
+                    ZrPtr<CZrFrame>* _ppFrame) {
+    ZrPtr<CZrFrame> pFrame = CZrFrame::Make();
+    if (!pFrame) return E_OUTOFMEMORY;
+    FrameContent& content = pFrame->Content();
+    auto* const pVideo = reinterpret_cast<uint8_t*>(_lpVideo);
+    content.picture.pBuffer = BufferPool::Shared().Wrap(pVideo, _cbVideo, _pOwner);
+    if (!content.picture.pBuffer) return E_OUTOFMEMORY;
+    content.picture.pBits = pVideo;
+    content.picture.cbBits = _cbVideo;
+    content.picture.llVideoID = NewVideoID();
+    content.avProps.vidProps = _props;
+    *_ppFrame = std::move(pFrame);
+    return S_OK;
+}
+
 HRESULT GetFactory(const GUID* _piid, void** _ppv) { return CZrFrameFactory::Shared().QueryInterface(*_piid, _ppv); }
 
 const ClassRegistrar registrar(kClsidZrFrameFactory, GetFactory);
@@ -272,18 +289,29 @@ HRESULT CZrFrameFactory::ZrFFrameCreateWrapper(const ZR_VID_PROPS* _pVidProps, u
     HRESULT hr = CompleteVidProps(&props);
     if (Failed(hr)) return hr;
     if (_cbVideo > BufferPool::kMaxBytes || PictureBytes(props) > _cbVideo) return E_INVALIDARG;
-    ZrPtr<CZrFrame> pFrame = CZrFrame::Make();
-    if (!pFrame) return E_OUTOFMEMORY;
-    FrameContent& content = pFrame->Content();
-    auto* pVideo = reinterpret_cast<uint8_t*>(_lpVideo);
-    content.picture.pBuffer = BufferPool::Shared().Wrap(pVideo, _cbVideo, _pObject);
-    if (!content.picture.pBuffer) return E_OUTOFMEMORY;
-    content.picture.pBits = pVideo;
-    content.picture.cbBits = _cbVideo;
-    content.picture.llVideoID = NewVideoID();
-    content.avProps.vidProps = props;
+    ZrPtr<CZrFrame> pFrame;
+    hr = MakeWrapper(props, _cbVideo, _lpVideo, _pObject, &pFrame);
     CZrFrame::HandOut(std::move(pFrame), _ppFrame);
-    return S_OK;
+    return hr;
+}
+
+HRESULT CZrFrameFactory::FrameCreateBorrowed(const ZR_VID_PROPS* _pVidProps, const ZRF_VID_PTR* _pPlanes,
+                                             IUnknown* _pOwner, IZrFrame** _ppFrame) {
+    if (!_ppFrame) return E_POINTER;
+    *_ppFrame = nullptr;
+    if (!_pVidProps || !_pPlanes || !_pOwner || _pPlanes->lpVideoPlanes[0] == 0) return E_POINTER;
+    ZR_VID_PROPS props = *_pVidProps;
+    HRESULT hr = CompleteVidProps(&props);
+    if (Failed(hr)) return hr;
+    ZrPtr<CZrFrame> pFrame;
+    // Of the size that its copy would have, though its rows may lie further apart.
+    hr = MakeWrapper(props, static_cast<uint32_t>(PictureBytes(props)), _pPlanes->lpVideoPlanes[0], _pOwner, &pFrame);
+    if (Failed(hr)) return hr;
+    Picture& picture = pFrame->Content().picture;
+    hr = PictureSetPlanes(props, *_pPlanes, &picture);
+    picture.bBorrowed = true;
+    if (Succeeded(hr)) CZrFrame::HandOut(std::move(pFrame), _ppFrame);
+    return hr;
 }
 
 HRESULT CZrFrameFactory::ZrFFrameCreatePlain(int32_t _cbVideoSize, IZrFFrame** _ppFrame) {

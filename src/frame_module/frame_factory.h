@@ -28,6 +28,8 @@ public:
                          eZrFCC _fccPixelFormat) override;
     HRESULT FrameConvertEx(IZrFrame* _pFrame, uint32_t _nReserved, const ZR_VID_PROPS* _pVidProps, IZrFrame** _ppFrame,
                            const char16_t* _bsPropsList) override;
+    HRESULT FrameCreateBorrowed(const ZR_VID_PROPS* _pVidProps, const ZRF_VID_PTR* _pPlanes, IUnknown* _pOwner,
+                                IZrFrame** _ppFrame) override;
 
     HRESULT ZrFFrameMakeLocal(IUnknown* _pZrFFrame, IZrFFrame** _ppFrameLocal, int32_t _bAlwaysClone) override;
     HRESULT ZrFFrameClone(IUnknown* _pZrFFrame, IZrFFrame** _ppFrameClone, eZrFrameClone _eCloneType,

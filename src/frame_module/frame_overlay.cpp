@@ -36,7 +36,8 @@ HRESULT CZrFrame::Overlay_I(IUnknown* _pOverlay, IUnknown* _pMask, const OVERLAY
                             const char16_t* _szPropsList) {
     if (!_pOverlay) return E_POINTER;
     ZrPtr<IZrFFrame> pOver, pMask;
-    HRESULT hr = Readable(_pOverlay, content.picture, &pOver);
+    HRESULT hr = OwnPicture();
+    if (Succeeded(hr)) hr = Readable(_pOverlay, content.picture, &pOver);
     if (Succeeded(hr) && _pMask) hr = Readable(_pMask, content.picture, &pMask);
     if (Failed(hr)) return hr;
     hr = OverlayFrame(content.avProps.vidProps, content.picture, *pOver, pMask.Get(), _place, _dblAlpha, _szPropsList);

@@ -101,6 +101,8 @@ HRESULT CZrFrame::FrameRelease() {
 
 HRESULT CZrFrame::FrameAllGet(ZR_TIME* _pTime, ZR_AV_PROPS* _pProps, int32_t* _pcbAudio, uint8_t** _ppAudio,
                               int32_t* _pcbVideo, uint8_t** _ppVideo) {
+    const HRESULT hr = _ppVideo ? OwnPicture() : S_OK;
+    if (Failed(hr)) return hr;
     if (_pTime) *_pTime = content.time;
     if (_pProps) *_pProps = content.avProps;
     if (_pcbAudio) *_pcbAudio = static_cast<int32_t>(content.audio.Size());
@@ -113,10 +115,11 @@ HRESULT CZrFrame::FrameAllGet(ZR_TIME* _pTime, ZR_AV_PROPS* _pProps, int32_t* _p
 HRESULT CZrFrame::FramePictureTake(IUnknown* _pFrom) {
     const ZrPtr<IZrFrame_I> pFrom = QueryAs<IZrFrame_I>(_pFrom);
     if (!pFrom) return E_NOINTERFACE;
-    const FrameContent& from = static_cast<const CZrFrame&>(*pFrom).content;
-    if (from.picture.Empty()) return ZR_E_EMPTY;
-    content.picture = from.picture;
-    content.avProps.vidProps = from.avProps.vidProps;
+    const auto& from = static_cast<const CZrFrame&>(*pFrom);
+    Picture picture = from.SharedPicture();
+    if (picture.Empty()) return ZR_E_EMPTY;
+    content.picture = std::move(picture);
+    content.avProps.vidProps = from.content.avProps.vidProps;
     return S_OK;
 }
 

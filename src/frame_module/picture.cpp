@@ -400,6 +400,18 @@ COPY_LAYOUT LayoutOfCopy(const ZR_VID_PROPS& _props, const Picture& _picture) {
     return layout;
 }
 
+HRESULT PictureMakeOwn(const ZR_VID_PROPS& _props, Picture* _pPicture) {
+    if (!_pPicture->bBorrowed || _pPicture->pLent) return S_OK;
+    Picture own;
+    const HRESULT hr = PictureAlloc(PictureBytes(_props), &own);
+    if (Failed(hr)) return hr;
+    CopyPlanes(_props, PicturePlanes(_props, *_pPicture), PicturePlanes(_props, own));
+    own.bBorrowed = true;
+    own.pLent = _pPicture->pBuffer;
+    *_pPicture = std::move(own);
+    return S_OK;
+}
+
 HRESULT PictureCopy(const ZR_VID_PROPS& _from, const Picture& _picture, ZR_VID_PROPS* _pProps, Picture* _pCopy) {
     const COPY_LAYOUT layout = LayoutOfCopy(_from, _picture);
     Picture copy;

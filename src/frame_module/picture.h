@@ -18,6 +18,8 @@ struct Picture {
     uint32_t cbBits = 0;       // bytes from there on that may be touched
     bool bPart = false;        // cut out of a larger picture
     bool bHasPlanes = false;   // planes says where they are; otherwise they follow from record and pBits
+    bool bBorrowed = false;    // came with memory that its maker reads on, see PictureMakeOwn
+    BufferPtr pLent;           // that memory, once the picture has its own: who reads the frame may have the addresses
     ZRF_VID_PTR planes;        // as PicturePlanes gives it
     int64_t llVideoID = 0;     // stands for the content, the same in all frames that share it
 
@@ -73,6 +75,9 @@ struct COPY_LAYOUT {
 // A picture in one block keeps its layout. A part, or one whose planes lie somewhere else, gets the least row bytes of
 // its width, further views one behind the other.
 COPY_LAYOUT LayoutOfCopy(const ZR_VID_PROPS& _props, const Picture& _picture);
+// Before somebody gets an address to write to: a borrowed picture moves to memory of its own, laid out as its record
+// says, with a number of its own. E_OUTOFMEMORY.
+HRESULT PictureMakeOwn(const ZR_VID_PROPS& _props, Picture* _pPicture);
 // A picture with bytes of its own, laid out like that; _pProps is its record.
 HRESULT PictureCopy(const ZR_VID_PROPS& _from, const Picture& _picture, ZR_VID_PROPS* _pProps, Picture* _pCopy);
 // Copies line by line from planes (as PicturePlanes gives them) to others of the same format and size.

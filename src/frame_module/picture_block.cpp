@@ -2,49 +2,59 @@
 
 #include <cstring>
 
+#include "frame_module/frame_content.h"
 #include "media/pixel_format.h"
-#include "video/picture.h"
 
 namespace zr {
 
 namespace {
 
-bool StandsAs(const ZRF_VID_PTR& _planes, const PICTURE& _picture) {
-    for (int32_t i = 0; i < _picture.nPlanes; ++i) {
-        const PLANE& plane = _picture.arrPlanes[i];
-        if (_planes.lpVideoPlanes[i] != reinterpret_cast<int64_t>(plane.pTop)) return false;
-        if (_planes.cbVideoRowBytes[i] != plane.nStride) return false;
-    }
+// Whether the planes lie as those of one block do.
+bool SameRows(const PICTURE& _a, const PICTURE& _b) {
+    for (int32_t i = 0; i < _a.nPlanes; ++i)
+        if (_a.arrPlanes[i].pTop != _b.arrPlanes[i].pTop || _a.arrPlanes[i].nStride != _b.arrPlanes[i].nStride)
+            return false;
     return true;
 }
 
 }  // namespace
 
-HRESULT PictureBlockOf(IZrFFrame& _frame, ScratchBuffer& _scratch, PICTURE_BLOCK* _pBlock) {
+HRESULT PictureOfFrame(IZrFFrame& _frame, FRAME_PICTURE* _pPicture) {
     ZRF_FRAME_INFO info;
     HRESULT hr = _frame.ZrFAllGet(&info);
     if (Failed(hr)) return hr;
-    ZR_VID_PROPS& props = _pBlock->props;
-    props = info.avProps.vidProps;
-    _pBlock->pBits = reinterpret_cast<uint8_t*>(info.lpVideo);
-    if (info.lpVideo == 0 || props.nWidth == 0) return ZR_E_EMPTY;
-    PICTURE picture;
-    hr = PictureOf(_pBlock->pBits, props, picture);
+    _pPicture->props = info.avProps.vidProps;
+    if (info.lpVideo == 0 || _pPicture->props.nWidth == 0) return ZR_E_EMPTY;
+    PICTURE& picture = _pPicture->picture;
+    hr = PictureOf(reinterpret_cast<uint8_t*>(info.lpVideo), _pPicture->props, picture);
     if (Failed(hr) || !picture.IsPlanar()) return hr;
-
+    // Read as data, as whoever asks for addresses gets those of a copy where others read the picture on.
+    int32_t cb = 0;
+    int64_t lp = 0;
+    if (Failed(_frame.ZrFDataGet(szVideoPlanesID, &cb, &lp)) || cb != sizeof(ZRF_VID_PTR)) return S_OK;
     ZRF_VID_PTR planes;
-    hr = _frame.ZrFVideoGetBytesEx(&planes);
-    if (Failed(hr) || StandsAs(planes, picture)) return hr;
+    std::memcpy(&planes, reinterpret_cast<const void*>(lp), sizeof(planes));
+    return PictureOfPlanes(planes, _pPicture->props, picture);
+}
+
+HRESULT PictureBlockOf(IZrFFrame& _frame, ScratchBuffer& _scratch, PICTURE_BLOCK* _pBlock) {
+    FRAME_PICTURE from;
+    HRESULT hr = PictureOfFrame(_frame, &from);
+    if (Failed(hr)) return hr;
+    ZR_VID_PROPS& props = _pBlock->props;
+    props = from.props;
+    const PLANE& first = from.picture.arrPlanes[0];
+    _pBlock->pBits = first.nStride < 0 ? first.Row(first.nHeight - 1) : first.pTop;
+    PICTURE block;
+    hr = PictureOf(_pBlock->pBits, props, block);
+    if (Failed(hr) || SameRows(from.picture, block)) return hr;
     props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
     _pBlock->pBits = Scratch(_scratch, PictureBytes(props));
     if (!_pBlock->pBits) return E_OUTOFMEMORY;
-    hr = PictureOf(_pBlock->pBits, props, picture);
-    for (int32_t i = 0; Succeeded(hr) && i < picture.nPlanes; ++i) {
-        const auto* pFrom = reinterpret_cast<const uint8_t*>(planes.lpVideoPlanes[i]);
-        if (!pFrom) return E_INVALIDARG;
-        for (int32_t y = 0; y < picture.arrPlanes[i].nHeight; ++y, pFrom += planes.cbVideoRowBytes[i])
-            std::memcpy(picture.arrPlanes[i].Row(y), pFrom, SampleBytes(picture, i));
-    }
+    hr = PictureOf(_pBlock->pBits, props, block);
+    for (int32_t i = 0; Succeeded(hr) && i < block.nPlanes; ++i)
+        for (int32_t y = 0; y < block.arrPlanes[i].nHeight; ++y)
+            std::memcpy(block.arrPlanes[i].Row(y), from.picture.arrPlanes[i].Row(y), SampleBytes(block, i));
     return hr;
 }
 

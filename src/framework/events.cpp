@@ -197,10 +197,8 @@ void ObjectEvents::FireFrame(const char16_t* _szName, IZrFFrame* _pFrame, bool _
         const bool bData = _bData && pDelivery->queue.HasRoomForData();
         const eZrFrameClone eClone = bData ? eZrFC_Reference : eZrFC_Props;
         if (Failed(_pFrame->ZrFClone(entry.pFrame.Out(), eClone, eZrFCC_Default))) return;
-        int32_t cbVideo = 0, cbAudio = 0;
-        int64_t lp = 0;
-        if (bData && Succeeded(_pFrame->ZrFVideoGetBytes(&cbVideo, &lp))) _pFrame->ZrFAudioGetBytes(&cbAudio, &lp);
-        entry.cbData = int64_t{cbVideo} + cbAudio;
+        ZRF_FRAME_INFO info;
+        if (bData && Succeeded(_pFrame->ZrFAllGet(&info))) entry.cbData = int64_t{info.cbVideo} + info.cbAudio;
     }
     Fire(entry, _bSync);
 } catch (const std::bad_alloc&) {

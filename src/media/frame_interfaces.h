@@ -40,6 +40,12 @@ struct ZrFrameFactory_I : IZrFrames {
     // "scaling_quality=8", may be null.
     virtual HRESULT FrameConvertEx(IZrFrame* _pFrame, uint32_t _nReserved, const ZR_VID_PROPS* _pVidProps,
                                    IZrFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
+    // A frame over a picture that is read on by who made it, such as a decoder's: where _pPlanes says, in memory that a
+    // reference to _pOwner keeps, which may be given up on any thread. Nobody gets an address to write there: the
+    // first operation of the frame that would hand one out, or write, gives it a copy. ZrFAllGet and the data "__vptr_"
+    // say where the picture is without that, to read it. E_POINTER, E_INVALIDARG: the planes do not make the picture.
+    virtual HRESULT FrameCreateBorrowed(const ZR_VID_PROPS* _pVidProps, const ZRF_VID_PTR* _pPlanes, IUnknown* _pOwner,
+                                        IZrFrame** _ppFrame) = 0;
 
 protected:
     ~ZrFrameFactory_I() = default;

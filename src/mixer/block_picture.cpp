@@ -230,23 +230,25 @@ COPY_PLAN PlanCopy(const ZR_VID_PROPS& _source, const tagSIZE& _made, const PICT
 }
 
 // _srcRect becomes a picture.
-HRESULT MakeCopy(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, PICTURE_MAKER& _maker,
+HRESULT MakeCopy(const FRAME_PICTURE& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, PICTURE_MAKER& _maker,
                  BlockPicture& _picture) {
     _picture.props = _copy.props;
     uint8_t* const pCopy = Scratch(_picture.copy, PictureBytes(_copy.props));
     if (!pCopy) return E_OUTOFMEMORY;
-    const HRESULT hr =
-        Img_Convert(_maker.engine, _source.pBits, pCopy, _source.props, _copy.props, _copy.rule.bInterlaced, &_srcRect,
-                    nullptr, _copy.quality.eMode, 0, _copy.rule.nFlags);
+    PICTURE copy;
+    HRESULT hr = PictureOf(pCopy, _copy.props, copy);
+    if (Succeeded(hr))
+        hr = Img_Convert_I(_maker.engine, _source.picture, copy, _source.props, _copy.props, _copy.rule.bInterlaced,
+                           &_srcRect, nullptr, _copy.quality.eMode, 0, _copy.rule.nFlags);
     if (hr == S_OK) _picture.pBits = pCopy;
     return hr;
 }
 
 // The same as rows that are still to be made. ZR_E_RETRY: it is not by rows that this picture is made.
-HRESULT PrepareRows(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, IZrFFrame& _frame,
+HRESULT PrepareRows(const FRAME_PICTURE& _source, const tagRECT& _srcRect, const COPY_PLAN& _copy, IZrFFrame& _frame,
                     BlockPicture& _picture) {
     ROWS_TO_MAKE& rows = *_picture.pRows;
-    const HRESULT hr = Img_PrepareRows(rows.engine, _source.pBits, _source.props, _copy.props, _copy.rule.bInterlaced,
+    const HRESULT hr = Img_PrepareRows(rows.engine, _source.picture, _source.props, _copy.props, _copy.rule.bInterlaced,
                                        _srcRect, _copy.quality.eMode, _copy.rule.nFlags, rows.scaling);
     if (hr != S_OK) return ZR_E_RETRY;
     _picture.props = _copy.props;
@@ -256,7 +258,7 @@ HRESULT PrepareRows(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const
 }
 
 // The bytes can be laid as they are: nothing to convert, and every line in its field.
-bool FitsAsItIs(const PICTURE_BLOCK& _source, const tagRECT& _srcRect, const tagSIZE& _made,
+bool FitsAsItIs(const FRAME_PICTURE& _source, const tagRECT& _srcRect, const tagSIZE& _made,
                 const PICTURE_PLAN& _plan) {
     const ZR_VID_PROPS& props = _source.props;
     if (RectWidth(_srcRect) != _made.cx || RectHeight(_srcRect) != _made.cy) return false;
@@ -281,13 +283,10 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     if (_eMake == eMake::Rows && !_picture.pRows) _picture.pRows = std::make_unique<ROWS_TO_MAKE>();
     if (_picture.pRows) _picture.pRows->pSource.Reset();
     if (_eMake != eMake::Whole && _plan.bHasMask) return ZR_E_RETRY;
-    PICTURE_BLOCK source{_info.avProps.vidProps, reinterpret_cast<uint8_t*>(_info.lpVideo)};
-    if (!source.pBits || !PropsValid(&source.props, true) || !PropsValid(&_plan.output, true)) return S_FALSE;
-    HRESULT hr = S_OK;
-    if (PixelFormatPlanar(source.props.fccType)) {
-        if (_eMake == eMake::Reference) return ZR_E_RETRY;
-        hr = PictureBlockOf(_frame, _eMake == eMake::Rows ? _picture.pRows->planes : _maker.planes, &source);
-    }
+    FRAME_PICTURE source{_info.avProps.vidProps, {}};
+    if (_info.lpVideo == 0 || !PropsValid(&source.props, true) || !PropsValid(&_plan.output, true)) return S_FALSE;
+    if (_eMake == eMake::Reference && PixelFormatPlanar(source.props.fccType)) return ZR_E_RETRY;
+    HRESULT hr = PictureOfFrame(_frame, &source);
     if (Failed(hr)) return hr;
 
     const int32_t nLines = AbsHeight(source.props.nHeight);
@@ -321,7 +320,7 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
         _picture.bMasked && CopyFormat(source.props.fccType, _plan.output.fccType, true) == eZrFCC_ARGB32;
     if (!bPremultiply && FitsAsItIs(source, srcRect, made, _plan)) {
         _picture.pFrame = &_frame;
-        _picture.pBits = source.pBits;
+        _picture.pBits = reinterpret_cast<const uint8_t*>(_info.lpVideo);
         _picture.props = source.props;
         const tagRECT& seen = _picture.srcRect;
         _picture.srcRect = {srcRect.left + seen.left, srcRect.top + seen.top, srcRect.left + seen.right,

@@ -18,7 +18,6 @@ namespace zr {
 // A picture that is not made before it is laid: its rows are, straight into the output where nothing shows through.
 struct ROWS_TO_MAKE {
     ZrPtr<IZrFFrame> pSource;  // null: there are none
-    ScratchBuffer planes;      // of a source whose planes do not stand one behind the other
     ScalingEngine engine;
     PackedScaling scaling;
     std::atomic<int64_t> rtMade{0};  // ticks that rows have taken, all threads together
@@ -64,7 +63,6 @@ struct PICTURE_PLAN {
 // What a maker keeps between pictures; one picture at a time.
 struct PICTURE_MAKER {
     ScalingEngine engine;
-    ScratchBuffer planes;  // of a frame whose planes do not stand one behind the other
     MaskPlane partMask;
     ScalingEngine maskEngine;
 };
@@ -76,7 +74,7 @@ enum class eMake {
 };
 
 // Makes _picture of a frame. S_FALSE: nothing of it is to be seen. ZR_E_RETRY: it has to be made whole. Codes of
-// Img_Convert and PictureBlockOf.
+// Img_Convert and PictureOfFrame.
 HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const PICTURE_PLAN& _plan, BlockMask& _mask,
                          eMake _eMake, PICTURE_MAKER& _maker, BlockPicture& _picture);
 

@@ -138,22 +138,21 @@ bool Canvas::IsWholeFrame(const LAYER& _layer) const {
 HRESULT Canvas::ReadBase(IZrFFrame* _pFrame, BASE* _pBase) {
     black = FillPattern(work.fccType, 0, kFillBlack);
     if (!_pFrame) return S_OK;
-    PICTURE_BLOCK block;
-    HRESULT hr = PictureBlockOf(*_pFrame, basePlanes, &block);
+    FRAME_PICTURE from;
+    HRESULT hr = PictureOfFrame(*_pFrame, &from);
     if (hr == ZR_E_EMPTY) return S_OK;
     if (Failed(hr)) return hr;
-    if (!SameFamily(block.props.fccType, work.fccType)) {
+    _pBase->picture = from.picture;
+    if (!SameFamily(from.props.fccType, work.fccType)) {
         ZR_VID_PROPS props = work;
-        props.nWidth = block.props.nWidth;
-        props.nHeight = AbsHeight(block.props.nHeight);
+        props.nWidth = from.props.nWidth;
+        props.nHeight = AbsHeight(from.props.nHeight);
         props.nRowBytes = MinRowBytes(props.fccType, props.nWidth);
         uint8_t* p = Scratch(baseConverted, PictureBytes(props));
         if (!p) return E_OUTOFMEMORY;
-        hr = ColorConvert(engine, block.pBits, p, block.props, props, nullptr, nullptr);
-        if (Failed(hr)) return hr;
-        block = {props, p};
+        hr = PictureOf(p, props, _pBase->picture);
+        if (Succeeded(hr)) hr = ConvertPicture(from.picture, _pBase->picture, InterlaceClass(&props) != 0, false);
     }
-    hr = PictureOf(block.pBits, block.props, _pBase->picture);
     _pBase->bPicture = Succeeded(hr);
     return hr;
 }

@@ -74,8 +74,7 @@ private:
     ZR_VID_PROPS work;  // LayerProps of it
     std::vector<LAYER> arrLayers;
     FILL_PATTERN black;
-    ScalingEngine engine;
-    ScratchBuffer basePlanes, baseConverted, composed;
+    ScratchBuffer baseConverted, composed;
     ScratchBuffer rows;      // of each thread: a row in the making, then a band of them
     size_t cbRowsStart = 0;  // where the band begins
 };

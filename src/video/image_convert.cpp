@@ -153,13 +153,11 @@ HRESULT ConvertRects(ScalingEngine& _engine, const PICTURE& _srcWhole, const PIC
 
 }  // namespace
 
-HRESULT Img_PrepareRows(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+HRESULT Img_PrepareRows(ScalingEngine& _engine, PICTURE _src, const ZR_VID_PROPS& _srcProps,
                         const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT& _srcRect,
                         eInterpolation _eQuality, uint32_t _nFlags, PackedScaling& _rows) {
-    PICTURE src;
-    HRESULT hr = PictureOf(const_cast<uint8_t*>(_pSrc), _srcProps, src);
     tagRECT srcRect, dstRect;
-    if (Succeeded(hr)) hr = ClipRects(_srcProps, _dstProps, srcRect, dstRect, true, &_srcRect, nullptr);
+    const HRESULT hr = ClipRects(_srcProps, _dstProps, srcRect, dstRect, true, &_srcRect, nullptr);
     if (hr != S_OK) return hr;
     const int32_t nWidth = RectWidth(dstRect), nHeight = RectHeight(dstRect);
     RESIZE_PARAMS params;
@@ -167,11 +165,11 @@ HRESULT Img_PrepareRows(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_V
     params.nFlags = _nFlags;
     const bool bSame = RectWidth(srcRect) == nWidth && RectHeight(srcRect) == nHeight && _nFlags == 0;
     const bool bWhole = nWidth == _dstProps.nWidth && nHeight == AbsHeight(_dstProps.nHeight);
-    src = CutPicture(src, srcRect);
-    if (bSame || !bWhole || src.fccType == eZrFCC_v210) return S_FALSE;
-    CompleteParams(src.Width(), nWidth, _bInterlaced, params);
-    if (!ScalesIntoPacked(src, _dstProps.fccType, nWidth, params)) return S_FALSE;
-    return _rows.Prepare(_engine, src, _dstProps.fccType, nWidth, nHeight, params);
+    _src = CutPicture(_src, srcRect);
+    if (bSame || !bWhole || _src.fccType == eZrFCC_v210) return S_FALSE;
+    CompleteParams(_src.Width(), nWidth, _bInterlaced, params);
+    if (!ScalesIntoPacked(_src, _dstProps.fccType, nWidth, params)) return S_FALSE;
+    return _rows.Prepare(_engine, _src, _dstProps.fccType, nWidth, nHeight, params);
 }
 
 HRESULT Img_Convert_I(ScalingEngine& _engine, const PICTURE& _src, const PICTURE& _dst, const ZR_VID_PROPS& _srcProps,

@@ -28,7 +28,7 @@ HRESULT Img_Convert(ScalingEngine& _engine, const uint8_t* _pSrc, uint8_t* _pDst
 
 // Prepares what Img_Convert would do to a whole destination, without sharpening, for rows that are made one by one: see
 // PackedScaling. S_FALSE: it would do something else than scale into packed rows, or nothing. Codes as above.
-HRESULT Img_PrepareRows(ScalingEngine& _engine, const uint8_t* _pSrc, const ZR_VID_PROPS& _srcProps,
+HRESULT Img_PrepareRows(ScalingEngine& _engine, PICTURE _src, const ZR_VID_PROPS& _srcProps,
                         const ZR_VID_PROPS& _dstProps, bool _bInterlaced, const tagRECT& _srcRect,
                         eInterpolation _eQuality, uint32_t _nFlags, PackedScaling& _rows);
 

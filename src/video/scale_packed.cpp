@@ -19,11 +19,19 @@ int32_t ChromaWidth(const PICTURE& _picture) {
     return _picture.Width() / 2;
 }
 
-// A row of a plane, scaled vertically, in scratch: the resampler reads a little beyond it.
-void PlaneRowInto(const VERTICAL_PASS& _down, const PLANE& _plane, int32_t _y, uint8_t* _pDst) {
+// The resampler reads a little beyond a row: what lies there in memory must be another row of the plane.
+bool CanReadBeyond(const PLANE& _plane, int32_t _y) {
+    const bool bLast = _plane.nStride > 0 ? _y == _plane.nHeight - 1 : _y == 0;
+    return !bLast && static_cast<size_t>(_plane.nWidth) >= kResampleSlack;
+}
+
+// A row of a plane, scaled vertically: in scratch, or where it is.
+const uint8_t* PlaneRow(const VERTICAL_PASS& _down, const PLANE& _plane, int32_t _y, uint8_t* _pScratch) {
     const auto cb = static_cast<size_t>(_plane.nWidth);
-    const uint8_t* pRow = VerticalRow(_down, _plane, _y, _pDst, cb);
-    if (pRow != _pDst) std::memcpy(_pDst, pRow, cb);
+    const uint8_t* const pRow = VerticalRow(_down, _plane, _y, _pScratch, cb);
+    if (pRow == _pScratch || CanReadBeyond(_plane, _down.CopyOf(_y))) return pRow;
+    std::memcpy(_pScratch, pRow, cb);
+    return _pScratch;
 }
 
 // A row of packed samples, scaled vertically and taken apart.
@@ -68,26 +76,30 @@ HRESULT PackedScaling::Prepare(ScalingEngine& _engine, const PICTURE& _src, eZrF
 }
 
 // In scratch: luma and both chromas of a source row, two rows as its pairs of chroma need them, the three of the
-// result.
-void PackedScaling::MakeSamples(int32_t _y, uint8_t* _pScratch) const {
+// result. Rows of a plane that are not scaled vertically stay where they are.
+SAMPLES PackedScaling::MakeSamples(int32_t _y, uint8_t* _pScratch) const {
     const SAMPLE_ROWS in = InRows(_pScratch);
-    if (!src.IsPlanar()) return VerticalPackedRow(lumaDown, src, _y, in);
+    SAMPLES made{in.pLuma, in.pCb, in.pCr};
+    if (!src.IsPlanar()) {
+        VerticalPackedRow(lumaDown, src, _y, in);
+        return made;
+    }
     const PLANE* planes = src.arrPlanes;
-    PlaneRowInto(lumaDown, planes[0], _y, in.pLuma);
+    made.pLuma = PlaneRow(lumaDown, planes[0], _y, in.pLuma);
     if (src.nPlanes == 3) {
-        PlaneRowInto(chromaDown, planes[1], _y, in.pCb);
-        PlaneRowInto(chromaDown, planes[2], _y, in.pCr);
+        made.pCb = PlaneRow(chromaDown, planes[1], _y, in.pCb);
+        made.pCr = PlaneRow(chromaDown, planes[2], _y, in.pCr);
     } else {
         const auto nSrcPairs = static_cast<size_t>(src.Width() / 2);
         const uint8_t* pPairs = VerticalRow(chromaDown, planes[1], _y, _pScratch + 3 * cbIn, 2 * nSrcPairs);
         SplitPairsRow(pPairs, in.pCb, in.pCr, nSrcPairs);
     }
+    return made;
 }
 
 void PackedScaling::MakeRow(int32_t _y, uint8_t* _pRow, uint8_t* _pScratch) const {
-    MakeSamples(_y, _pScratch);
-    const SAMPLE_ROWS in = InRows(_pScratch);
-    const uint8_t* arrRows[3] = {in.pLuma, in.pCb, in.pCr};
+    const SAMPLES made = MakeSamples(_y, _pScratch);
+    const uint8_t* arrRows[3] = {made.pLuma, made.pCb, made.pCr};
     for (size_t n = 0; n < 3; ++n) {
         const HorizontalFilter& across = pAcross[n > 0 ? 1 : 0];
         if (across.IsCopy()) continue;

@@ -28,7 +28,7 @@ public:
 
 private:
     SAMPLE_ROWS InRows(uint8_t* _pScratch) const { return {_pScratch, _pScratch + cbIn, _pScratch + 2 * cbIn}; }
-    void MakeSamples(int32_t _y, uint8_t* _pScratch) const;
+    SAMPLES MakeSamples(int32_t _y, uint8_t* _pScratch) const;
 
     PICTURE src;
     eZrFCC fccType = eZrFCC_Default;

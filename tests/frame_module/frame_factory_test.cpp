@@ -167,6 +167,53 @@ TEST(FrameFactory, AWrapperUsesTheOwnersMemoryUntilTheLastWindowGoes) {
     EXPECT_EQ(VideoOf(*pCopy)[0], 7);
 }
 
+// A picture of 4 x 2 whose planes lie apart and whose memory is read on by whoever made it.
+TEST(FrameFactory, ABorrowedPictureIsReadWhereItIsAndWrittenInACopy) {
+    bool bGone = false;
+    std::vector<uint8_t> arr(64);
+    for (size_t i = 0; i < arr.size(); ++i) arr[i] = static_cast<uint8_t>(i);
+    const std::vector<uint8_t> arrBefore = arr, arrPicture{0, 1, 2, 3, 8, 9, 10, 11, 32, 33, 48, 49};
+    auto pOwner = ZrPtr<Mortal>::Attach(new Mortal(&bGone));
+    const ZR_VID_PROPS props = VidProps(eZrFCC_I420, 4, 2);
+    ZRF_VID_PTR planes;
+    for (int i = 0; i < 3; ++i) {
+        constexpr size_t arrOffsets[] = {0, 32, 48};
+        planes.lpVideoPlanes[i] = reinterpret_cast<int64_t>(arr.data() + arrOffsets[i]);
+        planes.cbVideoRowBytes[i] = 8;
+    }
+    ZrPtr<IZrFrame> pShort;
+    ASSERT_EQ(Factory().FrameCreateBorrowed(&props, &planes, pOwner.Get(), pShort.Out()), S_OK);
+    planes.cbVideoRowBytes[2] = 1;
+    ZrPtr<IZrFrame> pWrong;
+    EXPECT_EQ(Factory().FrameCreateBorrowed(&props, &planes, pOwner.Get(), pWrong.Out()), E_INVALIDARG);
+    pOwner.Reset();
+    auto pFrame = pShort.As<IZrFFrame>();
+    pShort.Reset();
+    ZrPtr<IZrFFrame> pShared = CloneOf(*pFrame, eZrFC_Reference);
+    const ZrPtr<IZrFFrame> pCopy = CloneOf(*pFrame, eZrFC_Full);
+    EXPECT_EQ(InfoOf(*pFrame).lpVideo, reinterpret_cast<int64_t>(arr.data()));
+    EXPECT_TRUE(std::ranges::equal(VideoOf(*pCopy), arrPicture));
+
+    int32_t cb = 0;
+    int64_t lp = 0;
+    ASSERT_EQ(pFrame->ZrFVideoGetBytes(&cb, &lp), S_OK);
+    ASSERT_EQ(cb, 12);
+    auto* const p = reinterpret_cast<uint8_t*>(lp);
+    EXPECT_TRUE(std::equal(p, p + cb, arrPicture.begin()));
+    EXPECT_NE(InfoOf(*pFrame).llVideoID, InfoOf(*pShared).llVideoID);
+    std::fill(p, p + cb, uint8_t{200});
+    EXPECT_EQ(arr, arrBefore);
+    // A reference shows what was written, one from before does not.
+    EXPECT_EQ(VideoOf(*CloneOf(*pFrame, eZrFC_Reference))[0], 200);
+    pFrame.Reset();
+    ASSERT_EQ(pShared->ZrFVideoGetBytesEx(&planes), S_OK);
+    EXPECT_EQ(planes.cbVideoRowBytes[0], 4);
+    EXPECT_TRUE(std::ranges::equal(VideoOf(*pShared), arrPicture));
+    EXPECT_FALSE(bGone);
+    pShared.Reset();
+    EXPECT_TRUE(bGone);
+}
+
 TEST(FrameFactory, PropertiesOfAPlainFrameFromText) {
     ZrPtr<IZrFrame> pFrame;
     ASSERT_EQ(Factory().FramesCreate(640 * 480 * 4, u"width=640 height=480 pixel_format=ARGB32 rate=30", pFrame.Out()),

@@ -10,6 +10,7 @@ extern "C" {
 #include <utility>
 
 #include "backends/ffmpeg/av_error.h"
+#include "backends/ffmpeg/picture_memory.h"
 #include "platform/clock.h"
 
 namespace zr {
@@ -97,7 +98,10 @@ HRESULT FileDecoder::OpenCodec(AVStream& _stream, CodecPtr* _ppCodec) {
     if (nResult >= 0) nResult = avcodec_parameters_to_context(pContext.get(), &par);
     if (nResult >= 0) {
         pContext->pkt_timebase = _stream.time_base;
-        if (par.codec_type == AVMEDIA_TYPE_VIDEO) pContext->thread_count = 0;  // one for each core
+        if (par.codec_type == AVMEDIA_TYPE_VIDEO) {
+            pContext->thread_count = 0;  // one for each core
+            UseFrameMemory(*pContext);
+        }
         nResult = avcodec_open2(pContext.get(), pCodec, nullptr);
     }
     if (nResult < 0) {

@@ -7,6 +7,7 @@ extern "C" {
 #include <algorithm>
 #include <cstring>
 
+#include "backends/ffmpeg/picture_memory.h"
 #include "framework/frame_factory_access.h"
 #include "media/format_table.h"
 #include "media/pixel_format.h"
@@ -147,13 +148,15 @@ HRESULT FrameMaker::MakePicture(const AVFrame& _picture, ZrPtr<IZrFFrame>* _ppFr
     const AVRational pixel = _picture.sample_aspect_ratio.num > 0 ? _picture.sample_aspect_ratio : aspect;
     ZR_AV_PROPS props;
     props.vidProps = VidPropsOf(from, pixel, eInterlace, dblRate);
+    HRESULT hr = FrameOverPicture(_picture, props.vidProps, _ppFrame);
+    if (hr != S_FALSE) return hr;
     from.nWidth = props.vidProps.nWidth;
     from.nHeight = AbsHeight(props.vidProps.nHeight);
 
     const uint64_t cbPicture = PictureBytes(props.vidProps);
     if (cbPicture == 0 || cbPicture > INT32_MAX) return ZR_E_NOT_SUPPORTED;
     ZrFrameFactory_I* pFactory = nullptr;
-    HRESULT hr = FrameFactory(&pFactory);
+    hr = FrameFactory(&pFactory);
     if (Failed(hr)) return hr;
     ZrPtr<IZrFrame> pMade;
     hr = pFactory->FrameCreateSized(static_cast<uint32_t>(cbPicture), 0, 0, pMade.Out());
