@@ -174,7 +174,7 @@ HRESULT HorizontalFilter::Init(int32_t _nSrcWidth, int32_t _nDstWidth, eInterpol
 HRESULT HorizontalFilter::Build(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth) {
     row = {};
     row.nPairs = static_cast<int32_t>((_taps[0].arrCoefficients.size() + 1) / 2);
-    if (const HRESULT hr = BuildHalves(_taps, _nSrcWidth); hr != S_FALSE) return hr;
+    if (const HRESULT hr = BuildSteady(_taps, _nSrcWidth); hr != S_FALSE) return hr;
     if (FitsSevenBits(_taps) && FitsWindows(_taps, 8))
         row.eLayout = eResampleLayout::Octets;
     else
@@ -186,26 +186,31 @@ HRESULT HorizontalFilter::Build(const std::vector<RESAMPLE_TAPS>& _taps, int32_t
     return hr;
 }
 
-// S_FALSE: it is no reduction to half, or its coefficients are too many.
-HRESULT HorizontalFilter::BuildHalves(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth) {
+// S_FALSE: it is no reduction to half or to a third, or its coefficients are too many.
+HRESULT HorizontalFilter::BuildSteady(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth) {
     const auto nWidth = static_cast<int32_t>(_taps.size());
-    const size_t nPadded = static_cast<size_t>(row.nPairs) * 2;
-    if (_nSrcWidth != 2 * nWidth || static_cast<size_t>(_nSrcWidth) < nPadded || row.nPairs > int32_t{kMaxHalvePairs})
-        return S_FALSE;
-    // All have as many coefficients; where that is odd, one without weight follows, which must not lie behind the row.
+    const int32_t nStep = _nSrcWidth / nWidth;
+    if (_nSrcWidth % nWidth != 0 || (nStep != 2 && nStep != 3)) return S_FALSE;
+    const int32_t nPairs = nStep == 3 ? (row.nPairs + 2) / 3 * 3 : row.nPairs;
+    const size_t nPadded = static_cast<size_t>(nPairs) * 2;
+    if (static_cast<size_t>(_nSrcWidth) < nPadded || nPairs > int32_t{kMaxSteadyPairs}) return S_FALSE;
+    row.nPairs = nPairs;
+    // All have as many coefficients; those without weight that fill the pairs must not lie behind the row.
     const RESAMPLE_TAPS& middle = _taps[_taps.size() / 2];
-    row.nOffset = middle.nStart - nWidth / 2 * 2;
+    row.nOffset = middle.nStart - nWidth / 2 * nStep;
     const auto IsInner = [&](int32_t _x) {
         const RESAMPLE_TAPS& taps = _taps[static_cast<size_t>(_x)];
-        return taps.nStart == 2 * _x + row.nOffset && taps.nStart + static_cast<int32_t>(nPadded) <= _nSrcWidth &&
+        return taps.nStart == nStep * _x + row.nOffset && taps.nStart + static_cast<int32_t>(nPadded) <= _nSrcWidth &&
                taps.arrCoefficients == middle.arrCoefficients;
     };
     row.nInner = row.nInnerEnd = nWidth / 2;
     while (row.nInner > 0 && IsInner(row.nInner - 1)) --row.nInner;
     while (row.nInnerEnd < nWidth && IsInner(row.nInnerEnd)) ++row.nInnerEnd;
 
-    const bool bBytes = FitsSevenBits(_taps);
-    row.eLayout = bBytes ? eResampleLayout::HalvesOfBytes : eResampleLayout::Halves;
+    const bool bBytes = nStep == 2 && FitsSevenBits(_taps);
+    row.eLayout = nStep == 3 ? eResampleLayout::Thirds
+                  : bBytes   ? eResampleLayout::HalvesOfBytes
+                             : eResampleLayout::Halves;
     if (Failed(blocks.Resize(static_cast<uint32_t>(2 * nPadded), true, 0, -1))) return E_OUTOFMEMORY;
     for (size_t k = 0; k < middle.arrCoefficients.size(); ++k) {
         const int16_t n = middle.arrCoefficients[k];

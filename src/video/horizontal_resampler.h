@@ -39,7 +39,7 @@ public:
 
 private:
     HRESULT Build(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth);
-    HRESULT BuildHalves(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth);
+    HRESULT BuildSteady(const std::vector<RESAMPLE_TAPS>& _taps, int32_t _nSrcWidth);
     HRESULT BuildGroups(const std::vector<RESAMPLE_TAPS>& _taps);
     HRESULT BuildLong(const std::vector<RESAMPLE_TAPS>& _taps);
 

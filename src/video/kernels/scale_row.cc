@@ -246,13 +246,14 @@ void ResampleLong(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int
     }
 }
 
-// ---- Horizontal, to half
+// ---- Horizontal, to half and to a third
 
 // Inner samples one by one.
-void HalfSamples(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t first, int32_t end) {
+void InnerSamples(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
     const bool bBytes = row.eLayout == eResampleLayout::HalvesOfBytes;
-    for (int32_t x = first; x < end; ++x) {
-        const uint8_t* p = src + 2 * x + row.nOffset;
+    const int32_t nStep = SteadyStep(row.eLayout);
+    for (int32_t x = row.nInner; x < row.nInnerEnd; ++x) {
+        const uint8_t* p = src + nStep * x + row.nOffset;
         int32_t nSum = 0;
         for (int32_t k = 0; k < 2 * row.nPairs; ++k)
             nSum += p[k] * (bBytes ? static_cast<int32_t>(static_cast<int8_t>(row.pBlocks[k]))
@@ -261,7 +262,7 @@ void HalfSamples(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int3
     }
 }
 
-void HalfEnds(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+void EndSamples(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
     const int16_t* coefficients = row.pEnds;
     const int32_t* start = row.pStart;
     for (int32_t x = 0; x < width; ++x) {
@@ -310,7 +311,7 @@ HWY_INLINE V8 OrderPackedQuarters(V8 v) {
 template <size_t kPairs>
 void HalveOfBytes(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
     const size_t n = vec::Lanes(D8()), nPairs = static_cast<size_t>(row.nPairs);
-    V8 factors[kMaxHalvePairs];
+    V8 factors[kMaxSteadyPairs];
     for (size_t k = 0; k < nPairs; ++k) {
         const uint32_t nPair = row.pBlocks[2 * k] | uint32_t{row.pBlocks[2 * k + 1]} << 8;
         factors[k] = vec::BitCast(D8(), vec::Set(DU16(), static_cast<uint16_t>(nPair)));
@@ -330,7 +331,7 @@ void Halve(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
     const D16 d16;
     const size_t n = vec::Lanes(D8()), nPairs = static_cast<size_t>(row.nPairs);
     const auto* coefficients = reinterpret_cast<const int16_t*>(row.pBlocks);
-    V16 factors[kMaxHalvePairs];
+    V16 factors[kMaxSteadyPairs];
     for (size_t k = 0; k < nPairs; ++k) factors[k] = SetPair(coefficients[2 * k], coefficients[2 * k + 1]);
     src += row.nOffset;
     const auto nEnd = static_cast<size_t>(row.nInnerEnd);
@@ -345,10 +346,53 @@ void Halve(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
     }
 }
 
-void ResampleHalves(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
-    HalfEnds(row, src, dst, width);
-    if (row.nInnerEnd - row.nInner < static_cast<int32_t>(vec::Lanes(D8())))
-        return HalfSamples(row, src, dst, row.nInner, row.nInnerEnd);
+// Four samples to a block: its 16 source bytes hold what three pairs of taps of each take.
+template <size_t kTriples>
+HWY_INLINE V32 ThirdSums(const uint8_t* src, const V8* picks, const V16* factors, size_t nTriples) {
+    alignas(64) static constexpr int32_t arrWindows[16] = {0, 1, 2, 3, 3, 4, 5, 6, 6, 7, 8, 9, 9, 10, 11, 12};
+    const D32 d32;
+    V32 sum = vec::Set(d32, 1 << 13), rest = vec::Zero(d32);
+    for (size_t n = 0; n < (kTriples ? kTriples : nTriples); ++n) {
+        const V32 bytes = vec::BitCast(d32, vec::LoadU(D8(), src + 6 * n));
+        const V8 windows = vec::BitCast(D8(), vec::TableLookupLanes(bytes, vec::SetTableIndices(d32, arrWindows)));
+        for (size_t k = 0; k < 3; ++k)
+            sum = vec::ReorderWidenMulAccumulate(d32, vec::BitCast(D16(), vec::TableLookupBytesOr0(windows, picks[k])),
+                                                 factors[3 * n + k], sum, rest);
+    }
+    return vec::ShiftRight<14>(vec::RearrangeToOddPlusEven(sum, rest));
+}
+
+template <size_t kTriples>
+void TakeThird(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst) {
+    const D16 d16;
+    const size_t n = vec::Lanes(D8()), nPairs = static_cast<size_t>(row.nPairs), nTriples = nPairs / 3;
+    V8 picks[3];
+    for (size_t k = 0; k < 3; ++k) {
+        HWY_ALIGN uint8_t arrPicks[16];
+        for (size_t i = 0; i < 16; ++i)
+            arrPicks[i] = static_cast<uint8_t>(i % 2 == 0 ? i / 4 * 3 + 2 * k + i / 2 % 2 : 0x80);
+        picks[k] = vec::LoadDup128(D8(), arrPicks);
+    }
+    const auto* coefficients = reinterpret_cast<const int16_t*>(row.pBlocks);
+    V16 factors[kMaxSteadyPairs];
+    for (size_t k = 0; k < nPairs; ++k) factors[k] = SetPair(coefficients[2 * k], coefficients[2 * k + 1]);
+    src += row.nOffset;
+    const auto nEnd = static_cast<size_t>(row.nInnerEnd);
+    for (size_t x = static_cast<size_t>(row.nInner); x < nEnd; x += n) {
+        x = HWY_MIN(x, nEnd - n);
+        const auto Sums = [&](size_t nQuarter) HWY_ATTR {
+            return ThirdSums<kTriples>(src + 3 * (x + nQuarter * (n / 4)), picks, factors, nTriples);
+        };
+        const V16 lower = vec::ReorderDemote2To(d16, Sums(0), Sums(1));
+        const V16 upper = vec::ReorderDemote2To(d16, Sums(2), Sums(3));
+        vec::StoreU(OrderPackedQuarters(PackBlocks(lower, upper)), D8(), dst + x);
+    }
+}
+
+void ResampleSteady(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+    EndSamples(row, src, dst, width);
+    if (row.nInnerEnd - row.nInner < static_cast<int32_t>(vec::Lanes(D8()))) return InnerSamples(row, src, dst);
+    if (row.eLayout == eResampleLayout::Thirds) return (row.nPairs == 3 ? TakeThird<1> : TakeThird<0>)(row, src, dst);
     if (row.eLayout == eResampleLayout::HalvesOfBytes)
         return (row.nPairs == 2 ? HalveOfBytes<2> : HalveOfBytes<0>)(row, src, dst);
     switch (row.nPairs) {
@@ -360,9 +404,9 @@ void ResampleHalves(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, i
 
 #else
 
-void ResampleHalves(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
-    HalfEnds(row, src, dst, width);
-    HalfSamples(row, src, dst, row.nInner, row.nInnerEnd);
+void ResampleSteady(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
+    EndSamples(row, src, dst, width);
+    InnerSamples(row, src, dst);
 }
 
 #endif
@@ -503,7 +547,7 @@ void ResampleQuads(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, in
 
 void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
     if (row.eLayout == eResampleLayout::Long) return ResampleLong(row, src, dst, width);
-    if (IsHalves(row.eLayout)) return ResampleHalves(row, src, dst, width);
+    if (SteadyStep(row.eLayout) != 0) return ResampleSteady(row, src, dst, width);
     if (row.eLayout == eResampleLayout::Octets) {
         switch (row.nPairs) {
             case 1: return ResampleOctets<1>(row, src, dst, width);
@@ -526,7 +570,7 @@ void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, 
 // The same layouts, one sample after the other.
 void ResampleRowImpl(const RESAMPLE_ROW& row, const uint8_t* src, uint8_t* dst, int32_t width) {
     if (row.eLayout == eResampleLayout::Long) return ResampleLong(row, src, dst, width);
-    if (IsHalves(row.eLayout)) return ResampleHalves(row, src, dst, width);
+    if (SteadyStep(row.eLayout) != 0) return ResampleSteady(row, src, dst, width);
     const bool bOctets = row.eLayout == eResampleLayout::Octets;
     const int32_t nInWindow = bOctets ? 8 : 4, nPickStep = 16 / nInWindow, nShift = bOctets ? 7 : 14;
     for (int32_t x = 0; x < width; ++x) {

@@ -42,8 +42,8 @@ void WeighSplitRows(const uint8_t* const* _ppRows, const ROW_WEIGHTS& _weights, 
 // Each output sample x is a weighted sum of nTaps neighbouring source samples from arrStart[x] on:
 //     clamp((sum of src[arrStart[x] + k] * coefficient[x][k] + half) >> nShift), half = 1 << (nShift - 1)
 // The coefficients of a sample sum to 1 << nShift. They are laid out for the vector path in groups of 16 samples;
-// groups with the same coefficients share a block. A reduction to half needs no groups: its coefficients are the same
-// all along.
+// groups with the same coefficients share a block. A reduction to half or to a third is steady and needs no groups: its
+// coefficients are the same all along.
 inline constexpr int32_t kResampleGroup = 16;
 
 enum class eResampleLayout {
@@ -52,12 +52,19 @@ enum class eResampleLayout {
     Long,    // 14-bit coefficients, [sample][tap], taps a multiple of 16: for reductions whose windows are too wide
     HalvesOfBytes,  // every second sample with the same 7-bit coefficients, in bytes, but for the row's ends
     Halves,         // the same with 14-bit coefficients
+    Thirds,         // every third sample with the same 14-bit coefficients, pairs of taps a multiple of three
 };
 
-constexpr bool IsHalves(eResampleLayout _eLayout) {
-    return _eLayout == eResampleLayout::HalvesOfBytes || _eLayout == eResampleLayout::Halves;
+// Source samples from one output sample to the next of a steady layout; 0: it is another.
+constexpr int32_t SteadyStep(eResampleLayout _eLayout) {
+    switch (_eLayout) {
+        case eResampleLayout::HalvesOfBytes:
+        case eResampleLayout::Halves: return 2;
+        case eResampleLayout::Thirds: return 3;
+        default: return 0;
+    }
 }
-inline constexpr size_t kMaxHalvePairs = 8;
+inline constexpr size_t kMaxSteadyPairs = 9;
 
 struct RESAMPLE_GROUP {
     int32_t arrWindow[4];  // first source byte of each window; Octets use the first two
@@ -72,9 +79,9 @@ struct RESAMPLE_ROW {
     const RESAMPLE_GROUP* pGroups;
     const uint8_t* pBlocks;
     size_t cbBlock;
-    const int32_t* pStart;  // Long: of each sample; halves: of each at the ends
+    const int32_t* pStart;  // Long: of each sample; steady: of each at the ends
 
-    // Halves: samples x from nInner to nInnerEnd take 2 * nPairs source samples from 2 * x + nOffset on, by the
+    // Steady: samples x from nInner to nInnerEnd take 2 * nPairs source samples from step * x + nOffset on, by the
     // coefficients in pBlocks. The others, from left to right, have lists of 2 * nPairs 14-bit coefficients in pEnds.
     int32_t nInner, nInnerEnd, nOffset;
     const int16_t* pEnds;
