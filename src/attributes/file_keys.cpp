@@ -9,7 +9,8 @@ constexpr PROP_KEY arrFileKeys[] = {
     BoolKey(u"izraudio.enabled", true, "Run the audio engine: tracks, gains and processors work on every frame."),
     BoolKey(u"izraudio.loudness", false,
             "Measure loudness, quasi-peak and true peak of each audio track that goes out; its levels have them."),
-    BoolKey(u"external_access", true, "Other processes can find this object and take its output."),
+    kExternalAccessKey,
+    kExternalAccessPrefixKey,
     IntKey(
         u"active_frc", 1,
         "Frame-rate conversion: 0 on the caller's thread, 1 on its own thread at the pace of the source, 2 or more by "

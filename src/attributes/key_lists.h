@@ -18,6 +18,14 @@ inline constexpr PROP_KEY kPutWaitKey =
             "reader to come, 2 with live frames too, 4 not for the first to come. Else by rate_control.");
 inline constexpr PROP_KEY kOutputTypeKey =
     OpenKey(u"pull_mode.output_type", eZrKeyType::Int, "Above 1: live frames wait for readers too.");
+// Of everything that others may find by name.
+inline constexpr PROP_KEY kExternalAccessKey =
+    BoolKey(u"external_access", true,
+            "While it is started, mixers of this process find this object by its name and can show it; those of other "
+            "processes do not yet.");
+inline constexpr PROP_KEY kExternalAccessPrefixKey =
+    OpenKey(u"external_access.prefix", eZrKeyType::String,
+            "Makes a group of the objects that have the same: none finds one of another group (empty).");
 
 // Keys of the preview object.
 KeyNames PreviewKeyNames();

@@ -28,7 +28,8 @@ constexpr PROP_KEY arrMixerKeys[] = {
         "Before each frame is mixed the event \"mix\" goes out with the frame's number; with on_event.sync the frame "
         "waits for the listener, so that what it changes shows in that frame (false)."),
     BoolKey(u"events.use_window", true, "Events reach a listener on the thread that subscribed."),
-    BoolKey(u"external_access", true, "Other processes can find this object and take its output."),
+    kExternalAccessKey,
+    kExternalAccessPrefixKey,
     StringKey(u"default_name", u"ZrMixer", "Name of a new object, and base of its configuration file name."),
     StringKey(u"deinterlace", u"true", "The preview deinterlaces."),
     StringKey(u"preview.audio_channels", u"", "Audio channels that the preview plays; empty plays all."),
@@ -54,9 +55,12 @@ constexpr PROP_KEY arrMixerKeys[] = {
             "left out."),
     OpenKey(u"sync_mode.async_put", eZrKeyType::Bool,
             "Kept for hosts that set it: frames of sources are always prepared in parallel."),
-    BoolKey(u"sync_mode.direct_hv_links", true,
-            "A path that names an object of the family connects to that object directly. Objects are not found by name "
-            "yet: a path is that of a file or a picture."),
+    BoolKey(
+        u"sync_mode.direct_hv_links", true,
+        "A path that is the name of an object of this process, a mixer or a file source, connects to that object "
+        "directly, if it has started, shows itself (external_access) in the same group (external_access.prefix) and "
+        "this mixer works with sync_mode. A name counts before a file that is called so. False: a path is always "
+        "that of a file."),
     IntKey(u"sync_mode.fixed_buffers", 0,
            "2 or more: fetching and composing overlap, with this many frames in flight."),
     BoolKey(u"sync_mode.external_exclusive", false, "Sources in a process of their own serve this mixer alone."),

@@ -18,8 +18,8 @@ CCoZrMixer::CCoZrMixer()
     : IZrPropsImpl<CCoZrMixer>(MixerProfile(), *this, lock_order::kProperties),
       events(props.Object()),
       readers(props.Root(), props.Object(), *this),
-      sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
-      core(props, format, readers, sender, events),
+      sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this, &references),
+      core(props, format, readers, sender, events, *static_cast<IZrObject*>(this)),
       pItemHost(
           ZrPtr<MixerItemHost>::Attach(new MixerItemHost(*static_cast<IZrObject*>(this), references, core.control))) {
     core.maker.SetHost(pItemHost);
@@ -36,6 +36,7 @@ uint32_t CCoZrMixer::Release() {
     const uint32_t nLeft = references.Drop();
     if (nLeft == 0) {
         pItemHost->Detach();
+        sender.Access().Leave();
         references.Add();  // whoever is told of the end may take a reference and give it back
         ObjectClose();
         delete this;
@@ -62,6 +63,7 @@ void CCoZrMixer::OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nCha
 void CCoZrMixer::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
     core.tracks.OnKey(_name, *props.Object());
     if (StreamMix::IsKey(_name)) core.cycle.OnKeys();
+    if (ExternalAccess::IsKey(_name)) sender.Access().OnKeys();
 }
 
 HRESULT CCoZrMixer::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {

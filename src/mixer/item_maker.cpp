@@ -52,15 +52,21 @@ std::u16string ItemMaker::FileLine(std::u16string_view _param) const {
 HRESULT ItemMaker::Make(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                         ZrPtr<CCoZrItem>& _pItem) const {
     _pItem.Reset();
-    if (_pExternOrRef) {
-        const ZrPtr<IUnknown> pSource = SourceOf(_pExternOrRef);
-        if (!QueryAs<IZrSource_I>(pSource.Get())) return E_NOINTERFACE;
-        _pItem = CCoZrItem::Make(pSource.Get(), _path);
-        if (!_pItem) return E_OUTOFMEMORY;
-        _pItem->SetHost(pHost);
-        return S_OK;
-    }
+    if (_pExternOrRef) return MakeLink(SourceOf(_pExternOrRef).Get(), _path, _pItem);
     if (_path.empty()) return E_INVALIDARG;
+    if (const ZrPtr<IUnknown> pNamed = named.Find(_path)) return MakeLink(pNamed.Get(), _path, _pItem);
+    return MakeFile(_path, _param, _pItem);
+}
+
+HRESULT ItemMaker::MakeLink(IUnknown* _pSource, std::u16string_view _path, ZrPtr<CCoZrItem>& _pItem) const {
+    if (!QueryAs<IZrSource_I>(_pSource)) return E_NOINTERFACE;
+    _pItem = CCoZrItem::Make(_pSource, _path);
+    if (!_pItem) return E_OUTOFMEMORY;
+    _pItem->SetHost(pHost);
+    return S_OK;
+}
+
+HRESULT ItemMaker::MakeFile(std::u16string_view _path, std::u16string_view _param, ZrPtr<CCoZrItem>& _pItem) const {
     const HRESULT hr =
         InterfaceCall([&] { return CCoZrItem::MakeFile(_path, FileLine(_param), OutputLine(), _pItem); });
     if (_pItem) _pItem->SetHost(pHost);

@@ -6,6 +6,7 @@
 
 #include "attributes/props.h"
 #include "framework/object_format.h"
+#include "mixer/direct_links.h"
 #include "sources/co_zr_item.h"
 
 namespace zr {
@@ -13,14 +14,17 @@ namespace zr {
 // Any thread.
 class ItemMaker {
 public:
-    // Both outlive it.
-    ItemMaker(const ZrPropsHW& _props, const ObjectFormat& _format) : props(_props), format(_format) {}
+    // All outlive it.
+    ItemMaker(const ZrPropsHW& _props, const ObjectFormat& _format, const DirectLinks& _named)
+        : props(_props), format(_format), named(_named) {}
 
-    // _pExternOrRef (may be null): the source, or an item, whose source is used. Else _path is opened; its source is
-    // asked for the output's format. E_INVALIDARG: neither is given. E_NOINTERFACE: an object that gives no frames.
-    // Otherwise what opening the source returned.
+    // _pExternOrRef (may be null): the source, or an item, whose source is used. Else _path names an object that is
+    // there, or is opened as by MakeFile. With no lock held. E_INVALIDARG: neither is given. E_NOINTERFACE: an object
+    // that gives no frames. Otherwise what opening the source returned.
     HRESULT Make(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param,
                  ZrPtr<CCoZrItem>& _pItem) const;
+    // Opens a file, a picture or a test signal, which is asked for the output's format.
+    HRESULT MakeFile(std::u16string_view _path, std::u16string_view _param, ZrPtr<CCoZrItem>& _pItem) const;
 
     // For an item that was made by other means: its play calls go where those of all go.
     void Adopt(CCoZrItem& _item) const { _item.SetHost(pHost); }
@@ -35,9 +39,11 @@ public:
 
 private:
     std::u16string FileLine(std::u16string_view _param) const;
+    HRESULT MakeLink(IUnknown* _pSource, std::u16string_view _path, ZrPtr<CCoZrItem>& _pItem) const;
 
     const ZrPropsHW& props;
     const ObjectFormat& format;
+    const DirectLinks& named;
     ZrPtr<IItemHost> pHost;
 };
 

@@ -39,6 +39,12 @@ HRESULT MixerBackground::Set(IUnknown* _pExternOrRef, std::u16string_view _path,
     return S_OK;
 }
 
+HRESULT MixerBackground::SetColour(std::u16string_view _path) {
+    ZrPtr<CCoZrItem> pItem;
+    const HRESULT hr = maker.MakeFile(_path, {}, pItem);
+    return Failed(hr) ? hr : Exchange(std::move(pItem));
+}
+
 HRESULT MixerBackground::Get(BSTR* _pbsPath, IZrItem** _ppItem) const {
     if (_pbsPath) *_pbsPath = nullptr;
     if (_ppItem) *_ppItem = nullptr;

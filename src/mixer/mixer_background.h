@@ -11,7 +11,7 @@
 
 namespace zr {
 
-// Any thread, without a lock of the mixer but the state lock.
+// Any thread, without a lock of the mixer; SetColour, SetItem and Close may be called under the state lock.
 class MixerBackground {
 public:
     MixerBackground(const ItemMaker& _maker, MixerLinks& _links, MixCycle& _cycle, IEventSink& _sink)
@@ -19,6 +19,8 @@ public:
 
     // As IZrStreams::StreamsBackgroundSet. _ppItem may be null.
     HRESULT Set(IUnknown* _pExternOrRef, std::u16string_view _path, std::u16string_view _param, IZrItem** _ppItem);
+    // A colour or a picture by its path, whatever objects are called so.
+    HRESULT SetColour(std::u16string_view _path);
     // Puts an item that was made elsewhere, and that nobody has, beneath the streams; empty: none.
     HRESULT SetItem(ZrPtr<CCoZrItem> _pItem) { return Exchange(std::move(_pItem)); }
     // As IZrStreams::StreamsBackgroundGet.

@@ -150,14 +150,16 @@ HRESULT MixerControl::OnObjectStart(DeferredEvents& _events) {
     // A background that is there already was put there by the host and stays.
     const std::u16string colour = parts.props.Object()->AttributeOr(u"background", u"black");
     if (!colour.empty() && !parts.streams.Background()) {
-        if (const HRESULT hr = parts.background.Set(nullptr, colour, {}, nullptr); Failed(hr)) return hr;
+        if (const HRESULT hr = parts.background.SetColour(colour); Failed(hr)) return hr;
     }
+    parts.sender.Show(*parts.state.name.Get());
     parts.state.Set(eZrS_Stopped);
     if (!parts.props.Root()->AttributeOr(u"auto_start", true)) return S_OK;
     return Play_I(-1.0, _events);
 }
 
 void MixerControl::Close_I(DeferredEvents& _events) {
+    parts.sender.Hide();
     Mixer_Stop(_events);
     parts.background.Close();
     parts.inputs.Close();

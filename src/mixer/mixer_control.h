@@ -27,6 +27,7 @@ public:
         MixerStreams& inputs;
         MixerLinks& links;
         MixerOutput& output;
+        Sender& sender;
         AudioTracks& tracks;
         StatisticsNode& statistics;
         IEventSink& events;

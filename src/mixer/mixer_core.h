@@ -5,6 +5,7 @@
 #include "framework/last_frame.h"
 #include "framework/object_format.h"
 #include "framework/statistics_node.h"
+#include "mixer/direct_links.h"
 #include "mixer/item_maker.h"
 #include "mixer/mix_cycle.h"
 #include "mixer/mixer_background.h"
@@ -22,19 +23,21 @@ namespace zr {
 
 class MixerCore {
 public:
-    // All outlive the core.
-    MixerCore(ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender, IEventSink& _events)
+    // All outlive the core. _self: the mixer.
+    MixerCore(ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender, IEventSink& _events,
+              IUnknown& _self)
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
           output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
           links(state, streams),
           scenes(_events),
           cycle({_props, state, _format, streams, links, blocks, scenes, tracks, statistics, _events, output}),
-          maker(_props, _format),
+          named(_props, cycle, _self),
+          maker(_props, _format, named),
           background(maker, links, cycle, _events),
           inputs({_props, maker, links, cycle, blocks, statistics, _events}),
-          control(
-              {_props, state, _format, streams, cycle, background, inputs, links, output, tracks, statistics, _events}),
-          persist({_props, _format, streams, maker, background, inputs, scenes, tracks}) {}
+          control({_props, state, _format, streams, cycle, background, inputs, links, output, _sender, tracks,
+                   statistics, _events}),
+          persist({_props, _format, streams, maker, named, background, inputs, scenes, tracks}) {}
 
     MixerState state;
     StatisticsNode statistics;
@@ -46,6 +49,7 @@ public:
     ScenesSet scenes;
     AudioTracks tracks{AudioTracks::Levels::kAlways};
     MixCycle cycle;
+    DirectLinks named;
     ItemMaker maker;
     MixerBackground background;
     MixerStreams inputs;

@@ -2,9 +2,16 @@
 
 #include <algorithm>
 
+#include "platform/clock.h"
 #include "platform/trace.h"
 
 namespace zr {
+namespace {
+
+constexpr int32_t kPaceNone = 0, kPaceItself = 3, kPaceByReaders = 4;  // of the key rate_control
+constexpr int64_t kPullLimit = kTicksPerSecond;                        // for the one that all is made for
+
+}  // namespace
 
 MixerOutput::MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
                          LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics)
@@ -61,7 +68,28 @@ void MixerOutput::MediaSend_I(const FramePtr& _pFrame) {
     lastFrame.Keep(_pFrame.Get());
     events.RaiseFrame(state.name.Get()->c_str(), _pFrame.Get());
     if (!bOpen) return;  // closed by whoever was just told
+    WaitForPull(*_pFrame);
     sender.Sender_SendMedia(_pFrame.Get(), 1, 0);
+}
+
+// A mixer that leaves its pace to its readers, such as one that is a stream of another, makes its frames as they fetch
+// them. One reader that is all it has loses none; beside others it holds them up for a frame at most, and then they go
+// on in real time.
+void MixerOutput::WaitForPull(IZrFFrame& _frame) {
+    const int32_t nPace = pObject->AttributeOr(u"rate_control", kPaceItself);
+    if ((nPace != kPaceNone && nPace != kPaceByReaders) || sender.RateChannels().IsSet()) return;
+    const size_t nReaders = readers.Count();
+    ZR_TIME time;
+    if (nReaders == 0 || Failed(_frame.ZrFTimeGet(&time)) || (time.eFFlags & eZrFF_Live)) return;
+    int32_t nChannels = 0;
+    sender.SenderGetCount(&nChannels);
+    const bool bAlone = nReaders == 1 && nChannels == 0;
+    const int64_t rtFrame = time.rtEndTime - time.rtStartTime;
+    const int64_t rtUntil = bAlone ? ClockNow() + kPullLimit : rtLatest;
+    bool bFetched = true;
+    for (size_t i = 0; i < nReaders && bFetched; ++i)
+        bFetched = readers.WaitFetched(std::max<int64_t>(rtUntil - ClockNow(), 0), &evEndPut) == S_OK;
+    rtLatest = bFetched ? ClockNow() + 2 * rtFrame : std::max(rtLatest + rtFrame, ClockNow());
 }
 
 }  // namespace zr

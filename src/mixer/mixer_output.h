@@ -66,6 +66,7 @@ public:
 
 private:
     void MediaSend_I(const FramePtr& _pFrame);
+    void WaitForPull(IZrFFrame& _frame);
 
     const XMLNodePtr pObject;
     MixerState& state;
@@ -75,6 +76,7 @@ private:
     IEventSink& events;
     std::atomic<bool> bOpen{false};  // changed under the state lock
     ManualEvent evEndPut;
+    int64_t rtLatest = 0;  // of the next frame, for readers that others need not wait for; of the thread that sends
     CountdownEvent evOnTheWay;  // counts the frames in the queue and the one that is sent from it
     CDeqActive<MixerOutput, QueuedFrame> queue{*this, "zr-output"};
 };

@@ -19,7 +19,7 @@ constexpr std::u16string_view kConfig = u"zr_config", kAudioNode = u"audio";
 constexpr std::u16string_view kObjectNode = u"object", kScenesNode = u"zr_scenes";
 constexpr std::u16string_view kBackgroundNode = u"background", kStreamsNode = u"mixer_streams";
 constexpr std::u16string_view kStreamId = u"stream_id";
-constexpr NameKey kPath{u"path"}, kRefId{u"ref_id"}, kLoop{u"loop"}, kFile{u"file"};
+constexpr NameKey kPath{u"path"}, kRefId{u"ref_id"}, kLoop{u"loop"}, kFile{u"file"}, kLive{u"live"};
 
 bool IsScenesOnly(std::u16string_view _object) { return EqualNoCase(_object, u"scenes"); }
 
@@ -126,8 +126,9 @@ bool MixerPersist::IsSame(CCoZrItem& _present, XMLNodeBase& _kind, int32_t _nRef
     NoteRefId(_present, _nRefId);
     const XMLNodeRef pKind = ItemKind(*pNow);
     return pKind && pKind->HasTag(NameKey(_kind.Tag())) && SameKeys(*pKind, _kind) &&
-           ResolveItemPath(_loading.load.strFolder, strPath, strFile) &&
-           AbsolutePath(strFile) == AbsolutePath(_present.Path());
+           (_kind.HasTag(kLive) ? strPath == _present.Path()
+                                : ResolveItemPath(_loading.load.strFolder, strPath, strFile) &&
+                                      AbsolutePath(strFile) == AbsolutePath(_present.Path()));
 }
 
 // _pHere (may be null): the item that has the place now; it is the result where it stays.
@@ -199,6 +200,7 @@ void MixerPersist::LoadItems(CoElement& _tree, const PERSIST_PARAM& _param) {
     LOADING loading;
     loading.load.strFormatLine = parts.maker.OutputLine();
     loading.load.strFolder = _param.Folder();
+    loading.load.FindObject = [this](std::u16string_view _path) { return parts.named.Find(_path); };
     if (ZrPtr<CCoZrItem> pItem = parts.streams.Background()) loading.arrPresent.push_back(std::move(pItem));
     CInputStream entry;
     for (int32_t i = 0; parts.streams.At(i, entry); ++i) loading.arrPresent.push_back(entry.pItem);

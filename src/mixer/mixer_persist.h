@@ -22,6 +22,7 @@ public:
         ObjectFormat& format;
         const StreamTable& streams;
         const ItemMaker& maker;
+        const DirectLinks& named;
         MixerBackground& background;
         MixerStreams& inputs;
         ScenesSet& scenes;

@@ -181,8 +181,9 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
         BSTR bs = nullptr;
         if (pProps->PropsGet(u"object::rate_control", &bs) == S_OK) pSource->rateControl = TextArgument(bs);
         SysFreeString(bs);
-        // From now on only the mixer sets its pace.
-        pProps->PropsSet(u"object::rate_control", u"0");
+        // From now on only the mixer sets its pace. Who has done so before, another mixer or the host, undoes it too.
+        pSource->bPaceTaken = pSource->rateControl != u"0";
+        if (pSource->bPaceTaken) pProps->PropsSet(u"object::rate_control", u"0");
     }
     // The reader first: not one frame is lost when the source starts.
     uint64_t llReader = 0;
@@ -404,7 +405,7 @@ void SyncMixer::RemoveUnused(IEventSink& _events) {
 }
 
 void SyncMixer::RemoveSource(SyncSource& _source, IEventSink& _events) {
-    if (IZrProps* const pProps = _source.pItem->SourceProps()) {
+    if (IZrProps* const pProps = _source.pItem->SourceProps(); pProps && _source.bPaceTaken) {
         if (_source.rateControl.empty()) {
             pProps->PropsRemove(u"object::rate_control");
         } else {

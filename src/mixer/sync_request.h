@@ -37,7 +37,8 @@ struct SyncSource {
     std::atomic<uint64_t> llReaderID{0};  // at the source
     std::shared_ptr<SourceStart> pStart;  // null: it was not started
     std::u16string name;
-    std::u16string rateControl;          // of the source before it was connected
+    bool bPaceTaken = false;             // it is to run at the mixer's pace, and had another before
+    std::u16string rateControl;          // of the source before that
     int32_t nTimeouts = 0;               // see SyncMixer::Accept
     int64_t rtLastGet = 0;               // ticks that the last get took
     double dblRateAsked = 0;             // frames a second that the source was asked for

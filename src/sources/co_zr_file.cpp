@@ -23,7 +23,7 @@ void LinkFileSource() {}
 CCoZrFile::CCoZrFile()
     : IZrPropsImpl<CCoZrFile>(FileProfile(), *this, lock_order::kProperties),
       readers(props.Root(), props.Object(), *this),
-      sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this),
+      sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this, &references),
       events(props.Object()),
       control({props, format, readers, sender, lastFrame, name, tracks, events}) {
     props.Start_I();
@@ -32,6 +32,7 @@ CCoZrFile::CCoZrFile()
 uint32_t CCoZrFile::Release() {
     const uint32_t nLeft = references.Drop();
     if (nLeft == 0) {
+        sender.Access().Leave();
         references.Add();  // whoever is told of the end may take a reference and give it back
         ObjectClose();
         delete this;
@@ -48,6 +49,7 @@ void CCoZrFile::OnThreadPriority(std::u16string_view _priority) {
 void CCoZrFile::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
     tracks.OnKey(_name, *props.Object());
     control.Pump().OnKeys();
+    if (ExternalAccess::IsKey(_name)) sender.Access().OnKeys();
 }
 
 HRESULT CCoZrFile::OnSenderFormat(ZR_VID_PROPS* _pVidProps, ZR_AUD_PROPS* _pAudProps) {

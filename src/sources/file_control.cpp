@@ -103,6 +103,7 @@ HRESULT FileControl::Start_I(Call&) {
     const HRESULT hr = pump.Start();
     if (Failed(hr)) return hr;
     eObject.store(eZrS_Stopped, std::memory_order_release);
+    parts.sender.Show({});
     return S_OK;
 }
 
@@ -125,6 +126,7 @@ HRESULT FileControl::ObjectClose() {
 }
 
 void FileControl::Close_I() {
+    parts.sender.Hide();
     pump.Stop();
     grabber.Close();
     parts.sender.SenderSendEnd(0, false);

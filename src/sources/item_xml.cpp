@@ -334,7 +334,8 @@ HRESULT LoadFamilyObject(const GUID& _clsid, XMLNodeBase& _node, XMLNodeBase& _k
     return _pItem ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, ItemPlace _ePlace, ITEM_LOAD& _load,
+// _bShort: the path is all that is known, and may be that of anything.
+HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, bool _bShort, ItemPlace _ePlace, ITEM_LOAD& _load,
                    ZrPtr<CCoZrItem>& _pItem) {
     int32_t nRefId = 0;
     const bool bNumbered = _kind.GetAttribute(u"ref_id", nRefId);
@@ -344,10 +345,17 @@ HRESULT LoadSource(XMLNodeBase& _node, XMLNodeBase& _kind, ItemPlace _ePlace, IT
         return _pItem ? S_OK : E_OUTOFMEMORY;
     }
     const std::u16string strPath = _kind.AttributeOr(u"path", std::u16string_view());
+    const bool bLive = _kind.HasTag(NameKey(u"live"));
     HRESULT hr = E_INVALIDARG;
-    if (_kind.HasTag(NameKey(u"playlist"))) {
+    ZrPtr<IUnknown> pNamed;
+    if ((bLive || _bShort) && _kind.ElementCount() == 0 && _ePlace == ItemPlace::kMixer && _load.FindObject)
+        pNamed = _load.FindObject(strPath);
+    if (pNamed) {
+        _pItem = CCoZrItem::Make(pNamed.Get(), strPath, {}, _ePlace);
+        hr = _pItem ? S_OK : E_OUTOFMEMORY;
+    } else if (_kind.HasTag(NameKey(u"playlist"))) {
         hr = LoadFamilyObject(kClsidZrPlaylist, _node, _kind, _ePlace, strPath, _pItem);
-    } else if (_kind.HasTag(NameKey(u"live"))) {
+    } else if (bLive) {
         hr = LoadFamilyObject(kClsidZrLive, _node, _kind, _ePlace, strPath, _pItem);
     } else if (std::u16string strFile; !strPath.empty() && ResolveItemPath(_load.strFolder, strPath, strFile)) {
         hr = CCoZrItem::MakeFile(strFile, LineOf(_kind), _load.strFormatLine, _pItem, _ePlace);
@@ -364,11 +372,11 @@ HRESULT LoadAt(XMLNodeBase* _pNode, ItemPlace _ePlace, ITEM_LOAD& _load, size_t 
         hr = CCoZrItem::MakeCommand(_pNode->AttributeOr(u"command", std::u16string_view()),
                                     _pNode->AttributeOr(u"param", std::u16string_view()), nullptr, _pItem);
     } else if (const XMLNodeRef pKind = ItemKind(*_pNode)) {
-        hr = LoadSource(*_pNode, *pKind, _ePlace, _load, _pItem);
+        hr = LoadSource(*_pNode, *pKind, false, _ePlace, _load, _pItem);
     } else if (_pNode->HasAttribute(u"path")) {
         const XMLNodePtr pShort = CoXMLNode::Create(u"file");
         pShort->SetAttribute(u"path", _pNode->AttributeOr(u"path", std::u16string_view()));
-        hr = LoadSource(*_pNode, *pShort, _ePlace, _load, _pItem);
+        hr = LoadSource(*_pNode, *pShort, true, _ePlace, _load, _pItem);
     }
     if (Succeeded(hr)) LoadState(*_pNode, *_pItem, _load, _nDepth);
     return hr;

@@ -10,6 +10,7 @@
 //       </breaks>
 //     </item>
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -33,6 +34,8 @@ struct ITEM_LOAD {
     std::u16string strFormatLine;  // what file sources are told of the output they are for
     std::u16string strFolder;      // what relative paths are looked up in; empty: where the process is
     std::map<int32_t, SOURCE> mapSources;
+    // The object that is there under a name, for a place on a mixer; may be empty.
+    std::function<ZrPtr<IUnknown>(std::u16string_view)> FindObject;
 };
 
 // The child that says what the source of an item is: a "file", a "playlist" or a "live". Null: none does.

@@ -23,8 +23,9 @@ std::u16string ClaimText(std::u16string_view _name) {
 
 }  // namespace
 
-Sender::Sender(const XMLNodePtr& _pObject, IUnknown& _self, SourceReaders& _readers, ISenderHost& _host)
-    : pObject(_pObject), self(_self), readers(_readers), host(_host) {}
+Sender::Sender(const XMLNodePtr& _pObject, IUnknown& _self, SourceReaders& _readers, ISenderHost& _host,
+               ReferenceCount* _pReferences)
+    : pObject(_pObject), self(_self), readers(_readers), host(_host), access(_pObject, _self, _pReferences) {}
 
 Sender::~Sender() {
     ChannelMap map;
@@ -182,6 +183,7 @@ HRESULT Sender::SenderNameSet(BSTR* _pbsName, int32_t _bExact) {
 // Tries the name, then the name with -001, -002 and so on. The name from before is free in any case.
 HRESULT Sender::NameClaim(std::u16string_view _wish, bool _bExact) {
     claim.Release();
+    bNamedByStart = false;
     std::u16string candidate(_wish);
     for (uint32_t n = 1;; ++n) {
         const HRESULT hr = claim.Claim(ClaimText(candidate));
@@ -195,12 +197,29 @@ HRESULT Sender::NameClaim(std::u16string_view _wish, bool _bExact) {
     }
 }
 
-HRESULT Sender::SenderExternalAccess(int32_t /*_bEnable*/, const char16_t* _bsName) {
+HRESULT Sender::SenderExternalAccess(int32_t _bEnable, const char16_t* _bsName) {
     if (!TextArgument(_bsName).empty()) {
         MutexLock lock(mtxName);
         if (const HRESULT hr = NameClaim(TextArgument(_bsName), false); Failed(hr)) return hr;
     }
-    return S_FALSE;
+    return access.Enable(_bEnable != 0);
+}
+
+void Sender::Show(std::u16string_view _name) {
+    if (!_name.empty()) {
+        MutexLock lock(mtxName);
+        if (!claim.IsHeld()) bNamedByStart = Succeeded(NameClaim(_name, false));
+    }
+    access.Show();
+}
+
+void Sender::Hide() {
+    access.Hide();
+    MutexLock lock(mtxName);
+    if (!bNamedByStart) return;
+    claim.Release();
+    strName.clear();
+    bNamedByStart = false;
 }
 
 }  // namespace zr

@@ -16,6 +16,7 @@
 #include "platform/event.h"
 #include "platform/names.h"
 #include "platform/rw_lock.h"
+#include "transport/external_access.h"
 #include "transport/output_channel.h"
 #include "transport/source_readers.h"
 
@@ -46,9 +47,10 @@ enum SEND_MODE : int32_t {
 // Any thread; one send at a time. The operations return what those of IZrSender_I do.
 class Sender {
 public:
-    // Keys are read from _pObject, the object's node, at every send. _self: the object as its receivers see it. All
-    // outlive the sender.
-    Sender(const XMLNodePtr& _pObject, IUnknown& _self, SourceReaders& _readers, ISenderHost& _host);
+    // Keys are read from _pObject, the object's node, at every send. _self: the object as its receivers see it.
+    // _pReferences: its count; without it the object is not found by name. All outlive the sender.
+    Sender(const XMLNodePtr& _pObject, IUnknown& _self, SourceReaders& _readers, ISenderHost& _host,
+           ReferenceCount* _pReferences = nullptr);
     // Tells all receivers the end, with a null sender.
     ~Sender();
     Sender(const Sender&) = delete;
@@ -68,11 +70,15 @@ public:
     }
     HRESULT SenderNameGet(BSTR* _pbsName) const;
     HRESULT SenderNameSet(BSTR* _pbsName, int32_t _bExact);
-    // The names that are claimed are known to the machine; other processes cannot reach the object, so that nothing
-    // more is to be done: S_FALSE.
     HRESULT SenderExternalAccess(int32_t _bEnable, const char16_t* _bsName);
 
     // --- The object
+
+    // The object has started. _name: the sender's while it has none of its own; when another has that, a number is put
+    // behind it. Empty: it gets none.
+    void Show(std::u16string_view _name);
+    // The object closes: it is not found any more, and a name that it got by its start is free.
+    void Hide();
 
     // Gives a frame, which nobody writes to any more, to the readers and the receivers, and waits until all receivers
     // have taken it; then, or before, waits as the key "rate_control" says. _nSendMode: of SEND_MODE. _nInternalMode:
@@ -91,6 +97,7 @@ public:
 
     // Set while a receiver is connected that sets the pace.
     Waitable& RateChannels() { return evRateChannels; }
+    ExternalAccess& Access() { return access; }
     bool IsSending() const { return bSending; }
     ZrRateTimer::COUNTERS RateCounters() { return rateTimer.Counters(); }
 
@@ -131,6 +138,7 @@ private:
     IUnknown& self;
     SourceReaders& readers;
     ISenderHost& host;
+    ExternalAccess access;
 
     ManualEvent evStopSend;      // set by the end and a flush, until a break
     ManualEvent evRateChannels;  // changed under lockChannels
@@ -144,6 +152,7 @@ private:
     mutable Mutex mtxName{lock_order::kSenderName};
     std::u16string strName ZR_GUARDED_BY(mtxName);
     UniqueName claim ZR_GUARDED_BY(mtxName);
+    bool bNamedByStart ZR_GUARDED_BY(mtxName) = false;
     Round keptRound ZR_GUARDED_BY(mtxName);  // the memory of the last round
 };
 

@@ -141,6 +141,74 @@ TEST_F(StreamsTest, OneSourceIsAskedOnceForAllItsStreams) {
     }
 }
 
+// Another mixer is found by its name while it is started and shows itself in the same group.
+TEST_F(StreamsTest, AnObjectIsFoundByItsName) {
+    Make(25.0);
+    ZrPtr<IZrObject> pStudio;
+    ASSERT_EQ(CreateInstance(kClsidZrMixer, IZrObject::kIid, reinterpret_cast<void**>(pStudio.Out())), S_OK);
+    const auto pStudioProps = pStudio.As<IZrProps>();
+    const ZR_VID_PROPS props = SmallPicture(25.0);
+    pStudio.As<IZrFormat>()->FormatVideoSet(eZrFT_Convert, &props);
+    const auto pUnder = NewSource();
+    pStudio.As<IZrStreams>()->StreamsBackgroundSet(pUnder.Get(), u"", u"", nullptr, 0);
+    ASSERT_EQ(pMixer->ObjectStart(nullptr), S_OK);
+    BSTR bsOwn = nullptr;
+    ASSERT_EQ(pMixer->ObjectNameGet(&bsOwn), S_OK);
+    const std::u16string own(bsOwn);
+    SysFreeString(bsOwn);
+
+    ZrPtr<IZrItem> pItem;
+    const auto IsFound = [&](const std::u16string& _name) {
+        pItem.Reset();
+        return pStreams->StreamsAdd(u"link", nullptr, _name.c_str(), u"", pItem.Out(), 0) == S_OK;
+    };
+    EXPECT_FALSE(IsFound(own));
+    EXPECT_FALSE(IsFound(u"studio"));
+    pStudio->ObjectNameSet(u"studio");
+    ASSERT_EQ(pStudio->ObjectStart(nullptr), S_OK);
+    const struct {
+        IZrProps* pProps;
+        const char16_t *szKey, *szValue;
+        bool bFound;
+    } arrSteps[] = {
+        {pStudioProps.Get(), u"object::external_access.prefix", u"red", false},
+        {pProps.Get(), u"object::external_access.prefix", u"red", true},
+        {pStudioProps.Get(), u"object::external_access", u"false", false},
+        {pStudioProps.Get(), u"object::external_access", u"true", true},
+        {pProps.Get(), u"object::sync_mode.direct_hv_links", u"false", false},
+        {pProps.Get(), u"object::sync_mode.direct_hv_links", u"true", true},
+    };
+    for (const auto& step : arrSteps) {
+        ASSERT_EQ(step.pProps->PropsSet(step.szKey, step.szValue), S_OK);
+        EXPECT_EQ(IsFound(u"studio"), step.bFound) << &step - arrSteps;
+        pStreams->StreamsRemoveByIndex(0, 100, 0);
+    }
+    ASSERT_TRUE(IsFound(u"studio"));
+    // Saved as its name, by which it is found when it is loaded.
+    const auto pPersist = pMixer.As<IZrPersist>();
+    BSTR bsSaved = nullptr;
+    ASSERT_EQ(pPersist->PersistSaveToString(nullptr, &bsSaved, nullptr), S_OK);
+    const std::u16string saved(bsSaved);
+    SysFreeString(bsSaved);
+    pItem.Reset();
+    pStreams->StreamsRemoveByIndex(0, 100, 0);
+    ASSERT_EQ(pPersist->PersistLoad(nullptr, saved.c_str(), nullptr), S_OK);
+    ASSERT_EQ(pStreams->StreamsGet(u"link", nullptr, pItem.Out()), S_OK);
+    ZrPtr<IUnknown> pInner;
+    ASSERT_EQ(pItem->ItemInnerGet(pInner.Out()), S_OK);
+    EXPECT_EQ(QueryAs<IUnknown>(pInner.Get()), QueryAs<IUnknown>(pStudio.Get()));
+    pInner.Reset();
+    SleepFor(kTicksPerSecond);
+    EXPECT_GT(NumberIn(StreamOf(pItem)), 15);
+
+    // It goes while it is shown; the output goes on, and nobody finds it any more.
+    const size_t nBefore = pCollector->Frames().size();
+    EXPECT_EQ(pStudio->ObjectClose(), S_OK);
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Frames().size() - nBefore), 50, 8);
+    EXPECT_FALSE(IsFound(u"studio"));
+}
+
 TEST_F(StreamsTest, APausedStreamKeepsItsPictureAndLosesNothing) {
     Make(25.0);
     const auto pPaused = NewSource();
