@@ -1,8 +1,8 @@
 #include "transport/external_access.h"
 
+#include <new>
 #include <utility>
 
-#include "attributes/interface_call.h"
 #include "platform/module_info.h"
 #include "platform/wide_text.h"
 
@@ -59,19 +59,19 @@ void ExternalAccess::Leave() {
     Enable_I(false);
 }
 
-HRESULT ExternalAccess::Enable_I(bool _bEnable) {
+HRESULT ExternalAccess::Enable_I(bool _bEnable) try {
     if (_bEnable && !pReferences) return E_NOTIMPL;
-    return InterfaceCall([&] {
-        std::u16string name;
-        if (_bEnable && !bGone) name = TableName(*pObject, self);
-        if (name == strName) return S_OK;
-        ObjectTable::Shared().Revoke(std::exchange(llCookie, 0));
-        strName.clear();
-        if (name.empty()) return S_OK;
-        llCookie = ObjectTable::Shared().Register(name, self, *pReferences);
-        strName = std::move(name);
-        return S_OK;
-    });
+    std::u16string name;
+    if (_bEnable && !bGone) name = TableName(*pObject, self);
+    if (name == strName) return S_OK;
+    ObjectTable::Shared().Revoke(std::exchange(llCookie, 0));
+    strName.clear();
+    if (name.empty()) return S_OK;
+    llCookie = ObjectTable::Shared().Register(name, self, *pReferences);
+    strName = std::move(name);
+    return S_OK;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
 }
 
 }  // namespace zr
