@@ -1,6 +1,7 @@
 #include "attributes/item_keys.h"
 
 #include "attributes/char_class.h"
+#include "attributes/key_lists.h"
 
 namespace zr {
 namespace {
@@ -19,6 +20,12 @@ constexpr PROP_KEY arrItemKeys[] = {
             "Measure loudness, quasi-peak and true peak of each of its audio tracks (false)."),
     OpenKey(u"default_tracks", eZrKeyType::Int, "Audio tracks shown before any audio came (1)."),
     OpenKey(u"channels_per_track", eZrKeyType::Int, "Channels of each audio track; 0 takes those of the source (0)."),
+    kPluginsOptimizationKey,
+    kOverlayMetersKey,
+    kOverlayWaveformKey,
+    kOverlayMetersPosKey,
+    kOverlayWaveformPosKey,
+    kOverlayMetersColorKey,
 };
 
 }  // namespace

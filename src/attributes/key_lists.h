@@ -27,6 +27,26 @@ inline constexpr PROP_KEY kExternalAccessPrefixKey =
     OpenKey(u"external_access.prefix", eZrKeyType::String,
             "Makes a group of the objects that have the same: none finds one of another group (empty).");
 
+// Read by everything that has plug-ins.
+inline constexpr PROP_KEY kPluginsOptimizationKey =
+    OpenKey(u"plugins.optimization", eZrKeyType::Bool,
+            "A plug-in is asked for another frame only while the frame is not the object's own; else it changes it in "
+            "place. false: it always is (true).");
+inline constexpr PROP_KEY kOverlayMetersKey =
+    OpenKey(u"overlay_rms", eZrKeyType::Bool,
+            "Draw audio level meters on the picture: a bar for each channel, from -60 dB to 0 dB (false).");
+inline constexpr PROP_KEY kOverlayWaveformKey =
+    OpenKey(u"overlay_waveform", eZrKeyType::Bool, "Draw the audio waveform on the picture (false).");
+inline constexpr PROP_KEY kOverlayMetersPosKey =
+    OpenKey(u"overlay_rms.pos", eZrKeyType::Double,
+            "Where the level meters begin, as a share of the width; below 0 from the right edge (0.1).");
+inline constexpr PROP_KEY kOverlayWaveformPosKey =
+    OpenKey(u"overlay_waveform.pos", eZrKeyType::Double,
+            "Where the waveform begins, as a share of the height; below 0 from the lower edge (-0.3).");
+inline constexpr PROP_KEY kOverlayMetersColorKey =
+    OpenKey(u"overlay_rms.color", eZrKeyType::String,
+            "Colour of the level meters up to -20 dB; above they are yellow, from -9 dB on red (green).");
+
 // Keys of the preview object.
 KeyNames PreviewKeyNames();
 bool IsPreviewKey(std::u16string_view _strName);

@@ -106,6 +106,12 @@ constexpr PROP_KEY arrMixerKeys[] = {
     OpenKey(u"pull_mode.wait_till_get", eZrKeyType::Int, "Milliseconds added to the wait for readers (200)."),
     OpenKey(u"sync_mode.control_fps", eZrKeyType::Bool, "Sources are asked for the frame rate of the output (true)."),
     OpenKey(u"mixing.threads", eZrKeyType::Int, "Threads that draw a frame of more than 240 lines (1)."),
+    kPluginsOptimizationKey,
+    kOverlayMetersKey,
+    kOverlayWaveformKey,
+    kOverlayMetersPosKey,
+    kOverlayWaveformPosKey,
+    kOverlayMetersColorKey,
     OpenKey(u"pause.no_input", eZrKeyType::Bool, "A single item may be told to pause (false)."),
     OpenKey(u"last_scene.unicode", eZrKeyType::Bool, "That file is written as UTF-16, not as UTF-8 (false)."),
 };

@@ -89,7 +89,9 @@ void AsyncProducer::GiveOne(ManualEvent& _evStop) {
     // black.
     const bool bPace = !pFrame && !input.pStream && IsStalled();
     if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
-    if ((pFrame || bPace) && !_evStop.IsSet()) Push(pFrame, _evStop);
+    if ((!pFrame && !bPace) || _evStop.IsSet()) return;
+    if (pFrame) pFrame = input.pItem->Plugins_I().Pass(std::move(pFrame));
+    Push(pFrame, _evStop);
 }
 
 bool AsyncProducer::IsStalled() const { return rtWaited >= kNoFrames; }

@@ -19,7 +19,8 @@ CCoZrMixer::CCoZrMixer()
       events(props.Object()),
       readers(props.Root(), props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this, &references),
-      core(props, format, readers, sender, events, *static_cast<IZrObject*>(this)),
+      plugins(props.Object(), *static_cast<IZrObject*>(this)),
+      core(props, format, readers, sender, plugins, events, *static_cast<IZrObject*>(this)),
       pItemHost(
           ZrPtr<MixerItemHost>::Attach(new MixerItemHost(*static_cast<IZrObject*>(this), references, core.control))) {
     core.maker.SetHost(pItemHost);
@@ -28,8 +29,8 @@ CCoZrMixer::CCoZrMixer()
 
 HRESULT CCoZrMixer::QueryInterface(const GUID& _iid, void** _ppv) {
     return QueryFaces<IZrObject, IZrFile, IZrStreams, IZrScenes, IZrElements, IZrPersist, IZrPersistInfo, IZrProps,
-                      IZrFormat, IZrAudio, IZrAllTracks, IZrSource, IZrSource_I, IZrSender_I, IZrEventsAdvise>(
-        this, _iid, _ppv);
+                      IZrFormat, IZrPlugins, IZrAudio, IZrAllTracks, IZrSource, IZrSource_I, IZrSender_I,
+                      IZrEventsAdvise>(this, _iid, _ppv);
 }
 
 uint32_t CCoZrMixer::Release() {
@@ -62,6 +63,7 @@ void CCoZrMixer::OnAudioSetUp(CoXMLNode& _audio, int32_t _nTracks, int32_t _nCha
 
 void CCoZrMixer::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
     core.tracks.OnKey(_name, *props.Object());
+    plugins.OnKeys();
     if (StreamMix::IsKey(_name)) core.cycle.OnKeys();
     if (ExternalAccess::IsKey(_name)) sender.Access().OnKeys();
 }

@@ -9,6 +9,7 @@
 #include "framework/object_impl.h"
 #include "mixer/mixer_core.h"
 #include "mixer/mixer_item_host.h"
+#include "output/plugins_impl.h"
 #include "platform/unknown.h"
 #include "scenes/scenes_impl.h"
 #include "sources/file_forward.h"
@@ -27,6 +28,7 @@ class CCoZrMixer final : public IZrObjectImpl<CCoZrMixer>,
                          public IZrPropsImpl<CCoZrMixer>,
                          public IZrAudioImpl<CCoZrMixer>,
                          public IZrFormatImpl<CCoZrMixer>,
+                         public IZrPluginsImpl<CCoZrMixer>,
                          public IZrSourceImpl<CCoZrMixer>,
                          public IZrSource_IImpl<CCoZrMixer>,
                          public IZrSenderImpl<CCoZrMixer>,
@@ -45,6 +47,7 @@ public:
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
     AudioTracks& Tracks_I() { return core.tracks; }
+    PluginList& Plugins_I() { return plugins; }
     ObjectEvents& Events_I() { return events; }
     ScenesSet& Scenes_I() { return core.scenes; }
     ElementPtr NewTree_I() { return CoElement::CreateTop(u"zr_config"); }
@@ -111,6 +114,7 @@ private:
     ObjectEvents events;
     SourceReaders readers;
     Sender sender;
+    PluginList plugins;
     MixerCore core;
     const ZrPtr<MixerItemHost> pItemHost;
 };

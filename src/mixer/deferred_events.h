@@ -1,11 +1,12 @@
 #pragma once
-// Events that are raised while a lock is held, and go out when it has been left.
+// What is told while a lock is held, and goes out when it has been left.
 
 #include <string>
 #include <vector>
 
 #include "attributes/interface_call.h"
 #include "framework/event_sink.h"
+#include "sources/co_zr_item.h"
 #include "zr/ptr.h"
 
 namespace zr {
@@ -16,6 +17,7 @@ class DeferredEvents final : public IEventSink {
 public:
     explicit DeferredEvents(IEventSink& _sink) : sink(_sink) {}
     ~DeferredEvents() {
+        for (const ZrPtr<CCoZrItem>& pItem : arrEnded) pItem->Plugins_I().MediaEnd();
         for (const EVENT& e : arrEvents) {
             sink.RaiseEvent(e.name.c_str(), e.event.c_str(), e.bParam ? e.param.c_str() : nullptr, e.pObject.Get());
         }
@@ -30,6 +32,8 @@ public:
     } catch (const std::bad_alloc&) {
         // Nobody hears of it; what it tells of has happened all the same.
     }
+    // Frames of an item do not come any more: its plug-ins are told before all events.
+    void AddEnd(const ZrPtr<CCoZrItem>& _pItem) { arrEnded.push_back(_pItem); }
     void RaiseFrame(const char16_t* _szName, IZrFFrame* _pFrame) override { sink.RaiseFrame(_szName, _pFrame); }
 
 private:
@@ -41,6 +45,7 @@ private:
 
     IEventSink& sink;
     std::vector<EVENT> arrEvents;
+    std::vector<ZrPtr<CCoZrItem>> arrEnded;
 };
 
 }  // namespace zr

@@ -38,10 +38,13 @@ HRESULT MixerControl::ObjectStart() {
 }
 
 HRESULT MixerControl::ObjectClose() {
-    DeferredEvents events(parts.events);
-    ControlScope scope(parts.state, "ObjectClose");
-    if (scope.IsRefused()) return ZR_E_RETRY;
-    Close_I(events);
+    {
+        DeferredEvents events(parts.events);
+        ControlScope scope(parts.state, "ObjectClose");
+        if (scope.IsRefused()) return ZR_E_RETRY;
+        Close_I(events);
+    }
+    parts.output.EndPlugins();
     return S_OK;
 }
 

@@ -24,10 +24,10 @@ namespace zr {
 class MixerCore {
 public:
     // All outlive the core. _self: the mixer.
-    MixerCore(ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender, IEventSink& _events,
-              IUnknown& _self)
+    MixerCore(ZrPropsHW& _props, ObjectFormat& _format, SourceReaders& _readers, Sender& _sender, PluginList& _plugins,
+              IEventSink& _events, IUnknown& _self)
         : statistics(_props.Root()->FindNode(_props.Object()->AttributeOr(u"statistics.extended", u"stat"), true)),
-          output(_props.Object(), state, _readers, _sender, lastFrame, _events, statistics),
+          output(_props.Object(), state, _readers, _sender, _plugins, lastFrame, _events, statistics),
           links(state, streams),
           scenes(_events),
           cycle({_props, state, _format, streams, links, blocks, scenes, tracks, statistics, _events, output}),

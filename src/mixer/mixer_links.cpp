@@ -3,16 +3,27 @@
 #include <new>
 
 namespace zr {
+namespace {
+
+constexpr const char16_t *kConnect = u"connect", *kDisconnect = u"disconnect";
+
+}  // namespace
 
 LinkEvents::~LinkEvents() {
     try {
         for (const EVENT& event : arrEvents) {
+            if (event.szEvent != kConnect) EndPlugins(event.pItem);
+            if (!event.szEvent) continue;
             sink.RaiseEvent(links.state.name.Get()->c_str(), event.szEvent, event.pItem->Name().c_str(),
                             static_cast<IZrItem*>(event.pItem.Get()));
         }
     } catch (const std::bad_alloc&) {
         // Nobody hears of it; what it tells of has happened all the same.
     }
+}
+
+void LinkEvents::EndPlugins(const ZrPtr<CCoZrItem>& _pItem) {
+    pLater ? pLater->AddEnd(_pItem) : _pItem->Plugins_I().MediaEnd();
 }
 
 void MixerLinks::ConnectAll(double _dblSeconds, LinkEvents& _events) {
@@ -66,7 +77,7 @@ void MixerLinks::Connect(const CInputStream& _input, double _dblSeconds, LinkEve
         _input.pStream->Connect();
         _input.pStream->Pause(_dblSeconds);
     }
-    if (!bWasOpen) _events.Add(u"connect", _input.pItem);
+    if (!bWasOpen) _events.Add(kConnect, _input.pItem);
 }
 
 void MixerLinks::Disconnect(const CInputStream& _input, LinkEvents& _events) {
@@ -74,7 +85,7 @@ void MixerLinks::Disconnect(const CInputStream& _input, LinkEvents& _events) {
         if (!_input.pStream->IsOpen()) return;
         _input.pStream->ClearBlocks();
     }
-    _events.Add(u"disconnect", _input.pItem);
+    _events.Add(kDisconnect, _input.pItem);
 }
 
 void MixerLinks::ConnectNew(const CInputStream& _input, LinkEvents& _events) {
@@ -85,9 +96,10 @@ void MixerLinks::DisconnectOld(const CInputStream& _input, LinkEvents& _events) 
     if (!bConnected) return;
     if (!streams.Uses(_input.pItem->Source())) {
         Disconnect(_input, _events);
-    } else if (_input.pStream && _input.pStream->IsOpen()) {
-        _input.pStream->ClearBlocks();
+        return;
     }
+    if (_input.pStream && _input.pStream->IsOpen()) _input.pStream->ClearBlocks();
+    _events.AddEnd(_input.pItem);
 }
 
 }  // namespace zr

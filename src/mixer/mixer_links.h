@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "framework/event_sink.h"
+#include "mixer/deferred_events.h"
 #include "mixer/mixer_state.h"
 #include "mixer/stream_table.h"
 
@@ -49,23 +49,31 @@ private:
 };
 
 // One call's "connect" and "disconnect", on its own thread. They go out with the end of the object, which is therefore
-// made before a lock is taken: what they say is asked of the items then.
+// made before a lock is taken: what they say is asked of the items then. The plug-ins of an item that is disconnected
+// are told too.
 class LinkEvents {
 public:
     LinkEvents(const MixerLinks& _links, IEventSink& _sink) : links(_links), sink(_sink) {}
+    // Of a call that ends under a lock: plug-ins are told by _later.
+    LinkEvents(const MixerLinks& _links, DeferredEvents& _later) : links(_links), sink(_later), pLater(&_later) {}
     ~LinkEvents();
     LinkEvents(const LinkEvents&) = delete;
     LinkEvents& operator=(const LinkEvents&) = delete;
 
     void Add(const char16_t* _szEvent, const ZrPtr<CCoZrItem>& _pItem) { arrEvents.push_back({_szEvent, _pItem}); }
+    // It is disconnected, without a word.
+    void AddEnd(const ZrPtr<CCoZrItem>& _pItem) { Add(nullptr, _pItem); }
 
 private:
     struct EVENT {
         const char16_t* szEvent;
         ZrPtr<CCoZrItem> pItem;
     };
+    void EndPlugins(const ZrPtr<CCoZrItem>& _pItem);
+
     const MixerLinks& links;
     IEventSink& sink;
+    DeferredEvents* pLater = nullptr;
     std::vector<EVENT> arrEvents;
 };
 

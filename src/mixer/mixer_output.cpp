@@ -14,8 +14,14 @@ constexpr int64_t kPullLimit = kTicksPerSecond;                        // for th
 }  // namespace
 
 MixerOutput::MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
-                         LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics)
-    : pObject(_pObject), state(_state), readers(_readers), sender(_sender), lastFrame(_lastFrame), events(_events) {
+                         PluginList& _plugins, LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics)
+    : pObject(_pObject),
+      state(_state),
+      readers(_readers),
+      sender(_sender),
+      plugins(_plugins),
+      lastFrame(_lastFrame),
+      events(_events) {
     queue.SetStatistics(&_statistics);
 }
 
@@ -47,6 +53,7 @@ void MixerOutput::Close() {
 void MixerOutput::ResetPosition() { sender.ResetRate(); }
 
 void MixerOutput::Output(FramePtr _pFrame) {
+    _pFrame = plugins.Pass(std::move(_pFrame));
     if (queue.MaxSize() < 1) {
         if (WaitAny({&evEndPut, &evOnTheWay}, -1) == 0) return;  // what was queued before goes first
         const TraceScope trace("DoMixing_I(MediaSend_I)");

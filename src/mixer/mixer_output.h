@@ -1,5 +1,5 @@
 #pragma once
-// The way of a finished frame out of the mixer: the queue, then listeners, channels and readers.
+// The way of a finished frame out of the mixer: plug-ins, the queue, then listeners, channels and readers.
 
 #include <atomic>
 #include <utility>
@@ -11,6 +11,7 @@
 #include "framework/statistics_sink.h"
 #include "mixer/frame_output.h"
 #include "mixer/mixer_state.h"
+#include "output/plugin_list.h"
 #include "platform/event.h"
 #include "transport/sender.h"
 
@@ -41,9 +42,9 @@ private:
 
 class MixerOutput final : public IFrameOutput {
 public:
-    // All outlive the output. _pObject: the node with the mixer's keys. _pIdentity: the object that sends, not counted.
+    // All outlive the output. _pObject: the node with the mixer's keys.
     MixerOutput(const XMLNodePtr& _pObject, MixerState& _state, SourceReaders& _readers, Sender& _sender,
-                LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics);
+                PluginList& _plugins, LastFrame& _lastFrame, IEventSink& _events, IStatisticsSink& _statistics);
 
     // From now on frames are taken. _bQueue: at least one may wait while the one before it is sent. S_FALSE: they are
     // taken already. Under the state lock, as Close.
@@ -54,6 +55,8 @@ public:
     void EndPut() { evEndPut.Set(); }
     // The next frame begins a new line of time.
     void ResetPosition();
+    // Tells the mixer's plug-ins the end. With no lock held.
+    void EndPlugins() { plugins.MediaEnd(); }
     // Bounds of the queue; 0 at most means none. Any thread.
     void SetBounds(int32_t _nMin, int32_t _nMax, bool _bQueue);
 
@@ -72,6 +75,7 @@ private:
     MixerState& state;
     SourceReaders& readers;
     Sender& sender;
+    PluginList& plugins;
     LastFrame& lastFrame;
     IEventSink& events;
     std::atomic<bool> bOpen{false};  // changed under the state lock

@@ -24,7 +24,8 @@ ZrMixerStream::ZrMixerStream(std::u16string_view _id, IStatisticsSink& _statisti
               return _statistics.Resolve((std::u16string(_prefix) + id).c_str());
           };
           return COUNTERS{Counter(u"dups."),        Counter(u"pauses."),        Counter(u"breaks."),
-                          Counter(u"user_breaks."), Counter(u"skipped_video."), Counter(u"put_frame.")};
+                          Counter(u"user_breaks."), Counter(u"skipped_video."), Counter(u"put_frame."),
+                          Counter(u"plugins.")};
       }()),
       audio(id, _statistics) {}
 
@@ -36,8 +37,9 @@ void ZrMixerStream::NotePut(double _dblMs, bool _bSkipped) {
 }
 
 void ZrMixerStream::ReleaseNumbers() {
-    for (const IStatisticsSink::Handle handle : {counters.nDups, counters.nPauses, counters.nBreaks,
-                                                 counters.nUserBreaks, counters.nSkipped, counters.nPutFrame})
+    for (const IStatisticsSink::Handle handle :
+         {counters.nDups, counters.nPauses, counters.nBreaks, counters.nUserBreaks, counters.nSkipped,
+          counters.nPutFrame, counters.nPlugins})
         statistics.Release(handle);
     audio.ReleaseNumbers();
 }

@@ -73,6 +73,8 @@ public:
     int64_t LastPutAlone() const { return rtLastPutAlone.load(std::memory_order_relaxed); }
     // Publishes how long a put took.
     void NotePut(double _dblMs, bool _bSkipped);
+    // Publishes how long the plug-ins of its item had a frame.
+    void NotePlugins(double _dblMs) { statistics.SetValue(counters.nPlugins, _dblMs); }
     // A picture of that put was made later, in so many ticks.
     void NotePicture(int64_t _rtTime) {
         if (LastPutTime() > 0) rtLastPut.fetch_add(_rtTime, std::memory_order_relaxed);
@@ -147,7 +149,7 @@ public:
 
 private:
     struct COUNTERS {
-        IStatisticsSink::Handle nDups, nPauses, nBreaks, nUserBreaks, nSkipped, nPutFrame;
+        IStatisticsSink::Handle nDups, nPauses, nBreaks, nUserBreaks, nSkipped, nPutFrame, nPlugins;
     };
     struct INCOMING;
 

@@ -1,5 +1,7 @@
 #include "mixer/request_step_runner.h"
 
+#include <string>
+
 #include "attributes/interface_call.h"
 #include "media/vid_props.h"
 #include "mixer/elapsed.h"
@@ -10,30 +12,52 @@ namespace {
 // The data that a source leaves when it has converted a frame: the frame's own time.
 constexpr const char16_t* kOriginalTime = u"ORGT";
 
-void TakeOriginalTime(const CCoZrItem& _item, IZrFFrame* _pFrame) {
+// A frame that plug-ins have given may be in other hands too: a clone gets the time.
+void TakeOriginalTime(const CCoZrItem& _item, FramePtr& _pFrame) {
     int32_t cbData = 0;
     int64_t pbData = 0;
     if (Failed(_pFrame->ZrFDataGet(kOriginalTime, &cbData, &pbData)) || cbData != sizeof(ZR_TIME)) return;
     BSTR bs = nullptr;
     if (_item.SourceProps()) _item.SourceProps()->PropsGet(u"object::internal.convert_frame", &bs);
     const std::u16string_view text = TextArgument(bs);
-    if (text == u"1" || text == u"true") _pFrame->ZrFTimeSet(reinterpret_cast<const ZR_TIME*>(pbData));
+    FramePtr pOwn;
+    if ((text == u"1" || text == u"true") &&
+        Succeeded(_pFrame->ZrFClone(pOwn.Out(), eZrFC_Reference, eZrFCC_Default))) {
+        pOwn->ZrFTimeSet(reinterpret_cast<const ZR_TIME*>(pbData));
+        _pFrame = std::move(pOwn);
+    }
     SysFreeString(bs);
 }
 
 }  // namespace
 
 RequestStepRunner::RequestStepRunner(const XMLNodePtr& _pObject, IStatisticsSink& _statistics)
-    : pObject(_pObject), statistics(_statistics), nPutBackground(_statistics.Resolve(u"put_frame.bg")) {}
+    : pObject(_pObject),
+      statistics(_statistics),
+      nPutBackground(_statistics.Resolve(u"put_frame.bg")),
+      nPluginsBackground(_statistics.Resolve((std::u16string(u"plugins.") + kBackgroundName).c_str())) {}
 
 HRESULT RequestStepRunner::Run(RequestStep& _step) const {
     if (!_step.pSourceFrame) return E_UNEXPECTED;
     return InterfaceCall([&] { return Put(_step); });
 }
 
+void RequestStepRunner::RunPlugins(RequestStep& _step) const {
+    PluginList& plugins = _step.input.pItem->Plugins_I();
+    if (plugins.IsIdle()) return;
+    Elapsed elapsed;
+    _step.pSourceFrame = plugins.Pass(std::move(_step.pSourceFrame));
+    if (ZrMixerStream* const pStream = _step.input.pStream.Get()) {
+        pStream->NotePlugins(elapsed.Ms());
+    } else {
+        statistics.SetValue(nPluginsBackground, elapsed.Ms());
+    }
+}
+
 HRESULT RequestStepRunner::Put(RequestStep& _step) const {
     Elapsed elapsed;
-    TakeOriginalTime(*_step.input.pItem, _step.pSourceFrame.Get());
+    RunPlugins(_step);
+    TakeOriginalTime(*_step.input.pItem, _step.pSourceFrame);
     if (ZrMixerStream* const pStream = _step.input.pStream.Get()) {
         const HRESULT hr = pStream->PutMedia(_step.pSourceFrame.Get(), _step.put);
         pStream->NotePut(elapsed.Ms(), _step.put.bSkipped);

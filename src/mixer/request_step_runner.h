@@ -17,12 +17,14 @@ public:
     HRESULT Run(RequestStep& _step) const;
 
 private:
+    void RunPlugins(RequestStep& _step) const;
     HRESULT Put(RequestStep& _step) const;
     HRESULT FitToOutput(RequestStep& _step) const;
 
     const XMLNodePtr pObject;
     IStatisticsSink& statistics;
     const IStatisticsSink::Handle nPutBackground;
+    const IStatisticsSink::Handle nPluginsBackground;
 };
 
 }  // namespace zr

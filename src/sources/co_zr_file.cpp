@@ -25,7 +25,8 @@ CCoZrFile::CCoZrFile()
       readers(props.Root(), props.Object(), *this),
       sender(props.Object(), *static_cast<IZrObject*>(this), readers, *this, &references),
       events(props.Object()),
-      control({props, format, readers, sender, lastFrame, name, tracks, events}) {
+      plugins(props.Object(), *static_cast<IZrObject*>(this)),
+      control({props, format, readers, sender, lastFrame, name, tracks, plugins, events}) {
     props.Start_I();
 }
 
@@ -48,6 +49,7 @@ void CCoZrFile::OnThreadPriority(std::u16string_view _priority) {
 
 void CCoZrFile::OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) {
     tracks.OnKey(_name, *props.Object());
+    plugins.OnKeys();
     control.Pump().OnKeys();
     if (ExternalAccess::IsKey(_name)) sender.Access().OnKeys();
 }

@@ -6,6 +6,7 @@
 #include "framework/events.h"
 #include "framework/object_format.h"
 #include "framework/object_impl.h"
+#include "output/plugins_impl.h"
 #include "platform/unknown.h"
 #include "sources/file_control.h"
 #include "transport/sender_impl.h"
@@ -19,6 +20,7 @@ class CCoZrFile final : public IZrObjectImpl<CCoZrFile>,
                         public IZrPropsImpl<CCoZrFile>,
                         public IZrAudioImpl<CCoZrFile>,
                         public IZrFormatImpl<CCoZrFile>,
+                        public IZrPluginsImpl<CCoZrFile>,
                         public IZrSourceImpl<CCoZrFile>,
                         public IZrSource_IImpl<CCoZrFile>,
                         public IZrSenderImpl<CCoZrFile>,
@@ -30,14 +32,15 @@ public:
     CCoZrFile();
 
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
-        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrAudio, IZrAllTracks, IZrSource, IZrSource_I,
-                          IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
+        return QueryFaces<IZrObject, IZrFile, IZrProps, IZrFormat, IZrPlugins, IZrAudio, IZrAllTracks, IZrSource,
+                          IZrSource_I, IZrSender_I, IZrEventsAdvise>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
     SourceReaders& Readers_I() { return readers; }
     Sender& Sender_I() { return sender; }
     AudioTracks& Tracks_I() { return tracks; }
+    PluginList& Plugins_I() { return plugins; }
     ObjectEvents& Events_I() { return events; }
     bool SenderStandsBefore(IUnknown*) const { return false; }
 
@@ -89,6 +92,7 @@ private:
     Sender sender;
     ObjectEvents events;
     AudioTracks tracks{AudioTracks::Levels::kOnDemand};
+    PluginList plugins;
     FileControl control;
 };
 

@@ -9,6 +9,7 @@
 #include "attributes/props_impl.h"
 #include "audio/audio_impl.h"
 #include "media/transport_interfaces.h"
+#include "output/plugins_impl.h"
 #include "platform/lock.h"
 #include "platform/unknown.h"
 #include "sources/break_list.h"
@@ -50,13 +51,14 @@ class CCoZrItem final : public IZrItem,
                         public IZrScenesForward<CCoZrItem>,
                         public IZrPersist,
                         public IZrPropsImpl<CCoZrItem>,
+                        public IZrPluginsImpl<CCoZrItem>,
                         public IZrAudioImpl<CCoZrItem>,
                         private IPropsHost {
 public:
     HRESULT QueryInterface(const GUID& _iid, void** _ppv) override {
         if (_ppv && !pScenes && _iid == IZrScenes::kIid) return *_ppv = nullptr, E_NOINTERFACE;
-        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrScenes, IZrPersist, IZrProps, IZrAudio, IZrAllTracks>(
-            this, _iid, _ppv);
+        return QueryFaces<IZrItem, IZrBreaks, IZrFile, IZrScenes, IZrPersist, IZrProps, IZrPlugins, IZrAudio,
+                          IZrAllTracks>(this, _iid, _ppv);
     }
     uint32_t AddRef() override { return references.Add(); }
     uint32_t Release() override;
@@ -84,6 +86,8 @@ public:
     // The tracks of this place, whatever other places the source has.
     AudioTracks& Tracks_I() { return *pTracks; }
     const std::shared_ptr<AudioTracks>& SharedTracks() const { return pTracks; }
+    // Of the frames that come from the source to this place; brought by one thread at a time.
+    PluginList& Plugins_I() { return plugins; }
     // Counts the keys that have been set.
     uint32_t KeysSet() const { return nKeysSet.load(std::memory_order_acquire); }
     // What its parameters said of the format, whatever the output's is: attributes of "line".
@@ -167,6 +171,7 @@ private:
     HRESULT OnHostedGet(std::u16string_view _name, BSTR* _pbsValue) override;
     void OnKeyChanged(std::u16string_view _name, std::u16string_view, const std::u16string*) override {
         pTracks->OnKey(_name, *props.Root());
+        plugins.OnKeys();
         nKeysSet.fetch_add(1, std::memory_order_release);
     }
     HRESULT AddBreak(double _dblTime, ZrPtr<CCoZrItem> _pItem, IZrItem** _ppBreakItem);
@@ -189,6 +194,7 @@ private:
     std::atomic<uint32_t> nKeysSet{0};
     BreakList breaks;
     const std::shared_ptr<AudioTracks> pTracks = std::make_shared<AudioTracks>(AudioTracks::Levels::kOnDemand);
+    PluginList plugins{props.Root(), *static_cast<IZrItem*>(this)};
 
     mutable Mutex mtx;  // unranked leaf; nothing is released under it
     OwnedSourcePtr pOwned ZR_GUARDED_BY(mtx);

@@ -97,7 +97,7 @@ FilePump::PlayerPtr FilePump::Exchange(PlayerPtr _pPlayer) {
     std::swap(pPlayer, _pPlayer);
     pHeld.Reset();
     bEnded = false;
-    bBreakNext = true;
+    bBreakNext = bFlushPlugins = true;
     dblPosition.store(pPlayer ? pPlayer->Position() : 0, std::memory_order_relaxed);
     Change_I();
     if (_pPlayer) parts.readers.Drop();  // nobody gets what the old one had ready
@@ -129,6 +129,7 @@ HRESULT FilePump::Play() {
     }
     if (!bPlaying) bBreakNext = true;
     const bool bAgain = std::exchange(bEnded, false);
+    bFlushPlugins |= bAgain;
     bPlaying = true;
     bPaused = false;
     rtPlayAgain = kNever;
@@ -166,6 +167,7 @@ HRESULT FilePump::Halt(int64_t _rtTicks) {
         ControlScope scope(*this);
         bWas = bPlaying || rtPlayAgain != kNever;
         bPlaying = bPaused = false;
+        bFlushPlugins = true;
         rtPlayAgain = _rtTicks > 0 && pPlayer ? DeadlineAfter(ClockNow(), _rtTicks) : kNever;
         eState.store(eZrS_Stopped, std::memory_order_release);
         Change_I();
@@ -188,6 +190,7 @@ HRESULT FilePump::Seek(double _dblPos, double _dblPreroll) {
     if (Failed(hr)) return hr;
     pHeld.Reset();
     bEnded = false;
+    bFlushPlugins = true;
     dblPosition.store(pPlayer->Position(), std::memory_order_relaxed);
     Change_I();
     parts.readers.Drop();  // what is on its way sees the change, and is not offered any more
@@ -227,6 +230,7 @@ void FilePump::Run(ThreadRun& _run) {
             WaitAny({&_run.StopEvent(), &_run.WakeEvent()}, rtIdle);
         }
     }
+    parts.plugins.MediaEnd();
     idThread = 0;
 }
 
@@ -390,13 +394,16 @@ void FilePump::Raise(const char16_t* _szEvent, std::u16string_view _param) {
 
 void FilePump::FireEvents() {
     std::vector<EVENT> arrNow;
-    bool bEnd = false;
+    bool bEnd = false, bFlush = false;
     {
         MutexLock lock(mtxPlay);
         arrNow.swap(arrEvents);
         bEnd = std::exchange(bEndReaders, false);
+        bFlush = std::exchange(bFlushPlugins, false);
     }
+    if (bFlush) parts.plugins.MediaFlush();
     if (bEnd) {
+        parts.plugins.MediaEnd();
         parts.readers.End();
         parts.sender.SenderSendEnd(0, false);
     }
@@ -448,11 +455,12 @@ ZrPtr<IZrFFrame> FilePump::ShapeSound(const ZrPtr<IZrFFrame>& _pFrame) {
 }
 
 void FilePump::Deliver(const OUT_FRAME& _out) {
-    const ZrPtr<IZrFFrame> pFrame = ShapeSound(_out.pFrame);
-    IZrFFrame& frame = *pFrame;
+    ZrPtr<IZrFFrame> pFrame = ShapeSound(_out.pFrame);
     ZR_TIME time;
-    if (evCancel.IsSet() || Failed(frame.ZrFTimeGet(&time))) return;
+    if (evCancel.IsSet() || Failed(pFrame->ZrFTimeGet(&time))) return;
     if (!HasFlags(time, eZrFF_Live) && !WaitForPull()) return;
+    pFrame = parts.plugins.Pass(std::move(pFrame));
+    IZrFFrame& frame = *pFrame;
     dblPosition.store(_out.dblPosition, std::memory_order_relaxed);
     NoteFormats(frame);
     parts.lastFrame.Keep(&frame);

@@ -16,6 +16,7 @@
 #include "framework/lock_order.h"
 #include "framework/object_format.h"
 #include "framework/object_name.h"
+#include "output/plugin_list.h"
 #include "sources/file_player.h"
 #include "transport/sender.h"
 #include "transport/source_readers.h"
@@ -31,11 +32,12 @@ struct FILE_PARTS {
     LastFrame& lastFrame;
     ObjectName& name;
     AudioTracks& tracks;
+    PluginList& plugins;
     IEventSink& events;
 };
 
 // Any thread; the calls that change how it plays return when frames from before are out of the way of the next one.
-// Events go out on the pump's thread with no lock held.
+// Events go out and plug-ins are called on the pump's thread with no lock held.
 class FilePump {
 public:
     using PlayerPtr = std::shared_ptr<FilePlayer>;
@@ -137,6 +139,7 @@ private:
     ZR_VID_PROPS propsHint ZR_GUARDED_BY(mtxPlay);
     std::vector<EVENT> arrEvents ZR_GUARDED_BY(mtxPlay);
     bool bEndReaders ZR_GUARDED_BY(mtxPlay) = false;
+    bool bFlushPlugins ZR_GUARDED_BY(mtxPlay) = false;
 
     ManualEvent evCancel;  // how it plays has changed: the frame on its way is not wanted any more
     AutoEvent evKeys;

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "sources/file_support.h"
+#include "support/scripted_plugin.h"
 #include "support/stress.h"
 #include "zr/class_ids.h"
 #include "zr/events.h"
@@ -50,6 +51,31 @@ TEST_F(FileControlTest, IsAnObjectWithAllItsFaces) {
     EXPECT_EQ(nEvents.load(), 4);  // start, loop, start of the loop, pause
     EXPECT_EQ(pObject->ObjectClose(), S_OK);
     EXPECT_EQ(pSource->SourceFrameGetEx(&llReader, 0, pFrame.Out(), 0), E_ABORT);
+}
+
+TEST_F(FileControlTest, ItsPlugInsGiveTheFramesAndHearWhereTheLineBreaksOff) {
+    FileRig rig;
+    const auto pPlugin = ScriptedPlugin::Make([](int64_t, IZrFrame* _pFrame, IZrFrame** _ppResult) {
+        const int64_t nPicture = SCRIPT_FRAME(*QueryAs<IZrFFrame>(_pFrame)).nPicture;
+        return MEDIA_SCRIPT().Make(99 - nPicture, eZrFF_None).As<IZrFrame>().CopyTo(_ppResult);
+    });
+    ASSERT_EQ(rig.plugins.Add(pPlugin.Get(), 0), S_OK);
+    rig.Play(u"clip");
+    for (int64_t n = 0; n < 10; ++n) EXPECT_EQ(rig.Fetch().nPicture, 99 - n);
+    EXPECT_EQ(pPlugin->nFlushes, 0);
+    EXPECT_EQ(rig.control.FilePosSet(2.0, 0), S_OK);
+    EXPECT_EQ(rig.Fetch().nPicture, 49);
+    EXPECT_EQ(pPlugin->nFlushes, 1);
+    EXPECT_EQ(rig.control.FilePlayPause(0), S_OK);
+    EXPECT_EQ(rig.control.FilePlayStart(), S_OK);
+    rig.Fetch();
+    EXPECT_EQ(pPlugin->nFlushes, 1);
+    EXPECT_EQ(rig.control.FilePlayStop(0), S_OK);
+    SleepFor(kMs);
+    EXPECT_EQ(pPlugin->nFlushes, 2);
+    EXPECT_EQ(pPlugin->nEnds, 0);
+    rig.control.ObjectClose();
+    EXPECT_EQ(pPlugin->nEnds, 1);
 }
 
 // Three threads that do anything at any time, a fourth that fetches: no deadlock, nothing torn, nothing leaked.

@@ -144,7 +144,10 @@ struct FileRig final : IPropsHost, ISourceHost, ISenderHost, IEventSink {
     ZrPtr<IUnknown> pSelf = QueryAs<IUnknown>(static_cast<IZrFFactory*>(&CZrFrameFactory::Shared()));
     Sender sender{props.Object(), *pSelf, readers, *this};
     AudioTracks tracks{AudioTracks::Levels::kOnDemand};
-    FileControl control{{props, format, readers, sender, lastFrame, name, tracks, *this}};
+    struct Self final : UnknownImpl<IUnknown> {
+    } self;
+    PluginList plugins{props.Object(), self};
+    FileControl control{{props, format, readers, sender, lastFrame, name, tracks, plugins, *this}};
 };
 
 // Two files: a "clip" of 100 frames, and a "film" of another rate than any output.
