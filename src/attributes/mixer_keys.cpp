@@ -16,10 +16,9 @@ constexpr PROP_KEY arrMixerKeys[] = {
     BoolKey(u"elements.show_last_frame", true,
             "An element keeps the last picture of a stream that has no new one, or that was removed."),
     BoolKey(u"background.direct_out", false,
-            "The mixer works as with sync_mode false: the background's frames drive it. As long as there is no stream "
-            "and nothing of the background is switched off, they go out as they are, with their own format and time, "
-            "past gains, tracks and delay. Holds from the next "
-            "start of the mixer on."),
+            "As long as there is no stream and nothing of the background is switched off, its frames go out as they "
+            "are, with their own format and time, past gains, tracks and delay. A mixer that starts with it works as "
+            "with sync_mode false: the background's frames drive it."),
     BoolKey(u"on_frame.sync", false, "Frame callbacks run in the sending thread and hold it."),
     BoolKey(u"on_frame.data", false, "Queued frame events carry the picture with them."),
     BoolKey(u"on_event.sync", false, "An event reaches its listener before the call that caused it returns."),

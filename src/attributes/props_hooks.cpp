@@ -41,8 +41,6 @@ HRESULT ZrPropsHW::OnChanged(std::u16string_view _name, std::u16string_view _val
         ApplyOutputBuffers();
     } else if (IsOneOf(_name, {u"object::threads.priority_max"})) {
         ApplyThreadPriority();
-    } else if (IsOneOf(_name, {u"background.direct_out"})) {
-        if (host.StreamCount() > 1 && !pRoot->AttributeOr(u"background.direct_out", false)) host.OnBackgroundRebuild();
     } else if (IsPreviewKey(_name)) {
         const ZrPtr<IZrProps> pPreview = host.PropsOfPreview();
         return pPreview ? SetOn(*pPreview, _name, _value) : S_OK;

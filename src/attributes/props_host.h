@@ -32,9 +32,6 @@ public:
     virtual void OnOutputBuffers(int32_t /*_nMin*/, int32_t /*_nMax*/) {}
     // _priority: the text of the key.
     virtual void OnThreadPriority(std::u16string_view /*_priority*/) {}
-    virtual size_t StreamCount() { return 0; }
-    // The background no longer goes straight to the output.
-    virtual void OnBackgroundRebuild() {}
     // Any key that is none of the above and was not passed on. _pOld: what it was before, null when it was not set. An
     // empty name: any number of keys, or one that was removed.
     virtual void OnKeyChanged(std::u16string_view /*_name*/, std::u16string_view /*_value*/,

@@ -144,9 +144,11 @@ HRESULT MixCycle::RunPass(const FramePtr& _pFrameIn, bool _bFirst, int64_t _nCyc
     if (WaitAny({&_evStop, &evStop, &evDriver}, -1) < 2) return ZR_E_NOT_RUNNING;
     const MixerState::Work work(parts.state);
     const HRESULT hr = InterfaceCall([&] {
-        if (_pFrameIn && GoesStraight()) return SendStraight(_pFrameIn);
-        bStraight = false;
-        return DoMixing_I(_pFrameIn, _bFirst, _nCycle);
+        PASS pass;
+        // What is asked of sources comes within the pass.
+        const HRESULT hrStraight = IsSynchronous(0) ? S_FALSE : MakeStraight(pass, _pFrameIn, GoesStraight());
+        if (hrStraight == S_FALSE) return DoMixing_I(_pFrameIn, _bFirst, _nCycle);
+        return Succeeded(hrStraight) ? SendPass(pass) : hrStraight;
     });
     CountFailure(hr);
     evDriver.Set();
@@ -167,32 +169,39 @@ HRESULT MixCycle::DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) {
 
 // A background that is all there is on a mixer that runs. A paused one makes frames of its own.
 bool MixCycle::GoesStraight() const {
-    if (IsSynchronous(0) || !parts.props.Root()->AttributeOr(u"background.direct_out", false)) return false;
+    if (!parts.props.Root()->AttributeOr(u"background.direct_out", false)) return false;
     if (parts.state.Get() != eZrS_Running || parts.streams.Count() > 0) return false;
     const ZrPtr<CCoZrItem> pBackground = parts.streams.Background();
     return pBackground && pBackground->Node()->AttributeOr(u"video", true) &&
            pBackground->Node()->AttributeOr(u"audio", true);
 }
 
-// Its line of time is the source's: it breaks where the mixer's begins and ends.
-HRESULT MixCycle::SendStraight(const FramePtr& _pFrame) {
-    PASS pass;
-    HRESULT hr = _pFrame->ZrFClone(pass.pFrame.Out(), eZrFC_Reference, eZrFCC_Default);
-    if (Succeeded(hr)) hr = pass.pFrame->ZrFTimeGet(&pass.time);
+// The background's frame as it is, on the line of time of its source, which breaks where the mixer's begins and ends.
+// S_FALSE: it is one to mix.
+HRESULT MixCycle::MakeStraight(PASS& _pass, const FramePtr& _pFrame, bool _bStraight) {
+    if (!_pFrame || !_bStraight) {
+        bStraight = false;
+        return S_FALSE;
+    }
+    HRESULT hr = _pFrame->ZrFClone(_pass.pFrame.Out(), eZrFC_Reference, eZrFCC_Default);
+    if (Succeeded(hr)) hr = _pass.pFrame->ZrFTimeGet(&_pass.time);
     ZR_AV_PROPS props;
-    if (Succeeded(hr)) hr = pass.pFrame->ZrFAVPropsGet(&props, nullptr);
+    if (Succeeded(hr)) hr = _pass.pFrame->ZrFAVPropsGet(&props, nullptr);
     if (Failed(hr)) return hr;
     if (!std::exchange(bStraight, true)) {
         MutexLock lock(mtxCycle);
-        pass.time.eFFlags = WithBreak(pass.time.eFFlags);
-        hr = pass.pFrame->ZrFTimeSet(&pass.time);
+        _pass.time.eFFlags = WithBreak(_pass.time.eFFlags);
+        hr = _pass.pFrame->ZrFTimeSet(&_pass.time);
         clock.SetBreakPending();
         audioMixer.Reset();
     }
-    if (Failed(hr)) return hr;
-    parts.format.Note(eZrFT_Output, FormatOf(props));
-    parts.output.Output(std::move(pass.pFrame));
-    EndPass(pass);
+    if (Succeeded(hr)) parts.format.Note(eZrFT_Output, FormatOf(props));
+    return Failed(hr) ? hr : S_OK;
+}
+
+HRESULT MixCycle::SendPass(PASS& _pass) {
+    parts.output.Output(std::move(_pass.pFrame));
+    EndPass(_pass);
     return S_OK;
 }
 
@@ -213,6 +222,7 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         HRESULT hr = sync.Sync_Request(evStop, bHold, request);
         if (evStop.IsSet()) return ZR_E_NOT_RUNNING;  // by a listener of what the sources did, perhaps
         if (hr == S_FALSE && !audioMixer.EndsLoud()) {
+            bStraight = false;
             audioMixer.Reset();
             WaitOne(evStop, kNoSourcesPause);
             return S_OK;
@@ -220,8 +230,10 @@ HRESULT MixCycle::DoMixing_I(const FramePtr& _pFrameIn, bool _bFirst, int64_t _n
         if (Failed(hr)) return hr;
         if (hr == S_FALSE) request.props = formatOnAir;
         pass.pRequest = &request;
+        request.bStraight = GoesStraight();
         hr = sync.Sync_Put(request, &pBase, &pass.bMustCopy);
-        if (Failed(hr)) return hr;
+        if (Succeeded(hr)) hr = MakeStraight(pass, pBase, request.bStraight);
+        if (hr != S_FALSE) return Failed(hr) ? hr : SendPass(pass);
         pass.bHasInputs = request.Count() > 0;
     } else if (const HRESULT hr = TakePushed(pass, pBase); Failed(hr)) {
         return hr;

@@ -111,7 +111,8 @@ private:
     STREAM_PUT PutNow() const override { return async.Put(); }
     HRESULT DriveCycle(const FramePtr& _pFrame, ManualEvent& _evStop) override;
     bool GoesStraight() const;
-    HRESULT SendStraight(const FramePtr& _pFrame);
+    HRESULT MakeStraight(PASS& _pass, const FramePtr& _pFrame, bool _bStraight);
+    HRESULT SendPass(PASS& _pass);
     bool StartsIt(const CCoZrItem& _item) const override;
     bool StartMissing();
 

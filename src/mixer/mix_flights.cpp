@@ -95,8 +95,10 @@ HRESULT MixCycle::Sync_DoMixing_I(FLIGHT& _flight) {
     pass.pRequest = &_flight.request;
     pass.bHasInputs = _flight.request.Count() > 0;
     FramePtr pBase;
+    _flight.request.bStraight = GoesStraight();
     HRESULT hr = sync.Sync_Put(_flight.request, &pBase, &pass.bMustCopy);
-    if (Succeeded(hr)) hr = MakeFrame(pass, pBase);
+    if (Succeeded(hr)) hr = MakeStraight(pass, pBase, _flight.request.bStraight);
+    if (hr == S_FALSE) hr = MakeFrame(pass, pBase);
     if (hr != S_OK || pass.bSkipped) return hr;
     parts.statistics.SetValue(nSyncFrames, cycleTimer.Ms());
     _flight.pFrame = std::move(pass.pFrame);

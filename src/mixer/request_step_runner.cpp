@@ -64,7 +64,7 @@ HRESULT RequestStepRunner::Put(RequestStep& _step) const {
         return hr;
     }
     _step.pResult = std::move(_step.pSourceFrame);
-    const HRESULT hr = FitToOutput(_step);
+    const HRESULT hr = _step.bAsItIs ? S_OK : FitToOutput(_step);
     statistics.SetValue(nPutBackground, elapsed.Ms());
     return hr;
 }

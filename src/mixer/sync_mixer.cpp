@@ -344,6 +344,7 @@ bool SyncMixer::PrepareStep(RequestStep& _step, const SyncRequest& _request) {
     _step.put.bSkipped = _request.bMaySkip && pStream && pStream->LastPutTime() > rtFrame / 2;
     _step.put.bMakeLater = true;
     _step.bMustCopy = true;
+    _step.bAsItIs = _request.bStraight;
     const eZrFrameClone eParts = _step.put.bSkipped ? eZrFC_ObjData_Audio : eZrFC_Reference;
     const HRESULT hr = _step.pFetched->ZrFClone(_step.pSourceFrame.Out(), eParts, eZrFCC_Default);
     if (Succeeded(hr) && _step.put.bSkipped) {

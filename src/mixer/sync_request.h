@@ -26,6 +26,7 @@ struct RequestStep {
     FramePtr pFetched;       // what the source gave; null: nothing is put
     FramePtr pSourceFrame;   // the step's own clone of it
     FramePtr pResult;        // of the background
+    bool bAsItIs = false;    // the background's frame is left in its own format
     bool bMustCopy = false;  // somebody else holds the result's picture: it is not to be drawn on
 
     bool IsBackground() const { return input.nIndex < 0; }
@@ -62,8 +63,9 @@ public:
     SyncRequest& operator=(const SyncRequest&) = delete;
     ~SyncRequest() { Release(); }
 
-    AV_FORMAT props;        // the output of the cycle
-    bool bMaySkip = false;  // the output is paced: a stream that is late may lose its picture
+    AV_FORMAT props;         // the output of the cycle
+    bool bMaySkip = false;   // the output is paced: a stream that is late may lose its picture
+    bool bStraight = false;  // the background's frame is the output as it is
     RequestStep& Add() {
         if (nSteps == arrSteps.size()) arrSteps.push_back(std::make_unique<RequestStep>());
         return *arrSteps[nSteps++];

@@ -31,17 +31,6 @@ TEST(PropsHooks, EachKeySetsItsOwnThingInMotion) {
     }
 }
 
-TEST(PropsHooks, BackgroundIsRebuiltWhenItStopsGoingStraightOut) {
-    PropsObject object(MixerProfile());
-    const std::tuple<size_t, const char*, Notes> arrCases[] = {
-        {2, "true", {}}, {1, "false", {}}, {2, "false", {"background"}}};
-    for (const auto& [nStreams, szValue, arrNotes] : arrCases) {
-        object.nStreams = nStreams;
-        EXPECT_EQ(object.Set("background.direct_out", szValue), S_OK);
-        EXPECT_EQ(object.Notes(), arrNotes);
-    }
-}
-
 TEST(PropsHooks, HostedObjectHasTheLastWord) {
     PropsObject object(MixerProfile());
     EXPECT_EQ(object.Set("hosted", "1"), S_FALSE);

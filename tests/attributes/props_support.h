@@ -66,8 +66,6 @@ public:
         Note("buffers " + std::to_string(_nMin) + " " + std::to_string(_nMax));
     }
     void OnThreadPriority(std::u16string_view _priority) override { Note("priority " + ToUtf8(_priority)); }
-    size_t StreamCount() override { return nStreams; }
-    void OnBackgroundRebuild() override { Note("background"); }
     void OnKeyChanged(std::u16string_view _name, std::u16string_view _value, const std::u16string* _pOld) override {
         if (bNoteKeys)
             Note(ToUtf8(_name) + " " + (_pOld ? ToUtf8(*_pOld) : std::string("<null>")) + "->" + ToUtf8(_value));
@@ -94,7 +92,6 @@ public:
 
     ZrPtr<IZrProps> pDelay, pPreview;
     HostedProps* pPreviewProps = nullptr;  // of pPreview, made by the host
-    size_t nStreams = 0;
     bool bScene = false;
     bool bNoteKeys = false;
     std::vector<std::string> arrNotes;

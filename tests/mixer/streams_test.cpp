@@ -209,6 +209,49 @@ TEST_F(StreamsTest, AnObjectIsFoundByItsName) {
     EXPECT_FALSE(IsFound(u"studio"));
 }
 
+// Set on air, the key holds from the next frame on, whether the mixer asks for frames in line or ahead.
+TEST_F(StreamsTest, ABackgroundAloneGoesStraightOutFromWhenItIsTold) {
+    for (const char16_t* szAhead : {u"0", u"3"}) {
+        Make(25.0);
+        pProps->PropsSet(u"object::sync_mode.fixed_buffers", szAhead);
+        ZR_VID_PROPS other = SmallPicture(25);
+        other.nWidth = 32;
+        other.nRowBytes = 64;
+        const auto pBackground = ScriptedSource::Make(other, 0);
+        pStreams->StreamsBackgroundSet(pBackground.Get(), nullptr, nullptr, nullptr, 0);
+        pMixer->ObjectStart(nullptr);
+        const auto RunWith = [&](const char16_t* _szValue) {
+            const size_t nBefore = pCollector->Frames().size();
+            pProps->PropsSet(u"background.direct_out", _szValue);
+            SleepFor(kTicksPerSecond);
+            EXPECT_NEAR(static_cast<double>(pCollector->Frames().size() - nBefore), 25, 2);
+            const auto arrFrames = pCollector->Frames();
+            return std::vector(arrFrames.begin() + static_cast<ptrdiff_t>(nBefore), arrFrames.end());
+        };
+        // Of the frames that were asked for ahead some are still mixed.
+        const auto Breaks = [](const auto& _arrFrames) {
+            return std::count_if(_arrFrames.begin() + 1, _arrFrames.end(),
+                                 [](const auto& _f) { return (_f.time.eFFlags & eZrFF_Break) != 0; });
+        };
+        const auto Width = [](const auto& _arrFrames) {
+            ZR_AV_PROPS props;
+            _arrFrames.back().pFrame->ZrFAVPropsGet(&props, nullptr);
+            return props.vidProps.nWidth;
+        };
+        const auto arrMixed = RunWith(u"false"), arrStraight = RunWith(u"true"), arrAgain = RunWith(u"false");
+        const int32_t nLast = ScriptedSource::NumberOf(arrStraight.back().pFrame.Get());
+        EXPECT_EQ(ScriptedSource::NumberOf(arrStraight[arrStraight.size() - 11].pFrame.Get()), nLast - 10);
+        EXPECT_EQ(Breaks(arrMixed), 0);
+        EXPECT_EQ(Breaks(arrStraight), 1);
+        EXPECT_EQ(Breaks(arrAgain), 1);
+        EXPECT_EQ(arrStraight.back().time.rtStartTime, 0) << "the source's own time";
+        EXPECT_EQ(Width(arrMixed), 64);
+        EXPECT_EQ(Width(arrStraight), 32);
+        EXPECT_EQ(Width(arrAgain), 64);
+        pMixer->ObjectClose();
+    }
+}
+
 TEST_F(StreamsTest, APausedStreamKeepsItsPictureAndLosesNothing) {
     Make(25.0);
     const auto pPaused = NewSource();
