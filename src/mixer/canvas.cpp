@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -24,6 +25,9 @@ namespace {
 
 // Rows that are composed in one go; even, as fields and shared chroma want it. Their bytes stay in the second cache.
 constexpr int32_t kBandRows = 16;
+// That a thread takes at a time. Where rows are made it is a quarter of 1080 lines, as rows of a source are fetched
+// ahead from one band to the next.
+constexpr int32_t kBandsAtOnce = 2, kBandsMadeAtOnce = 17;
 
 tagRECT Inside(const tagRECT& _rect, const ZR_VID_PROPS& _props) {
     return {std::max(_rect.left, 0), std::max(_rect.top, 0), std::min(_rect.right, _props.nWidth),
@@ -255,31 +259,33 @@ const uint8_t* Canvas::UnderBand(const BASE& _base, const BAND& _band, size_t* _
     return _base.picture.Packed().Row(_band.nFirst);
 }
 
-// A picture and a half transparent one over it go into the target in one pass. Returns how many layers that were; 0:
-// the base is not laid yet.
+// A picture and a half transparent one that is as wide go into the target in one pass. Returns how many layers that
+// were; 0: the base is not laid yet. Where the upper one is narrower the base is copied first, in one go: that is
+// faster than what lies beside it, row by row.
 size_t Canvas::LayTwo(const BASE& _base, const PICTURE& _target, const BAND& _band) const {
     size_t nNext = 0;
     ptrdiff_t nStride = 0;
     const uint8_t* pUnder = UnderBand(_base, _band, &nNext, &nStride);
     if (!pUnder || nNext >= arrLayers.size()) return 0;
     const LAYER& layer = arrLayers[nNext];
-    if (!layer.pPicture || layer.bOpaque || layer.rect.top > _band.nFirst || layer.rect.bottom < _band.nEnd) return 0;
+    if (!layer.pPicture || layer.bOpaque || layer.rect.top > _band.nFirst || layer.rect.bottom < _band.nEnd ||
+        layer.rect.left > 0 || layer.rect.right < work.nWidth)
+        return 0;
     const BlockPicture& picture = *layer.pPicture;
     if (picture.bMasked || picture.HasAlpha() || !SameFamily(picture.props.fccType, work.fccType)) return 0;
-    const PART part =
-        PartOf(picture, picture.srcRect.top + _band.nFirst - picture.dstRect.top, _band.nEnd - _band.nFirst, _band);
+    const int32_t nRows = _band.nEnd - _band.nFirst;
+    const PART part = PartOf(picture, picture.srcRect.top + _band.nFirst - picture.dstRect.top, nRows, _band);
     PICTURE over;
     if (Failed(PictureOf(const_cast<uint8_t*>(part.pBits), part.props, over))) return 0;
-    const size_t cbLeft = BytesOf(work.fccType, layer.rect.left), cbEnd = BytesOf(work.fccType, layer.rect.right);
+    const PLANE &from = over.Packed(), &to = _target.Packed();
     const size_t cbRow = BytesOf(work.fccType, work.nWidth);
-    const size_t nOver = BytesOf(work.fccType, picture.srcRect.left + layer.rect.left - picture.dstRect.left);
-    for (int32_t y = _band.nFirst; y < _band.nEnd; ++y, pUnder += nStride) {
-        uint8_t* const p = _target.Packed().Row(y);
-        std::memcpy(p, pUnder, cbLeft);
-        MixPlainRowTo(over.Packed().Row(part.nTop + y - _band.nFirst) + nOver, pUnder + cbLeft, p + cbLeft,
-                      cbEnd - cbLeft, layer.nWeight);
-        std::memcpy(p + cbEnd, pUnder + cbEnd, cbRow - cbEnd);
-    }
+    const size_t nOver = BytesOf(work.fccType, picture.srcRect.left - picture.dstRect.left);
+    const auto nGapless = static_cast<ptrdiff_t>(cbRow);
+    const bool bOneRow = from.nStride == nGapless && to.nStride == nGapless && nStride == nGapless;
+    const int32_t nRuns = bOneRow ? 1 : nRows;
+    for (int32_t y = 0; y < nRuns; ++y, pUnder += nStride)
+        MixPlainRowTo(from.Row(part.nTop + y) + nOver, pUnder, to.Row(_band.nFirst + y),
+                      cbRow * static_cast<size_t>(nRows / nRuns), layer.nWeight);
     return nNext + 1;
 }
 
@@ -305,15 +311,22 @@ HRESULT Canvas::Draw(const BASE& _base, uint8_t* _pBits, int32_t _nThreads) {
     }
     const int32_t nRows = target.Height(), nBands = (nRows + kBandRows - 1) / kBandRows;
     const int32_t nWorkers = MixWorkers(bMakes ? RowThreads() : _nThreads, nRows);
-    const int32_t nSlices = nWorkers == 1 ? 1 : std::min(2 * nWorkers, kMaxSlices);
+    const int32_t nSlices = std::min(nWorkers, kMaxSlices);
     const size_t cbSlice = (cbRowsStart + cbBand + 63) & ~size_t{63};
     uint8_t* const pScratch = Scratch(rows, uint64_t{cbSlice} * static_cast<uint64_t>(nSlices));
     if (!pScratch && cbSlice > 0) return E_OUTOFMEMORY;
-    RunSlices(nSlices, nBands, [&](int32_t _nSlice, int32_t _nFirst, int32_t _nEnd) {
+    // Every thread takes bands until there are no more: one that is woken late, or has to share its processor, takes
+    // fewer.
+    std::atomic<int32_t> nNext{0};
+    const int32_t nAtOnce = bMakes ? kBandsMadeAtOnce : kBandsAtOnce;
+    RunSlices(nSlices, nSlices, [&](int32_t _nSlice, int32_t, int32_t) {
         uint8_t* const pMine = pScratch + static_cast<size_t>(_nSlice) * cbSlice;
-        // Of an even count of rows, for the sake of fields.
-        for (int32_t n = _nFirst; n < _nEnd; ++n)
-            DrawBand(_base, target, _pBits, {n * kBandRows, std::min((n + 1) * kBandRows, nRows), pMine});
+        for (;;) {
+            const int32_t nFirst = nNext.fetch_add(nAtOnce, std::memory_order_relaxed);
+            if (nFirst >= nBands) return;
+            for (int32_t n = nFirst; n < std::min(nFirst + nAtOnce, nBands); ++n)
+                DrawBand(_base, target, _pBits, {n * kBandRows, std::min((n + 1) * kBandRows, nRows), pMine});
+        }
     });
     return S_OK;
 }

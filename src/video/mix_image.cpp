@@ -142,8 +142,14 @@ HRESULT MixImage_Mask8(uint8_t* _pBase, const ZR_VID_PROPS& _baseProps, const ta
 
     const uint32_t nWeight = MixWeight(_options.dblAlpha, 256);
     const size_t nBytes = BytesPerPixel(over.fccType);
-    const auto nPixels = static_cast<size_t>(RectWidth(baseRect));
-    const int32_t nRows = RectHeight(baseRect), nWorkers = MixWorkers(_options.nThreads, nRows);
+    auto nPixels = static_cast<size_t>(RectWidth(baseRect));
+    int32_t nRows = RectHeight(baseRect);
+    const int32_t nWorkers = MixWorkers(_options.nThreads, nRows);
+    const auto cbRow = static_cast<ptrdiff_t>(nPixels * nBytes);
+    if (nWorkers == 1 && !pMask && base.Packed().nStride == cbRow && over.Packed().nStride == cbRow) {
+        nPixels *= static_cast<size_t>(nRows);  // rows without a gap are one
+        nRows = 1;
+    }
     const auto MixRows = [&](int32_t _nFirst, int32_t _nEnd) {
         for (int32_t y = _nFirst; y < _nEnd; ++y)
             row(over.Packed().Row(overRect.top + y) + static_cast<size_t>(overRect.left) * nBytes,
