@@ -119,6 +119,7 @@ public:
     HRESULT FrameAllGet(ZR_TIME* _pTime, ZR_AV_PROPS* _pProps, int32_t* _pcbAudio, uint8_t** _ppAudio,
                         int32_t* _pcbVideo, uint8_t** _ppVideo) override;
     HRESULT FramePictureTake(IUnknown* _pFrom) override;
+    HRESULT FramePlanesGet(ZRF_VID_PTR* _pVideoPtr) override;
 
     // The two that make frames, for both faces.
     HRESULT Clone_I(eZrFrameClone _eCloneType, eZrFCC _fccPixelFormat, ZrPtr<CZrFrame>* _ppClone) const;

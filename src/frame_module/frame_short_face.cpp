@@ -123,4 +123,10 @@ HRESULT CZrFrame::FramePictureTake(IUnknown* _pFrom) {
     return S_OK;
 }
 
+HRESULT CZrFrame::FramePlanesGet(ZRF_VID_PTR* _pVideoPtr) {
+    if (!_pVideoPtr) return E_POINTER;
+    *_pVideoPtr = PicturePlanes(content.avProps.vidProps, SharedPicture());
+    return S_OK;
+}
+
 }  // namespace zr

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "frame_module/frame_content.h"
+#include "media/frame_interfaces.h"
 #include "media/pixel_format.h"
 
 namespace zr {
@@ -28,13 +28,9 @@ HRESULT PictureOfFrame(IZrFFrame& _frame, FRAME_PICTURE* _pPicture) {
     PICTURE& picture = _pPicture->picture;
     hr = PictureOf(reinterpret_cast<uint8_t*>(info.lpVideo), _pPicture->props, picture);
     if (Failed(hr) || !picture.IsPlanar()) return hr;
-    // Read as data, as whoever asks for addresses gets those of a copy where others read the picture on.
-    int32_t cb = 0;
-    int64_t lp = 0;
-    if (Failed(_frame.ZrFDataGet(szVideoPlanesID, &cb, &lp)) || cb != sizeof(ZRF_VID_PTR)) return S_OK;
     ZRF_VID_PTR planes;
-    std::memcpy(&planes, reinterpret_cast<const void*>(lp), sizeof(planes));
-    return PictureOfPlanes(planes, _pPicture->props, picture);
+    hr = PlanesToRead(_frame, &planes);
+    return Failed(hr) ? hr : PictureOfPlanes(planes, _pPicture->props, picture);
 }
 
 HRESULT PictureBlockOf(IZrFFrame& _frame, ScratchBuffer& _scratch, PICTURE_BLOCK* _pBlock) {

@@ -5,6 +5,7 @@
 
 #include "zr/frame.h"
 #include "zr/frame_factory.h"
+#include "zr/ptr.h"
 #include "zr/records.h"
 
 namespace zr {
@@ -20,10 +21,18 @@ struct IZrFrame_I : IZrFrame {
     // Takes over the picture of another frame, by reference and with its record; nothing else changes. E_NOINTERFACE:
     // that is no frame of this process. ZR_E_EMPTY: it has no picture; this one stays then.
     virtual HRESULT FramePictureTake(IUnknown* _pFrom) = 0;
+    // As IZrFFrame::ZrFVideoGetBytesEx, to read from only: a borrowed picture stays where it is.
+    virtual HRESULT FramePlanesGet(ZRF_VID_PTR* _pVideoPtr) = 0;
 
 protected:
     ~IZrFrame_I() = default;
 };
+
+// FramePlanesGet of any frame; of one that is not of this process the planes as they are.
+inline HRESULT PlanesToRead(IZrFFrame& _frame, ZRF_VID_PTR* _pPlanes) {
+    const ZrPtr<IZrFrame_I> pFrame = QueryAs<IZrFrame_I>(&_frame);
+    return pFrame ? pFrame->FramePlanesGet(_pPlanes) : _frame.ZrFVideoGetBytesEx(_pPlanes);
+}
 
 // IZrFrames, and behind its operations what the objects make frames with.
 struct ZrFrameFactory_I : IZrFrames {
@@ -42,8 +51,8 @@ struct ZrFrameFactory_I : IZrFrames {
                                    IZrFrame** _ppFrame, const char16_t* _bsPropsList) = 0;
     // A frame over a picture that is read on by who made it, such as a decoder's: where _pPlanes says, in memory that a
     // reference to _pOwner keeps, which may be given up on any thread. Nobody gets an address to write there: the
-    // first operation of the frame that would hand one out, or write, gives it a copy. ZrFAllGet and the data "__vptr_"
-    // say where the picture is without that, to read it. E_POINTER, E_INVALIDARG: the planes do not make the picture.
+    // first operation of the frame that would hand one out, or write, gives it a copy. ZrFAllGet and FramePlanesGet say
+    // where the picture is without that, to read it. E_POINTER, E_INVALIDARG: the planes do not make the picture.
     virtual HRESULT FrameCreateBorrowed(const ZR_VID_PROPS* _pVidProps, const ZRF_VID_PTR* _pPlanes, IUnknown* _pOwner,
                                         IZrFrame** _ppFrame) = 0;
 

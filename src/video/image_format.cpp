@@ -27,7 +27,7 @@ HRESULT PictureOfFrame(IZrFrame& _frame, DESCRIBED_PICTURE& _picture, ZR_AV_PROP
     // The full face knows where the planes are; a frame that is cut or made of views has them in several places.
     ZRF_VID_PTR planes{};
     if (const ZrPtr<IZrFFrame> pFull = QueryAs<IZrFFrame>(&_frame)) {
-        hr = pFull->ZrFVideoGetBytesEx(&planes);
+        hr = PlanesToRead(*pFull, &planes);
         if (Failed(hr)) return hr;
         if (planes.lpVideoPlanes[0] == 0) return ZR_E_EMPTY;
         return PictureOfPlanes(planes, _picture.props, _picture.picture);

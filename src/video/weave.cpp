@@ -12,7 +12,7 @@ namespace {
 
 HRESULT PictureOfFrame(IZrFFrame& _frame, const ZR_VID_PROPS& _props, PICTURE& _picture) {
     ZRF_VID_PTR planes;
-    const HRESULT hr = _frame.ZrFVideoGetBytesEx(&planes);
+    const HRESULT hr = PlanesToRead(_frame, &planes);
     return Failed(hr) ? hr : PictureOfPlanes(planes, _props, _picture);
 }
 

@@ -12,6 +12,7 @@ extern "C" {
 
 #include "backends/ffmpeg/av_error.h"
 #include "media/format_table.h"
+#include "media/frame_interfaces.h"
 #include "media/pixel_format.h"
 
 namespace zr {
@@ -321,7 +322,7 @@ HRESULT VideoEncoder::ToEncoder(IZrFFrame& _frame) {
     const ZrPtr<IZrFFrame> pConverted = InEncoderFormat(_frame, props);
     IZrFFrame& frame = pConverted ? *pConverted : _frame;
     hr = frame.ZrFAVPropsGet(&props, nullptr);
-    if (Succeeded(hr)) hr = frame.ZrFVideoGetBytesEx(&planes);
+    if (Succeeded(hr)) hr = PlanesToRead(frame, &planes);
     if (Failed(hr)) return muxer.Fail(hr, StatusReason(hr));
     RAW_PICTURE from;
     if (!PlanesOfFrame(props.vidProps, planes, &from))
