@@ -54,9 +54,10 @@ void CutRun(RUN& _run, int32_t _nOutput, int32_t _nSrcUnit, int32_t _nDstUnit, i
     const int32_t nLeft = Cut(-_run.nMade0);
     _run.nSrc0 += nLeft;
     _run.nMade0 += RoundTo(nLeft * dblScale, _nDstUnit);
-    const int32_t nRight = Cut(_run.nMade1 - _nOutput);
+    const int32_t nOutside = _run.nMade1 - _nOutput, nRight = Cut(nOutside);
     _run.nSrc1 -= nRight;
-    _run.nMade1 -= RoundTo(nRight * dblScale, _nDstUnit);
+    // No further than the edge of an output of odd width.
+    _run.nMade1 -= std::min(RoundTo(nRight * dblScale, _nDstUnit), std::max(nOutside, 0) / _nDstUnit * _nDstUnit);
 }
 
 struct EXTENT {
@@ -123,11 +124,19 @@ FIELD_RULE FieldRule(const ZR_VID_PROPS& _src, const ZR_VID_PROPS& _output, cons
     return {};
 }
 
+// RGB of odd width, of which a copy in pairs of pixels would lose the last column.
+bool IsOddRgb(const ZR_VID_PROPS& _source, eZrFCC _fccOutput) {
+    const bool bRgb = _source.fccType == eZrFCC_RGB24 || FamilyOf(_source.fccType) == eZrFCC_ARGB32;
+    return bRgb && HasChromaPairs(_fccOutput) && _source.nWidth % 2 != 0;
+}
+
 // The format of the copy: what can be laid over the output without a further step. With a mask an RGB output gets
-// colours that are multiplied by it.
-eZrFCC CopyFormat(eZrFCC _fccSource, eZrFCC _fccOutput, bool _bMask) {
-    if (_fccSource == eZrFCC_ARGB32) return eZrFCC_ARGB32;
-    return _bMask && PixelFormatBottomUp(_fccOutput) ? eZrFCC_ARGB32 : _fccOutput;
+// colours that are multiplied by it. RGB32 stays what it is over ARGB32: its fourth byte is no alpha.
+eZrFCC CopyFormat(const ZR_VID_PROPS& _source, eZrFCC _fccOutput, bool _bMask) {
+    const eZrFCC fccSource = _source.fccType;
+    if (fccSource == eZrFCC_ARGB32 || IsOddRgb(_source, _fccOutput)) return eZrFCC_ARGB32;
+    if (_bMask && PixelFormatBottomUp(_fccOutput)) return eZrFCC_ARGB32;
+    return SameFamily(fccSource, _fccOutput) ? fccSource : _fccOutput;
 }
 
 // The mask of the whole block as it lies on the picture; sizes beyond reason are stretched from a smaller one.
@@ -193,13 +202,20 @@ HRESULT MakeMask(const PICTURE_PLAN& _plan, const tagRECT& _block, BlockMask& _m
     return MultiplyMask(_picture.mask, _maker.partMask.Mask());
 }
 
-// Premultiplies ARGB32 by a mask of its size. _bOpaque: the picture's own alpha does not count.
-void MultiplyByMask(const PICTURE& _picture, const MaskPlane& _mask, bool _bOpaque) {
+// ARGB32 that has come from a picture without alpha.
+void SetOpaque(const PICTURE& _picture) {
+    for (int32_t y = 0; y < _picture.Height(); ++y) {
+        uint8_t* p = _picture.Packed().Row(y);
+        for (int32_t x = 0; x < _picture.Width(); ++x) p[4 * x + 3] = 255;
+    }
+}
+
+// Premultiplies ARGB32 by a mask of its size.
+void MultiplyByMask(const PICTURE& _picture, const MaskPlane& _mask) {
     for (int32_t y = 0; y < _picture.Height(); ++y) {
         uint8_t* p = _picture.Packed().Row(y);
         const uint8_t* pMask = _mask.Row(y);
         for (int32_t x = 0; x < _picture.Width(); ++x, p += 4) {
-            if (_bOpaque) p[3] = 255;
             for (int i = 0; i < 4; ++i) {
                 const uint32_t n = p[i] * uint32_t{pMask[x]} + 128;
                 p[i] = static_cast<uint8_t>((n + (n >> 8)) >> 8);
@@ -218,7 +234,7 @@ struct COPY_PLAN {
 COPY_PLAN PlanCopy(const ZR_VID_PROPS& _source, const tagSIZE& _made, const PICTURE_PLAN& _plan, bool _bMask) {
     COPY_PLAN copy;
     ZR_VID_PROPS& props = copy.props;
-    props.fccType = CopyFormat(_source.fccType, _plan.output.fccType, _bMask);
+    props.fccType = CopyFormat(_source, _plan.output.fccType, _bMask);
     props.nWidth = _made.cx;
     const int32_t nLines = _made.cy;
     props.nHeight = PixelFormatBottomUp(props.fccType) ? -nLines : nLines;
@@ -296,9 +312,12 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     const bool bSrcFields =
         InterlaceClass(&source.props) != 0 || DeinterlaceField(source.props) != 0 || Is420(source.props.fccType);
     const bool bDstFields = InterlaceClass(&_plan.output) != 0;
-    const EXTENT srcAcross{source.props.nWidth, bSrcPairs || bDstPairs ? 2 : 1};
-    const EXTENT dstAcross{_plan.output.nWidth, srcAcross.nUnit};
-    const EXTENT srcDown{nLines, bSrcFields || bDstFields ? 2 : 1};
+    // What stays RGB until it is laid has no pairs; all else changes between RGB and shared chroma by pairs.
+    const bool bPairs = bSrcPairs || bDstPairs;
+    const bool bOddRgb = IsOddRgb(source.props, _plan.output.fccType);
+    const EXTENT srcAcross{source.props.nWidth, bPairs && source.props.fccType != eZrFCC_ARGB32 && !bOddRgb ? 2 : 1};
+    const EXTENT dstAcross{_plan.output.nWidth, bPairs ? 2 : 1};
+    const EXTENT srcDown{nLines, bSrcFields ? 2 : 1};
     const EXTENT dstDown{AbsHeight(_plan.output.nHeight), bDstFields ? 2 : 1};
     const RUN across = MakeRun(double{crop.left} * source.props.nWidth, double{crop.right} * source.props.nWidth,
                                srcAcross, dst.left, dst.right, dstAcross, _plan.bCut);
@@ -316,8 +335,7 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
 
     if (_plan.bHasMask) hr = MakeMask(_plan, block, _mask, _maker, _picture);
     if (Failed(hr)) return hr;
-    const bool bPremultiply =
-        _picture.bMasked && CopyFormat(source.props.fccType, _plan.output.fccType, true) == eZrFCC_ARGB32;
+    const bool bPremultiply = _picture.bMasked && CopyFormat(source.props, _plan.output.fccType, true) == eZrFCC_ARGB32;
     if (!bPremultiply && FitsAsItIs(source, srcRect, made, _plan)) {
         _picture.pFrame = &_frame;
         _picture.pBits = reinterpret_cast<const uint8_t*>(_info.lpVideo);
@@ -332,11 +350,14 @@ HRESULT MakeBlockPicture(IZrFFrame& _frame, const ZRF_FRAME_INFO& _info, const P
     const COPY_PLAN copy = PlanCopy(source.props, made, _plan, bPremultiply);
     if (_eMake == eMake::Rows) return PrepareRows(source, srcRect, copy, _frame, _picture);
     hr = MakeCopy(source, srcRect, copy, _maker, _picture);
-    if (hr != S_OK || !bPremultiply) return hr;
+    const bool bSetAlpha = source.props.fccType != eZrFCC_ARGB32 && (bPremultiply || bOddRgb);
+    if (hr != S_OK || !(bPremultiply || bSetAlpha)) return hr;
     PICTURE picture;
     hr = PictureOf(_picture.copy.Data(), _picture.props, picture);
     if (Failed(hr)) return hr;
-    MultiplyByMask(CutPicture(picture, _picture.srcRect), _picture.mask, source.props.fccType != eZrFCC_ARGB32);
+    picture = CutPicture(picture, _picture.srcRect);
+    if (bSetAlpha) SetOpaque(picture);
+    if (bPremultiply) MultiplyByMask(picture, _picture.mask);
     _picture.bMasked = false;
     return S_OK;
 }

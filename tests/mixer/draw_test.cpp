@@ -69,6 +69,11 @@ std::vector<uint8_t> Twin(DrawnShow& _show, IZrFFrame* _pBase) {
     return out;
 }
 
+std::string FccText(const ZR_VID_PROPS& _props) {
+    return std::to_string(_props.fccType) + " of " + std::to_string(_props.nWidth) + "x" +
+           std::to_string(_props.nHeight);
+}
+
 constexpr const char16_t* arrPositions[] = {u"center", u"top-left", u"bottom-right", u"left", u"next-h", u"next-row"};
 constexpr double arrOdd[] = {1e300, -1e300, 1e-300, 0, -0.5, 7};
 
@@ -180,6 +185,51 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
 }
 
 // What is not seen, or is the picture already, is not touched.
+// The last column and line are seen at the edges of the output, whatever the sizes.
+TEST(DrawTest, PicturesOfOddSizesAreShownToTheirEdges) {
+    const ZR_VID_PROPS arrOutputs[] = {PictureProps(eZrFCC_UYVY, 320, 180), PictureProps(eZrFCC_UYVY, 34, 22),
+                                       PictureProps(eZrFCC_UYVY, 320, 180, eZrI_Field1First),
+                                       PictureProps(eZrFCC_RGB24, 33, 21), PictureProps(eZrFCC_ARGB32, 33, 21)};
+    const ZR_VID_PROPS arrSources[] = {
+        PictureProps(eZrFCC_RGB24, 33, 21),   PictureProps(eZrFCC_RGB32, 33, 21),  PictureProps(eZrFCC_ARGB32, 33, 21),
+        PictureProps(eZrFCC_RGB32, 321, 181), PictureProps(eZrFCC_UYVY, 320, 181), PictureProps(eZrFCC_UYVY, 34, 21),
+        PictureProps(eZrFCC_I420, 34, 22),    PictureProps(eZrFCC_YUY2, 322, 181), PictureProps(eZrFCC_RGB32, 1, 1)};
+    for (const ZR_VID_PROPS& output : arrOutputs)
+        for (const ZR_VID_PROPS& source : arrSources) {
+            if (source.nWidth > output.nWidth + 1) continue;  // an edge of one pixel would not be seen
+            SCOPED_TRACE(FccText(source) + " over " + FccText(output));
+            const int32_t nWidth = source.nWidth, nLines = AbsHeight(source.nHeight);
+            // Black, its last four columns or one of RGB, and its last line, white; the fourth byte of RGB32, which
+            // means nothing, is 0.
+            const ZrPtr<IZrFFrame> pRgb = ColourFrame(PictureProps(eZrFCC_ARGB32, nWidth, nLines));
+            auto* p = reinterpret_cast<uint32_t*>(const_cast<uint8_t*>(BytesOf(*pRgb).data()));
+            const int32_t nColumns = PixelFormatBottomUp(source.fccType) ? 1 : 4;
+            for (int32_t y = 0; y < nLines; ++y)
+                for (int32_t x = 0; x < nWidth; ++x)
+                    *p++ = (source.fccType == eZrFCC_RGB32 ? 0 : 0xFF000000) |
+                           (x >= nWidth - nColumns || y == nLines - 1 ? 0xFFFFFF : 0);
+            ZrPtr<IZrFFrame> pSource;
+            ASSERT_EQ(pRgb->ZrFClone(pSource.Out(), eZrFC_Full, source.fccType), S_OK);
+            DrawnShow show(output);
+            show.AddStream(u"s");
+            show.Scene(u"<video id='v' stream_id='s' maintain_ar='false'/>");
+            show.Show(0, pSource);
+            const ZrPtr<IZrFFrame> pDrawn = show.DrawTwice(ColourFrame(output, u"gray").Get());
+            EXPECT_TRUE(pDrawn);
+            if (!pDrawn) continue;
+            ZrPtr<IZrFFrame> pShown;
+            ASSERT_EQ(pDrawn->ZrFClone(pShown.Out(), eZrFC_Full, eZrFCC_ARGB32), S_OK);
+            const auto* const pTop = reinterpret_cast<const uint32_t*>(BytesOf(*pShown).data());
+            const auto GreenAt = [&](int32_t _x, int32_t _y) { return pTop[_y * output.nWidth + _x] >> 8 & 255; };
+            const int32_t nRight = output.nWidth - 1, nBottom = AbsHeight(output.nHeight) - 1;
+            EXPECT_GT(GreenAt(nRight, nBottom / 2), 140u);
+            EXPECT_GT(GreenAt(nRight / 2, nBottom), 140u);
+            if (nWidth > 1) {
+                EXPECT_LT(GreenAt(0, 0), 40u);
+            }
+        }
+}
+
 TEST(DrawTest, PicturesAreReferencedWhereNothingIsToBeDone) {
     const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 320, 180);
     DrawnShow show(hd);
