@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,7 +34,13 @@ struct MIX_OPTIONS {
 struct INPUT {
     double dblSeconds = 0;  // 0: a picture, which has no length that anybody means
     double dblRate = 0;
+    double dblAspect = 0;  // width by height; 0: not known, or as it is asked for
 };
+
+double AspectOf(const zr::ZR_VID_PROPS& _props) {
+    if (_props.nAspectX > 0 && _props.nAspectY > 0) return double(_props.nAspectX) / _props.nAspectY;
+    return _props.nHeight != 0 ? double(_props.nWidth) / std::abs(_props.nHeight) : 0;
+}
 
 INPUT ProbeInput(const std::string& _file) {
     zr::ZrPtr<zr::IZrFile> pFile;
@@ -44,12 +51,13 @@ INPUT ProbeInput(const std::string& _file) {
     const auto pProps = pFile.As<zr::IZrProps>();
     zr::GetText([&](zr::BSTR* _pbs) { return pProps->PropsGet(u"info::format", _pbs); }, kind);
     double dblIn = 0, dblOut = 0;
+    zr::ZR_VID_PROPS props;
+    const auto pFormat = pFile.As<zr::IZrFormat>();
+    const bool bKnown = pFormat && zr::Succeeded(pFormat->FormatVideoGet(zr::eZrFT_Input, &props, nullptr, nullptr));
+    if (bKnown && kind != "built-in picture") input.dblAspect = AspectOf(props);
     if (kind.find("picture") == std::string::npos) {
         pFile->FileInOutGet(&dblIn, &dblOut, &input.dblSeconds);
-        zr::ZR_VID_PROPS props;
-        const auto pFormat = pFile.As<zr::IZrFormat>();
-        if (pFormat && zr::Succeeded(pFormat->FormatVideoGet(zr::eZrFT_Input, &props, nullptr, nullptr)))
-            input.dblRate = props.dblRate;
+        if (bKnown) input.dblRate = props.dblRate;
     }
     pFile.As<zr::IZrObject>()->ObjectClose();
     return input;
@@ -67,16 +75,19 @@ public:
                              " inputs, " + std::to_string(options.arrInputs.size()) + " are given");
         CheckOutput(options.writer.output, options.arrInputs);
         CheckOutput(options.writer.output, {options.logo});
-        for (const std::string& file : options.arrInputs) Probe(file);
-        if (!options.logo.empty()) Probe(options.logo);
+        std::vector<double> arrAspects;
+        for (const std::string& file : options.arrInputs) arrAspects.push_back(Probe(file));
+        const double dblLogoAspect = options.logo.empty() ? 0 : Probe(options.logo);
         if (options.dblDuration > 0) dblSeconds = options.dblDuration;
         if (dblSeconds <= 0)
             throw UsageError("no input has a length of its own: --duration SECONDS says how long the mix is");
         MakeMixer();
         for (size_t i = 0; i < options.arrInputs.size(); ++i)
-            AddInput("input" + std::to_string(i + 1), options.arrInputs[i], arrPlaces[i].Attributes());
+            AddInput("input" + std::to_string(i + 1), options.arrInputs[i],
+                     arrPlaces[i].For(arrAspects[i], dblAspect).Attributes());
         if (!options.logo.empty())
-            AddInput("logo", options.logo, "pos='top-right' x='0.03' y='0.05' w='0.15' h='0.15'");
+            AddInput("logo", options.logo,
+                     MIX_PLACE{0.82, 0.05, 0.15, 0.15}.For(dblLogoAspect, dblAspect).Attributes());
         ApplySound(pMixer.Get(), options.sound);
         SoundMeter meter(pMixer.Get(), options.style.bJson);
         progress.MeterSet(&meter);
@@ -91,10 +102,11 @@ public:
     }
 
 private:
-    void Probe(const std::string& _file) {
+    double Probe(const std::string& _file) {
         const INPUT input = ProbeInput(_file);
         dblSeconds = std::max(dblSeconds, input.dblSeconds);
         if (dblRate <= 0 && input.dblRate > 0) dblRate = input.dblRate;
+        return input.dblAspect;
     }
 
     void MakeMixer() {
@@ -119,6 +131,7 @@ private:
         Check(pFormat->FormatVideoSet(zr::eZrFT_Convert, &props), "format");
         Check(pFormat->FormatVideoGet(zr::eZrFT_Convert, &props, nullptr, nullptr), "format");
         dblRate = props.dblRate;
+        dblAspect = AspectOf(props);
         zr::ZrPtr<zr::IZrElements> pScene;
         zr::ZrPtr<zr::IZrElement> pElement;
         Check(pMixer.As<zr::IZrScenes>()->ScenesActiveGet(nullptr, nullptr, pScene.Out()), "scene");
@@ -144,6 +157,7 @@ private:
     zr::ZrPtr<zr::IZrElements> pForeground;
     double dblSeconds = 0;
     double dblRate = 0;
+    double dblAspect = 0;  // of the output
 };
 
 }  // namespace

@@ -15,6 +15,20 @@ std::vector<MIX_PLACE> Grid(int _nColumns, int _nRows) {
 
 }  // namespace
 
+MIX_PLACE MIX_PLACE::For(double _dblAspect, double _dblOutputAspect) const {
+    if (!(_dblAspect > 0) || !(_dblOutputAspect > 0)) return *this;
+    const double dblWider = _dblAspect * dblH / (_dblOutputAspect * dblW);  // than the place
+    MIX_PLACE place = *this;
+    if (dblWider > 1) {
+        place.dblH = dblH / dblWider;
+        place.dblY += (dblH - place.dblH) / 2;
+    } else {
+        place.dblW = dblW * dblWider;
+        place.dblX += (dblW - place.dblW) / 2;
+    }
+    return place;
+}
+
 std::string MIX_PLACE::Attributes() const {
     char sz[128];
     std::snprintf(sz, sizeof sz, "pos='top-left' x='%.6f' y='%.6f' w='%.6f' h='%.6f'", dblX, dblY, dblW, dblH);

@@ -9,6 +9,9 @@ namespace zrmix {
 // As fractions of the picture, from its upper left corner.
 struct MIX_PLACE {
     double dblX = 0, dblY = 0, dblW = 1, dblH = 1;
+    // The largest place within, in its middle, for a picture that is so many times as wide as it is high, on an output
+    // that is so many times as wide as it is high; 0: not known, it takes all.
+    MIX_PLACE For(double _dblAspect, double _dblOutputAspect) const;
     // The attributes of an element that stands there.
     std::string Attributes() const;
 };
