@@ -6,6 +6,7 @@
 #include "attributes/interface_call.h"
 #include "media/frame_time.h"
 #include "mixer/mix_clock.h"
+#include "mixer/source_frame.h"
 #include "mixer/source_start.h"
 #include "platform/clock.h"
 
@@ -16,19 +17,6 @@ constexpr int64_t kGetSlice = 50 * kTicksPerMs;   // between two looks at the st
 constexpr int64_t kNoFrames = 250 * kTicksPerMs;  // without a frame the source counts as stalled
 constexpr int64_t kNap = 20 * kTicksPerMs;        // before a source that has failed or ended is asked again
 constexpr int64_t kDefaultFrame = 400'000;        // ticks
-
-// A clone with the break flag. The line of a source begins with its first frame, whatever its flags say: it may have
-// played for others before.
-FramePtr BreakClone(const FramePtr& _pFrame, eZrFrameClone _eParts) {
-    FramePtr pClone;
-    ZR_TIME time;
-    if (Failed(_pFrame->ZrFClone(pClone.Out(), _eParts, eZrFCC_Default)) || Failed(pClone->ZrFTimeGet(&time))) {
-        return {};
-    }
-    time.eFFlags = WithBreak(time.eFFlags);
-    pClone->ZrFTimeSet(&time);
-    return pClone;
-}
 
 int64_t DurationOf(IZrFFrame& _frame) {
     ZR_TIME time;
@@ -90,7 +78,7 @@ void AsyncProducer::GiveOne(ManualEvent& _evStop) {
     const bool bPace = !pFrame && !input.pStream && IsStalled();
     if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
     if ((!pFrame && !bPace) || _evStop.IsSet()) return;
-    if (pFrame) pFrame = input.pItem->Plugins_I().Pass(std::move(pFrame));
+    if (pFrame) pFrame = WithinReach(input.pItem->Plugins_I().Pass(std::move(pFrame)));
     Push(pFrame, _evStop);
 }
 
@@ -130,7 +118,7 @@ FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
     }
     rtWaited = 0;
     Note(true, true);
-    if (!bBegun) pFrame = BreakClone(pFrame, eZrFC_Reference);
+    pFrame = WithinReach(bBegun ? std::move(pFrame) : BreakClone(pFrame, eZrFC_Reference));
     bBegun = true;
     if (!input.pStream) pLast = pFrame;
     return pFrame;

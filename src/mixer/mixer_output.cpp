@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mixer/source_frame.h"
 #include "platform/clock.h"
 #include "platform/trace.h"
 
@@ -53,7 +54,8 @@ void MixerOutput::Close() {
 void MixerOutput::ResetPosition() { sender.ResetRate(); }
 
 void MixerOutput::Output(FramePtr _pFrame) {
-    _pFrame = plugins.Pass(std::move(_pFrame));
+    if (!plugins.IsIdle()) _pFrame = WithinReach(plugins.Pass(std::move(_pFrame)));
+    if (!_pFrame) return;
     if (queue.MaxSize() < 1) {
         if (WaitAny({&evEndPut, &evOnTheWay}, -1) == 0) return;  // what was queued before goes first
         const TraceScope trace("DoMixing_I(MediaSend_I)");

@@ -5,6 +5,7 @@
 #include "attributes/interface_call.h"
 #include "media/vid_props.h"
 #include "mixer/elapsed.h"
+#include "mixer/source_frame.h"
 
 namespace zr {
 namespace {
@@ -58,6 +59,8 @@ HRESULT RequestStepRunner::Put(RequestStep& _step) const {
     Elapsed elapsed;
     RunPlugins(_step);
     TakeOriginalTime(*_step.input.pItem, _step.pSourceFrame);
+    _step.pSourceFrame = WithinReach(std::move(_step.pSourceFrame));
+    if (!_step.pSourceFrame) return E_OUTOFMEMORY;
     if (ZrMixerStream* const pStream = _step.input.pStream.Get()) {
         const HRESULT hr = pStream->PutMedia(_step.pSourceFrame.Get(), _step.put);
         pStream->NotePut(elapsed.Ms(), _step.put.bSkipped);

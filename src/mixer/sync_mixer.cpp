@@ -11,6 +11,7 @@
 #include "mixer/elapsed.h"
 #include "mixer/mix_clock.h"
 #include "mixer/output_format.h"
+#include "mixer/source_frame.h"
 #include "mixer/source_keys.h"
 #include "platform/clock.h"
 #include "zr/format.h"
@@ -26,21 +27,6 @@ constexpr int64_t kDefaultSkipFrame = 400'000;    // ticks: of a frame whose rat
 constexpr int64_t kQuick = kTicksPerMs / 20;      // what took less the last time is done without the pool
 constexpr int64_t kQuickShare = kTicksPerMs / 5;  // of a cycle, for all such together
 constexpr const char16_t* kSkippedPicture = u"_skipped_vid_";
-
-// A clone with the break flag.
-FramePtr BreakClone(const FramePtr& _pFrame, eZrFrameClone _eParts) {
-    FramePtr pClone;
-    ZR_TIME time;
-    if (!_pFrame || Failed(_pFrame->ZrFClone(pClone.Out(), _eParts, eZrFCC_Default)) ||
-        Failed(pClone->ZrFTimeGet(&time))) {
-        return {};
-    }
-    time.eFFlags = WithBreak(time.eFFlags);
-    pClone->ZrFTimeSet(&time);
-    return pClone;
-}
-
-FramePtr BrokenOff(const FramePtr& _pFrame) { return BreakClone(_pFrame, eZrFC_Reference); }
 
 // A repeat of a frame whose source gave nothing new: the picture without its sound, which would stutter. It does not
 // come live: the output would take its pace from it.
@@ -298,8 +284,7 @@ void SyncMixer::Accept(SyncSource& _source, HRESULT _hr, FramePtr _pFrame) {
         _source.pFrame = RepeatOf(_source.pLastFrame);
         return;
     }
-    // The line of a source begins with its first frame, whatever its flags say: it may have played for others before.
-    _source.pFrame = _source.pLastFrame ? _pFrame : BrokenOff(_pFrame);
+    _source.pFrame = _source.pLastFrame ? _pFrame : BreakClone(_pFrame, eZrFC_Reference);
     _source.pLastFrame = std::move(_pFrame);
 }
 

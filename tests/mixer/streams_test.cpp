@@ -6,6 +6,7 @@
 
 #include "mixer_fixture.h"
 #include "platform/thread.h"
+#include "support/paced_source.h"
 #include "support/scripted_file.h"
 
 namespace zr {
@@ -590,6 +591,29 @@ INSTANTIATE_TEST_SUITE_P(BothWays, WaysTest, ::testing::Bool(),
                          [](const auto& _info) { return _info.param ? "Sync" : "Async"; });
 
 // What the host has not started, and the mixer is not to start, stands still; what hangs in its start holds no stop up.
+// Nothing that is reckoned with them overflows, and the output keeps its rate.
+TEST_P(WaysTest, TimesOfAnyKindAreTaken) {
+    Make(25.0);
+    pProps->PropsSet(u"object::sync_mode", GetParam() ? u"true" : u"false");
+    const auto Furnish = [](int64_t _nFrame, IZrFFrame& _frame) {
+        constexpr int64_t arrTimes[] = {INT64_MIN, INT64_MAX, 0, -1, INT64_MIN / 2, INT64_MAX / 3};
+        ZR_TIME time;
+        time.rtStartTime = arrTimes[_nFrame % 6];
+        time.rtEndTime = arrTimes[_nFrame / 6 % 6];
+        _frame.ZrFTimeSet(&time);
+    };
+    const auto pUnder = PacedSource::Make(SmallPicture(25.0), false, 1920),
+               pStream = PacedSource::Make(SmallPicture(50.0), false, 960);
+    pUnder->Furnish = pStream->Furnish = Furnish;
+    pStreams->StreamsBackgroundSet(pUnder.Get(), nullptr, nullptr, nullptr, 0);
+    Add(u"a", pStream.Get());
+    pMixer->ObjectStart(nullptr);
+    SleepFor(4 * kTicksPerSecond);
+    EXPECT_GT(pCollector->Count(), 40u);
+    EXPECT_GT(pStream->nGiven, 40);
+    pMixer->ObjectClose();
+}
+
 TEST_P(WaysTest, SourcesOfTheHostStartByTheKeyAndHoldNoStopUp) {
     struct STARTED final : ScriptedFile {
         std::atomic<int> nStarts{0};
