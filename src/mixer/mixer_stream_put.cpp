@@ -6,7 +6,7 @@
 #include "media/vid_props.h"
 #include "mixer/mix_clock.h"
 #include "mixer/mixer_stream.h"
-#include "mixer/slot_frame.h"
+#include "video/slot_frame.h"
 
 namespace zr {
 namespace {
@@ -65,7 +65,7 @@ HRESULT ZrMixerStream::PutSlots(IZrFFrame* _pFrame, INCOMING& _in, const STREAM_
         _in.info.mTime = slot.time;
         ZrPtr<IZrFFrame> pShown;
         hr = FrameOfSlot(slot.ePicture, slot.ePicture == SlotPicture::Woven ? Kept().Get() : nullptr, *_pFrame,
-                         _put.output.vidProps, &pShown);
+                         InterlaceClass(&_put.output.vidProps), &pShown);
         if (Failed(hr)) break;
         hr = PutMedia_I(pShown.Get(), _in, _put);
         const int32_t nState = WaitStateOf(_in, _put);

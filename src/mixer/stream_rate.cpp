@@ -11,8 +11,6 @@ namespace {
 
 constexpr double kTolerance = 10'000;       // ticks that a frame may be off its slot
 constexpr double kLargestGap = 20'000'000;  // 2 s: what jumps further goes on from there, as after a break
-constexpr double kSameRate = 0.001;
-constexpr double kFieldRate = 40;  // frames a second, from which on a frame is worth a field
 constexpr uint32_t kDupBits = 0x31;
 
 // One that begins a new line: a repeat is none, and neither is the end of a paused source.
@@ -24,11 +22,6 @@ bool IsBreak(eZrFrameFlags _eFlags) {
 int64_t Round(double _dbl) { return static_cast<int64_t>(std::round(_dbl)); }
 
 }  // namespace
-
-// Slower ones are shown in both fields of a frame: what stands still for so long is better seen sharp.
-bool StreamRate::MODE::FillsFields() const {
-    return nFields == 0 && nOutputFields != 0 && dblRate > kFieldRate && dblRate > dblOutputRate + kSameRate;
-}
 
 void StreamRate::Put(const ZR_TIME& _time, const ZR_VID_PROPS& _source, const ZR_VID_PROPS& _output,
                      std::vector<RATE_SLOT>& _arrSlots) {
@@ -43,7 +36,7 @@ void StreamRate::Put(const ZR_TIME& _time, const ZR_VID_PROPS& _source, const ZR
 
     const double dblPeriod = mode.dblOutputRate > 0 ? FrameDurationOfRate(mode.dblOutputRate).dblExact : 0;
     const auto dblFrame = static_cast<double>(_time.rtEndTime - _time.rtStartTime);
-    const bool bSameRate = std::fabs(mode.dblRate - mode.dblOutputRate) <= kSameRate &&
+    const bool bSameRate = std::fabs(mode.dblRate - mode.dblOutputRate) <= kSameFrameRate &&
                            (dblFrame <= 0 || std::fabs(dblFrame - dblPeriod) <= kTolerance) &&
                            !(_time.eFFlags & eZrFF_Live);
     if (dblPeriod < 1 || bSameRate) {
@@ -83,7 +76,7 @@ int64_t StreamRate::CountSlots(double _dblStart, double _dblPeriod) {
 
 void StreamRate::FillFrames(const ZR_TIME& _time, int64_t _nSlots, double _dblPeriod,
                             std::vector<RATE_SLOT>& _arrSlots) {
-    const bool bFields = mode.nFields != 0 && (_nSlots > 1 || mode.nOutputFields == 0);
+    const bool bFields = ShowsFields(mode.nFields, mode.nOutputFields, _nSlots > 1);
     const int64_t nFirstHalf = (_nSlots + 1) / 2;
     for (int64_t n = 0; n < _nSlots; ++n) {
         RATE_SLOT& slot = _arrSlots.emplace_back(RATE_SLOT{_time});
@@ -117,7 +110,7 @@ void StreamRate::NoteStep(size_t _nSlots) {
     if (!bStarted || mode.dblRate <= 0) return;
     const double dblRegular = mode.dblOutputRate / mode.dblRate;
     const auto dblSlots = static_cast<double>(_nSlots);
-    bStepped = dblSlots < std::floor(dblRegular + kSameRate) || dblSlots > std::ceil(dblRegular - kSameRate);
+    bStepped = dblSlots < std::floor(dblRegular + kSameFrameRate) || dblSlots > std::ceil(dblRegular - kSameFrameRate);
 }
 
 }  // namespace zr

@@ -4,17 +4,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "media/slot_picture.h"
 #include "zr/records.h"
 
 namespace zr {
 
-// What a slot of the output's line shows.
-enum class SlotPicture {
-    Whole,       // the frame as it is
-    FirstField,  // of an interlaced frame, spread over the picture: first and second in time
-    SecondField,
-    Woven,  // in the first field the frame that was kept for it, in the second this one
-};
 struct RATE_SLOT {
     ZR_TIME time;
     SlotPicture ePicture = SlotPicture::Whole;
@@ -50,7 +44,7 @@ private:
         double dblRate = 0, dblOutputRate = 0;
         int32_t nFields = 0, nOutputFields = 0;  // as of InterlaceClass
         bool operator==(const MODE&) const = default;
-        bool FillsFields() const;
+        bool FillsFields() const { return zr::FillsFields(nFields, dblRate, nOutputFields, dblOutputRate); }
     };
     int64_t CountSlots(double _dblStart, double _dblPeriod);
     void FillFrames(const ZR_TIME& _time, int64_t _nSlots, double _dblPeriod, std::vector<RATE_SLOT>& _arrSlots);

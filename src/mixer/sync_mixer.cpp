@@ -196,17 +196,20 @@ void SyncMixer::WaitStarted(ManualEvent* _pevStop, int64_t _rtLimit) {
     }
 }
 
-// Has a source that was given no format of its own play at the rate of the output.
+// Has a source that was given no format of its own play at the rate of the output, and into its fields.
 void SyncMixer::AskForRate(SyncSource& _source, const SyncRequest& _request) {
     const double dblRate = _request.props.vidProps.dblRate;
-    if (dblRate <= 0 || dblRate == _source.dblRateAsked || !pObject->AttributeOr(u"sync_mode.control_fps", true))
-        return;
+    const int32_t nFields = InterlaceClass(&_request.props.vidProps);
+    const bool bAsked = dblRate == _source.dblRateAsked && nFields == _source.nFieldsAsked;
+    if (dblRate <= 0 || bAsked || !pObject->AttributeOr(u"sync_mode.control_fps", true)) return;
     _source.dblRateAsked = dblRate;
+    _source.nFieldsAsked = nFields;
     const ZrPtr<IZrFormat> pFormat = QueryAs<IZrFormat>(_source.pItem->Source());
     ZR_VID_PROPS props;
     if (!pFormat || Failed(pFormat->FormatVideoGet(eZrFT_Convert, &props, nullptr, nullptr))) return;
     if (props.eVideoFormat != eZrVF_Custom || props.nWidth != 0) return;
     props.dblRate = dblRate;
+    props.eInterlace = nFields == 0 ? eZrI_Progressive : nFields > 0 ? eZrI_Field1First : eZrI_Field2First;
     pFormat->FormatVideoSet(eZrFT_Convert, &props);
 }
 

@@ -43,6 +43,7 @@ struct SyncSource {
     int32_t nTimeouts = 0;               // see SyncMixer::Accept
     int64_t rtLastGet = 0;               // ticks that the last get took
     double dblRateAsked = 0;             // frames a second that the source was asked for
+    int32_t nFieldsAsked = 0;            // and of which kind, as of InterlaceClass
     bool bMaster = false;                // a stream that uses it has the key `master`
     bool bWanted = false;                // somebody who is not paused uses it
     bool bHeld = false;                  // it was not asked this time

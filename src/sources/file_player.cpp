@@ -119,7 +119,7 @@ HRESULT FilePlayer::Seek(double _dblPos, double _dblPreroll) {
 HRESULT FilePlayer::Next(const PLAY_SETTINGS& _settings, int64_t _rtMaxWait, ZrPtr<IZrFFrame>* _ppFrame,
                          bool* _pbLooped) {
     *_pbLooped = false;
-    step.SetRate(_settings.dblRate > 0 ? _settings.dblRate : OwnRate(), _settings.dblSpeed);
+    step.SetRate(_settings.dblRate > 0 ? _settings.dblRate : OwnRate(), _settings.dblSpeed, _settings.nFields);
     const int64_t rtDeadline = DeadlineAfter(ClockNow(), _rtMaxWait);
     for (;;) {
         HRESULT hr = step.Get(_ppFrame);

@@ -30,6 +30,7 @@ struct PLAY_SETTINGS {
     bool bLoop = false;
     bool bNoBreaks = false;  // a loop goes on without a break
     double dblRate = 0;      // of the output; 0: the file's own
+    int32_t nFields = 0;     // of the output, as of InterlaceClass
     double dblSpeed = 1.0;   // above 0
 
     // The point at which playing ends, in ticks, kNever for none. _dblDuration: of the file, 0 when it is not known.

@@ -282,12 +282,20 @@ AV_FORMAT FilePump::Wanted() const {
     return wanted;
 }
 
+// Of the output. What came with the name says so in a whole format only; else it is how the file is to be taken.
+int32_t FilePump::WantedFields() const {
+    const ZR_VID_PROPS props = parts.format.Wanted().vidProps;
+    const bool bOpen = props.eVideoFormat == eZrVF_Custom && props.nWidth == 0 && props.eInterlace == eZrI_Default;
+    return InterlaceClass(bOpen && propsHint.nWidth != 0 ? &propsHint : &props);
+}
+
 int64_t FilePump::MakeNext(ZrPtr<IZrFFrame>* _ppFrame) {
     PLAY_SETTINGS settings = Settings();
     if (const XMLNodeRef pFile = parts.props.Root()->FindNode(u"file")) settings.bLoop |= IsOutMode(*pFile, u"loop");
     const AV_FORMAT wanted = Wanted();
     pPlayer->WantedSet(wanted);
     settings.dblRate = wanted.vidProps.dblRate;
+    settings.nFields = WantedFields();
     bool bLooped = false;
     const HRESULT hr = pPlayer->Next(settings, kSlice, _ppFrame, &bLooped);
     if (bLooped) {

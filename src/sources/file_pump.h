@@ -104,6 +104,7 @@ private:
     int64_t OnEnd(HRESULT _hr) ZR_REQUIRES(mtxPlay);
     HRESULT Hold(eZrFrameFlags _eFlags, ZrPtr<IZrFFrame>* _ppFrame) ZR_REQUIRES(mtxPlay);
     AV_FORMAT Wanted() const ZR_REQUIRES(mtxPlay);
+    int32_t WantedFields() const ZR_REQUIRES(mtxPlay);
     void CountPause(IZrFFrame& _frame) ZR_REQUIRES(mtxPlay);
     void Change_I() ZR_REQUIRES(mtxPlay);
     void Raise(const char16_t* _szEvent, std::u16string_view _param) ZR_REQUIRES(mtxPlay);

@@ -7,8 +7,10 @@
 #include <utility>
 
 #include "media/aud_props.h"
+#include "media/frame_interfaces.h"
 #include "media/frame_time.h"
 #include "media/vid_props.h"
+#include "video/slot_frame.h"
 
 namespace zr {
 namespace {
@@ -18,7 +20,6 @@ constexpr Thirds kThirdsPerSecond = 30'000'000;
 // How far the times of frames may be off: files count in milliseconds. A quarter of a slot at most.
 constexpr Thirds kTolerance = 30'000;
 constexpr int64_t kMaxSilenceSeconds = 10;  // made at a time where a source gives none
-constexpr double kSameRate = 0.001;
 constexpr auto eRepeatOrBreak = static_cast<eZrFrameFlags>(0x31);
 
 // Far beyond any media, and three times of it fit as well.
@@ -55,14 +56,15 @@ int64_t SamplesBefore(Thirds _nTime, int32_t _nSamplesPerSec) {
 
 // --- Time lines
 
-Thirds FrameRateStep::SourceAt(int64_t _nSlot) const {
-    const Thirds nPassed = _nSlot * nPeriod;
+Thirds FrameRateStep::SourceAtField(int64_t _nField) const {
+    const Thirds nPassed = _nField * nPeriod / 2;
     return nSourceBase + (IsAtSpeed() ? nPassed : std::llround(static_cast<double>(nPassed) * dblSpeed));
 }
 
 Thirds FrameRateStep::Tolerance() const { return std::min(kTolerance, nPeriod / 4); }
 
-void FrameRateStep::SetRate(double _dblRate, double _dblSpeed) {
+void FrameRateStep::SetRate(double _dblRate, double _dblSpeed, int32_t _nFields) {
+    nFields = _nFields;
     if (_dblRate == dblRate && _dblSpeed == dblSpeed) return;
     QueueWhole();
     nOutBase = OutAt(nSlot);
@@ -99,6 +101,7 @@ HRESULT FrameRateStep::Put(IZrFFrame* _pFrame, const INPUT& _input) try {
     Thirds nStart = ThirdsOf(info.mTime.rtStartTime);
     Thirds nEnd = ThirdsOf(info.mTime.rtEndTime);
     if (nEnd <= nStart) nEnd = nStart + PeriodOfRate(info.avProps.vidProps.dblRate);
+    const Thirds nOwnEnd = nEnd;
     const bool bCut = nEnd > ThirdsOf(_input.rtOut);
     if (bCut) nEnd = ThirdsOf(_input.rtOut);
 
@@ -118,27 +121,30 @@ HRESULT FrameRateStep::Put(IZrFFrame* _pFrame, const INPUT& _input) try {
     }
     nFrameTime = nEnd - nStart;
     nInputEnd = std::max(nInputEnd, nEnd);
-    KeepPicture({_pFrame, nStart, nOffset, info.avProps.vidProps.dblRate, info.mTime.eFFlags, false});
+    const ZR_VID_PROPS& props = info.avProps.vidProps;
+    KeepPicture({_pFrame, nStart, nOffset, nOwnEnd + nOffset, props.dblRate, InterlaceClass(&props), info.mTime.eFFlags,
+                 false});
     return S_OK;
 } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
 }
 
-// Whether any slot still to come begins while a picture with these times is on screen.
-bool FrameRateStep::IsEverShown(Thirds _nFrom, Thirds _nTo) const {
+// Whether any slot still to come begins while a picture with these times is on screen; or any field, by steps of one.
+bool FrameRateStep::IsEverShown(Thirds _nFrom, Thirds _nTo, int64_t _nFieldStep) const {
     const Thirds nEarly = _nFrom - Tolerance();
-    int64_t n = nSlot;
-    if (SourceAt(n) < nEarly) {
-        n +=
-            static_cast<int64_t>(static_cast<double>(nEarly - SourceAt(n)) / (static_cast<double>(nPeriod) * dblSpeed));
-        while (SourceAt(n) < nEarly) ++n;
-        while (n > nSlot && SourceAt(n - 1) >= nEarly) --n;
+    int64_t n = 2 * nSlot;
+    if (SourceAtField(n) < nEarly) {
+        const double dblStep = static_cast<double>(nPeriod * _nFieldStep) / 2 * dblSpeed;
+        n += _nFieldStep * static_cast<int64_t>(static_cast<double>(nEarly - SourceAtField(n)) / dblStep);
+        while (SourceAtField(n) < nEarly) n += _nFieldStep;
+        while (n > 2 * nSlot && SourceAtField(n - _nFieldStep) >= nEarly) n -= _nFieldStep;
     }
-    return SourceAt(n) + Tolerance() < _nTo;
+    return SourceAtField(n) + Tolerance() < _nTo;
 }
 
 void FrameRateStep::KeepPicture(SHOWN _picture) {
-    if (!arrPictures.empty() && !IsEverShown(arrPictures.back().nStart, _picture.nStart)) {
+    if (!arrPictures.empty() &&
+        !IsEverShown(arrPictures.back().nStart, _picture.nStart, IntoFields(arrPictures.back()) ? 1 : 2)) {
         arrPictures.back() = std::move(_picture);
     } else {
         arrPictures.push_back(std::move(_picture));
@@ -185,7 +191,7 @@ void FrameRateStep::PutSound(const ZRF_FRAME_INFO& _info, Thirds _nStart, Thirds
 bool FrameRateStep::IsWhole(const ZRF_FRAME_INFO& _info, Thirds _nStart, Thirds _nEnd) const {
     const bool bAlone = arrPictures.empty() || (arrPictures.size() == 1 && arrPictures[0].bGiven);
     const double dblOwn = _info.avProps.vidProps.dblRate;
-    if (!bAlone || !IsAtSpeed() || (dblOwn > 0 && std::abs(dblOwn - dblRate) > kSameRate)) return false;
+    if (!bAlone || !IsAtSpeed() || (dblOwn > 0 && std::abs(dblOwn - dblRate) > kSameFrameRate)) return false;
     if (std::abs(_nStart - SourceAt(nSlot)) > Tolerance()) return false;
     if (std::abs(_nEnd - SourceAt(nSlot + 1)) > Tolerance()) return false;
     if (!HasSound()) return true;
@@ -221,6 +227,44 @@ FrameRateStep::SHOWN& FrameRateStep::Choose() {
     return arrPictures.front();
 }
 
+// What is on screen when the second field of the slot begins.
+FrameRateStep::SHOWN& FrameRateStep::ChooseSecond() {
+    size_t n = 0;
+    if (!bWhole && IntoFields(arrPictures[0])) {
+        const Thirds nNow = SourceAtField(2 * nSlot + 1) + Tolerance();
+        while (n + 1 < arrPictures.size() && arrPictures[n + 1].nStart <= nNow) ++n;
+    }
+    return arrPictures[n];
+}
+
+SlotPicture FrameRateStep::FieldOf(const SHOWN& _picture) const {
+    const bool bSameRate = IsAtSpeed() && std::abs(_picture.dblRate - dblRate) <= kSameFrameRate;
+    const bool bOften = _picture.bGiven || SourceAt(nSlot + 1) + Tolerance() < _picture.nEnd;
+    if (bWhole || bSameRate || !ShowsFields(_picture.nFields, nFields, bOften)) return SlotPicture::Whole;
+    const Thirds nMiddle = _picture.nStart + (_picture.nEnd - _picture.nStart) / 2;
+    return SourceAt(nSlot) + Tolerance() < nMiddle ? SlotPicture::FirstField : SlotPicture::SecondField;
+}
+
+// Into a frame that shows the first of the two as it is, and still does where they cannot be woven.
+HRESULT FrameRateStep::TakeSlotPicture(SlotPicture _ePicture, const SHOWN& _first, const SHOWN& _second,
+                                       IZrFFrame& _frame) const {
+    ZrPtr<IZrFFrame> pShown;
+    HRESULT hr = S_OK;
+    if (_ePicture == SlotPicture::Woven) {
+        hr = FrameOfSlot(_ePicture, _first.pFrame.Get(), *_second.pFrame, nFields, &pShown);
+        if (pShown == _second.pFrame) return hr;
+    } else {
+        ZR_AV_PROPS props;
+        hr = _frame.ZrFAVPropsGet(&props, nullptr);
+        props.vidProps.eVideoFormat = eZrVF_Custom;
+        props.vidProps.eInterlace = SpreadField(_ePicture, _first.nFields);
+        if (Succeeded(hr)) hr = _frame.ZrFConvert(&props, pShown.Out(), nullptr, nullptr, nullptr);
+    }
+    const ZrPtr<IZrFrame_I> pFrame = QueryAs<IZrFrame_I>(&_frame);
+    if (Failed(hr) || !pFrame) return Failed(hr) ? hr : E_NOINTERFACE;
+    return pFrame->FramePictureTake(pShown.Get());
+}
+
 HRESULT FrameRateStep::Get(ZrPtr<IZrFFrame>* _ppFrame) {
     _ppFrame->Reset();
     if (!bStarted) return bEnded ? kEndOfMedia : S_FALSE;
@@ -230,6 +274,9 @@ HRESULT FrameRateStep::Get(ZrPtr<IZrFFrame>* _ppFrame) {
     const bool bLast = bEnded && SourceAt(nSlot + 1) + Tolerance() >= nInputEnd;
 
     SHOWN& picture = Choose();
+    SHOWN& second = ChooseSecond();
+    const SlotPicture ePicture = &second != &picture ? SlotPicture::Woven : FieldOf(picture);
+    const bool bRepeat = picture.bGiven && second.bGiven;
     ZrPtr<IZrFFrame> pFrame;
     HRESULT hr = S_OK;
     if (bWhole) {
@@ -239,14 +286,15 @@ HRESULT FrameRateStep::Get(ZrPtr<IZrFFrame>* _ppFrame) {
         // What is attached to a frame goes out once.
         const eZrFrameClone eClone = picture.bGiven ? eZrFC_VideoRef : eZrFC_VideoRef | eZrFC_Data | eZrFC_Obj;
         hr = picture.pFrame->ZrFClone(pFrame.Out(), eClone, eZrFCC_Default);
+        if (Succeeded(hr) && ePicture != SlotPicture::Whole) hr = TakeSlotPicture(ePicture, picture, second, *pFrame);
         if (Succeeded(hr) && nSamples > 0) hr = pFrame->ZrFAudioAlloc(&audProps, static_cast<int32_t>(nSamples));
     }
-    if (Succeeded(hr)) hr = Stamp(*pFrame, picture, bLast);
+    if (Succeeded(hr)) hr = Stamp(*pFrame, picture, bRepeat, bLast);
     if (Failed(hr)) return hr;
     if (HasSound()) TakeSound(*pFrame);
 
     rtMediaTime = TicksFromThirds(SourceAt(nSlot) - picture.nOffset);
-    picture.bGiven = true;
+    picture.bGiven = second.bGiven = true;
     bFirst = bWhole = false;
     bLastGiven = bLast;
     ++nSlot;
@@ -273,18 +321,18 @@ void FrameRateStep::TakeSound(IZrFFrame& _frame) {
     }
 }
 
-HRESULT FrameRateStep::Stamp(IZrFFrame& _frame, const SHOWN& _picture, bool _bLast) const {
+HRESULT FrameRateStep::Stamp(IZrFFrame& _frame, const SHOWN& _picture, bool _bRepeat, bool _bLast) const {
     ZR_TIME time;
     HRESULT hr = _frame.ZrFTimeGet(&time);
     if (Failed(hr)) return hr;
     time.rtStartTime = TicksFromThirds(OutAt(nSlot));
     time.rtEndTime = TicksFromThirds(OutAt(nSlot + 1));
     time.eFFlags = _picture.eFlags & ~(eRepeatOrBreak | eZrFF_Last);
-    if (_picture.bGiven) time.eFFlags |= eZrFF_Dup;
+    if (_bRepeat) time.eFFlags |= eZrFF_Dup;
     if (bFirst) time.eFFlags |= eZrFF_Break;
     if (_bLast && bMarkLast) time.eFFlags |= eZrFF_Last;
     hr = _frame.ZrFTimeSet(&time);
-    if (Failed(hr) || std::abs(_picture.dblRate - dblRate) <= kSameRate) return hr;
+    if (Failed(hr) || std::abs(_picture.dblRate - dblRate) <= kSameFrameRate) return hr;
     ZR_AV_PROPS props;
     hr = _frame.ZrFAVPropsGet(&props, nullptr);
     if (Failed(hr)) return hr;

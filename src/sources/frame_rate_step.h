@@ -1,12 +1,14 @@
 #pragma once
 // Frames of any rate, or of none, become frames of one rate: for each output slot the picture that is on screen when it
-// begins, shown again or left out, and exactly the sound of the slot.
+// begins, shown again or left out, and exactly the sound of the slot. Fields count as well: each field of an interlaced
+// output shows the frame, and each slot the field, that is on screen when it begins (see media/slot_picture.h).
 
 #include <cstdint>
 #include <vector>
 
 #include "audio/sample_queue.h"
 #include "framework/time_normaliser.h"
+#include "media/slot_picture.h"
 #include "platform/clock.h"
 #include "platform/status.h"
 #include "zr/frame.h"
@@ -25,9 +27,10 @@ int64_t SamplesBefore(Thirds _nTime, int32_t _nSamplesPerSec);
 // A function of what it is fed; one thread at a time. Positions are exact: slot n of a run begins n periods after the
 // run's first frame, also after days.
 //
-// A frame that fills its slot as it is goes through untouched. Others give a reference clone of the picture and a copy
-// of the sound. The first frame of a run has the break flag, a picture shown again the dup flag, the last frame of the
-// media the last flag. Pictures that cannot be on screen when a slot begins are let go at once.
+// A frame that fills its slot as it is goes through untouched. Others give a reference clone of the picture, or a new
+// one where fields are taken apart or put together, and a copy of the sound. The first frame of a run has the break
+// flag, a picture shown again the dup flag, the last frame of the media the last flag. Pictures that cannot be on
+// screen when a slot begins are let go at once.
 class FrameRateStep {
 public:
     struct INPUT {
@@ -36,8 +39,9 @@ public:
     };
 
     // Frames a second of the output, above 0, and how fast the media passes, above 0: 1.0 as recorded. At another speed
-    // there is silence in the place of sound. Holds from the next slot on; the time line goes on.
-    void SetRate(double _dblRate, double _dblSpeed);
+    // there is silence in the place of sound. _nFields: of the output, as of InterlaceClass. Holds from the next slot
+    // on; the time line goes on.
+    void SetRate(double _dblRate, double _dblSpeed, int32_t _nFields = 0);
     // Forgets everything but the rate; the next frame begins a run.
     void Reset();
 
@@ -63,19 +67,25 @@ private:
         ZrPtr<IZrFFrame> pFrame;
         Thirds nStart = 0;   // on the source line
         Thirds nOffset = 0;  // source line less media time
+        Thirds nEnd = 0;     // on the source line, by its own time
         double dblRate = 0;  // its own
+        int32_t nFields = 0;
         eZrFrameFlags eFlags = eZrFF_None;
         bool bGiven = false;
     };
     // Both lines are in thirds and go on through joins and changes of rate.
     Thirds OutAt(int64_t _nSlot) const { return nOutBase + _nSlot * nPeriod; }
-    Thirds SourceAt(int64_t _nSlot) const;
+    Thirds SourceAt(int64_t _nSlot) const { return SourceAtField(2 * _nSlot); }
+    Thirds SourceAtField(int64_t _nField) const;  // slot n begins with field 2 n
     Thirds Tolerance() const;
     bool IsAtSpeed() const { return dblSpeed == 1.0; }
 
     void BeginRun(Thirds _nStart);
     void KeepPicture(SHOWN _picture);
-    bool IsEverShown(Thirds _nFrom, Thirds _nTo) const;
+    bool IsEverShown(Thirds _nFrom, Thirds _nTo, int64_t _nFieldStep) const;
+    bool IntoFields(const SHOWN& _picture) const {
+        return FillsFields(_picture.nFields, _picture.dblRate, nFields, dblRate);
+    }
 
     void PutSound(const ZRF_FRAME_INFO& _info, Thirds _nStart, Thirds _nEnd, bool _bCut, bool _bJoin);
     void RestartSound(const ZR_AUD_PROPS& _props);
@@ -88,11 +98,15 @@ private:
 
     bool HasInput() const;
     SHOWN& Choose();
-    HRESULT Stamp(IZrFFrame& _frame, const SHOWN& _picture, bool _bLast) const;
+    SHOWN& ChooseSecond();
+    SlotPicture FieldOf(const SHOWN& _picture) const;
+    HRESULT TakeSlotPicture(SlotPicture _ePicture, const SHOWN& _first, const SHOWN& _second, IZrFFrame& _frame) const;
+    HRESULT Stamp(IZrFFrame& _frame, const SHOWN& _picture, bool _bRepeat, bool _bLast) const;
     void TakeSound(IZrFFrame& _frame);
 
     double dblRate = 25.0;
     double dblSpeed = 1.0;
+    int32_t nFields = 0;  // of the output
     Thirds nPeriod = 1'200'000;
 
     bool bStarted = false;

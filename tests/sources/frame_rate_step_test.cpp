@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 #include <tuple>
+#include <vector>
 
+#include "media/vid_props.h"
 #include "support/scripted_worker.h"
 #include "support/stress.h"
 
@@ -123,6 +126,106 @@ TEST(FrameRateStep, FollowsTimesWithoutARate) {
     }
     CheckAll(script, {30000, 1001});
     CheckAll(script, {25, 1});
+}
+
+// A picture whose lines are white in as many columns as says the number drawn in them: that of its field in time.
+class FieldPictures {
+public:
+    static constexpr int32_t kWidth = 256, kHeight = 8;
+    RATE rate;
+    int32_t nFields;  // as of InterlaceClass
+
+    ZrPtr<IZrFFrame> Make(int64_t _n) const {
+        constexpr eZrInterlace arrOrders[] = {eZrI_Field2First, eZrI_Progressive, eZrI_Field1First};
+        ZR_AV_PROPS props;
+        props.vidProps = {.fccType = eZrFCC_UYVY,
+                          .nWidth = kWidth,
+                          .nHeight = kHeight,
+                          .eInterlace = arrOrders[nFields + 1],
+                          .dblRate = rate.Value()};
+        std::vector<uint8_t> arr;
+        for (int32_t y = 0; y < kHeight; ++y) {
+            const bool bSecond = nFields != 0 && (y % 2 == 0) != (nFields > 0);
+            const int64_t nNumber = nFields == 0 ? _n : 2 * _n + bSecond;
+            for (int32_t x = 0; x < kWidth; ++x) {
+                arr.push_back(128);
+                arr.push_back(x / 2 < nNumber % 128 ? 235 : 16);
+            }
+        }
+        ZrPtr<IZrFFrame> pFrame;
+        CZrFrameFactory::Shared().ZrFFrameCreateFromMem(&props, reinterpret_cast<int64_t>(arr.data()), 0, 0,
+                                                        pFrame.Out(), nullptr);
+        ZR_TIME time{
+            .rtStartTime = TicksOf(_n, rate), .rtEndTime = TicksOf(_n + 1, rate), .tcFrame = {}, .eFFlags = {}};
+        pFrame->ZrFTimeSet(&time);
+        return pFrame;
+    }
+    // The numbers of the lines, each followed by a blank.
+    static std::string LinesOf(IZrFFrame& _frame) {
+        ZRF_FRAME_INFO info;
+        _frame.ZrFAllGet(&info);
+        std::string str;
+        for (int32_t y = 0; y < kHeight; ++y) {
+            const auto* p = reinterpret_cast<const uint8_t*>(info.lpVideo) + y * info.avProps.vidProps.nRowBytes;
+            int32_t nWhite = 0;
+            while (nWhite < kWidth && p[2 * nWhite + 1] > 128) ++nWhite;
+            str += std::to_string(nWhite / 2) + " ";
+        }
+        return str;
+    }
+};
+
+// A field of the output shows the frame, and a slot the field, that is on screen when it begins.
+TEST(FrameRateStep, FieldsShowTheirOwnTime) {
+    constexpr RATE r24{24, 1}, r25{25, 1}, r2997{30000, 1001}, r50{50, 1}, r5994{60000, 1001}, r60{60, 1};
+    enum eKind { kWhole, kWoven, kOneField };
+    constexpr std::tuple<const char*, FieldPictures, RATE, int32_t, eKind> arrCases[] = {
+        {"50p_to_25i", {r50, 0}, r25, 1, kWoven},
+        {"50p_to_25i_lower_first", {r50, 0}, r25, -1, kWoven},
+        {"5994p_to_2997i", {r5994, 0}, r2997, 1, kWoven},
+        {"60p_to_25i", {r60, 0}, r25, 1, kWoven},
+        {"50p_to_2997i", {r50, 0}, r2997, 1, kWoven},
+        {"25i_to_50p", {r25, 1}, r50, 0, kOneField},
+        {"2997i_lower_first_to_5994p", {r2997, -1}, r5994, 0, kOneField},
+        {"25i_to_5994p", {r25, 1}, r5994, 0, kOneField},
+        {"2997i_to_25p", {r2997, 1}, r25, 0, kOneField},
+        {"50p_to_25p", {r50, 0}, r25, 0, kWhole},
+        {"24p_to_25i", {r24, 0}, r25, 1, kWhole},
+        {"25p_to_50i", {r25, 0}, r50, 1, kWhole},
+    };
+    for (const auto& [szName, source, out, nOutFields, eHow] : arrCases) {
+        SCOPED_TRACE(szName);
+        // What is on screen _nHalf half slots from the beginning, in frames or fields of the source.
+        const auto OnScreen = [&](int64_t _nHalf) {
+            const int64_t nUnits = eHow == kOneField ? 2 : 1;
+            const int64_t nMs = 1;  // that a picture may be late
+            return (_nHalf * 1000 * out.nDen + nMs * 2 * out.nNum) * source.rate.nNum * nUnits /
+                   (2000 * out.nNum * source.rate.nDen);
+        };
+        FrameRateStep step;
+        step.SetRate(out.Value(), 1.0, nOutFields);
+        int64_t nSlot = 0;
+        for (int64_t n = 0; n < 60; ++n) {
+            ASSERT_EQ(step.Put(source.Make(n).Get(), {}), S_OK);
+            ZrPtr<IZrFFrame> pFrame;
+            while (step.Get(&pFrame) == S_OK) {
+                const int64_t nFirst = OnScreen(2 * nSlot), nSecond = eHow == kWoven ? OnScreen(2 * nSlot + 1) : nFirst;
+                std::string wanted;
+                for (int32_t y = 0; y < FieldPictures::kHeight; ++y)
+                    wanted += std::to_string((y % 2 == 0) == (nOutFields >= 0) ? nFirst : nSecond) + " ";
+                ASSERT_EQ(FieldPictures::LinesOf(*pFrame), wanted) << nSlot;
+                ZR_TIME time;
+                ZR_AV_PROPS props;
+                pFrame->ZrFTimeGet(&time);
+                pFrame->ZrFAVPropsGet(&props, nullptr);
+                ASSERT_EQ(time.rtStartTime, TicksOf(nSlot, out));
+                ASSERT_NEAR(props.vidProps.dblRate, out.Value(), 0.001);
+                ASSERT_EQ(InterlaceClass(&props.vidProps), nFirst != nSecond ? nOutFields : 0);
+                ++nSlot;
+            }
+        }
+        EXPECT_GE(nSlot, static_cast<int64_t>(58 * out.Value() / source.rate.Value()));
+    }
 }
 
 // Times in milliseconds, as some files have them, must not make pictures stutter.
