@@ -1,5 +1,5 @@
-// What the library can do so far, through the calls that a host makes: frames of broadcast formats, cut and shared
-// without a copy, saved and loaded, with their sound in a WAV file; and what each step costs.
+// Frames through the calls that a host makes: in broadcast formats, cut and shared without a copy, saved and loaded, with
+// their sound in a WAV file; and what each step costs.
 
 #include <chrono>
 #include <cmath>
@@ -157,7 +157,6 @@ int main() {
         ShowFormats(*pFactory);
         ShowCosts(*pFactory);
         ShowFiles(*pFactory);
-        std::printf("\nThere is no mixing object yet: nothing can be put on air so far.\n");
         return 0;
     } catch (const FAILURE& failure) {
         std::fprintf(stderr, "frame_tour: cannot %s: %s\n", failure.szWhat, zr::StatusText(failure.hr).c_str());

@@ -184,7 +184,6 @@ TEST(DrawTest, IncrementalDrawingIsDrawingAnew) {
     }
 }
 
-// What is not seen, or is the picture already, is not touched.
 // The last column and line are seen at the edges of the output, whatever the sizes.
 TEST(DrawTest, PicturesOfOddSizesAreShownToTheirEdges) {
     const ZR_VID_PROPS arrOutputs[] = {PictureProps(eZrFCC_UYVY, 320, 180), PictureProps(eZrFCC_UYVY, 34, 22),
@@ -230,6 +229,7 @@ TEST(DrawTest, PicturesOfOddSizesAreShownToTheirEdges) {
         }
 }
 
+// What is not seen, or is the picture already, is not touched.
 TEST(DrawTest, PicturesAreReferencedWhereNothingIsToBeDone) {
     const ZR_VID_PROPS hd = PictureProps(eZrFCC_UYVY, 320, 180);
     DrawnShow show(hd);

@@ -43,6 +43,7 @@ void Probe(const std::string& _file) {
 void OpenFile(zr::IZrFile* _pFile, const std::string& _file) {
     const auto pProps = zr::QueryAs<zr::IZrProps>(_pFile);
     const auto pObject = zr::QueryAs<zr::IZrObject>(_pFile);
+    if (_file.empty()) throw UsageError("an input has no name");
     pProps->PropsSet(u"object::auto_start", u"false");
     zr::HRESULT hr = _pFile->FileNameSet(zr::Text(std::string_view(_file)).Get(), nullptr);
     if (zr::Succeeded(hr)) hr = pObject->ObjectStart(nullptr);

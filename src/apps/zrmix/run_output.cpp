@@ -44,6 +44,7 @@ void AddRunOptions(CLI::App& _command, RUN_OPTIONS& _options) {
 bool IsUrl(const std::string& _text) { return _text.find("://") != std::string::npos; }
 
 void CheckOutput(const std::string& _output, const std::vector<std::string>& _arrInputs) {
+    if (_output.empty()) throw UsageError("the output has no name");
     std::error_code code;
     for (const std::string& input : _arrInputs)
         if (std::filesystem::equivalent(_output, input, code))

@@ -26,7 +26,7 @@ void AddRunOptions(CLI::App& _command, RUN_OPTIONS& _options);
 // As fast as the machine goes, and no frame left out: into files, unless it is said otherwise.
 bool IsFast(const RUN_OPTIONS& _options);
 bool IsUrl(const std::string& _text);
-// Throws UsageError: the output would be written over one of the files that it is made from.
+// Throws UsageError: the output has no name, or would be written over one of the files that it is made from.
 void CheckOutput(const std::string& _output, const std::vector<std::string>& _arrInputs);
 // Sets the pace of a mixer that has not started.
 void SetPace(zr::IZrProps* _pProps, bool _bFast);

@@ -27,13 +27,14 @@ bool ReadBool(std::u16string_view _sv) {
     return EqualNoCase(_sv, u"true") || EqualNoCase(_sv, u"yes") || ParseInt32(_sv, 10) != 0;
 }
 
-// "5M" and "128k" as well as plain numbers of bits a second.
+// "5M" and "128k" as well as plain numbers of bits a second. Below 0: it is none of them.
 int64_t ReadBitrate(std::u16string_view _sv) {
     size_t nUsed = 0;
     const double dblNumber = ParseDouble(_sv, &nUsed);
-    const char16_t cUnit = nUsed < _sv.size() ? _sv[nUsed] : u'\0';
-    const double dblUnit = cUnit == u'k' || cUnit == u'K' ? 1e3 : cUnit == u'm' || cUnit == u'M' ? 1e6 : 1;
-    return static_cast<int64_t>(std::clamp(dblNumber * dblUnit, 0.0, 1e12));
+    const std::u16string_view unit = _sv.substr(nUsed);
+    const double dblUnit = EqualNoCase(unit, u"k") ? 1e3 : EqualNoCase(unit, u"m") ? 1e6 : 1;
+    const bool bGood = nUsed > 0 && dblNumber >= 0 && (unit.empty() || dblUnit > 1);
+    return bGood ? static_cast<int64_t>(std::min(dblNumber * dblUnit, 1e12)) : -1;
 }
 
 }  // namespace
@@ -73,7 +74,11 @@ HRESULT FFmpegWriter::ReadOptions_I(const char16_t* _bsParam, bool _bUrl, OUTPUT
             return E_INVALIDARG;
         }
     }
-    return S_OK;
+    if (_pOptions->nVideoBitrate >= 0 && _pOptions->nAudioBitrate >= 0) return S_OK;
+    MutexLock lock(mtx);
+    strError = std::string("The ") + (_pOptions->nVideoBitrate < 0 ? "video" : "audio") +
+               " bit rate is no number of bits a second, such as 8M or 192k.";
+    return E_INVALIDARG;
 }
 
 HRESULT FFmpegWriter::WriterOpen(const char16_t* _bsPath, const char16_t* _bsParam) {
