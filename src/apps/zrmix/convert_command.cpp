@@ -77,6 +77,7 @@ std::string PropsLine(const CONVERT_OPTIONS& _options) {
 
 // The reasons that people know by other words.
 void CheckFile(HRESULT _hr, const std::string& _strWhat) {
+    if (_strWhat.empty()) throw UsageError("a picture has no name");
     if (_hr == ZR_E_NOT_FOUND_FILE) throw RunError(_strWhat + ": There is no such file or folder.");
     if (_hr == ZR_E_INVALID_DATA) throw RunError(_strWhat + ": It is damaged, or not what its name says.");
     if (_hr == ZR_E_NOT_SUPPORTED) throw RunError(_strWhat + ": Its type is not known here.");

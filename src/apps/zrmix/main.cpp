@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <new>
+#include <string>
 
 #include "apps/zrmix/commands.h"
 #include "apps/zrmix/run_error.h"
@@ -23,7 +24,10 @@ int main(int argc, char** argv) {
         return zrmix::kDone;
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);  // help
-        std::fprintf(stderr, "zrmix: %s; \"zrmix --help\" tells more\n", error.what());
+        const auto IsMeant = [&](const CLI::App* _p) { return _p->get_name() == argv[1]; };
+        const bool bUnknown = argc > 1 && argv[1][0] != '-' && app.get_subcommands(IsMeant).empty();
+        const std::string reason = bUnknown ? "there is no command " + std::string(argv[1]) : error.what();
+        std::fprintf(stderr, "zrmix: %s; \"zrmix --help\" tells more\n", reason.c_str());
         return zrmix::kUsage;
     } catch (const zrmix::UsageError& error) {
         std::fprintf(stderr, "zrmix: %s\n", error.what());
