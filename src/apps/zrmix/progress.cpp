@@ -52,8 +52,12 @@ double Progress::Elapsed() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - tStart).count();
 }
 
-void Progress::Show(const RUN_FIGURES& _figures, double _dblTotalSeconds) {
+void Progress::Measure() {
     if (pMeter) pMeter->Read();
+}
+
+void Progress::Show(const RUN_FIGURES& _figures, double _dblTotalSeconds) {
+    Measure();
     if (style.bQuiet) return;
     const double dblNow = Elapsed();
     if (dblShown >= 0 && dblNow - dblShown < (bTerminal ? kTerminalPeriod : kPlainPeriod)) return;
@@ -72,7 +76,6 @@ void Progress::Show(const RUN_FIGURES& _figures, double _dblTotalSeconds) {
 }
 
 void Progress::Summary(const RUN_FIGURES& _figures, const std::string& _output) {
-    if (pMeter) pMeter->Read();
     if (bLineOpen) std::fprintf(stderr, "\r\033[K");
     const double dblNow = Elapsed();
     const double dblSpeed = dblNow > 0 ? _figures.dblMediaSeconds / dblNow : 0;

@@ -31,6 +31,8 @@ public:
 
     // Levels are shown and summed up too. It outlives the run.
     void MeterSet(SoundMeter* _pMeter) { pMeter = _pMeter; }
+    // Reads the meter as it stands, while its mixer is still there.
+    void Measure();
     // Shows where the run is: over itself on a terminal, a line now and then elsewhere. _dblTotalSeconds: 0 unknown.
     void Show(const RUN_FIGURES& _figures, double _dblTotalSeconds);
     // Shows the end of the run.

@@ -82,6 +82,7 @@ void RunOutput(const MIXER_RUN& _run, const RUN_OPTIONS& _options) {
     FrameWatch watch(zr::QueryAs<zr::IZrSource>(_run.pMixer).Get(), _run.dblRate);
     Check(_run.pMixer->ObjectStart(nullptr), "mixer");
     const RUN_FIGURES figures = Watch(_run, nMost, progress, watch);
+    progress.Measure();
     Close(_run);
     progress.Summary(figures, _options.writer.output);
     meter.CheckTracks(_options.sound);

@@ -69,11 +69,12 @@ RUN_FIGURES WriterRun::Figures() {
 void WriterRun::Wait(Progress& _progress, const volatile int* _pbInterrupted, const std::function<bool()>& _hasEnded) {
     while (!*_pbInterrupted) {
         const zr::ZR_WRITER_STATE state = State();
-        if (zr::Failed(state.hrResult) || (nFrames > 0 && state.nFrames >= nFrames)) return;
-        if (_hasEnded && _hasEnded()) return;
+        if (zr::Failed(state.hrResult) || (nFrames > 0 && state.nFrames >= nFrames)) break;
+        if (_hasEnded && _hasEnded()) break;
         _progress.Show(Figures(), static_cast<double>(nFrames) / dblRate);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
+    _progress.Measure();  // to the last frame, and before what follows it counts for much
 }
 
 RUN_FIGURES WriterRun::Finish() {
