@@ -1,5 +1,5 @@
-// Frames through the calls that a host makes: in broadcast formats, cut and shared without a copy, saved and loaded, with
-// their sound in a WAV file; and what each step costs.
+// Frames through the calls that a host makes: in broadcast formats, cut and shared without a copy, saved and loaded,
+// with their sound in a WAV file; and what each step costs.
 
 #include <chrono>
 #include <cmath>
