@@ -193,8 +193,12 @@ TEST(FrameRateStep, FieldsShowTheirOwnTime) {
         {"24p_to_25i", {r24, 0}, r25, 1, kWhole},
         {"25p_to_50i", {r25, 0}, r50, 1, kWhole},
     };
-    for (const auto& [szName, source, out, nOutFields, eHow] : arrCases) {
-        SCOPED_TRACE(szName);
+    for (const auto& testCase : arrCases) {
+        SCOPED_TRACE(std::get<0>(testCase));
+        const FieldPictures& source = std::get<1>(testCase);
+        const RATE out = std::get<2>(testCase);
+        const int32_t nOutFields = std::get<3>(testCase);
+        const eKind eHow = std::get<4>(testCase);
         // What is on screen _nHalf half slots from the beginning, in frames or fields of the source.
         const auto OnScreen = [&](int64_t _nHalf) {
             const int64_t nUnits = eHow == kOneField ? 2 : 1;
