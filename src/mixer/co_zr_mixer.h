@@ -7,6 +7,7 @@
 #include "framework/events.h"
 #include "framework/object_format.h"
 #include "framework/object_impl.h"
+#include "mixer/feedback.h"
 #include "mixer/mixer_core.h"
 #include "mixer/mixer_item_host.h"
 #include "output/plugins_impl.h"
@@ -57,7 +58,7 @@ public:
     HRESULT Load_I(std::u16string_view _object, const ElementPtr& _pTree, const PERSIST_PARAM& _param) {
         return core.persist.Load(_object, *_pTree, _param);
     }
-    bool SenderStandsBefore(IUnknown*) const { return false; }
+    bool SenderStandsBefore(IUnknown* _pObject) { return Shows(_pObject, *static_cast<IZrObject*>(this)); }
 
     ObjectName& Name_I() { return core.state.name; }
     LastFrame& LastFrame_I() { return core.lastFrame; }

@@ -32,7 +32,7 @@ double ExactDuration(const ZR_VID_PROPS& _props) {
 MixCycle::MixCycle(const MIX_PARTS& _parts)
     : producers(_parts.streams, *this),
       parts(_parts),
-      sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events),
+      sync(_parts.props.Object(), _parts.format, _parts.streams, _parts.statistics, _parts.events, _parts.self),
       async(_parts.props.Object(), _parts.format, _parts.streams),
       flights(*this),
       draw(_parts.props.Root(), _parts.props.Object(), _parts.blocks),

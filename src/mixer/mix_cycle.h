@@ -44,6 +44,7 @@ struct MIX_PARTS {
     IStatisticsSink& statistics;
     IEventSink& events;
     IFrameOutput& output;
+    IUnknown& self;  // the mixer
 };
 
 class MixCycle final : private IProducerHost, private IFlightMaker {

@@ -30,7 +30,7 @@ public:
           output(_props.Object(), state, _readers, _sender, _plugins, lastFrame, _events, statistics),
           links(state, streams),
           scenes(_events),
-          cycle({_props, state, _format, streams, links, blocks, scenes, tracks, statistics, _events, output}),
+          cycle({_props, state, _format, streams, links, blocks, scenes, tracks, statistics, _events, output, _self}),
           named(_props, cycle, _self),
           maker(_props, _format, named),
           background(maker, links, cycle, _events),

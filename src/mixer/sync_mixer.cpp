@@ -9,6 +9,7 @@
 #include "media/vid_props.h"
 #include "mixer/deferred_events.h"
 #include "mixer/elapsed.h"
+#include "mixer/feedback.h"
 #include "mixer/mix_clock.h"
 #include "mixer/output_format.h"
 #include "mixer/source_frame.h"
@@ -42,12 +43,13 @@ FramePtr RepeatOf(const FramePtr& _pFrame) {
 }  // namespace
 
 SyncMixer::SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTable& _streams,
-                     IStatisticsSink& _statistics, IEventSink& _events)
+                     IStatisticsSink& _statistics, IEventSink& _events, IUnknown& _self)
     : pObject(_pObject),
       format(_format),
       streams(_streams),
       statistics(_statistics),
       events(_events),
+      self(_self),
       runner(_pObject, _statistics),
       nTakeFrames(_statistics.Resolve(u"sync.take_frames")),
       nPutFrames(_statistics.Resolve(u"sync.put_frames")) {}
@@ -168,7 +170,8 @@ SyncSource* SyncMixer::FindOrAddSource(const ZrPtr<CCoZrItem>& _pItem, const Syn
         if (pProps->PropsGet(u"object::rate_control", &bs) == S_OK) pSource->rateControl = TextArgument(bs);
         SysFreeString(bs);
         // From now on only the mixer sets its pace. Who has done so before, another mixer or the host, undoes it too.
-        pSource->bPaceTaken = pSource->rateControl != u"0";
+        // A mixer that shows this one keeps its own: of two that show each other one has to have a pace.
+        pSource->bPaceTaken = pSource->rateControl != u"0" && !Shows(pIdentity, self);
         if (pSource->bPaceTaken) pProps->PropsSet(u"object::rate_control", u"0");
     }
     // The reader first: not one frame is lost when the source starts.

@@ -20,7 +20,7 @@ class SyncMixer {
 public:
     // All outlive the mixer. _pObject: the node with its keys.
     SyncMixer(const XMLNodePtr& _pObject, ObjectFormat& _format, StreamTable& _streams, IStatisticsSink& _statistics,
-              IEventSink& _events);
+              IEventSink& _events, IUnknown& _self);
 
     // Asks every source that is on the mixer, but those that all their users pause. S_FALSE: there are no sources.
     // _bHold: the mixer is paused, and sources are shown as they last were. Listeners of what came and went are told at
@@ -58,6 +58,7 @@ private:
     StreamTable& streams;
     IStatisticsSink& statistics;
     IEventSink& events;
+    IUnknown& self;  // the mixer
     RequestStepRunner runner;
 
     const IStatisticsSink::Handle nTakeFrames;

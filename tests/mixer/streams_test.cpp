@@ -201,6 +201,11 @@ TEST_F(StreamsTest, AnObjectIsFoundByItsName) {
     pInner.Reset();
     SleepFor(kTicksPerSecond);
     EXPECT_GT(NumberIn(StreamOf(pItem)), 15);
+    // Two that show each other keep their rate.
+    EXPECT_EQ(pStudio.As<IZrStreams>()->StreamsAdd(u"back", nullptr, own.c_str(), u"", nullptr, 0), S_OK);
+    const size_t nAlone = pCollector->Frames().size();
+    SleepFor(2 * kTicksPerSecond);
+    EXPECT_NEAR(static_cast<double>(pCollector->Frames().size() - nAlone), 50, 8);
 
     // It goes while it is shown; the output goes on, and nobody finds it any more.
     const size_t nBefore = pCollector->Frames().size();
