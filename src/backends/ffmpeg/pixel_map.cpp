@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -35,6 +36,10 @@ bool SamePlainFormat(const RAW_PICTURE& _a, const RAW_PICTURE& _b) {
            _a.bFullRange == _b.bFullRange;
 }
 
+bool SameKind(const RAW_PICTURE& _a, const RAW_PICTURE& _b) {
+    return SamePlainFormat(_a, _b) && _a.eSpace == _b.eSpace;
+}
+
 // The rows of one field of a picture.
 RAW_PICTURE FieldOf(const RAW_PICTURE& _picture, int _nField) {
     RAW_PICTURE field = _picture;
@@ -55,6 +60,29 @@ int SwsMatrix(AVColorSpace _eSpace) {
         case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;
         default: return SWS_CS_ITU601;
     }
+}
+
+// The ranges are told before it is set up: between equal layouts it then would choose to copy, and stay with that.
+SwsPtr NewScaler(const RAW_PICTURE& _from, const RAW_PICTURE& _to) {
+    SwsPtr pScaler(sws_alloc_context());
+    if (!pScaler) return pScaler;
+    const struct {
+        const char* szName;
+        int nValue;
+    } arrOptions[] = {{"srcw", _from.nWidth},
+                      {"srch", _from.nHeight},
+                      {"src_format", _from.eFormat},
+                      {"src_range", _from.bFullRange},
+                      {"dstw", _to.nWidth},
+                      {"dsth", _to.nHeight},
+                      {"dst_format", _to.eFormat},
+                      {"dst_range", _to.bFullRange},
+                      {"sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT}};
+    for (const auto& option : arrOptions) av_opt_set_int(pScaler.get(), option.szName, option.nValue, 0);
+    if (sws_init_context(pScaler.get(), nullptr, nullptr) < 0) return {};
+    sws_setColorspaceDetails(pScaler.get(), sws_getCoefficients(SwsMatrix(_from.eSpace)), _from.bFullRange,
+                             sws_getCoefficients(SwsMatrix(_to.eSpace)), _to.bFullRange, 0, 1 << 16, 1 << 16);
+    return pScaler;
 }
 
 const uint16_t* RowOf(const RAW_PICTURE& _picture, int _nPlane, int _y) {
@@ -212,23 +240,14 @@ HRESULT PixelConverter::Convert(const RAW_PICTURE& _from, const RAW_PICTURE& _to
 }
 
 HRESULT PixelConverter::ConvertRows(const RAW_PICTURE& _from, const RAW_PICTURE& _to) {
-    constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT;
-    SwsContext* pOld = pScaler.release();
-    SwsContext* pNew = sws_getCachedContext(pOld, _from.nWidth, _from.nHeight, _from.eFormat, _to.nWidth, _to.nHeight,
-                                            _to.eFormat, kFlags, nullptr, nullptr, nullptr);
-    pScaler.reset(pNew);
-    if (!pNew) return ZR_E_NOT_SUPPORTED;
-    const auto SameColours = [](const RAW_PICTURE& _a, const RAW_PICTURE& _b) {
-        return _a.eSpace == _b.eSpace && _a.bFullRange == _b.bFullRange;
-    };
-    if (pNew != pOld || !SameColours(colours[0], _from) || !SameColours(colours[1], _to)) {
-        sws_setColorspaceDetails(pNew, sws_getCoefficients(SwsMatrix(_from.eSpace)), _from.bFullRange,
-                                 sws_getCoefficients(SwsMatrix(_to.eSpace)), _to.bFullRange, 0, 1 << 16, 1 << 16);
-        colours[0] = _from;
-        colours[1] = _to;
+    if (!pScaler || !SameKind(madeFor[0], _from) || !SameKind(madeFor[1], _to)) {
+        pScaler = NewScaler(_from, _to);
+        if (!pScaler) return ZR_E_NOT_SUPPORTED;
+        madeFor[0] = _from;
+        madeFor[1] = _to;
     }
-    const int nRows =
-        sws_scale(pNew, _from.arrPlanes, _from.arrStrides, 0, _from.nHeight, _to.arrPlanes, _to.arrStrides);
+    SwsContext* const p = pScaler.get();
+    const int nRows = sws_scale(p, _from.arrPlanes, _from.arrStrides, 0, _from.nHeight, _to.arrPlanes, _to.arrStrides);
     return nRows < 0 ? StatusFromAv(nRows) : S_OK;
 }
 

@@ -51,7 +51,7 @@ private:
     HRESULT ConvertRows(const RAW_PICTURE& _from, const RAW_PICTURE& _to);
 
     SwsPtr pScaler;
-    RAW_PICTURE colours[2];  // of what pScaler was last told
+    RAW_PICTURE madeFor[2];  // the kinds of picture that pScaler converts between
 };
 
 // A picture's memory, kept from one use to the next. One thread at a time.
