@@ -13,15 +13,14 @@
 namespace zr {
 namespace {
 
-constexpr int64_t kGetSlice = 50 * kTicksPerMs;   // between two looks at the stop event
-constexpr int64_t kNoFrames = 250 * kTicksPerMs;  // without a frame the source counts as stalled
-constexpr int64_t kNap = 20 * kTicksPerMs;        // before a source that has failed or ended is asked again
-constexpr int64_t kDefaultFrame = 400'000;        // ticks
+constexpr int64_t kGetSlice = 50 * kTicksPerMs;  // between two looks at the stop event
+constexpr int64_t kNap = 20 * kTicksPerMs;       // before a source that has failed or ended is asked again
+constexpr int64_t kDefaultFrame = 400'000;       // ticks
 
 int64_t DurationOf(IZrFFrame& _frame) {
     ZR_TIME time;
     if (Failed(_frame.ZrFTimeGet(&time)) || time.rtEndTime <= time.rtStartTime) return kDefaultFrame;
-    return std::min(time.rtEndTime - time.rtStartTime, kTicksPerSecond);
+    return std::clamp(time.rtEndTime - time.rtStartTime, kTicksPerMs, kTicksPerSecond);
 }
 
 }  // namespace
@@ -73,47 +72,61 @@ void AsyncProducer::StartSource(ManualEvent& _evStop) {
 
 void AsyncProducer::GiveOne(ManualEvent& _evStop) {
     FramePtr pFrame = Get(_evStop);
-    // A background that has stalled or ended goes on giving the pace, with its last picture; before it has one, with
-    // black.
-    const bool bPace = !pFrame && !input.pStream && IsStalled();
+    // A background that has stalled or ended goes on giving the pace, in even steps, with its last picture; before it
+    // has one, with black.
+    const bool bPace = !pFrame && GivesPace();
     if (bPace && pLast) pFrame = BreakClone(pLast, eZrFC_VideoRef);
     if ((!pFrame && !bPace) || _evStop.IsSet()) return;
+    rtGiven = bPace ? std::max(rtGiven + Step(), ClockNow() - Step()) : ClockNow();
     if (pFrame) pFrame = WithinReach(input.pItem->Plugins_I().Pass(std::move(pFrame)));
     Push(pFrame, _evStop);
 }
 
-bool AsyncProducer::IsStalled() const { return rtWaited >= kNoFrames; }
+bool AsyncProducer::IsStalled() const { return rtWaited >= ZrMixerStream::kStalledAfter; }
 
-// How long an ask for a frame lasts.
-int64_t AsyncProducer::Slice() const {
-    if (input.pStream || !IsStalled()) return kGetSlice;
+bool AsyncProducer::GivesPace() const { return !input.pStream && IsStalled(); }
+
+// From one frame of a background that gives the pace to the next.
+int64_t AsyncProducer::Step() const {
     return pLast ? DurationOf(*pLast) : FrameDurationOfRate(host.PutNow().output.vidProps.dblRate).rtDuration;
+}
+
+// How long an ask for a frame lasts; of one that gives the pace, until the next is due.
+int64_t AsyncProducer::Slice() const {
+    return GivesPace() ? std::clamp<int64_t>(rtGiven + Step() - ClockNow(), 0, Step()) : kGetSlice;
+}
+
+HRESULT AsyncProducer::Ask(int64_t _rtLimit, ManualEvent& _evStop, FramePtr& _pFrame) {
+    IZrSource_I* const pSource = input.pItem->Pulled();
+    uint64_t ll = llReaderID.load(std::memory_order_relaxed);
+    const uint64_t llBefore = ll;
+    if (input.pStream) input.pStream->NoteAsk(ClockNow());
+    HRESULT hr = pSource->SourceFrameGetEx_I(&ll, _rtLimit, _pFrame.Out(), nullptr);
+    if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
+        ll = 0;
+        hr = pSource->SourceFrameGetEx_I(&ll, _rtLimit, _pFrame.Out(), nullptr);
+    }
+    if (input.pStream) input.pStream->NoteAsk(kNever);
+    if (ll != llBefore) llReaderID.store(ll, std::memory_order_release);
+    return hr;
 }
 
 // Null: there is none yet, or the wait was ended.
 FramePtr AsyncProducer::Get(ManualEvent& _evStop) {
-    IZrSource_I* const pSource = input.pItem->Pulled();
-    uint64_t ll = llReaderID.load(std::memory_order_relaxed);
-    const uint64_t llBefore = ll;
     FramePtr pFrame;
     const int64_t rtSlice = Slice(), rtBegin = ClockNow();
-    HRESULT hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
-    if (hr == ZR_E_NOT_FOUND && !_evStop.IsSet()) {  // the source has dropped the reader: a new one is made
-        ll = 0;
-        hr = pSource->SourceFrameGetEx_I(&ll, rtSlice, pFrame.Out(), nullptr);
-    }
-    if (ll != llBefore) llReaderID.store(ll, std::memory_order_release);
+    const HRESULT hr = Ask(rtSlice, _evStop, pFrame);
     if (hr == ZR_E_TIMEOUT) {
         // One that does not wait itself would be asked again and again.
-        WaitOne(_evStop, std::clamp<int64_t>(rtBegin + rtSlice - ClockNow(), 0, kNap));
+        WaitOne(_evStop, std::clamp<int64_t>(rtBegin + rtSlice - ClockNow(), 0, GivesPace() ? rtSlice : kNap));
         rtWaited += ClockNow() - rtBegin;
         if (IsStalled()) Note(true, false);
         return {};
     }
     if (Failed(hr) || !pFrame) {
         Note(false, false);
-        rtWaited = kNoFrames;
-        WaitOne(_evStop, input.pStream ? kNap : Slice());
+        rtWaited = ZrMixerStream::kStalledAfter;
+        WaitOne(_evStop, GivesPace() ? Slice() : kNap);
         return {};
     }
     rtWaited = 0;

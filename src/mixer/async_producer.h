@@ -51,10 +51,13 @@ private:
     void StartSource(ManualEvent& _evStop);
     void GiveOne(ManualEvent& _evStop);
     FramePtr Get(ManualEvent& _evStop);
+    HRESULT Ask(int64_t _rtLimit, ManualEvent& _evStop, FramePtr& _pFrame);
     int64_t Slice() const;
+    int64_t Step() const;
     void Push(const FramePtr& _pFrame, ManualEvent& _evStop);
     void Note(bool _bFed, bool _bHasFrames);
     bool IsStalled() const;
+    bool GivesPace() const;
 
     const CInputStream input;
     const OwnedSourcePtr pOwned;  // a source that is closed meanwhile ends with its producer
@@ -63,6 +66,7 @@ private:
     bool bBegun = false;                  // a frame has come
     int64_t rtWaited = 0;                 // ticks for a frame, since the last one
     FramePtr pLast;                       // of the background
+    int64_t rtGiven = 0;                  // when it drove the cycle
     std::unique_ptr<AsyncProducer> pBefore;
     Thread thread;  // last: it goes first
 };

@@ -46,6 +46,11 @@ void ZrMixerStream::ReleaseNumbers() {
 
 // --- Mix thread
 
+bool ZrMixerStream::HangsInAsk() const {
+    const int64_t rtSince = rtAskedSince.load(std::memory_order_relaxed);
+    return rtSince != kNever && ClockNow() - rtSince >= kStalledAfter;
+}
+
 void ZrMixerStream::ResetGains() {
     dblVisibleGain.store(0, std::memory_order_relaxed);
     dblAudioGain.store(0, std::memory_order_relaxed);

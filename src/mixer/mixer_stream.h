@@ -18,6 +18,7 @@
 #include "mixer/stream_mix.h"
 #include "mixer/stream_rate.h"
 #include "mixer/video_block.h"
+#include "platform/clock.h"
 #include "platform/event.h"
 #include "platform/lock.h"
 #include "platform/ref_object.h"
@@ -54,6 +55,7 @@ class ZrMixerStream final : public AutoObjBase<ZrMixerStream> {
 public:
     enum : int32_t { kUnknown = -1, kMustWait = 0, kLive = 1 };  // wait states
     static constexpr int32_t kKeepWaitState = std::numeric_limits<int32_t>::min();
+    static constexpr int64_t kStalledAfter = 250 * kTicksPerMs;  // without a frame, a source that is pushed counts so
 
     // Both outlive its use. _blocks: those of the scene that is on.
     ZrMixerStream(std::u16string_view _id, IStatisticsSink& _statistics, BlockSet& _blocks);
@@ -84,6 +86,8 @@ public:
         bFed.store(_bFed, std::memory_order_relaxed);
         bNoFrames.store(!_bHasFrames, std::memory_order_relaxed);
     }
+    // And since when it is asked for one; kNever: it is not.
+    void NoteAsk(int64_t _rtSince) { rtAskedSince.store(_rtSince, std::memory_order_relaxed); }
     // The stream has left the table for good: its numbers go.
     void ReleaseNumbers();
     void CountSkipped() { statistics.AddCount(counters.nSkipped, 1); }
@@ -140,9 +144,9 @@ public:
     bool IsLocked() const { return bLocked.load(std::memory_order_relaxed); }
     // Its source is there and has not ended.
     bool IsFed() const { return bFed.load(std::memory_order_relaxed); }
-    // The source has stalled, or says that it has no signal: it is not waited for.
+    // The source has stalled, hangs in a call so long, or says that it has no signal: it is not waited for.
     bool IsDropping() const {
-        return bNoFrames.load(std::memory_order_relaxed) || bNoSignal.load(std::memory_order_relaxed);
+        return bNoFrames.load(std::memory_order_relaxed) || bNoSignal.load(std::memory_order_relaxed) || HangsInAsk();
     }
     StreamAudio& Audio() { return audio; }
     StreamMix mix;  // of the mix thread: how its sound is taken
@@ -158,6 +162,7 @@ private:
 
     void Look(IZrFFrame* _pFrame, const STREAM_PUT& _put, INCOMING& _in);
     int32_t WaitStateOf(const INCOMING& _in, const STREAM_PUT& _put) const;
+    bool HangsInAsk() const;
     HRESULT WaitRunning(const INCOMING& _in, const STREAM_PUT& _put);
     bool Admit(INCOMING& _in, IZrFFrame* _pFrame);
     void Count(INCOMING& _in);
@@ -186,6 +191,7 @@ private:
     std::atomic<bool> bNoSignal{false};
     std::atomic<bool> bFed{false};
     std::atomic<bool> bNoFrames{false};
+    std::atomic<int64_t> rtAskedSince{kNever};
     std::atomic<bool> bUserBreak{false};  // a frame was lost in a pause: the next one carries a break
     std::atomic<int32_t> nWaitState{kUnknown};
     std::atomic<int32_t> nCaptionLevel{0};  // 0 none, 1 the stream has captions, 2 a block wants them

@@ -183,26 +183,30 @@ TEST_F(AsyncTest, FieldsOfTheOutputShowFieldsOfTheSource) {
 }
 
 TEST_F(AsyncTest, ABackgroundDrivesTheCycleAtItsRate) {
-    MakeAsync(25.0);
-    const auto pBackground = Live(kNtsc);
-    const auto pClip = File(25.0);
-    pStreams->StreamsBackgroundSet(pBackground.Get(), nullptr, nullptr, nullptr, 0);
-    Add(u"a", pClip.Get());
-    pMixer->ObjectStart(nullptr);
-    SleepFor(30 * kTicksPerSecond);
-    EXPECT_NEAR(static_cast<double>(pClip->nGiven), 30 * 25, 3);
-    EXPECT_NEAR(static_cast<double>(pBackground->nGiven), 30 * kNtsc, 2);
-    EXPECT_NEAR(static_cast<double>(pCollector->Count()), 30 * kNtsc, 3);
-    // It stalls: its last picture goes on, and 250 ms are all that is lost.
-    pBackground->bStalls = true;
-    SleepFor(10 * kTicksPerSecond);
-    EXPECT_NEAR(static_cast<double>(pCollector->Count()), 39.75 * kNtsc, 6);
-    // Without it the mixer makes its own frames, at its own rate.
-    const size_t nBefore = pCollector->Count();
-    pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
-    SleepFor(10 * kTicksPerSecond);
-    EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 10 * 25, 3);
-    pMixer->ObjectClose();
+    for (const auto eSilence : {PacedSource::Patient, PacedSource::AtOnce}) {
+        SCOPED_TRACE(eSilence);
+        MakeAsync(25.0);
+        const auto pBackground = Live(kNtsc);
+        const auto pClip = File(25.0);
+        pBackground->eSilence = eSilence;
+        pStreams->StreamsBackgroundSet(pBackground.Get(), nullptr, nullptr, nullptr, 0);
+        Add(u"a", pClip.Get());
+        pMixer->ObjectStart(nullptr);
+        SleepFor(30 * kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pClip->nGiven), 30 * 25, 3);
+        EXPECT_NEAR(static_cast<double>(pBackground->nGiven), 30 * kNtsc, 2);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count()), 30 * kNtsc, 3);
+        // It stalls: its last picture goes on, and 250 ms are all that is lost.
+        pBackground->bStalls = true;
+        SleepFor(10 * kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count()), 39.75 * kNtsc, 6);
+        // Without it the mixer makes its own frames, at its own rate.
+        const size_t nBefore = pCollector->Count();
+        pStreams->StreamsBackgroundSet(nullptr, nullptr, nullptr, nullptr, 0);
+        SleepFor(10 * kTicksPerSecond);
+        EXPECT_NEAR(static_cast<double>(pCollector->Count() - nBefore), 10 * 25, 3);
+        pMixer->ObjectClose();
+    }
 }
 
 // With its own size, rate and time; what comes upon it is mixed, and when that has gone it goes straight out again.
@@ -246,24 +250,28 @@ TEST_F(AsyncTest, ABackgroundAloneGoesStraightOut) {
 }
 
 TEST_F(AsyncTest, AStalledSourceCostsItsLimitOnce) {
-    MakeAsync(25.0);
-    const auto pGood = File(25.0), pBad = File(25.0);
-    Add(u"a", pGood.Get());
-    Add(u"b", pBad.Get());
-    pMixer->ObjectStart(nullptr);
-    SleepFor(2 * kTicksPerSecond);
-    pBad->bStalls = true;
-    SleepFor(4 * kTicksPerSecond);
-    const size_t nStalled = pCollector->Count();
-    EXPECT_GE(nStalled, 6 * 25u - 10u);
-    pBad->bStalls = false;
-    SleepFor(2 * kTicksPerSecond);
-    EXPECT_GE(pBad->nGiven.load(), 4 * 25 - 3);
-    pBad->bEnded = true;
-    SleepFor(2 * kTicksPerSecond);
-    EXPECT_GE(pCollector->Count(), 10 * 25u - 12u);
-    pMixer->ObjectClose();
-    ExpectWholeLine(10, 25.0, 12);
+    for (const auto eSilence : {PacedSource::Patient, PacedSource::AtOnce, PacedSource::Deaf}) {
+        SCOPED_TRACE(eSilence);
+        MakeAsync(25.0);
+        const auto pGood = File(25.0), pBad = File(25.0);
+        pBad->eSilence = eSilence;
+        Add(u"a", pGood.Get());
+        Add(u"b", pBad.Get());
+        pMixer->ObjectStart(nullptr);
+        SleepFor(2 * kTicksPerSecond);
+        pBad->bStalls = true;
+        SleepFor(4 * kTicksPerSecond);
+        const size_t nStalled = pCollector->Count();
+        EXPECT_GE(nStalled, 6 * 25u - 10u);
+        pBad->bStalls = false;
+        SleepFor(2 * kTicksPerSecond);
+        EXPECT_GE(pBad->nGiven.load(), 4 * 25 - 3);
+        pBad->bEnded = true;
+        SleepFor(2 * kTicksPerSecond);
+        EXPECT_GE(pCollector->Count(), 10 * 25u - 12u);
+        pMixer->ObjectClose();
+        ExpectWholeLine(10, 25.0, 12);
+    }
 }
 
 // A master that comes 300 ms late holds the output back instead of making it jump; one that may drop does not.

@@ -44,6 +44,8 @@ public:
 
     std::function<int64_t(int64_t)> Late;  // ticks that frame n of a live line comes after its time; set before use
     std::function<void(int64_t, IZrFFrame&)> Furnish;  // changes frame n of a line before it is given; set before use
+    enum Silence { Patient, AtOnce, Deaf };            // waits as long as it is asked to, not at all, or four seconds
+    std::atomic<Silence> eSilence{Patient};            // of its stalls
     std::atomic<bool> bStalls{false};
     std::atomic<bool> bEnded{false};
     std::atomic<int64_t> nGiven{0};
@@ -54,7 +56,9 @@ public:
         if (bEnded.load()) return Win32Error(1100);
         const int64_t rtDeadline = DeadlineAfter(ClockNow(), _rtMaxWait);
         if (bStalls.load()) {
-            WaitAnyUntil({&evNever}, rtDeadline);
+            const Silence eHow = eSilence.load();
+            if (eHow == Deaf) SleepFor(4 * kTicksPerSecond);
+            if (eHow == Patient) WaitAnyUntil({&evNever}, rtDeadline);
             return ZR_E_TIMEOUT;
         }
         if (bLive) {
