@@ -30,7 +30,8 @@ ZR_VID_PROPS VidPropsOf(const RAW_PICTURE& _picture, AVRational _aspect, eZrInte
 // Field order of a track; of a decoded picture, which says it better.
 eZrInterlace InterlaceOf(AVFieldOrder _eOrder);
 
-// One thread at a time. Pictures go into memory of the frame factory in one pass; nothing is allocated here per frame.
+// One thread at a time. A picture that lies in memory of frames already goes on as it is (see picture_memory.h), which
+// takes two small blocks of the heap; others go into such memory in one pass, and nothing is allocated for them here.
 class FrameMaker {
 public:
     // _bInterlaced: so does the file call its pictures, even those that are not.

@@ -33,7 +33,7 @@ private:
 
 void ReleaseBlock(void* _pFrame, uint8_t* /*_pData*/) { static_cast<IZrFrame*>(_pFrame)->Release(); }
 
-// _strides and sizes of planes as the decoder's vectors want them. Below 0: the libraries' code of an error.
+// Row bytes and sizes of planes as the decoder's vectors want them. Below 0: the libraries' code of an error.
 int LayOut(AVCodecContext& _codec, const AVFrame& _frame, int (&_arrStrides)[4], size_t (&_arrSizes)[4]) {
     int nWidth = _frame.width, nHeight = _frame.height, arrAlign[AV_NUM_DATA_POINTERS] = {};
     const auto eFormat = static_cast<AVPixelFormat>(_frame.format);
